@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+namespace corvid {
+
+/** The values of one desktop entry that the catalog needs, as the desktop resolved them. */
+struct DesktopEntry {
+    QString id;              ///< desktop id without ".desktop", e.g. "org.gnome.Nautilus"
+    QString path;            ///< absolute path of the entry file
+    QString name;            ///< localised Name
+    QString unlocalizedName; ///< Name as written without a locale; may be empty
+    QString genericName;     ///< localised GenericName; may be empty
+    QString exec;            ///< the Exec line as written; may be empty (D-Bus activated)
+    QStringList categories;  ///< Categories, in order
+
+    bool operator==(const DesktopEntry &) const = default;
+};
+
+/** Lists the desktop entries that the desktop would show in its application menu. */
+class DesktopEntries {
+public:
+    DesktopEntries() = default;
+    DesktopEntries(const DesktopEntries &) = delete;
+    DesktopEntries &operator=(const DesktopEntries &) = delete;
+    virtual ~DesktopEntries() = default;
+
+    /** Reads the folders afresh; tens of milliseconds for a thousand entries, so call it in the
+        background. Any thread. Broken entries are left out. */
+    virtual std::vector<DesktopEntry> list() const = 0;
+};
+
+} // namespace corvid

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+
+namespace corvid {
+
+/** The general pasteboard (clipboard). Main thread only. */
+class Pasteboard {
+public:
+    Pasteboard() = default;
+    Pasteboard(const Pasteboard &) = delete;
+    Pasteboard &operator=(const Pasteboard &) = delete;
+    virtual ~Pasteboard() = default;
+
+    /** Clears the pasteboard, then puts the text on it as plain text (also an empty text). */
+    virtual void setText(const QString &text) = 0;
+};
+
+} // namespace corvid

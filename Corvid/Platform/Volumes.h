@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+namespace corvid {
+
+/** What is known of the volume that a path lies on; absent where the system cannot tell. */
+struct VolumeProperties {
+    std::optional<bool> local;       ///< false for a network volume
+    std::optional<bool> automounted; ///< true when an automounter mounts it on demand
+
+    bool operator==(const VolumeProperties &) const = default;
+};
+
+class Volumes {
+public:
+    Volumes() = default;
+    Volumes(const Volumes &) = delete;
+    Volumes &operator=(const Volumes &) = delete;
+    virtual ~Volumes() = default;
+
+    /** Any thread. Must not touch the volume itself: a dead network mount may not hang it. */
+    virtual VolumeProperties properties(const QString &path) const = 0;
+};
+
+} // namespace corvid

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "Platform/Image.h"
+
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+#include <functional>
+
+namespace corvid {
+
+/**
+ * The desktop's application service: what runs, what things look like, opening and revealing
+ * them. An application is named by its path: an absolute path of a desktop entry file
+ * ("….desktop") or of an application bundle ("….app").
+ *
+ * Main thread, except icon(). Opening never blocks and never raises a dialog of ours.
+ */
+class Workspace {
+public:
+    /** Called on the main thread when an opening has been carried out; empty means success,
+        else the reason in words. */
+    using Completion = std::function<void(const QString &error)>;
+
+    Workspace() = default;
+    Workspace(const Workspace &) = delete;
+    Workspace &operator=(const Workspace &) = delete;
+    virtual ~Workspace() = default;
+
+    /** Bundle identifiers (desktop ids) of the running applications. Kept up to date by events:
+        asking costs no system call. The reference is valid until control returns to the loop. */
+    virtual const QSet<QString> &runningApplications() const = 0;
+
+    /** The icon of an application or of a file or folder, 32 × 32 device-independent pixels. Slow
+       (theme lookup, decoding), any thread. Never null: an unknown path has a generic icon. */
+    virtual Image icon(const QString &path) const = 0;
+
+    /** The icon that stands in until the real one has been fetched. Immediate, never null. */
+    virtual Image genericIcon() const = 0;
+
+    virtual void openApplication(const QString &applicationPath, const Completion &done) = 0;
+
+    /** Opens a file or folder with its default handler. */
+    virtual void open(const QString &path) = 0;
+
+    /** Opens files or folders with one application. */
+    virtual void openFiles(const QStringList &paths, const QString &applicationPath,
+                           const Completion &done) = 0;
+
+    virtual void openUrl(const QUrl &url) = 0;
+
+    /** Shows the file or folder selected in the file manager. */
+    virtual void reveal(const QString &path) = 0;
+
+    /** Starts a program as a child with its three standard streams on the null device, and does
+        not wait for it; it outlives us. False when it could not be started. */
+    virtual bool startTool(const QString &executable, const QStringList &arguments) = 0;
+};
+
+} // namespace corvid

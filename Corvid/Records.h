@@ -1,0 +1,103 @@
+#pragma once
+
+#include "Platform/Image.h"
+
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+#include <variant>
+
+namespace corvid {
+
+/** One installed application. */
+struct AppEntry {
+    QString name;        ///< display name
+    QString bundleID;    ///< bundle identifier, or desktop id without ".desktop"
+    QString path;        ///< absolute path of the application bundle or desktop entry file
+    QStringList roles;   ///< role names that the application fills
+    QStringList aliases; ///< other names the user may type
+    QString category;    ///< category from the application's metadata; may be empty
+
+    bool operator==(const AppEntry &) const = default;
+};
+
+/** One developer project. */
+struct ProjectEntry {
+    QString name;      ///< the project name shown
+    QString path;      ///< absolute folder path
+    QStringList stack; ///< detected technology labels
+
+    bool operator==(const ProjectEntry &) const = default;
+};
+
+/** The keys under which launches are counted; equal to the ids of the items' rows. */
+QString usageKey(const AppEntry &app);
+QString usageKey(const ProjectEntry &project);
+
+/** JSON coding: the keys are the field names, all of them required when reading. Reading yields
+    nothing when a key is missing or of another type. */
+QJsonObject toJson(const AppEntry &app);
+QJsonObject toJson(const ProjectEntry &project);
+template <typename Record>
+std::optional<Record> fromJson(const QJsonValue &value);
+template <>
+std::optional<AppEntry> fromJson<AppEntry>(const QJsonValue &value);
+template <>
+std::optional<ProjectEntry> fromJson<ProjectEntry>(const QJsonValue &value);
+
+struct OpenApp {
+    AppEntry app;
+    bool operator==(const OpenApp &) const = default;
+};
+/** Opens the project folder in the given editor, or with the default handler. */
+struct OpenProject {
+    ProjectEntry project;
+    std::optional<AppEntry> editor;
+    bool operator==(const OpenProject &) const = default;
+};
+/** Copies the text to the clipboard (AI answers, calculator results). */
+struct CopyAI {
+    QString text;
+    bool operator==(const CopyAI &) const = default;
+};
+struct AskAI {
+    QString question;
+    bool operator==(const AskAI &) const = default;
+};
+struct OpenURL {
+    QString url;
+    bool operator==(const OpenURL &) const = default;
+};
+struct OpenLastProject {
+    bool operator==(const OpenLastProject &) const = default;
+};
+struct OpenSettings {
+    bool operator==(const OpenSettings &) const = default;
+};
+
+/** What Return does on a row. */
+using LauncherAction =
+    std::variant<OpenApp, OpenProject, CopyAI, AskAI, OpenURL, OpenLastProject, OpenSettings>;
+
+/** One row of the result list. Rows are told apart by their id. */
+struct ResultItem {
+    QString id;       ///< stable identity; also the usage key recorded on launch
+    Image icon;       ///< null for none
+    QString title;    ///< main text
+    QString subtitle; ///< second line
+    QString badge;    ///< short label at the right; may be empty
+    LauncherAction action;
+    bool running = false; ///< the application is currently running
+};
+
+/** An item with its score; higher is better, 0 means no match. */
+template <typename T>
+struct Scored {
+    T item;
+    qint64 score = 0;
+};
+
+} // namespace corvid

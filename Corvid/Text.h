@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QString>
+#include <QStringView>
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace corvid {
+
+/** The form in which strings are compared: full Unicode lower case, then NFC, so that composed
+    and decomposed spellings are equal. */
+QString folded(const QString &text);
+
+/**
+ * A folded string seen as characters (extended grapheme clusters). Does not own its memory.
+ * In nearly every string each character is one UTF-16 unit; then `bounds` is empty and a
+ * character's index is its unit's index.
+ */
+struct FoldedView {
+    QStringView units;
+    std::span<const std::uint32_t> bounds; ///< unit offset of each character, and the end
+
+    bool simple() const { return bounds.empty(); }
+    qsizetype count() const {
+        return simple() ? units.size() : static_cast<qsizetype>(bounds.size()) - 1;
+    }
+    QStringView at(qsizetype index) const {
+        if (simple())
+            return units.sliced(index, 1);
+        const auto i = static_cast<std::size_t>(index);
+        return units.sliced(bounds[i], bounds[i + 1] - bounds[i]);
+    }
+};
+
+/** A folded string that owns its memory. */
+class FoldedText {
+public:
+    FoldedText() = default;
+    explicit FoldedText(const QString &text);
+
+    const QString &units() const { return units_; }
+    FoldedView view() const { return {units_, bounds_}; }
+
+private:
+    QString units_;
+    std::vector<std::uint32_t> bounds_;
+};
+
+} // namespace corvid
