@@ -1,0 +1,76 @@
+#pragma once
+
+#include "Platform/UserDefaults.h"
+#include "Platform/Volumes.h"
+#include "Records.h"
+#include "TaskGroup.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace corvid {
+
+/**
+ * The developer's projects below the root folders, sorted by name. The last scan's result is read
+ * from a cache and shown at once; a scan in the background then replaces it and rewrites the cache.
+ * Main thread only. Never fails: what cannot be read is not listed. Destroying it stops its scans.
+ */
+class ProjectIndex final : public QObject {
+    Q_OBJECT
+
+public:
+    /** Both references outlive the index. The volumes are asked on another thread. */
+    ProjectIndex(const UserDefaults &defaults, const Volumes &volumes, QObject *parent = nullptr);
+
+    /** The present list. Valid until the next replacement. */
+    const std::vector<ProjectEntry> &projects() const { return snapshot_->projects; }
+
+    /** True from the start of a scan until a scan's result has been applied. */
+    bool scanning() const { return scanning_; }
+
+    /** Called after each replacement of the list, by the cache or by a scan; must not destroy the
+        index. */
+    std::function<void()> onUpdate;
+
+    /** The folders that a scan starts from: those that the user has stored, exactly as stored,
+        otherwise those of the default ones that exist. Paths; possibly none. */
+    QStringList roots() const;
+
+    /** Shows the cached list if there is one, then starts a scan and returns. May be called again
+        at any time: scans overlap, and the list is that of the scan that ends last. */
+    void load();
+
+Q_SIGNALS:
+    void projectsChanged();
+    void scanningChanged();
+
+private:
+    /** What the main thread installs as a whole, made in the background. */
+    struct Snapshot {
+        std::vector<ProjectEntry> projects;
+    };
+    using SharedSnapshot = std::shared_ptr<const Snapshot>;
+
+    static SharedSnapshot prepare(std::vector<ProjectEntry> projects);
+    void install(SharedSnapshot snapshot);
+    void finish(SharedSnapshot snapshot);
+    void save(SharedSnapshot snapshot);
+    void setScanning(bool scanning);
+
+    const UserDefaults &defaults_;
+    const Volumes &volumes_;
+    SharedSnapshot snapshot_;
+    bool scanning_ = false;
+
+    // One write at a time, so that of two overlapping scans the last list is what the cache holds.
+    bool saving_ = false;
+    SharedSnapshot nextToSave_;
+
+    TaskGroup tasks_;
+};
+
+} // namespace corvid
