@@ -1,0 +1,114 @@
+#pragma once
+
+#include "Platform/Workspace.h"
+
+#include <QHash>
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace corvid {
+
+/** An image that can be told from every other, though nothing was ever drawn: only its identity
+    counts, which is all that is known of images below the ui layer. */
+inline Image fakeImage() {
+    auto identity = std::make_shared<char>();
+    const auto *image = reinterpret_cast<const QImage *>(identity.get());
+    return {std::move(identity), image};
+}
+
+/** Records what it is asked to do and opens nothing. Fill the public fields before use. */
+class FakeWorkspace final : public Workspace {
+public:
+    struct Opened {
+        QStringList paths; ///< empty when the application was opened without files
+        QString applicationPath;
+        bool operator==(const Opened &) const = default;
+    };
+    struct Tool {
+        QString executable;
+        QStringList arguments;
+        bool operator==(const Tool &) const = default;
+    };
+
+    QSet<QString> running;       ///< what runningApplications() answers
+    QHash<QString, Image> icons; ///< what icon() answers; other paths have the generic icon
+    QString openingError;        ///< what completions are told; empty for success
+    bool toolsStart = true;      ///< what startTool() answers
+    /// Runs within icon(), on the thread that asks, before it answers.
+    std::function<void(const QString &)> whileFetchingIcon;
+
+    QStringList calls; ///< "<method> <path or address>" of every opening, in order
+    std::vector<Opened> openedApplications;
+    std::vector<Opened> openedFiles;
+    QStringList opened; ///< paths given to open()
+    QStringList revealed;
+    std::vector<QUrl> urls;
+    std::vector<Tool> tools;
+    mutable int runningAsked = 0;
+
+    /** Paths whose icons were fetched, in order. Any thread. */
+    QStringList iconsFetched() const {
+        const std::scoped_lock lock(mutex_);
+        return iconsFetched_;
+    }
+
+    const QSet<QString> &runningApplications() const override {
+        ++runningAsked;
+        return running;
+    }
+
+    Image icon(const QString &path) const override {
+        if (whileFetchingIcon)
+            whileFetchingIcon(path);
+        const std::scoped_lock lock(mutex_);
+        iconsFetched_.append(path);
+        return icons.value(path, generic_);
+    }
+
+    Image genericIcon() const override { return generic_; }
+
+    void openApplication(const QString &applicationPath, const Completion &done) override {
+        calls.append(QStringLiteral("openApplication ") + applicationPath);
+        openedApplications.push_back({{}, applicationPath});
+        if (done)
+            done(openingError);
+    }
+
+    void open(const QString &path) override {
+        calls.append(QStringLiteral("open ") + path);
+        opened.append(path);
+    }
+
+    void openFiles(const QStringList &paths, const QString &applicationPath,
+                   const Completion &done) override {
+        calls.append(QStringLiteral("openFiles ") + paths.join(u' '));
+        openedFiles.push_back({paths, applicationPath});
+        if (done)
+            done(openingError);
+    }
+
+    void openUrl(const QUrl &url) override {
+        calls.append(QStringLiteral("openUrl ") + url.toString());
+        urls.push_back(url);
+    }
+
+    void reveal(const QString &path) override {
+        calls.append(QStringLiteral("reveal ") + path);
+        revealed.append(path);
+    }
+
+    bool startTool(const QString &executable, const QStringList &arguments) override {
+        calls.append(QStringLiteral("startTool ") + executable);
+        tools.push_back({executable, arguments});
+        return toolsStart;
+    }
+
+private:
+    const Image generic_ = fakeImage();
+    mutable std::mutex mutex_;
+    mutable QStringList iconsFetched_;
+};
+
+} // namespace corvid
