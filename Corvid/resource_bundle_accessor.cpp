@@ -1,0 +1,27 @@
+#include "resource_bundle_accessor.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+
+QString resourceBundle() {
+    return chooseResourceBundle(QDir::cleanPath(QCoreApplication::applicationDirPath() +
+                                                "/../share/corvid/Corvid_Corvid.bundle"_L1),
+                                QStringLiteral(CORVID_BUILD_BUNDLE));
+}
+
+QString chooseResourceBundle(const QString &installed, const QString &buildTree) {
+    for (const QString &folder : {installed, buildTree}) {
+        const QFileInfo info(folder);
+        if (info.isDir() && info.isExecutable())
+            return folder;
+    }
+    qFatal("could not load resource bundle: from %s or %s", qUtf8Printable(installed),
+           qUtf8Printable(buildTree));
+}
+
+} // namespace corvid
