@@ -15,6 +15,7 @@ namespace corvid {
 namespace {
 
 constexpr std::array<std::string_view, 27> networkFileSystems{"afs",
+                                                              "beegfs",
                                                               "ceph",
                                                               "cifs",
                                                               "coda",
@@ -32,25 +33,25 @@ constexpr std::array<std::string_view, 27> networkFileSystems{"afs",
                                                               "fuse.s3fs",
                                                               "fuse.smbnetfs",
                                                               "fuse.sshfs",
-                                                              "gfs2",
                                                               "glusterfs",
                                                               "lustre",
                                                               "ncpfs",
                                                               "nfs",
                                                               "nfs4",
-                                                              "ocfs2",
+                                                              "orangefs",
                                                               "smb3",
                                                               "smbfs"};
 
-// Behind FUSE there may be anything. "fuseblk" (NTFS, exFAT) has a block device below it and is
-// local, and so are a virtual machine's shared folders (9p, virtiofs): their host is this machine.
+// Behind FUSE and an automounter's trap there may be anything. "fuseblk" (NTFS, exFAT) has a block
+// device below it and is local, and so are a virtual machine's shared folders (9p, virtiofs): their
+// host is this machine.
 std::optional<bool> isLocal(const QByteArray &fileSystem) {
     const std::string_view type(fileSystem.constData(),
                                 static_cast<std::size_t>(fileSystem.size()));
     if (std::find(networkFileSystems.begin(), networkFileSystems.end(), type) !=
         networkFileSystems.end())
         return false;
-    if (type == "fuse" || type.starts_with("fuse."))
+    if (type == "autofs" || type == "fuse" || type.starts_with("fuse."))
         return std::nullopt;
     return true;
 }
