@@ -23,6 +23,11 @@ public:
     UserDefaults &operator=(const UserDefaults &) = delete;
     virtual ~UserDefaults() = default;
 
+    /** The process-wide store, which the platform installs before anything asks for it; asking
+        earlier is a fatal programming error. The store must outlive its users. */
+    static UserDefaults &standard();
+    static void installStandard(UserDefaults *store);
+
     /** The stored value, as fresh as the store itself; undefined when absent. */
     virtual QJsonValue value(const QString &key) const = 0;
 

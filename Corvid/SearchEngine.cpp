@@ -1,0 +1,150 @@
+#include "SearchEngine.h"
+
+#include <algorithm>
+
+namespace corvid::SearchEngine {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr qint64 fullLengthBonus = 30;
+
+// Matching is written once, for any two sequences of characters. Nearly always both are simple
+// (one unit is one character), and the compiler makes a tight loop of that case.
+struct Units {
+    const QChar *units;
+    qsizetype size;
+    qsizetype count() const { return size; }
+    char16_t at(qsizetype index) const { return units[index].unicode(); }
+};
+
+struct Clusters {
+    const FoldedView &view;
+    qsizetype count() const { return view.count(); }
+    QStringView at(qsizetype index) const { return view.at(index); }
+};
+
+template <typename Characters>
+bool matchesAt(const Characters &query, const Characters &text, qsizetype offset) {
+    for (qsizetype i = 0; i < query.count(); ++i) {
+        if (query.at(i) != text.at(offset + i))
+            return false;
+    }
+    return true;
+}
+
+template <typename Characters>
+bool contains(const Characters &query, const Characters &text) {
+    for (qsizetype offset = 0; offset + query.count() <= text.count(); ++offset) {
+        if (matchesAt(query, text, offset))
+            return true;
+    }
+    return false;
+}
+
+template <typename Characters>
+std::optional<qint64> subsequenceScore(const Characters &query, const Characters &text) {
+    const qsizetype queryCount = query.count();
+    const qsizetype textCount = text.count();
+    if (queryCount == 0 || textCount < queryCount)
+        return std::nullopt;
+    qint64 score = 0;
+    qint64 run = 0;
+    qsizetype lastMatch = -2;
+    qsizetype matched = 0;
+    for (qsizetype j = 0; j < textCount && matched < queryCount; ++j) {
+        if (text.at(j) != query.at(matched))
+            continue;
+        run = lastMatch == j - 1 ? run + 1 : 1;
+        score += 1 + 2 * run;
+        lastMatch = j;
+        ++matched;
+    }
+    if (matched < queryCount)
+        return std::nullopt;
+    return score + std::max<qint64>(0, fullLengthBonus - (textCount - queryCount));
+}
+
+template <typename Characters>
+qint64 tieredScore(const Characters &query, const Characters &text, const Tiers &tiers) {
+    if (text.count() < query.count())
+        return 0;
+    if (matchesAt(query, text, 0))
+        return text.count() == query.count() ? tiers.equal : tiers.prefix;
+    // Whatever contains the query also holds it as a subsequence, which is quicker to refute.
+    const std::optional<qint64> fuzzyScore = subsequenceScore(query, text);
+    if (!fuzzyScore)
+        return 0;
+    if (tiers.contains > 0 && contains(query, text))
+        return tiers.contains;
+    return tiers.fuzzy + *fuzzyScore;
+}
+
+template <typename Function>
+auto withCharacters(const FoldedView &query, const FoldedView &text, Function function) {
+    if (query.simple() && text.simple())
+        return function(Units{query.units.data(), query.units.size()},
+                        Units{text.units.data(), text.units.size()});
+    return function(Clusters{query}, Clusters{text});
+}
+
+} // namespace
+
+std::optional<qint64> fuzzy(const QString &query, const QString &target) {
+    const FoldedText foldedQuery(query);
+    const FoldedText foldedTarget(target);
+    return withCharacters(foldedQuery.view(), foldedTarget.view(),
+                          [](const auto &q, const auto &t) { return subsequenceScore(q, t); });
+}
+
+qint64 matchScore(const FoldedView &query, const FoldedView &text, const Tiers &tiers) {
+    return withCharacters(
+        query, text, [&tiers](const auto &q, const auto &t) { return tieredScore(q, t, tiers); });
+}
+
+std::uint64_t characterMask(QStringView foldedUnits) {
+    std::uint64_t mask = 0;
+    for (const QChar unit : foldedUnits)
+        mask |= std::uint64_t{1} << (unit.unicode() % 64);
+    return mask;
+}
+
+qint64 usageBoost(qint64 count) {
+    constexpr qint64 pointsPerLaunch = 15;
+    constexpr qint64 mostPoints = 150;
+    qint64 points = 0;
+    if (__builtin_mul_overflow(pointsPerLaunch, count, &points))
+        qFatal("a launch count of %lld overflows the usage boost", static_cast<long long>(count));
+    return std::min(points, mostPoints);
+}
+
+qint64 score(const QString &query, const AppEntry &app, const UsageStats &stats) {
+    const FoldedText q(query.trimmed());
+    qint64 best = matchScore(q.view(), FoldedText(app.name).view(), appNameTiers);
+    for (const QString &alias : app.aliases)
+        best = std::max(best, matchScore(q.view(), FoldedText(alias).view(), appAliasTiers));
+    if (best < 1)
+        return best;
+    return best + usageBoost(stats.counts().value(usageKey(app)));
+}
+
+qint64 score(const QString &query, const ProjectEntry &project, const UsageStats &stats) {
+    const FoldedText q(query.trimmed());
+    const qint64 best = matchScore(q.view(), FoldedText(project.name).view(), projectNameTiers);
+    if (best < 1)
+        return best;
+    return best + usageBoost(stats.counts().value(usageKey(project)));
+}
+
+std::optional<InQuery> parseInQuery(const QString &query) {
+    const QStringList parts = query.toLower().split(u" in "_s);
+    if (parts.size() != 2)
+        return std::nullopt;
+    InQuery result{parts[0].trimmed(), parts[1].trimmed()};
+    if (result.project.isEmpty() || result.editor.isEmpty())
+        return std::nullopt;
+    return result;
+}
+
+} // namespace corvid::SearchEngine

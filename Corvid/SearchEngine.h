@@ -1,0 +1,61 @@
+#pragma once
+
+#include "Records.h"
+#include "Text.h"
+#include "UsageStats.h"
+
+#include <QString>
+
+#include <optional>
+
+/**
+ * Whether a query matches an application or a project, and how strongly. Pure functions; any
+ * thread, except those that take the UsageStats. Scores are integers, higher is better, 0 means
+ * no match.
+ */
+namespace corvid::SearchEngine {
+
+/** The subsequence score of `query` in `target`, letter case aside; nothing when the query is
+    empty or is not a subsequence. Greedy: each character is taken at its first place. A run of k
+    adjacent characters gives k² + 2k, and short targets up to 30 more. */
+std::optional<qint64> fuzzy(const QString &query, const QString &target);
+
+/** Name, aliases and the usage boost; roles and identifiers are not matched. */
+qint64 score(const QString &query, const AppEntry &app, const UsageStats &stats);
+
+/** Name and the usage boost; below the score of an application that matches the same way. */
+qint64 score(const QString &query, const ProjectEntry &project, const UsageStats &stats);
+
+struct InQuery {
+    QString project;
+    QString editor;
+    bool operator==(const InQuery &) const = default;
+};
+
+/** Splits "<project> in <editor>", lower-cased; nothing for any other form. */
+std::optional<InQuery> parseInQuery(const QString &query);
+
+// The same scoring on names folded in advance, which is what ranks a catalog at each key stroke.
+
+/** What each kind of match is worth; `contains` is 0 where it does not count. */
+struct Tiers {
+    qint64 equal;
+    qint64 prefix;
+    qint64 contains;
+    qint64 fuzzy;
+};
+inline constexpr Tiers appNameTiers{1000, 800, 600, 300};
+inline constexpr Tiers appAliasTiers{900, 750, 0, 350};
+inline constexpr Tiers projectNameTiers{1000, 750, 550, 280};
+
+/** One bit for each class of characters that occurs. A query can only match a text whose mask
+    holds all bits of its own, which settles most candidates with one operation. */
+std::uint64_t characterMask(QStringView foldedUnits);
+
+/** The score of one folded query in one folded name, without allocation. */
+qint64 matchScore(const FoldedView &query, const FoldedView &text, const Tiers &tiers);
+
+/** What `count` launches add: 15 each, 150 at most. Overflow is a fatal stop. */
+qint64 usageBoost(qint64 count);
+
+} // namespace corvid::SearchEngine

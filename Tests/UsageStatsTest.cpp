@@ -1,0 +1,103 @@
+#include "UsageStats.h"
+
+#include "Fakes/FakeUserDefaults.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <gtest/gtest.h>
+
+using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class UsageStatsTest : public ::testing::Test {
+protected:
+    void setLatches(int count) {
+        QJsonObject table;
+        for (int i = 0; i < count; ++i)
+            table.insert(u"q%1"_s.arg(i), u"id"_s);
+        defaults.set(u"queryLatches"_s, table);
+    }
+
+    FakeUserDefaults defaults;
+    UsageStats stats{defaults};
+};
+
+} // namespace
+
+TEST_F(UsageStatsTest, aFreshInstallationHasEmptyTables) {
+    EXPECT_TRUE(stats.counts().isEmpty());
+    EXPECT_TRUE(stats.latches().isEmpty());
+}
+
+TEST_F(UsageStatsTest, eachLaunchAddsOneAndIsSeenByTheNextRead) {
+    stats.recordLaunch(u"a"_s);
+    EXPECT_EQ(stats.counts(), (QHash<QString, qint64>{{u"a"_s, 1}}));
+    stats.recordLaunch(u"a"_s);
+    stats.recordLaunch(u"b"_s);
+    EXPECT_EQ(stats.counts(), (QHash<QString, qint64>{{u"a"_s, 2}, {u"b"_s, 1}}));
+    EXPECT_EQ(defaults.value(u"launchCounts"_s), (QJsonObject{{u"a"_s, 2}, {u"b"_s, 1}}));
+}
+
+TEST_F(UsageStatsTest, anAbsentIdRecordsNothing) {
+    stats.recordLaunch(std::nullopt);
+    EXPECT_TRUE(defaults.value(u"launchCounts"_s).isUndefined());
+}
+
+TEST_F(UsageStatsTest, aTableOfAnotherShapeReadsAsEmpty) {
+    for (const QJsonValue &table :
+         {QJsonValue(7), QJsonValue(u"x"_s), QJsonValue(QJsonArray{1}), QJsonValue(),
+          QJsonValue(QJsonObject{{u"a"_s, 1}, {u"b"_s, u"1"_s}}),
+          QJsonValue(QJsonObject{{u"a"_s, 1.5}}), QJsonValue(QJsonObject{{u"a"_s, true}}),
+          QJsonValue(QJsonObject{{u"a"_s, 1e300}})}) {
+        defaults.set(u"launchCounts"_s, table);
+        defaults.set(u"queryLatches"_s, table);
+        EXPECT_TRUE(stats.counts().isEmpty());
+        EXPECT_TRUE(stats.latches().isEmpty());
+    }
+}
+
+TEST_F(UsageStatsTest, recordingOverATableOfAnotherShapeStartsAfresh) {
+    defaults.set(u"launchCounts"_s, 7);
+    stats.recordLaunch(u"a"_s);
+    EXPECT_EQ(stats.counts(), (QHash<QString, qint64>{{u"a"_s, 1}}));
+}
+
+TEST_F(UsageStatsTest, aLatchIsKeptUnderTheLowerCasedUntrimmedQuery) {
+    stats.recordLatch(u" Foo"_s, u"a"_s);
+    EXPECT_EQ(stats.latches(), (QHash<QString, QString>{{u" foo"_s, u"a"_s}}));
+}
+
+TEST_F(UsageStatsTest, aLaterChoiceReplacesTheEarlierOne) {
+    stats.recordLatch(u"foo"_s, u"a"_s);
+    stats.recordLatch(u"FOO"_s, u"b"_s);
+    EXPECT_EQ(stats.latches(), (QHash<QString, QString>{{u"foo"_s, u"b"_s}}));
+}
+
+TEST_F(UsageStatsTest, fiveHundredLatchesAreKept) {
+    setLatches(500);
+    stats.recordLatch(u"new"_s, u"a"_s);
+    EXPECT_EQ(stats.latches().size(), 501);
+}
+
+TEST_F(UsageStatsTest, moreThanFiveHundredLatchesAreEmptiedByTheNextOne) {
+    setLatches(501);
+    stats.recordLatch(u"new"_s, u"a"_s);
+    EXPECT_EQ(stats.latches(), (QHash<QString, QString>{{u"new"_s, u"a"_s}}));
+}
+
+TEST_F(UsageStatsTest, aChangeByAnotherHandIsSeenByTheNextRead) {
+    stats.recordLaunch(u"a"_s);
+    EXPECT_EQ(stats.counts().value(u"a"_s), 1);
+    defaults.set(u"launchCounts"_s, QJsonObject{{u"a"_s, 40}});
+    EXPECT_EQ(stats.counts().value(u"a"_s), 40);
+}
+
+TEST(UsageStatsDeathTest, aCountThatOverflowsIsAFatalStop) {
+    FakeUserDefaults defaults;
+    UsageStats stats(defaults);
+    defaults.set(u"launchCounts"_s, QJsonObject{{u"a"_s, std::numeric_limits<qint64>::max()}});
+    EXPECT_DEATH(stats.recordLaunch(u"a"_s), "overflows");
+}
