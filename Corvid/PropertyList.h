@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QString>
+
+#include <optional>
+
+namespace corvid {
+
+/**
+ * The top-level dictionary of a property list, XML or binary, reduced to the entries whose values
+ * are strings. Absent when the bytes are no sound property list or hold no dictionary. Survives
+ * any bytes, in time and memory proportional to their number. Any thread.
+ */
+std::optional<QHash<QString, QString>> decodePropertyList(const QByteArray &bytes);
+
+} // namespace corvid
