@@ -1,0 +1,200 @@
+#include "Platform/Linux/JsonUserDefaults.h"
+
+#include "AtomicFile.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+
+#include <cerrno>
+#include <ctime>
+#include <utility>
+
+#include <sys/file.h>
+#include <sys/stat.h>
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+enum class FileState { Readable, Damaged, Unreadable };
+
+struct Content {
+    FileState state = FileState::Readable;
+    QJsonObject object;
+};
+
+qint64 nanoseconds(const timespec &time) {
+    constexpr qint64 perSecond = 1'000'000'000;
+    return static_cast<qint64>(time.tv_sec) * perSecond + time.tv_nsec;
+}
+
+// The clock that file times are taken from: it advances a few milliseconds at a time.
+qint64 fileSystemTime() {
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    return nanoseconds(now);
+}
+
+Content readContent(const QString &path) {
+    struct stat status = {};
+    if (stat(QFile::encodeName(path).constData(), &status) != 0)
+        return {errno == ENOENT ? FileState::Readable : FileState::Unreadable, {}};
+    QFile file(path);
+    // A pipe would keep us waiting for somebody to write into it.
+    if (!S_ISREG(status.st_mode) || !file.open(QIODevice::ReadOnly))
+        return {FileState::Unreadable, {}};
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return {FileState::Unreadable, {}};
+    if (bytes.isEmpty())
+        return {};
+    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    if (!document.isObject())
+        return {FileState::Damaged, {}};
+    return {FileState::Readable, document.object()};
+}
+
+// Moved, not copied: what somebody is just writing into the file is kept as well.
+bool keepAside(const QString &path) {
+    const QString name =
+        path + ".damaged-"_L1 + QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss'Z'"_s);
+    QString free = name;
+    for (int number = 2; QFileInfo::exists(free); ++number)
+        free = name + u'-' + QString::number(number);
+    // Of a symbolic link, the link stays and the content goes.
+    return QFile::rename(QFileInfo(path).canonicalFilePath(), free);
+}
+
+} // namespace
+
+std::optional<JsonUserDefaults::Stamp> JsonUserDefaults::Stamp::of(const QString &file) {
+    struct stat status = {};
+    if (stat(QFile::encodeName(file).constData(), &status) != 0)
+        return std::nullopt;
+    return Stamp{status.st_dev, status.st_ino, status.st_size, nanoseconds(status.st_mtim),
+                 nanoseconds(status.st_ctim)};
+}
+
+JsonUserDefaults::JsonUserDefaults(QString file)
+    : file_(std::move(file)), writer_([this](const std::stop_token &stop) { writeChanges(stop); }) {
+}
+
+JsonUserDefaults::~JsonUserDefaults() {
+    synchronize();
+}
+
+QJsonValue JsonUserDefaults::value(const QString &key) const {
+    // In this order: once a change counts as written, the file that has it must be looked at.
+    dropWrittenOverlays();
+    if (const auto overlay = overlays_.constFind(key); overlay != overlays_.constEnd())
+        return overlay->value;
+    readIfChanged();
+    return stored_.value(key);
+}
+
+void JsonUserDefaults::update(const QString &key, const Change &change) {
+    const QJsonValue before = value(key);
+    const QJsonValue after = change(before);
+    if (after == before)
+        return;
+    ++generation_;
+    {
+        const std::lock_guard lock(mutex_);
+        waiting_.push_back({key, change});
+        overlays_.insert(key, {after, lastWritten_ + waiting_.size()});
+        ++attemptsWanted_;
+    }
+    wake_.notify_one();
+}
+
+quint64 JsonUserDefaults::generation() const {
+    dropWrittenOverlays();
+    readIfChanged();
+    return generation_;
+}
+
+void JsonUserDefaults::synchronize() {
+    std::unique_lock lock(mutex_);
+    if (waiting_.empty())
+        return;
+    const quint64 attempt = ++attemptsWanted_;
+    wake_.notify_one();
+    attempted_.wait(lock, [&] { return attemptsMade_ >= attempt; });
+}
+
+void JsonUserDefaults::dropWrittenOverlays() const {
+    quint64 written = 0;
+    {
+        const std::lock_guard lock(mutex_);
+        written = lastWritten_;
+    }
+    if (written == overlaysDroppedUpTo_)
+        return;
+    overlaysDroppedUpTo_ = written;
+    overlays_.removeIf(
+        [written](const auto &entry) { return entry.value().lastChange <= written; });
+    // Merged with what other processes wrote, a value may differ from the one we showed.
+    ++generation_;
+}
+
+void JsonUserDefaults::readIfChanged() const {
+    const qint64 now = fileSystemTime();
+    const std::optional<Stamp> stamp = Stamp::of(file_);
+    if (settled_ && stamp == stamp_)
+        return;
+    stamp_ = stamp;
+    // A file that was changed in this very tick of the clock can change again without a trace.
+    settled_ = !stamp || stamp->changed < now;
+    QJsonObject object = readContent(file_).object;
+    if (object == stored_)
+        return;
+    stored_ = std::move(object);
+    ++generation_;
+}
+
+void JsonUserDefaults::writeChanges(const std::stop_token &stop) {
+    std::unique_lock lock(mutex_);
+    while (wake_.wait(lock, stop, [this] { return attemptsMade_ < attemptsWanted_; })) {
+        const quint64 attempt = attemptsWanted_;
+        const std::deque<PendingChange> changes = waiting_;
+        lock.unlock();
+        const bool written = changes.empty() || write(changes);
+        lock.lock();
+        if (written) {
+            waiting_.erase(waiting_.begin(), waiting_.begin() + std::ssize(changes));
+            lastWritten_ += changes.size();
+        }
+        attemptsMade_ = attempt;
+        attempted_.notify_all();
+    }
+}
+
+bool JsonUserDefaults::write(const std::deque<PendingChange> &changes) const {
+    if (!makePrivateFolders(QFileInfo(file_).path()))
+        return false;
+    QFile lockFile(file_ + ".lock"_L1);
+    if (!lockFile.open(QIODevice::ReadWrite, QFileDevice::ReadOwner | QFileDevice::WriteOwner))
+        return false;
+    while (flock(lockFile.handle(), LOCK_EX) != 0) {
+        if (errno != EINTR)
+            return false;
+    }
+    const Content present = readContent(file_);
+    // What we cannot read we would destroy.
+    if (present.state == FileState::Unreadable)
+        return false;
+    QJsonObject object = present.object;
+    for (const PendingChange &pending : changes)
+        object.insert(pending.key, pending.change(object.value(pending.key)));
+    if (object == present.object)
+        return true;
+    if (present.state == FileState::Damaged && !keepAside(file_))
+        return false;
+    return writeFileAtomically(file_, QJsonDocument(object).toJson(QJsonDocument::Indented));
+}
+
+} // namespace corvid

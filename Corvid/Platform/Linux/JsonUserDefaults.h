@@ -1,0 +1,96 @@
+#pragma once
+
+#include "Locations.h"
+#include "Platform/UserDefaults.h"
+
+#include <QHash>
+#include <QJsonObject>
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+#include <thread>
+
+namespace corvid {
+
+/**
+ * The user defaults as one JSON object in a file that people edit by hand and several processes
+ * share. A missing, unreadable or damaged file reads as empty.
+ *
+ * Reading asks the file system whether the file is still the one that was parsed last, and
+ * parses it again only when it is not. Writing happens on a thread of the object's own: under
+ * the advisory lock of "<file>.lock" it reads the file afresh, applies the waiting changes in
+ * their order and replaces the file as a whole. Until a change is in the file, value() shows it
+ * all the same. A damaged file is moved to "<file>.damaged-<UTC time>" before it is replaced.
+ *
+ * Changes that cannot be written (no space, no permission) stay visible in this process and are
+ * tried again with the next update, the next synchronize() and at last by the destructor, which
+ * is where they are lost.
+ */
+class JsonUserDefaults final : public UserDefaults {
+public:
+    explicit JsonUserDefaults(QString file = locations::configuration() +
+                                             QStringLiteral("/Corvid/defaults.json"));
+    /** Blocks until the waiting changes are written. */
+    ~JsonUserDefaults() override;
+
+    QJsonValue value(const QString &key) const override;
+    void update(const QString &key, const Change &change) override;
+    quint64 generation() const override;
+    /** Also returns when a waiting change could not be written. */
+    void synchronize() override;
+
+private:
+    /** Tells one state of the file from another without reading it. */
+    struct Stamp {
+        quint64 device = 0;
+        quint64 inode = 0;
+        qint64 size = 0;
+        qint64 modified = 0; ///< nanoseconds
+        qint64 changed = 0;  ///< nanoseconds; unlike `modified`, nobody can set it
+
+        static std::optional<Stamp> of(const QString &file);
+        bool operator==(const Stamp &) const = default;
+    };
+
+    struct PendingChange {
+        QString key;
+        Change change;
+    };
+
+    /** What this process shows for a key whose changes are still waiting. */
+    struct Overlay {
+        QJsonValue value;
+        quint64 lastChange = 0; ///< number of the last change that led to the value
+    };
+
+    void dropWrittenOverlays() const;
+    void readIfChanged() const;
+    void writeChanges(const std::stop_token &stop);
+    bool write(const std::deque<PendingChange> &changes) const;
+
+    const QString file_;
+
+    // What the main thread sees; brought up to date whenever it asks.
+    mutable QJsonObject stored_;
+    mutable std::optional<Stamp> stamp_;
+    mutable bool settled_ = false; ///< no later state of the file can carry the same stamp
+    mutable QHash<QString, Overlay> overlays_;
+    mutable quint64 overlaysDroppedUpTo_ = 0;
+    mutable quint64 generation_ = 0;
+
+    // Shared with the writer, guarded by the mutex. Changes are numbered from 1.
+    mutable std::mutex mutex_;
+    std::condition_variable_any wake_;
+    std::condition_variable attempted_;
+    std::deque<PendingChange> waiting_;
+    quint64 lastWritten_ = 0; ///< number of the last change that is in the file
+    quint64 attemptsWanted_ = 0;
+    quint64 attemptsMade_ = 0;
+
+    std::jthread writer_; // last: it ends before what it uses
+};
+
+} // namespace corvid
