@@ -1,0 +1,58 @@
+#include "Platform/Linux/ApplicationLauncher.h"
+
+#include "Platform/Linux/DetachedProcess.h"
+#include "Platform/Linux/LaunchTasks.h"
+
+namespace corvid {
+
+using launching::World;
+
+void ApplicationLauncher::CancellableUnref::operator()(GCancellable *cancellable) const {
+    g_object_unref(cancellable);
+}
+
+ApplicationLauncher::ApplicationLauncher(QProcessEnvironment childEnvironment)
+    : environment_(std::move(childEnvironment)), shutdown_(g_cancellable_new()) {}
+
+ApplicationLauncher::~ApplicationLauncher() {
+    g_cancellable_cancel(shutdown_.get());
+}
+
+void ApplicationLauncher::launch(const QString &applicationPath, const QStringList &files,
+                                 const Workspace::Completion &done) {
+    QList<QUrl> urls;
+    for (const QString &file : files)
+        urls.append(QUrl::fromLocalFile(file));
+    tasks_.start([=, this, world = World{environment_, shutdown_.get()}](const std::stop_token &) {
+        const QString error = launching::launchApplication(world, applicationPath, urls);
+        if (done)
+            QMetaObject::invokeMethod(
+                &receiver_, [done, error] { done(error); }, Qt::QueuedConnection);
+    });
+}
+
+void ApplicationLauncher::openWithDefault(const QUrl &url) {
+    tasks_.start([url, world = World{environment_, shutdown_.get()}](const std::stop_token &) {
+        launching::openWithDefault(world, url);
+    });
+}
+
+void ApplicationLauncher::reveal(const QString &path) {
+    tasks_.start([path, world = World{environment_, shutdown_.get()}](const std::stop_token &) {
+        launching::reveal(world, path);
+    });
+}
+
+bool ApplicationLauncher::startTool(const QString &executable, const QStringList &arguments) {
+    const DetachedProcess process =
+        startDetached({QStringList{executable} + arguments, environment_, {}, {}});
+    if (!process.error.isEmpty())
+        return false;
+    tasks_.start([pid = process.pid, name = executable.section(u'/', -1),
+                  world = World{environment_, shutdown_.get()}](const std::stop_token &) {
+        launching::moveToScope(world, pid, name);
+    });
+    return true;
+}
+
+} // namespace corvid

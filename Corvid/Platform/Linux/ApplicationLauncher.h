@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Platform/Workspace.h"
+#include "TaskGroup.h"
+
+#include <QObject>
+#include <QProcessEnvironment>
+
+using GCancellable = struct _GCancellable;
+
+namespace corvid {
+
+/**
+ * Starts applications and hands files to them. What it starts lives on when we end: in a session
+ * of its own and, where a systemd user manager runs, in a scope of its own.
+ *
+ * Main thread. Everything that touches a disk or the bus happens in the background; a completion
+ * is called from the event loop, or never once the launcher is destroyed.
+ */
+class ApplicationLauncher {
+public:
+    /** `childEnvironment`: what the started programs are given; the environment that we were
+        started with, before any change of our own. */
+    explicit ApplicationLauncher(QProcessEnvironment childEnvironment);
+    ApplicationLauncher(const ApplicationLauncher &) = delete;
+    ApplicationLauncher &operator=(const ApplicationLauncher &) = delete;
+    /** Lets a launch that has begun come to its end; does not wait for a silent bus. */
+    ~ApplicationLauncher();
+
+    /** Launches the application (desktop entry or bundle) with these files, possibly none. */
+    void launch(const QString &applicationPath, const QStringList &files,
+                const Workspace::Completion &done);
+
+    /** Opens with the default handler of a file's type or a URL's scheme. Failures are silent. */
+    void openWithDefault(const QUrl &url);
+
+    /** Shows the file in the file manager, or opens its folder where none can do that. */
+    void reveal(const QString &path);
+
+    /** See Workspace::startTool. Blocks for as long as a fork takes. */
+    bool startTool(const QString &executable, const QStringList &arguments);
+
+private:
+    struct CancellableUnref {
+        void operator()(GCancellable *cancellable) const;
+    };
+
+    QProcessEnvironment environment_;
+    std::unique_ptr<GCancellable, CancellableUnref> shutdown_;
+    QObject receiver_; ///< completions addressed to it are dropped with us
+    TaskGroup tasks_;
+};
+
+} // namespace corvid

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QString>
+
+namespace corvid::desktopsettings {
+
+/** The name of the user's icon theme: KDE's own setting under KDE, else the desktop-wide one,
+    else KDE's or GTK's configuration file, else "hicolor". Reads files; background only. */
+QString iconTheme();
+
+/** The terminal that the user chose in the desktop's settings, a program's name or path. Empty
+    when none was chosen. Reads files; background only. */
+QString terminal();
+
+} // namespace corvid::desktopsettings

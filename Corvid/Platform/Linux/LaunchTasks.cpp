@@ -1,0 +1,260 @@
+#include "Platform/Linux/LaunchTasks.h"
+
+#include "Locations.h"
+#include "Platform/Linux/BundleExecutable.h"
+#include "Platform/Linux/DesktopSettings.h"
+#include "Platform/Linux/DetachedProcess.h"
+#include "Platform/Linux/ExecLine.h"
+#include "Platform/Linux/SessionBus.h"
+#include "Platform/Linux/TerminalCommand.h"
+
+#include <gio/gdesktopappinfo.h>
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+namespace corvid::launching {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int scopeTimeoutMs = 2'000;
+constexpr int activationTimeoutMs = 25'000; // a slow application's start is no failure
+
+bool isInstalled(const World &world, const QString &program) {
+    const QStringList folders = world.environment.value(u"PATH"_s).split(u':', Qt::SkipEmptyParts);
+    return !folders.isEmpty() && !QStandardPaths::findExecutable(program, folders).isEmpty();
+}
+
+QString stringOf(GDesktopAppInfo *entry, const char *key) {
+    const GFreePointer<gchar> value(g_desktop_app_info_get_string(entry, key));
+    return QString::fromUtf8(value.get());
+}
+
+/** Starts one command line in the home folder, or in `folder` when that is not empty. */
+QString start(const World &world, const QStringList &arguments, const QString &folder,
+              const QString &application, const QString &desktopFile) {
+    QString workingFolder = folder;
+    if (workingFolder.isEmpty() && QFileInfo(locations::home()).isDir())
+        workingFolder = locations::home();
+    const DetachedProcess process =
+        startDetached({arguments, world.environment, workingFolder, desktopFile});
+    if (process.error.isEmpty())
+        moveToScope(world, process.pid, application);
+    return process.error;
+}
+
+QString startByExec(const World &world, GDesktopAppInfo *entry, const QString &path,
+                    const QString &id, const QList<QUrl> &urls) {
+    const ExecFields fields{QString::fromUtf8(g_app_info_get_name(G_APP_INFO(entry))),
+                            stringOf(entry, G_KEY_FILE_DESKTOP_KEY_ICON), path};
+    std::vector<QStringList> lines =
+        expandExec(stringOf(entry, G_KEY_FILE_DESKTOP_KEY_EXEC), fields, urls);
+    if (lines.empty())
+        return u"“%1” does not say what to run."_s.arg(path);
+
+    const bool inTerminal =
+        g_desktop_app_info_get_boolean(entry, G_KEY_FILE_DESKTOP_KEY_TERMINAL) != FALSE;
+    for (QStringList &line : lines) {
+        if (inTerminal) {
+            const auto inUsersTerminal = terminalCommand(
+                line, {world.environment.value(u"TERMINAL"_s), desktopsettings::terminal()},
+                [&](const QString &program) { return isInstalled(world, program); });
+            if (!inUsersTerminal)
+                return u"There is no terminal to run “%1” in."_s.arg(fields.name);
+            line = *inUsersTerminal;
+        }
+        // The process of an entry that runs in a terminal is the terminal, not the application.
+        QString error = start(world, line, stringOf(entry, G_KEY_FILE_DESKTOP_KEY_PATH), id,
+                              inTerminal ? QString() : path);
+        if (!error.isEmpty())
+            return error;
+    }
+    return {};
+}
+
+bool meansNoService(int code) {
+    switch (code) {
+    case G_DBUS_ERROR_SERVICE_UNKNOWN:
+    case G_DBUS_ERROR_NAME_HAS_NO_OWNER:
+    case G_DBUS_ERROR_UNKNOWN_METHOD:
+    case G_DBUS_ERROR_UNKNOWN_OBJECT:
+    case G_DBUS_ERROR_UNKNOWN_INTERFACE:
+        return true;
+    default: // the bus has one code for each way in which starting the service can fail
+        return code >= G_DBUS_ERROR_SPAWN_EXEC_FAILED && code <= G_DBUS_ERROR_SPAWN_NO_MEMORY;
+    }
+}
+
+bool meansNoAnswer(const GError *error) {
+    return g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY) ||
+           g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) ||
+           g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED);
+}
+
+enum class Activation { Done, ServiceMissing, Failed };
+
+/** org.freedesktop.Application, of which an entry's id is both the bus name and the object. */
+Activation activateByBus(const World &world, const QString &id, const QList<QUrl> &urls,
+                         GErrorHolder &error) {
+    const QByteArray name = id.toUtf8();
+    if (!g_dbus_is_name(name.constData()) || g_dbus_is_unique_name(name.constData()))
+        return Activation::ServiceMissing;
+    const GObjectPointer<GDBusConnection> bus = sessionBus(world.shutdown);
+    if (!bus)
+        return Activation::ServiceMissing;
+
+    QByteArray object = "/" + name;
+    object.replace('.', '/').replace('-', '_');
+    GVariantBuilder platformData;
+    g_variant_builder_init(&platformData, G_VARIANT_TYPE_VARDICT);
+    GVariant *arguments = nullptr;
+    if (urls.isEmpty()) {
+        arguments = g_variant_new("(a{sv})", &platformData);
+    } else {
+        GVariantBuilder uris;
+        g_variant_builder_init(&uris, G_VARIANT_TYPE_STRING_ARRAY);
+        for (const QUrl &url : urls)
+            g_variant_builder_add(&uris, "s", url.toEncoded().constData());
+        arguments = g_variant_new("(asa{sv})", &uris, &platformData);
+    }
+    GVariant *reply = g_dbus_connection_call_sync(
+        bus.get(), name.constData(), object.constData(), "org.freedesktop.Application",
+        urls.isEmpty() ? "Activate" : "Open", arguments, nullptr, G_DBUS_CALL_FLAGS_NONE,
+        activationTimeoutMs, world.shutdown, error.out());
+    if (reply) {
+        g_variant_unref(reply);
+        return Activation::Done;
+    }
+    // Anything else may come from an application that is there and busy: starting it once more
+    // would open it twice.
+    const bool missing = error.get()->domain == G_DBUS_ERROR && meansNoService(error.get()->code);
+    return missing ? Activation::ServiceMissing : Activation::Failed;
+}
+
+QString launchEntry(const World &world, const QString &path, const QList<QUrl> &urls) {
+    const GObjectPointer<GDesktopAppInfo> entry(
+        g_desktop_app_info_new_from_filename(QFile::encodeName(path).constData()));
+    if (!entry && !QFileInfo::exists(path))
+        return u"“%1” does not exist."_s.arg(path);
+    if (!entry)
+        return u"“%1” is no desktop entry, or its program is not installed."_s.arg(path);
+
+    const QString id = QFileInfo(path).completeBaseName();
+    if (g_desktop_app_info_get_boolean(entry.get(), "DBusActivatable")) {
+        GErrorHolder error;
+        switch (activateByBus(world, id, urls, error)) {
+        case Activation::Done:
+            return {};
+        case Activation::Failed:
+            g_dbus_error_strip_remote_error(error.get());
+            return error.message();
+        case Activation::ServiceMissing:
+            break;
+        }
+    }
+    return startByExec(world, entry.get(), path, id, urls);
+}
+
+QString launchBundle(const World &world, const QString &path, const QList<QUrl> &urls) {
+    const QString executable = bundleExecutable(path);
+    if (!QFileInfo(executable).isFile() || !QFileInfo(executable).isExecutable())
+        return u"“%1” is not executable."_s.arg(executable);
+    QStringList arguments{executable};
+    for (const QUrl &url : urls)
+        arguments.append(url.isLocalFile() ? url.toLocalFile() : url.toString());
+    return start(world, arguments, {}, QFileInfo(path).completeBaseName(), {});
+}
+
+GObjectPointer<GAppInfo> defaultApplication(const QUrl &url) {
+    if (!url.isLocalFile())
+        return GObjectPointer<GAppInfo>(
+            g_app_info_get_default_for_uri_scheme(url.scheme().toUtf8().constData()));
+    const QByteArray path = QFile::encodeName(url.toLocalFile());
+    const GObjectPointer<GFile> file(g_file_new_for_path(path.constData()));
+    GErrorHolder error;
+    const GObjectPointer<GFileInfo> info(
+        g_file_query_info(file.get(), G_FILE_ATTRIBUTE_STANDARD_CONTENT_TYPE,
+                          G_FILE_QUERY_INFO_NONE, nullptr, error.out()));
+    if (!info)
+        return nullptr;
+    return GObjectPointer<GAppInfo>(
+        g_app_info_get_default_for_type(g_file_info_get_content_type(info.get()), FALSE));
+}
+
+} // namespace
+
+QString launchApplication(const World &world, const QString &applicationPath,
+                          const QList<QUrl> &urls) {
+    if (applicationPath.endsWith(".desktop"_L1))
+        return launchEntry(world, applicationPath, urls);
+    return launchBundle(world, applicationPath, urls);
+}
+
+QString openWithDefault(const World &world, const QUrl &url) {
+    QString error = u"Nothing is installed that opens “%1”."_s.arg(url.toString());
+    const GObjectPointer<GAppInfo> application = defaultApplication(url);
+    if (application && G_IS_DESKTOP_APP_INFO(application.get())) {
+        const char *path =
+            g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(application.get()));
+        error = launchEntry(world, QFile::decodeName(path), {url});
+        if (error.isEmpty())
+            return {};
+    }
+    if (!isInstalled(world, u"xdg-open"_s))
+        return error;
+    return start(world,
+                 {u"xdg-open"_s, url.isLocalFile() ? url.toLocalFile()
+                                                   : QString::fromLatin1(url.toEncoded())},
+                 {}, u"xdg-open"_s, {});
+}
+
+QString reveal(const World &world, const QString &path) {
+    if (const GObjectPointer<GDBusConnection> bus = sessionBus(world.shutdown)) {
+        GVariantBuilder uris;
+        g_variant_builder_init(&uris, G_VARIANT_TYPE_STRING_ARRAY);
+        g_variant_builder_add(&uris, "s", QUrl::fromLocalFile(path).toEncoded().constData());
+        GErrorHolder error;
+        GVariant *reply = g_dbus_connection_call_sync(
+            bus.get(), "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
+            "org.freedesktop.FileManager1", "ShowItems", g_variant_new("(ass)", &uris, ""), nullptr,
+            G_DBUS_CALL_FLAGS_NONE, activationTimeoutMs, world.shutdown, error.out());
+        if (reply) {
+            g_variant_unref(reply);
+            return {};
+        }
+        // A file manager that is slow to answer may still show its window.
+        if (meansNoAnswer(error.get()))
+            return error.message();
+    }
+    return openWithDefault(world, QUrl::fromLocalFile(QFileInfo(path).path()));
+}
+
+void moveToScope(const World &world, qint64 pid, const QString &application) {
+    const GObjectPointer<GDBusConnection> bus = sessionBus(world.shutdown);
+    if (!bus)
+        return;
+    GVariantBuilder pids;
+    g_variant_builder_init(&pids, G_VARIANT_TYPE("au"));
+    g_variant_builder_add(&pids, "u", static_cast<guint32>(pid));
+    GVariantBuilder properties;
+    g_variant_builder_init(&properties, G_VARIANT_TYPE("a(sv)"));
+    g_variant_builder_add(&properties, "(sv)", "PIDs", g_variant_builder_end(&pids));
+    g_variant_builder_add(&properties, "(sv)", "Slice", g_variant_new_string("app.slice"));
+    g_variant_builder_add(&properties, "(sv)", "CollectMode",
+                          g_variant_new_string("inactive-or-failed"));
+    // Not waking a manager that is not there, and not caring: the session of its own remains.
+    GErrorHolder error;
+    GVariant *reply = g_dbus_connection_call_sync(
+        bus.get(), "org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+        "org.freedesktop.systemd1.Manager", "StartTransientUnit",
+        g_variant_new("(ssa(sv)@a(sa(sv)))", scopeName(application, pid).toUtf8().constData(),
+                      "fail", &properties, g_variant_new_array(G_VARIANT_TYPE("(sa(sv))"), nullptr, 0)),
+        nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, scopeTimeoutMs, world.shutdown, error.out());
+    if (reply)
+        g_variant_unref(reply);
+}
+
+} // namespace corvid::launching

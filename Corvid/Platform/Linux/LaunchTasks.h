@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QList>
+#include <QProcessEnvironment>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+#include <gio/gio.h>
+
+/**
+ * The steps of launching, each a blocking function for a background thread. An error is the
+ * reason in words, empty for success.
+ */
+namespace corvid::launching {
+
+struct World {
+    QProcessEnvironment environment; ///< for the programs that are started
+    GCancellable *shutdown;          ///< ends every wait for the bus; not owned
+};
+
+/** Desktop entry: by D-Bus activation where the entry asks for it and the service exists, else
+    by its Exec line, in a terminal if need be. Bundle: by its executable. */
+QString launchApplication(const World &world, const QString &applicationPath,
+                          const QList<QUrl> &urls);
+
+/** By the default application for the type or scheme, else by xdg-open. */
+QString openWithDefault(const World &world, const QUrl &url);
+
+QString reveal(const World &world, const QString &path);
+
+/** Moves a process that was just started into a systemd scope of its own, so that it does not
+    end with our service. Without a user manager there is nothing to do and nothing is done. */
+void moveToScope(const World &world, qint64 pid, const QString &application);
+
+} // namespace corvid::launching

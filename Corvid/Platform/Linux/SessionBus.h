@@ -1,0 +1,14 @@
+#pragma once
+
+#include "Platform/Linux/GLibPointers.h"
+
+namespace corvid {
+
+/**
+ * This process's connection to the session bus, null where there is none. It may block while the
+ * bus does not answer, so: background only; `cancellable` (from any thread) ends the wait. Losing
+ * the bus later does not end our process.
+ */
+GObjectPointer<GDBusConnection> sessionBus(GCancellable *cancellable);
+
+} // namespace corvid
