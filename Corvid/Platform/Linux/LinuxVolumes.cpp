@@ -14,33 +14,13 @@ namespace corvid {
 
 namespace {
 
-constexpr std::array<std::string_view, 27> networkFileSystems{"afs",
-                                                              "beegfs",
-                                                              "ceph",
-                                                              "cifs",
-                                                              "coda",
-                                                              "davfs",
-                                                              "fuse.afpfs",
-                                                              "fuse.ceph",
-                                                              "fuse.cephfs",
-                                                              "fuse.curlftpfs",
-                                                              "fuse.davfs",
-                                                              "fuse.gcsfuse",
-                                                              "fuse.glusterfs",
-                                                              "fuse.goofys",
-                                                              "fuse.gvfsd-fuse",
-                                                              "fuse.rclone",
-                                                              "fuse.s3fs",
-                                                              "fuse.smbnetfs",
-                                                              "fuse.sshfs",
-                                                              "glusterfs",
-                                                              "lustre",
-                                                              "ncpfs",
-                                                              "nfs",
-                                                              "nfs4",
-                                                              "orangefs",
-                                                              "smb3",
-                                                              "smbfs"};
+// clang-format off
+constexpr std::array<std::string_view, 27> networkFileSystems{
+    "afs", "beegfs", "ceph", "cifs", "coda", "davfs", "fuse.afpfs", "fuse.ceph", "fuse.cephfs",
+    "fuse.curlftpfs", "fuse.davfs", "fuse.gcsfuse", "fuse.glusterfs", "fuse.goofys",
+    "fuse.gvfsd-fuse", "fuse.rclone", "fuse.s3fs", "fuse.smbnetfs", "fuse.sshfs", "glusterfs",
+    "lustre", "ncpfs", "nfs", "nfs4", "orangefs", "smb3", "smbfs"};
+// clang-format on
 
 // Behind FUSE and an automounter's trap there may be anything. "fuseblk" (NTFS, exFAT) has a block
 // device below it and is local, and so are a virtual machine's shared folders (9p, virtiofs): their
