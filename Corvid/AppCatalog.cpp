@@ -1,0 +1,156 @@
+#include "AppCatalog.h"
+
+#include "ApplicationScan.h"
+#include "JsonCache.h"
+#include "Locations.h"
+
+#include <QStringList>
+
+#include <mutex>
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+
+/** The paths whose icons one task fetches, in their order except that urgent ones go first. Each
+    path is handed out once. Any thread. */
+class IconQueue {
+public:
+    explicit IconQueue(QStringList paths) : paths_(std::move(paths)) {}
+
+    /** False when the task has run out of paths and fetches no more. */
+    bool fetchNext(const QString &path) {
+        const std::scoped_lock lock(mutex_);
+        if (ended_)
+            return false;
+        if (!urgent_.contains(path))
+            urgent_.append(path);
+        return true;
+    }
+
+    std::optional<QString> take() {
+        const std::scoped_lock lock(mutex_);
+        while (!ended_) {
+            QString path;
+            if (!urgent_.isEmpty())
+                path = urgent_.takeFirst();
+            else if (next_ < paths_.size())
+                path = paths_[next_++];
+            else
+                break;
+            if (taken_.contains(path))
+                continue;
+            taken_.insert(path);
+            return path;
+        }
+        ended_ = true;
+        return std::nullopt;
+    }
+
+    void end() {
+        const std::scoped_lock lock(mutex_);
+        ended_ = true;
+    }
+
+private:
+    std::mutex mutex_;
+    const QStringList paths_;
+    qsizetype next_ = 0;
+    QStringList urgent_;
+    QSet<QString> taken_;
+    bool ended_ = false;
+};
+
+AppCatalog::AppCatalog(const Workspace &workspace, const DesktopEntries &desktopEntries,
+                       const RoleCatalog &roles, QObject *parent)
+    : QObject(parent), workspace_(workspace), desktopEntries_(desktopEntries), roles_(roles) {}
+
+AppCatalog::~AppCatalog() = default;
+
+void AppCatalog::load() {
+    freshIcons_.clear();
+    const QString cache = locations::cacheFile(u"catalog.json"_s);
+    if (std::vector<AppEntry> cached = readCache<AppEntry>(cache); !cached.empty())
+        apply({std::move(cached)});
+    tasks_.start([this, cache, home = locations::home()](const std::stop_token &stop) {
+        const std::vector<AppEntry> apps =
+            scanAll({bundleFolders(home), desktopEntries_.list(), roles_}, stop);
+        if (stop.stop_requested())
+            return;
+        QMetaObject::invokeMethod(
+            this, [this, snapshot = Snapshot{apps}]() mutable { apply(std::move(snapshot)); },
+            Qt::QueuedConnection);
+        writeCache(cache, apps);
+    });
+}
+
+std::optional<AppEntry> AppCatalog::appAtPath(const QString &path) const {
+    const auto index = byPath_.constFind(path);
+    if (index == byPath_.cend())
+        return std::nullopt;
+    return apps_[*index];
+}
+
+Image AppCatalog::icon(const AppEntry &app) {
+    if (const auto known = icons_.constFind(app.path); known != icons_.cend())
+        return *known;
+    if (!iconQueue_ || !iconQueue_->fetchNext(app.path))
+        fetchIcons({app.path});
+    return workspace_.genericIcon();
+}
+
+void AppCatalog::apply(Snapshot snapshot) {
+    apps_ = std::move(snapshot.apps);
+    byPath_.clear();
+    byPath_.reserve(static_cast<qsizetype>(apps_.size()));
+    for (std::size_t i = 0; i < apps_.size(); ++i) {
+        if (byPath_.contains(apps_[i].path))
+            qFatal("Duplicate values for key: '%s'", qUtf8Printable(apps_[i].path));
+        byPath_.insert(apps_[i].path, i);
+    }
+    prewarmIcons();
+    Q_EMIT appsChanged();
+    if (onUpdate)
+        onUpdate();
+}
+
+void AppCatalog::prewarmIcons() {
+    const auto isGone = [this](const QString &path) { return !byPath_.contains(path); };
+    icons_.removeIf([&isGone](const auto &icon) { return isGone(icon.key()); });
+    freshIcons_.removeIf(isGone);
+    QStringList paths;
+    for (const AppEntry &app : apps_) {
+        if (!freshIcons_.contains(app.path))
+            paths.append(app.path);
+    }
+    fetchIcons(paths);
+}
+
+void AppCatalog::fetchIcons(const QStringList &paths) {
+    if (iconQueue_)
+        iconQueue_->end();
+    iconQueue_ = std::make_shared<IconQueue>(paths);
+    tasks_.start(
+        [this, queue = iconQueue_](const std::stop_token &stop) {
+            while (!stop.stop_requested()) {
+                const std::optional<QString> path = queue->take();
+                if (!path)
+                    break;
+                QMetaObject::invokeMethod(
+                    this,
+                    [this, path = *path, image = workspace_.icon(*path)] {
+                        storeIcon(path, image);
+                    },
+                    Qt::QueuedConnection);
+            }
+        },
+        TaskPriority::Utility);
+}
+
+void AppCatalog::storeIcon(const QString &path, const Image &image) {
+    icons_.insert(path, image);
+    freshIcons_.insert(path);
+    Q_EMIT iconArrived(path);
+}
+
+} // namespace corvid

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "Platform/DesktopEntries.h"
+#include "Platform/Workspace.h"
+#include "Records.h"
+#include "RoleCatalog.h"
+#include "TaskGroup.h"
+
+#include <QHash>
+#include <QObject>
+#include <QSet>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace corvid {
+
+class IconQueue;
+
+/**
+ * The installed applications and their icons. Shows the list of the last run at once, then scans
+ * the machine in the background. Main thread only, and needs an event loop: scans and icons arrive
+ * through it. What cannot be read is left out, a cache that cannot be read or written is none.
+ * The ports and the role catalog must outlive it; the destructor waits for its background work.
+ */
+class AppCatalog final : public QObject {
+    Q_OBJECT
+
+public:
+    /** What a scan brings to the main thread. */
+    struct Snapshot {
+        std::vector<AppEntry> apps;
+    };
+
+    AppCatalog(const Workspace &workspace, const DesktopEntries &desktopEntries,
+               const RoleCatalog &roles, QObject *parent = nullptr);
+    ~AppCatalog() override;
+
+    /** Applies the cached list, if there is one, and starts a scan, whose result is applied and
+        cached. Called again, it starts another scan; the one that ends last counts. A list in
+        which a path occurs twice ends the program. */
+    void load();
+
+    /** Sorted by name. */
+    const std::vector<AppEntry> &apps() const { return apps_; }
+
+    /** The application whose path is exactly this one. */
+    std::optional<AppEntry> appAtPath(const QString &path) const;
+
+    /** Never null and never slow: while the application's own icon has not been fetched, the
+        generic one, and its own is fetched next. iconArrived() tells when to ask again. */
+    Image icon(const AppEntry &app);
+
+    /** The icons fetched so far, by path. */
+    const QHash<QString, Image> &icons() const { return icons_; }
+
+    /** Called after each change of the list. */
+    std::function<void()> onUpdate;
+
+Q_SIGNALS:
+    /** The list is another one. */
+    void appsChanged();
+    /** icon() has a new answer for the application at this path. */
+    void iconArrived(const QString &path);
+
+private:
+    void apply(Snapshot snapshot);
+    void prewarmIcons();
+    void fetchIcons(const QStringList &paths);
+    void storeIcon(const QString &path, const Image &image);
+
+    const Workspace &workspace_;
+    const DesktopEntries &desktopEntries_;
+    const RoleCatalog &roles_;
+    std::vector<AppEntry> apps_;
+    QHash<QString, std::size_t> byPath_; // index into apps_
+    QHash<QString, Image> icons_;
+    QSet<QString> freshIcons_;             // paths whose icons were fetched since the last load()
+    std::shared_ptr<IconQueue> iconQueue_; // shared with the task that empties it
+    TaskGroup tasks_;
+};
+
+} // namespace corvid

@@ -1,0 +1,355 @@
+#include "AppCatalog.h"
+
+#include "Fakes/FakeDesktopEntries.h"
+#include "Fakes/FakeWorkspace.h"
+#include "JsonCache.h"
+#include "Locations.h"
+#include "Wait.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <semaphore>
+
+using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+DesktopEntry entry(const QString &name) {
+    return {name.toLower(), u"/x/%1.desktop"_s.arg(name), name, name, {}, {}, {}};
+}
+
+QString pathOf(const QString &name) {
+    return entry(name).path;
+}
+
+AppEntry cachedApp(const QString &name) {
+    return {name, name.toLower(), pathOf(name), {}, {}, u""_s};
+}
+
+class AppCatalogTest : public testing::Test {
+protected:
+    AppCatalogTest() {
+        qputenv("HOME", home_.path().toLocal8Bit());
+        desktop_.whileListing = [this] {
+            if (holdScans_)
+                scansMayGoOn_.acquire();
+        };
+        workspace_.whileFetchingIcon = [this](const QString &) {
+            if (holdIcons_)
+                iconsMayGoOn_.acquire();
+        };
+    }
+    ~AppCatalogTest() override { qputenv("HOME", oldHome_); }
+
+    void install(const QStringList &names) {
+        desktop_.entries.clear();
+        for (const QString &name : names)
+            desktop_.entries.push_back(entry(name));
+    }
+
+    void writeCacheFile(const QByteArray &bytes) const {
+        ASSERT_TRUE(writeFileAtomically(cachePath(), bytes));
+    }
+    QByteArray cacheFile() const {
+        QFile file(cachePath());
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    QString cachePath() const { return home_.filePath(u".local/share/Corvid/catalog.json"_s); }
+
+    QStringList names() const {
+        QStringList names;
+        for (const AppEntry &app : catalog().apps())
+            names.append(app.name);
+        return names;
+    }
+
+    AppCatalog &catalog() { return *catalog_; }
+    const AppCatalog &catalog() const { return *catalog_; }
+
+    void countUpdates() {
+        catalog().onUpdate = [this] { ++updates_; };
+    }
+    bool loadAndWaitForScan() {
+        const int before = updates_;
+        catalog().load();
+        return waitUntil([&] { return updates_ > before; });
+    }
+
+    QTemporaryDir home_;
+    QByteArray oldHome_ = qgetenv("HOME");
+    FakeWorkspace workspace_;
+    FakeDesktopEntries desktop_;
+    RoleCatalog roles_{{}};
+    int updates_ = 0;
+    std::atomic<bool> holdScans_ = false;
+    std::counting_semaphore<> scansMayGoOn_{0};
+    std::atomic<bool> holdIcons_ = false;
+    std::counting_semaphore<> iconsMayGoOn_{0};
+    // Last: its tasks use all of the above.
+    std::unique_ptr<AppCatalog> catalog_ =
+        std::make_unique<AppCatalog>(workspace_, desktop_, roles_);
+};
+
+using AppCatalogDeathTest = AppCatalogTest;
+
+} // namespace
+
+TEST_F(AppCatalogTest, startsEmpty) {
+    EXPECT_TRUE(catalog().apps().empty());
+    EXPECT_TRUE(catalog().icons().isEmpty());
+    EXPECT_FALSE(catalog().onUpdate);
+    EXPECT_EQ(catalog().appAtPath(u"/x"_s), std::nullopt);
+}
+
+TEST_F(AppCatalogTest, theCachedListIsThereWhenLoadReturnsAndTheScanReplacesIt) {
+    writeCacheFile(encodeRecords<AppEntry>({cachedApp(u"Old"_s)}));
+    install({u"New"_s, u"Also"_s});
+    countUpdates();
+    catalog().load();
+    EXPECT_EQ(names(), QStringList{u"Old"_s});
+    EXPECT_EQ(updates_, 1);
+    EXPECT_TRUE(waitUntil([this] { return updates_ == 2; }));
+    EXPECT_EQ(names(), (QStringList{u"Also"_s, u"New"_s}));
+}
+
+TEST_F(AppCatalogTest, anEmptyCachedListIsNotAppliedAndTheScanOverwritesIt) {
+    writeCacheFile("[]");
+    install({u"New"_s});
+    countUpdates();
+    catalog().load();
+    EXPECT_EQ(updates_, 0);
+    EXPECT_TRUE(waitUntil([this] { return updates_ == 1; }));
+    EXPECT_EQ(names(), QStringList{u"New"_s});
+    EXPECT_TRUE(waitUntil([this] { return cacheFile().contains("New"); }));
+}
+
+TEST_F(AppCatalogTest, aCacheThatCannotBeReadIsNotApplied) {
+    QJsonObject incomplete = toJson(cachedApp(u"Old"_s));
+    incomplete.remove(u"aliases"_s);
+    for (const QByteArray &bytes :
+         {QByteArray("{"), QByteArray("null"),
+          QJsonDocument(QJsonArray{toJson(cachedApp(u"Sound"_s)), incomplete}).toJson()}) {
+        writeCacheFile(bytes);
+        countUpdates();
+        updates_ = 0;
+        catalog().load();
+        EXPECT_EQ(updates_, 0) << bytes.constData();
+        EXPECT_TRUE(waitUntil([this] { return updates_ == 1 && cacheFile() == "[]"; }));
+    }
+}
+
+TEST_F(AppCatalogTest, withoutACacheTheScanFillsTheList) {
+    install({u"New"_s});
+    countUpdates();
+    ASSERT_TRUE(loadAndWaitForScan());
+    EXPECT_EQ(names(), QStringList{u"New"_s});
+}
+
+TEST_F(AppCatalogTest, aScanThatFindsNothingIsAppliedAndCached) {
+    writeCacheFile(encodeRecords<AppEntry>({cachedApp(u"Old"_s)}));
+    countUpdates();
+    catalog().load();
+    EXPECT_TRUE(waitUntil([this] { return updates_ == 2; }));
+    EXPECT_TRUE(catalog().apps().empty());
+    EXPECT_TRUE(waitUntil([this] { return cacheFile() == "[]"; }));
+}
+
+TEST_F(AppCatalogTest, theCacheHoldsTheScannedListInCompactForm) {
+    install({u"New"_s});
+    countUpdates();
+    ASSERT_TRUE(loadAndWaitForScan());
+    EXPECT_TRUE(
+        waitUntil([this] { return cacheFile() == encodeRecords<AppEntry>(catalog().apps()); }));
+    EXPECT_FALSE(cacheFile().contains('\n'));
+}
+
+TEST_F(AppCatalogTest, aCacheThatCannotBeWrittenIsLostAndNothingMore) {
+    QFile blocking(home_.filePath(u".local"_s));
+    ASSERT_TRUE(blocking.open(QIODevice::WriteOnly));
+    install({u"New"_s});
+    countUpdates();
+    ASSERT_TRUE(loadAndWaitForScan());
+    EXPECT_EQ(names(), QStringList{u"New"_s});
+}
+
+TEST_F(AppCatalogTest, bundlesInTheHomeFoldersApplicationsAreListed) {
+    const QString bundle = home_.filePath(u"Applications/Foo.app"_s);
+    ASSERT_TRUE(writeFileAtomically(bundle + "/Contents/Info.plist"_L1,
+                                    "<plist><dict><key>CFBundleIdentifier</key>"
+                                    "<string>com.example.foo</string></dict></plist>"));
+    countUpdates();
+    ASSERT_TRUE(loadAndWaitForScan());
+    ASSERT_TRUE(catalog().appAtPath(bundle));
+    EXPECT_EQ(catalog().appAtPath(bundle)->bundleID, u"com.example.foo");
+}
+
+TEST_F(AppCatalogTest, observersSeeTheNewListAndItsPaths) {
+    install({u"New"_s});
+    QStringList seen;
+    QObject::connect(&catalog(), &AppCatalog::appsChanged, [&] {
+        EXPECT_TRUE(catalog().appAtPath(pathOf(u"New"_s)));
+        seen.append(u"signal"_s);
+    });
+    catalog().onUpdate = [&] {
+        EXPECT_TRUE(catalog().appAtPath(pathOf(u"New"_s)));
+        seen.append(u"callback"_s);
+    };
+    catalog().load();
+    EXPECT_TRUE(waitUntil([&] { return seen.size() == 2; }));
+    EXPECT_EQ(seen, (QStringList{u"signal"_s, u"callback"_s}));
+}
+
+TEST_F(AppCatalogTest, anApplicationIsFoundByExactlyItsPath) {
+    install({u"New"_s});
+    countUpdates();
+    ASSERT_TRUE(loadAndWaitForScan());
+    EXPECT_EQ(catalog().appAtPath(u"/x/New.desktop"_s), catalog().apps().front());
+    for (const QString &path : {u"/x/New.desktop/"_s, u"/x/new.desktop"_s, u"New"_s, u""_s})
+        EXPECT_EQ(catalog().appAtPath(path), std::nullopt) << qPrintable(path);
+}
+
+TEST_F(AppCatalogTest, pathsOfTheEarlierListAreForgotten) {
+    writeCacheFile(encodeRecords<AppEntry>({cachedApp(u"Old"_s)}));
+    countUpdates();
+    catalog().load();
+    EXPECT_TRUE(catalog().appAtPath(pathOf(u"Old"_s)));
+    EXPECT_TRUE(waitUntil([this] { return updates_ == 2; }));
+    EXPECT_EQ(catalog().appAtPath(pathOf(u"Old"_s)), std::nullopt);
+}
+
+TEST_F(AppCatalogDeathTest, aCachedListThatRepeatsAPathStopsTheProgram) {
+    AppEntry twin = cachedApp(u"Old"_s);
+    twin.bundleID = u"other"_s;
+    writeCacheFile(encodeRecords<AppEntry>({cachedApp(u"Old"_s), twin}));
+    EXPECT_DEATH(catalog().load(), "Duplicate values for key: '/x/Old.desktop'");
+}
+
+TEST_F(AppCatalogTest, aSecondLoadScansAgainAndTheLaterResultCounts) {
+    holdScans_ = true;
+    countUpdates();
+    catalog().load();
+    catalog().load();
+    scansMayGoOn_.release(2);
+    EXPECT_TRUE(waitUntil([this] { return updates_ == 2; }));
+    holdScans_ = false;
+    install({u"Third"_s});
+    ASSERT_TRUE(loadAndWaitForScan());
+    EXPECT_EQ(names(), QStringList{u"Third"_s});
+}
+
+TEST_F(AppCatalogTest, mayBeDestroyedInMidScan) {
+    holdScans_ = true;
+    countUpdates();
+    catalog().load();
+    scansMayGoOn_.release();
+    catalog_.reset();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(updates_, 0);
+}
+
+TEST_F(AppCatalogTest, mayBeDestroyedWhileIconsAreFetched) {
+    holdIcons_ = true;
+    install({u"A"_s, u"B"_s, u"C"_s});
+    countUpdates();
+    ASSERT_TRUE(loadAndWaitForScan());
+    iconsMayGoOn_.release(3);
+    catalog_.reset();
+    QCoreApplication::processEvents();
+}
+
+TEST_F(AppCatalogTest, iconsAreFetchedInListOrder) {
+    install({u"C"_s, u"A"_s, u"B"_s});
+    countUpdates();
+    ASSERT_TRUE(loadAndWaitForScan());
+    EXPECT_TRUE(waitUntil([this] { return catalog().icons().size() == 3; }));
+    EXPECT_EQ(workspace_.iconsFetched(),
+              (QStringList{pathOf(u"A"_s), pathOf(u"B"_s), pathOf(u"C"_s)}));
+}
+
+TEST_F(AppCatalogTest, anIconIsGenericUntilItsOwnHasArrived) {
+    const Image own = fakeImage();
+    workspace_.icons[pathOf(u"A"_s)] = own;
+    holdIcons_ = true;
+    install({u"A"_s});
+    QStringList arrived;
+    QObject::connect(&catalog(), &AppCatalog::iconArrived,
+                     [&arrived](const QString &path) { arrived.append(path); });
+    countUpdates();
+    ASSERT_TRUE(loadAndWaitForScan());
+    EXPECT_EQ(catalog().icon(catalog().apps().front()), workspace_.genericIcon());
+    iconsMayGoOn_.release();
+    EXPECT_TRUE(waitUntil([&arrived] { return !arrived.isEmpty(); }));
+    EXPECT_EQ(arrived, QStringList{pathOf(u"A"_s)});
+    EXPECT_EQ(catalog().icon(catalog().apps().front()), own);
+    EXPECT_EQ(workspace_.iconsFetched().size(), 1);
+}
+
+TEST_F(AppCatalogTest, anIconThatIsAskedForIsFetchedNext) {
+    holdIcons_ = true;
+    install({u"A"_s, u"B"_s, u"C"_s, u"D"_s});
+    countUpdates();
+    ASSERT_TRUE(loadAndWaitForScan());
+    catalog().icon(*catalog().appAtPath(pathOf(u"D"_s)));
+    catalog().icon(*catalog().appAtPath(pathOf(u"D"_s)));
+    iconsMayGoOn_.release(4);
+    EXPECT_TRUE(waitUntil([this] { return catalog().icons().size() == 4; }));
+    // The task may already have been at work on A when D was asked for.
+    QStringList fetched = workspace_.iconsFetched();
+    EXPECT_LE(fetched.indexOf(pathOf(u"D"_s)), 1);
+    fetched.removeOne(pathOf(u"D"_s));
+    EXPECT_EQ(fetched, (QStringList{pathOf(u"A"_s), pathOf(u"B"_s), pathOf(u"C"_s)}));
+}
+
+TEST_F(AppCatalogTest, anIconOutsideTheListIsFetchedWhenAskedFor) {
+    const AppEntry stranger = cachedApp(u"Stranger"_s);
+    EXPECT_EQ(catalog().icon(stranger), workspace_.genericIcon());
+    EXPECT_TRUE(waitUntil([&] { return catalog().icons().contains(stranger.path); }));
+}
+
+TEST_F(AppCatalogTest, iconsOfTheCachedListAreNotFetchedAgainByItsScan) {
+    writeCacheFile(encodeRecords<AppEntry>({cachedApp(u"A"_s), cachedApp(u"Gone"_s)}));
+    install({u"A"_s, u"B"_s});
+    holdScans_ = true;
+    countUpdates();
+    catalog().load();
+    EXPECT_TRUE(waitUntil([this] { return catalog().icons().size() == 2; }));
+    scansMayGoOn_.release();
+    EXPECT_TRUE(waitUntil([this] { return catalog().icons().contains(pathOf(u"B"_s)); }));
+    EXPECT_EQ(workspace_.iconsFetched(),
+              (QStringList{pathOf(u"A"_s), pathOf(u"Gone"_s), pathOf(u"B"_s)}));
+    EXPECT_FALSE(catalog().icons().contains(pathOf(u"Gone"_s))) << "no longer in the list";
+}
+
+TEST_F(AppCatalogTest, aLaterLoadFetchesAllIconsAnewAndKeepsTheOldOnesMeanwhile) {
+    workspace_.icons[pathOf(u"A"_s)] = fakeImage();
+    install({u"A"_s});
+    countUpdates();
+    ASSERT_TRUE(loadAndWaitForScan());
+    EXPECT_TRUE(waitUntil([this] { return !catalog().icons().isEmpty(); }));
+    holdIcons_ = true;
+    ASSERT_TRUE(loadAndWaitForScan());
+    EXPECT_EQ(catalog().icon(catalog().apps().front()), workspace_.icons[pathOf(u"A"_s)]);
+    iconsMayGoOn_.release(2);
+    EXPECT_TRUE(waitUntil([this] { return workspace_.iconsFetched().size() >= 2; }));
+}
+
+TEST_F(AppCatalogTest, aNewListEndsTheFetchingForTheOldOne) {
+    writeCacheFile(encodeRecords<AppEntry>(
+        {cachedApp(u"Old1"_s), cachedApp(u"Old2"_s), cachedApp(u"Old3"_s)}));
+    install({u"New"_s});
+    holdIcons_ = true;
+    countUpdates();
+    catalog().load();
+    EXPECT_TRUE(waitUntil([this] { return updates_ == 2; }));
+    iconsMayGoOn_.release(4);
+    EXPECT_TRUE(waitUntil([this] { return catalog().icons().contains(pathOf(u"New"_s)); }));
+    catalog_.reset();
+    EXPECT_FALSE(workspace_.iconsFetched().contains(pathOf(u"Old2"_s)));
+    EXPECT_FALSE(workspace_.iconsFetched().contains(pathOf(u"Old3"_s)));
+}
