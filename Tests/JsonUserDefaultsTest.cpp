@@ -214,6 +214,23 @@ TEST_F(UserDefaultsFile, theGenerationDiffersWhenMergingGivesAnotherValueThanWas
     EXPECT_EQ(defaults.value(u"count"_s), QJsonValue(11));
 }
 
+TEST_F(UserDefaultsFile, theGenerationDiffersWhenTheFileWinsOverWhatWasShown) {
+    edit(R"({"a": 1})");
+    JsonUserDefaults defaults(file());
+    HeldLock lock(file());
+    const auto atLeastFive = [](const QJsonValue &value) {
+        return QJsonValue(std::max<qint64>(value.toInteger(), 5));
+    };
+    defaults.update(u"a"_s, atLeastFive);
+    edit(R"({"a": 10})");
+    const quint64 generation = defaults.generation();
+    EXPECT_EQ(defaults.value(u"a"_s), QJsonValue(5));
+    lock.release();
+    defaults.synchronize();
+    EXPECT_NE(defaults.generation(), generation);
+    EXPECT_EQ(defaults.value(u"a"_s), QJsonValue(10));
+}
+
 // --- Writing
 
 TEST_F(UserDefaultsFile, anUpdateIsVisibleAtOnceAndDoesNotWaitForTheDisk) {
