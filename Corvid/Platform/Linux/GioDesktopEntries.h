@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Platform/DesktopEntries.h"
+
+namespace corvid {
+
+/**
+ * The desktop entries as GIO reads them, from folders that we list ourselves: GIO looks them up
+ * once and for all when first used, and misses those of Flatpak and Snap when the session's
+ * environment does.
+ */
+class GioDesktopEntries final : public DesktopEntries {
+public:
+    std::vector<DesktopEntry> list() const override;
+
+    /** The "applications" folders in order of precedence: the user's, Flatpak's, the system's,
+        Snap's. Read from the environment afresh; they need not exist. */
+    static QStringList folders();
+};
+
+} // namespace corvid
