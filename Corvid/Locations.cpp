@@ -22,7 +22,8 @@ QString xdgFolder(const char *variable, QLatin1StringView belowHome) {
     const QString folder = QFile::decodeName(qgetenv(variable));
     if (folder.startsWith(u'/'))
         return withoutTrailingSlashes(folder);
-    return home() + belowHome;
+    const QString homeFolder = home();
+    return homeFolder == u'/' ? QString(belowHome) : homeFolder + belowHome;
 }
 
 } // namespace
