@@ -2,6 +2,7 @@
 
 #include "LaunchWorld.h"
 
+#include <QCoreApplication>
 #include <QThread>
 
 #include <cerrno>
@@ -19,7 +20,7 @@ public:
     void SetUp() override {
         const QString home = QDir::homePath();
         qputenv("XDG_DATA_DIRS", QFile::encodeName(home + "/no-system"_L1));
-        for (const QString handler : {u"folders"_s, u"web"_s}) {
+        for (const QString &handler : {u"folders"_s, u"web"_s}) {
             writeTracingProgram(home + "/bin/"_L1 + handler, home + "/trace."_L1 + handler);
             writeFile(home + "/.local/share/applications/"_L1 + handler + ".desktop"_L1,
                       u"[Desktop Entry]\nType=Application\nName=%1\nExec=%2/bin/%1 %u\n"_s
@@ -37,7 +38,9 @@ const auto *const handlers = ::testing::AddGlobalTestEnvironment(new DefaultHand
 class ApplicationLauncherTest : public ::testing::Test {
 protected:
     ApplicationLauncherTest() {
-        environment_.insert(u"PATH"_s, path("bin"_L1) + ":/usr/bin:/bin"_L1);
+        const QString programs = path("bin"_L1) + ":/usr/bin:/bin"_L1;
+        qputenv("PATH", QFile::encodeName(programs)); // where entries' programs are looked for
+        environment_.insert(u"PATH"_s, programs);
         environment_.remove(u"TERMINAL"_s);
         QDir().mkpath(path("bin"_L1));
         QFile::remove(QDir::homePath() + "/trace.folders"_L1);
@@ -212,8 +215,8 @@ TEST_F(ApplicationLauncherTest, aBusActivatedApplicationIsActivatedOverTheBus) {
         EXPECT_EQ(launch(file, {u"/tmp/a b"_s}), QString());
     }
     const QString calls = readFile(trace(u"bus"_s));
-    EXPECT_EQ(calls, u"org.freedesktop.Application.Activate (@a{sv} {},)\n"
-                     "org.freedesktop.Application.Open (['file:///tmp/a%20b'], @a{sv} {})\n"_s);
+    EXPECT_EQ(calls, u"org.freedesktop.Application.Activate ({},)\n"
+                     "org.freedesktop.Application.Open (['file:///tmp/a%20b'], {})\n"_s);
     EXPECT_FALSE(QFile::exists(trace(u"app"_s))) << "started twice";
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "EventLoop.h"
+#include "QtPrinters.h"
 
 #include <QDir>
 #include <QFile>

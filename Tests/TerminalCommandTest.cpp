@@ -1,5 +1,7 @@
 #include "Platform/Linux/TerminalCommand.h"
 
+#include "QtPrinters.h"
+
 #include <gtest/gtest.h>
 
 using namespace corvid;
