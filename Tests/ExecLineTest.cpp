@@ -100,13 +100,3 @@ TEST(ExecLine, anyNumberOfPercentSignsSurvives) {
         EXPECT_EQ(lines[0][1], u'x' + QString((count + 1) / 2, u'%')) << count;
     }
 }
-
-TEST(ExecLine, theProgramsNameIsThatOfItsFile) {
-    EXPECT_EQ(execProgramName(u"code --new %F"_s), u"code");
-    EXPECT_EQ(execProgramName(u"\"/opt/my editor/bin/ed it\" %f"_s), u"ed it");
-    EXPECT_EQ(execProgramName(u"/usr/bin/env A=1 B= /usr/bin/code %F"_s), u"code");
-    EXPECT_EQ(execProgramName(u"env A=1"_s), u"");
-    EXPECT_EQ(execProgramName(u"env"_s), u"");
-    EXPECT_EQ(execProgramName(QString()), u"");
-    EXPECT_EQ(execProgramName(u"\"broken"_s), u"");
-}

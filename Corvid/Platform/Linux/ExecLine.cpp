@@ -124,16 +124,4 @@ std::vector<QStringList> expandExec(const QString &exec, const ExecFields &field
     return result;
 }
 
-QString execProgramName(const QString &exec) {
-    const QStringList words = unquoted(exec);
-    auto word = words.begin();
-    const auto atEnd = [&] { return word == words.end(); };
-    if (!atEnd() && word->section(u'/', -1) == "env"_L1) {
-        ++word;
-        while (!atEnd() && (word->contains(u'=') || word->startsWith(u'-')))
-            ++word;
-    }
-    return atEnd() ? QString() : word->section(u'/', -1);
-}
-
 } // namespace corvid

@@ -26,8 +26,4 @@ struct ExecFields {
 std::vector<QStringList> expandExec(const QString &exec, const ExecFields &fields,
                                     const QList<QUrl> &urls);
 
-/** The name of the program that an Exec line runs, without folders and looking through a leading
-    "env" with its assignments. Empty when there is none. Pure. */
-QString execProgramName(const QString &exec);
-
 } // namespace corvid

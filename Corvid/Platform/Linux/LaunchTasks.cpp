@@ -1,7 +1,7 @@
 #include "Platform/Linux/LaunchTasks.h"
 
 #include "Locations.h"
-#include "Platform/Linux/BundleExecutable.h"
+#include "Platform/Linux/BundleProperties.h"
 #include "Platform/Linux/DesktopSettings.h"
 #include "Platform/Linux/DetachedProcess.h"
 #include "Platform/Linux/ExecLine.h"

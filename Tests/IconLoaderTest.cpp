@@ -1,0 +1,231 @@
+#include "Platform/Linux/IconLoader.h"
+
+#include "Platform/Linux/IconDrawing.h"
+#include "EventLoop.h"
+#include "QtPrinters.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString fixtures = QStringLiteral(CORVID_TEST_FIXTURES "/icons/");
+const QColor red(255, 0, 0);
+const QColor blue(0, 0, 255);
+const QColor nothing(0, 0, 0, 0);
+
+class IconLoaderTest : public ::testing::Test {
+protected:
+    IconLoaderTest() {
+        file(u"themes/t/index.theme"_s,
+             "[Icon Theme]\nDirectories=32\n[32]\nSize=32\nType=Fixed\n");
+    }
+
+    QString path(const QString &name) const { return root_.path() + u'/' + name; }
+
+    void file(const QString &name, const QByteArray &content) const {
+        QDir().mkpath(QFileInfo(path(name)).path());
+        QFile out(path(name));
+        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+        out.write(content);
+    }
+    void png(const QString &name, QSize size, QColor color) const {
+        QDir().mkpath(QFileInfo(path(name)).path());
+        QImage image(size, QImage::Format_RGB32);
+        image.fill(color);
+        ASSERT_TRUE(image.save(path(name), "PNG"));
+    }
+    QString entry(const QString &icon) const {
+        file(u"app.desktop"_s,
+             "[Desktop Entry]\nType=Application\nName=x\nExec=x\nIcon=" + icon.toUtf8() + '\n');
+        return path(u"app.desktop"_s);
+    }
+
+    IconLoader loader(qreal devicePixelRatio = 1) const {
+        return {[] { return u"t"_s; }, {{path(u"themes"_s)}, {path(u"pixmaps"_s)}},
+                devicePixelRatio};
+    }
+
+    QTemporaryDir root_;
+};
+
+QColor middle(const Image &image) {
+    return image->pixelColor(image->width() / 2, image->height() / 2);
+}
+
+} // namespace
+
+TEST_F(IconLoaderTest, anEntrysIconIsNamedInTheThemeOrAFile) {
+    png(u"themes/t/32/named.png"_s, {32, 32}, red);
+    png(u"elsewhere/file.png"_s, {32, 32}, blue);
+    EXPECT_EQ(middle(loader().icon(entry(u"named"_s))), red);
+    EXPECT_EQ(middle(loader().icon(entry(path(u"elsewhere/file.png"_s)))), blue);
+    EXPECT_EQ(middle(loader().icon(entry(u"named.png"_s))), red) << "with a needless extension";
+}
+
+TEST_F(IconLoaderTest, aDotInAnIconsNameIsNoExtension) {
+    png(u"themes/t/32/org.example.App.png"_s, {32, 32}, red);
+    EXPECT_EQ(middle(loader().icon(entry(u"org.example.App"_s))), red);
+}
+
+TEST_F(IconLoaderTest, everyFormatIsRead) {
+    for (const QString &name : {u"square.svg"_s, u"packed.svgz"_s, u"square.xpm"_s})
+        EXPECT_EQ(middle(loader().icon(entry(fixtures + name))), red) << qPrintable(name);
+}
+
+TEST_F(IconLoaderTest, aPictureWithTextIsReadOnAnyThread) {
+    const IconLoader icons = loader();
+    const QString path = entry(fixtures + "text.svg"_L1);
+    Image image;
+    std::thread([&] { image = icons.icon(path); }).join();
+    EXPECT_EQ(image->pixelColor(30, 30), QColor(0, 255, 0));
+}
+
+TEST_F(IconLoaderTest, everyIconIsASquareOf32PointsAtTheScreensResolution) {
+    png(u"small.png"_s, {8, 8}, red);
+    png(u"large.png"_s, {500, 500}, red);
+    const std::pair<qreal, int> rows[]{{1, 32}, {1.25, 40}, {1.5, 48}, {2, 64}, {3, 96}};
+    for (const auto &[ratio, pixels] : rows) {
+        const IconLoader icons = loader(ratio);
+        for (const QString &icon : {path(u"small.png"_s), path(u"large.png"_s),
+                                    fixtures + "square.svg"_L1, fixtures + "wide.svg"_L1,
+                                    u"no-such-icon"_s}) {
+            const Image image = icons.icon(entry(icon));
+            ASSERT_TRUE(image);
+            EXPECT_EQ(image->size(), QSize(pixels, pixels)) << qPrintable(icon);
+            EXPECT_EQ(image->devicePixelRatio(), ratio) << qPrintable(icon);
+        }
+    }
+}
+
+TEST_F(IconLoaderTest, aPictureThatIsNoSquareKeepsItsShapeInTheMiddle) {
+    png(u"wide.png"_s, {200, 100}, blue);
+    for (const QString &icon : {path(u"wide.png"_s), fixtures + "wide.svg"_L1}) {
+        const Image image = loader().icon(entry(icon));
+        EXPECT_EQ(middle(image), blue) << qPrintable(icon);
+        EXPECT_EQ(image->pixelColor(1, 16), blue) << qPrintable(icon);
+        EXPECT_EQ(image->pixelColor(16, 4), nothing) << qPrintable(icon);
+        EXPECT_EQ(image->pixelColor(16, 27), nothing) << qPrintable(icon);
+    }
+}
+
+TEST_F(IconLoaderTest, whatHasNoIconHasTheGenericOne) {
+    const IconLoader icons = loader();
+    const Image generic = icons.genericIcon();
+    ASSERT_TRUE(generic);
+    EXPECT_EQ(icons.icon(path(u"gone.desktop"_s)), generic);
+    EXPECT_EQ(icons.icon(path(u"Gone.app"_s)), generic);
+    EXPECT_EQ(icons.icon(path(u"gone"_s)), generic);
+    EXPECT_EQ(icons.icon(QString()), generic);
+    EXPECT_EQ(icons.icon(entry(QString())), generic);
+    EXPECT_EQ(icons.icon(entry(u"no-such-icon"_s)), generic);
+    EXPECT_EQ(icons.icon(entry(path(u"no/such/file.png"_s))), generic);
+    file(u"damaged.desktop"_s, "\xff[[\n");
+    EXPECT_EQ(icons.icon(path(u"damaged.desktop"_s)), generic);
+}
+
+TEST_F(IconLoaderTest, whatIsNoSoundPictureHasTheGenericOne) {
+    const IconLoader icons = loader();
+    file(u"text.png"_s, "no picture at all");
+    file(u"cut.svg"_s, "<svg xmlns=\"http://www.w3.org/2000/svg\"><rect");
+    file(u"empty.png"_s, "");
+    file(u"cut.svgz"_s, QByteArray("\x1f\x8b\x08\x00", 4));
+    file(u"large.svg"_s, QByteArray(9 * 1024 * 1024, ' '));
+    png(u"wide.png"_s, {5000, 2}, red);
+    QDir().mkpath(path(u"folder.png"_s));
+    for (const QString &name : {u"text.png"_s, u"cut.svg"_s, u"empty.png"_s, u"cut.svgz"_s,
+                               u"large.svg"_s, u"wide.png"_s, u"folder.png"_s})
+        EXPECT_EQ(icons.icon(entry(path(name))), icons.genericIcon()) << qPrintable(name);
+}
+
+TEST_F(IconLoaderTest, aFileThatUnpacksToGigabytesIsNoPicture) {
+    // Small on the disk; read as a whole it would fill the memory.
+    QProcess gzip;
+    gzip.setStandardOutputFile(path(u"bomb.svgz"_s));
+    gzip.start(u"sh"_s, {u"-c"_s, u"head -c 64000000 /dev/zero | gzip -9c"_s});
+    ASSERT_TRUE(gzip.waitForFinished());
+    ASSERT_LT(QFileInfo(path(u"bomb.svgz"_s)).size(), 1'000'000);
+    const IconLoader icons = loader();
+    EXPECT_EQ(icons.icon(entry(path(u"bomb.svgz"_s))), icons.genericIcon());
+}
+
+TEST_F(IconLoaderTest, aBundlesIconIsTheOneItsPropertiesName) {
+    const auto properties = [this](const QByteArray &icon) {
+        file(u"My.app/Contents/Info.plist"_s,
+             "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>CFBundleIconFile</key>"
+             "<string>" + icon + "</string></dict></plist>");
+    };
+    png(u"My.app/Contents/Resources/Icon.png"_s, {32, 32}, red);
+    const IconLoader icons = loader();
+    for (const QByteArray &name : {"Icon.png", "Icon", "Icon.icns"}) {
+        properties(name);
+        EXPECT_EQ(middle(icons.icon(path(u"My.app"_s))), red) << name.constData();
+    }
+    png(u"outside.png"_s, {32, 32}, red);
+    for (const QByteArray &name : {"Other", "", "../../../outside.png"}) {
+        properties(name);
+        EXPECT_EQ(icons.icon(path(u"My.app"_s)), icons.genericIcon()) << name.constData();
+    }
+}
+
+TEST_F(IconLoaderTest, aFolderHasTheThemesFolderIconAndTheHomeFolderItsOwn) {
+    png(u"themes/t/32/folder.png"_s, {32, 32}, red);
+    EXPECT_EQ(middle(loader().icon(root_.path())), red);
+    EXPECT_EQ(middle(loader().icon(QDir::homePath())), red) << "no icon for the home folder";
+    png(u"themes/t/32/user-home.png"_s, {32, 32}, blue);
+    EXPECT_EQ(middle(loader().icon(QDir::homePath())), blue);
+    EXPECT_EQ(middle(loader().icon(root_.path())), red);
+}
+
+TEST_F(IconLoaderTest, aFolderHasOurIconWhereTheThemeHasNone) {
+    const IconLoader icons = loader();
+    EXPECT_EQ(icons.icon(root_.path())->convertToFormat(QImage::Format_ARGB32),
+              [] {
+                  QImage image = drawFolderIcon(32);
+                  return image.convertToFormat(QImage::Format_ARGB32);
+              }());
+}
+
+TEST_F(IconLoaderTest, anIconThatIsInstalledLaterIsFound) {
+    const IconLoader icons = loader();
+    EXPECT_EQ(icons.icon(entry(u"late"_s)), icons.genericIcon());
+    png(u"themes/t/32/late.png"_s, {32, 32}, red);
+    file(u"themes/t/icon-theme.cache"_s, "as installers do");
+    EXPECT_TRUE(test::eventually(
+        [&] { return icons.icon(path(u"app.desktop"_s)) != icons.genericIcon(); }));
+}
+
+TEST_F(IconLoaderTest, severalThreadsMayAskAtOnce) {
+    png(u"themes/t/32/named.png"_s, {32, 32}, red);
+    const IconLoader icons = loader();
+    const QString path = entry(u"named"_s);
+    std::vector<std::thread> threads;
+    std::atomic<int> right = 0;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int n = 0; n < 50; ++n)
+                if (middle(icons.icon(path)) == red)
+                    ++right;
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(right, 200);
+}
+
+TEST(IconDrawing, theStandInsAreShapesOnATransparentSquare) {
+    for (const QImage &image : {drawApplicationIcon(64), drawFolderIcon(64)}) {
+        EXPECT_EQ(image.size(), QSize(64, 64));
+        EXPECT_EQ(image.pixelColor(0, 0), nothing);
+        EXPECT_EQ(image.pixelColor(63, 63), nothing);
+        EXPECT_EQ(image.pixelColor(20, 44).alpha(), 255);
+    }
+}
