@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <mutex>
+#include <utility>
 
 namespace corvid {
 
@@ -71,7 +72,7 @@ void AppCatalog::load() {
     freshIcons_.clear();
     const QString cache = locations::cacheFile(u"catalog.json"_s);
     if (std::vector<AppEntry> cached = readCache<AppEntry>(cache); !cached.empty())
-        apply({std::move(cached)});
+        apply(Snapshot{std::move(cached)});
     tasks_.start([this, cache, home = locations::home()](const std::stop_token &stop) {
         const std::vector<AppEntry> apps =
             scanAll({bundleFolders(home), desktopEntries_.list(), roles_}, stop);
@@ -92,22 +93,33 @@ std::optional<AppEntry> AppCatalog::appAtPath(const QString &path) const {
 }
 
 Image AppCatalog::icon(const AppEntry &app) {
-    if (const auto known = icons_.constFind(app.path); known != icons_.cend())
+    return iconForPath(app.path);
+}
+
+Image AppCatalog::iconForPath(const QString &path) {
+    if (const auto known = icons_.constFind(path); known != icons_.cend())
         return *known;
-    if (!iconQueue_ || !iconQueue_->fetchNext(app.path))
-        fetchIcons({app.path});
+    if (!iconQueue_ || !iconQueue_->fetchNext(path))
+        fetchIcons({path});
     return workspace_.genericIcon();
 }
 
 void AppCatalog::apply(Snapshot snapshot) {
     apps_ = std::move(snapshot.apps);
-    byPath_.clear();
+    searchIndex_ = std::move(snapshot.searchIndex);
+    const QHash<QString, std::size_t> before = std::exchange(byPath_, {});
     byPath_.reserve(static_cast<qsizetype>(apps_.size()));
     for (std::size_t i = 0; i < apps_.size(); ++i) {
         if (byPath_.contains(apps_[i].path))
             qFatal("Duplicate values for key: '%s'", qUtf8Printable(apps_[i].path));
         byPath_.insert(apps_[i].path, i);
     }
+    // Only icons of applications go with them: the folders' stay.
+    const auto isGone = [&](const QString &path) {
+        return before.contains(path) && !byPath_.contains(path);
+    };
+    icons_.removeIf([&isGone](const auto &icon) { return isGone(icon.key()); });
+    freshIcons_.removeIf(isGone);
     prewarmIcons();
     Q_EMIT appsChanged();
     if (onUpdate)
@@ -115,9 +127,6 @@ void AppCatalog::apply(Snapshot snapshot) {
 }
 
 void AppCatalog::prewarmIcons() {
-    const auto isGone = [this](const QString &path) { return !byPath_.contains(path); };
-    icons_.removeIf([&isGone](const auto &icon) { return isGone(icon.key()); });
-    freshIcons_.removeIf(isGone);
     QStringList paths;
     for (const AppEntry &app : apps_) {
         if (!freshIcons_.contains(app.path))

@@ -4,6 +4,7 @@
 #include "Platform/Workspace.h"
 #include "Records.h"
 #include "RoleCatalog.h"
+#include "SearchIndex.h"
 #include "TaskGroup.h"
 
 #include <QHash>
@@ -31,7 +32,10 @@ class AppCatalog final : public QObject {
 public:
     /** What a scan brings to the main thread. */
     struct Snapshot {
+        explicit Snapshot(std::vector<AppEntry> list) : apps(std::move(list)), searchIndex(apps) {}
+
         std::vector<AppEntry> apps;
+        AppSearchIndex searchIndex;
     };
 
     AppCatalog(const Workspace &workspace, const DesktopEntries &desktopEntries,
@@ -46,12 +50,17 @@ public:
     /** Sorted by name. */
     const std::vector<AppEntry> &apps() const { return apps_; }
 
+    /** The names of apps(), prepared for matching; replaced with the list. */
+    AppSearchIndex &searchIndex() { return searchIndex_; }
+
     /** The application whose path is exactly this one. */
     std::optional<AppEntry> appAtPath(const QString &path) const;
 
     /** Never null and never slow: while the application's own icon has not been fetched, the
         generic one, and its own is fetched next. iconArrived() tells when to ask again. */
     Image icon(const AppEntry &app);
+    /** The same for any file or folder. */
+    Image iconForPath(const QString &path);
 
     /** The icons fetched so far, by path. */
     const QHash<QString, Image> &icons() const { return icons_; }
@@ -62,7 +71,7 @@ public:
 Q_SIGNALS:
     /** The list is another one. */
     void appsChanged();
-    /** icon() has a new answer for the application at this path. */
+    /** icon() and iconForPath() have a new answer for this path. */
     void iconArrived(const QString &path);
 
 private:
@@ -75,6 +84,7 @@ private:
     const DesktopEntries &desktopEntries_;
     const RoleCatalog &roles_;
     std::vector<AppEntry> apps_;
+    AppSearchIndex searchIndex_;
     QHash<QString, std::size_t> byPath_; // index into apps_
     QHash<QString, Image> icons_;
     QSet<QString> freshIcons_;             // paths whose icons were fetched since the last load()

@@ -71,7 +71,8 @@ void ProjectIndex::load() {
 }
 
 ProjectIndex::SharedSnapshot ProjectIndex::prepare(std::vector<ProjectEntry> projects) {
-    return std::make_shared<const Snapshot>(Snapshot{std::move(projects)});
+    auto searchIndex = std::make_shared<ProjectSearchIndex>(projects);
+    return std::make_shared<const Snapshot>(Snapshot{std::move(projects), std::move(searchIndex)});
 }
 
 void ProjectIndex::install(SharedSnapshot snapshot) {

@@ -3,6 +3,7 @@
 #include "Platform/UserDefaults.h"
 #include "Platform/Volumes.h"
 #include "Records.h"
+#include "SearchIndex.h"
 #include "TaskGroup.h"
 
 #include <QObject>
@@ -29,6 +30,9 @@ public:
     /** The present list. Valid until the next replacement. */
     const std::vector<ProjectEntry> &projects() const { return snapshot_->projects; }
 
+    /** The names of projects(), prepared for matching; replaced with the list. */
+    ProjectSearchIndex &searchIndex() { return *snapshot_->searchIndex; }
+
     /** True from the start of a scan until a scan's result has been applied. */
     bool scanning() const { return scanning_; }
 
@@ -52,6 +56,8 @@ private:
     /** What the main thread installs as a whole, made in the background. */
     struct Snapshot {
         std::vector<ProjectEntry> projects;
+        /** Not shared with other threads once installed, and follows the usage from then on. */
+        std::shared_ptr<ProjectSearchIndex> searchIndex;
     };
     using SharedSnapshot = std::shared_ptr<const Snapshot>;
 
