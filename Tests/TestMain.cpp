@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
-
 int main(int argc, char **argv) {
     ::testing::InitGoogleTest(&argc, argv);
     const QTemporaryDir home;

@@ -1,0 +1,163 @@
+#include "AppDelegate.h"
+
+#include "Benchmark.h"
+#include "Locations.h"
+#include "Platform/Pasteboard.h"
+#include "Platform/UserDefaults.h"
+#include "Platform/Workspace.h"
+#include "RoleCatalog.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QJsonObject>
+#include <QTimer>
+#include <QUrl>
+
+#include <chrono>
+#include <cstdio>
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto freshAfter = 10s;
+constexpr auto catalogsLoadTime = 800ms;
+constexpr auto queryDumpPause = 100ms;
+
+void printError(const QString &line) {
+    const QByteArray bytes = line.toUtf8() + '\n';
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
+    std::fflush(stderr);
+}
+
+template <typename... Functions>
+struct Overloaded : Functions... {
+    using Functions::operator()...;
+};
+
+} // namespace
+
+AppDelegate::AppDelegate(const Platform &platform)
+    : platform_(platform),
+      viewModel_({platform.defaults, UsageStats::shared(), RoleCatalog::shared(),
+                  platform.workspace, platform.pasteboard, nullptr}),
+      catalog_(platform.workspace, platform.desktopEntries, RoleCatalog::shared()),
+      projects_(platform.defaults, platform.volumes),
+      editorLauncher_(platform.workspace, platform.log) {}
+
+void AppDelegate::applicationDidFinishLaunching(const QStringList &arguments) {
+    panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.desktop);
+    viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
+    viewModel_.onHide = [this] { hide(); };
+    viewModel_.onOpenSettings = [this] { openSettings(); };
+    catalog_.onUpdate = [this] { viewModel_.refresh(); };
+    projects_.onUpdate = [this] { viewModel_.refresh(); };
+    connect(&catalog_, &AppCatalog::iconArrived, &viewModel_, [this](const QString &path) {
+        viewModel_.updateIcon(path, catalog_.icons().value(path));
+    });
+    viewModel_.catalog = &catalog_;
+    viewModel_.projects = &projects_;
+    viewModel_.refresh();
+    catalog_.load();
+    projects_.load();
+    if (!arguments.contains("--sticky"_L1))
+        panel_->onResignKey = [this] { hide(); };
+    if (arguments.contains("--show"_L1))
+        show();
+    if (arguments.contains("--bench"_L1))
+        QTimer::singleShot(catalogsLoadTime, this, &AppDelegate::runBenchmark);
+    const qsizetype query = arguments.indexOf("--query"_L1);
+    if (query >= 0 && query + 1 < arguments.size()) {
+        QTimer::singleShot(catalogsLoadTime, this,
+                           [this, text = arguments[query + 1]] { dumpQuery(text); });
+    }
+}
+
+void AppDelegate::show() {
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    if (!lastHideTime_ || now - *lastHideTime_ > freshAfter)
+        viewModel_.reset();
+    panel_->position();
+    panel_->present();
+}
+
+void AppDelegate::hide() {
+    lastHideTime_ = QDateTime::currentDateTimeUtc();
+    panel_->hide();
+}
+
+void AppDelegate::performAction(const LauncherAction &action) {
+    std::visit(Overloaded{
+                   // A program that does not start is noticed by who waits for it.
+                   [this](const OpenApp &open) {
+                       platform_.workspace.openApplication(open.app.path, [](const QString &) {});
+                   },
+                   [this](const OpenProject &open) {
+                       editorLauncher_.open(open.project, open.editor);
+                       if (open.editor) {
+                           platform_.defaults.set(u"lastProject"_s,
+                                                  QJsonObject{{"project"_L1, open.project.path},
+                                                              {"editor"_L1, open.editor->path}});
+                       }
+                   },
+                   [this](const CopyAI &copy) { platform_.pasteboard.setText(copy.text); },
+                   // The view model asks by itself; such a row never gets here.
+                   [](const AskAI &) {},
+                   [this](const OpenURL &open) {
+                       const QUrl url(open.url, QUrl::StrictMode);
+                       if (url.isValid())
+                           platform_.workspace.openUrl(url);
+                   },
+                   [this](const OpenLastProject &) { openLastProject(); },
+                   [this](const OpenSettings &) { openSettings(); },
+               },
+               action);
+}
+
+void AppDelegate::openLastProject() {
+    const QJsonObject last = platform_.defaults.value(u"lastProject"_s).toObject();
+    const QJsonValue project = last.value("project"_L1);
+    const QJsonValue editor = last.value("editor"_L1);
+    if (!project.isString() || !editor.isString())
+        return;
+    const QString path = project.toString();
+    editorLauncher_.open(
+        {QUrl::fromLocalFile(path).adjusted(QUrl::StripTrailingSlash).fileName(), path, {}},
+        catalog_.appAtPath(editor.toString()));
+}
+
+void AppDelegate::openSettings() {
+    const QString path = locations::configuration() + u"/Corvid/defaults.json"_s;
+    if (!QFile::exists(path)) {
+        // An editor needs a file to open; switching AI on is what its absence means anyway.
+        platform_.defaults.set(u"aiEnabled"_s, true);
+        platform_.defaults.synchronize();
+    }
+    platform_.workspace.open(path);
+}
+
+void AppDelegate::runBenchmark() {
+    printError(benchmarkRefresh(viewModel_));
+    QCoreApplication::exit(0);
+}
+
+void AppDelegate::dumpQuery(const QString &query) {
+    const auto ask = [this, query] {
+        viewModel_.setQuery(query);
+        viewModel_.refresh();
+    };
+    ask();
+    QTimer::singleShot(queryDumpPause, this, [this, ask] {
+        ask();
+        QTimer::singleShot(queryDumpPause, this, [this] {
+            for (const ResultItem &row : viewModel_.results())
+                printError(row.badge + u'\t' + row.title + u'\t' + row.subtitle);
+            printError(u"-- end --"_s);
+        });
+    });
+}
+
+} // namespace corvid

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QWidget>
+
+class QKeyEvent;
+class QLabel;
+
+namespace corvid {
+
+class LauncherViewModel;
+class ResultList;
+class SearchField;
+class Symbol;
+
+/** What the card is drawn over. */
+enum class Backdrop {
+    Composited, ///< translucent: the desktop shows through
+    Opaque,     ///< no compositor: the card fills its window
+};
+
+/**
+ * The whole content of the panel: search bar, result list and footer on a dark card. Observes the
+ * view model and decides nothing itself. Main thread only.
+ */
+class LauncherView final : public QWidget {
+    Q_OBJECT
+
+public:
+    /** The view model must outlive the view. */
+    explicit LauncherView(LauncherViewModel &viewModel, QWidget *parent = nullptr);
+
+    void setBackdrop(Backdrop backdrop);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    void buildSearchBar();
+    void buildFooter();
+    void observe();
+    void showQuery();
+    void showResults();
+    void showStatus();
+    bool offerKey(QKeyEvent *event);
+
+    LauncherViewModel &viewModel_;
+    Backdrop backdrop_ = Backdrop::Composited;
+    QWidget *searchBar_;
+    Symbol *searchSymbol_;
+    SearchField *field_;
+    Symbol *clear_;
+    ResultList *list_;
+    QWidget *footer_;
+    QLabel *status_;
+};
+
+} // namespace corvid

@@ -1,0 +1,233 @@
+#include "LauncherViewModel.h"
+
+#include "Calculator.h"
+#include "Locations.h"
+#include "Platform/Pasteboard.h"
+#include "Platform/UserDefaults.h"
+#include "Platform/Workspace.h"
+
+#include <QTimer>
+
+#include <algorithm>
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// The path behind a row, for revealing and copying it.
+std::optional<QString> pathOf(const LauncherAction &action) {
+    if (const auto *openApp = std::get_if<OpenApp>(&action))
+        return openApp->app.path;
+    if (const auto *openProject = std::get_if<OpenProject>(&action))
+        return openProject->project.path;
+    return std::nullopt;
+}
+
+// The path whose icon a row shows: every project carries that of the home folder, deliberately.
+std::optional<QString> iconPathOf(const LauncherAction &action) {
+    if (std::holds_alternative<OpenProject>(action))
+        return locations::home();
+    return pathOf(action);
+}
+
+} // namespace
+
+LauncherViewModel::LauncherViewModel(const Environment &environment) : environment_(environment) {}
+
+void LauncherViewModel::setQuery(const QString &query) {
+    if (query_ == query)
+        return;
+    query_ = query;
+    Q_EMIT queryChanged();
+    refresh();
+}
+
+void LauncherViewModel::setSelected(int index) {
+    if (selected_ == index)
+        return;
+    selected_ = index;
+    Q_EMIT selectedChanged();
+}
+
+void LauncherViewModel::setAiMode(bool on) {
+    if (aiMode_ == on)
+        return;
+    aiMode_ = on;
+    Q_EMIT aiModeChanged();
+}
+
+void LauncherViewModel::setAiResponse(const QString &text) {
+    if (aiResponse_ == text)
+        return;
+    aiResponse_ = text;
+    Q_EMIT aiResponseChanged();
+}
+
+void LauncherViewModel::setAiBusy(bool busy) {
+    if (aiBusy_ == busy)
+        return;
+    aiBusy_ = busy;
+    Q_EMIT aiBusyChanged();
+}
+
+void LauncherViewModel::setAiQuestion(const QString &question) {
+    if (aiQuestion_ == question)
+        return;
+    aiQuestion_ = question;
+    Q_EMIT aiQuestionChanged();
+}
+
+void LauncherViewModel::setStatusText(const QString &text) {
+    if (statusText_ == text)
+        return;
+    statusText_ = text;
+    Q_EMIT statusTextChanged();
+}
+
+bool LauncherViewModel::aiEnabled() const {
+    const QJsonValue stored = environment_.defaults.value(u"aiEnabled"_s);
+    return stored.isUndefined() || stored.toBool() || stored.toDouble() != 0;
+}
+
+std::optional<QString> LauncherViewModel::evalMath(const QString &trimmedQuery) {
+    return corvid::evalMath(trimmedQuery);
+}
+
+void LauncherViewModel::moveSelection(int delta) {
+    if (results_.empty())
+        return;
+    const int count = static_cast<int>(results_.size());
+    setSelected((selected_ + delta % count + count) % count);
+}
+
+void LauncherViewModel::clamp() {
+    if (results_.empty())
+        setSelected(0);
+    else
+        setSelected(std::min(selected_, static_cast<int>(results_.size()) - 1));
+    flushDisplay();
+}
+
+bool LauncherViewModel::selectionIsValid() const {
+    return selected_ >= 0 && selected_ < static_cast<int>(results_.size());
+}
+
+std::optional<QString> LauncherViewModel::selectedPath() const {
+    if (!selectionIsValid())
+        return std::nullopt;
+    return pathOf(results_[static_cast<std::size_t>(selected_)].action);
+}
+
+void LauncherViewModel::submit() {
+    const QString q = query_.trimmed();
+    const QString lower = q.toLower();
+    if (lower == "ai"_L1)
+        return;
+    if (lower.startsWith("ai "_L1)) {
+        // Asking has no effect as long as there is no endpoint client.
+        if (!selectionIsValid())
+            return;
+        const ResultItem row = results_[static_cast<std::size_t>(selected_)];
+        if (row.id == "ai-setup"_L1) {
+            perform(row.action);
+        } else if (!row.id.startsWith("ai-"_L1)) {
+            environment_.stats.recordLaunch(row.id);
+            perform(row.action);
+        }
+        return;
+    }
+    if (lower == "open last project"_L1 || lower == "last project"_L1) {
+        perform(OpenLastProject{});
+        return;
+    }
+    if (selectionIsValid())
+        submitSelected(q);
+}
+
+void LauncherViewModel::submitSelected(const QString &trimmedQuery) {
+    // A copy: recording and performing may refresh the list.
+    const ResultItem row = results_[static_cast<std::size_t>(selected_)];
+    if (std::holds_alternative<AskAI>(row.action))
+        return;
+    environment_.stats.recordLaunch(row.id);
+    environment_.stats.recordLatch(trimmedQuery, row.id);
+    perform(row.action);
+}
+
+void LauncherViewModel::perform(const LauncherAction &action) {
+    if (onAction)
+        onAction(action);
+    hide();
+}
+
+void LauncherViewModel::hide() {
+    if (onHide)
+        onHide();
+}
+
+bool LauncherViewModel::handleKeyEvent(const KeyPress &key) {
+    if (!key.command)
+        return false;
+    if (key.isReturn) {
+        if (const std::optional<QString> path = selectedPath()) {
+            environment_.workspace.reveal(*path);
+            hide();
+        }
+        return true;
+    }
+    const QString characters = key.characters.toLower();
+    if (characters == "c"_L1) {
+        if (const std::optional<QString> path = selectedPath())
+            environment_.pasteboard.setText(*path);
+        return true;
+    }
+    bool isNumber = false;
+    const int row = characters.toInt(&isNumber);
+    if (isNumber && row >= 1 && row <= 9 && row <= static_cast<int>(results_.size())) {
+        setSelected(row - 1);
+        submit();
+        return true;
+    }
+    return false;
+}
+
+void LauncherViewModel::cancel() {
+    if (!aiMode_) {
+        hide();
+        return;
+    }
+    setAiMode(false);
+    setAiResponse(QString());
+}
+
+void LauncherViewModel::reset() {
+    setQuery(QString());
+    setAiMode(false);
+    setAiResponse(QString());
+    setAiQuestion(QString());
+    setSelected(0);
+    setAiBusy(false);
+    session_ = QUuid::createUuid();
+    Q_EMIT sessionChanged();
+    refresh();
+}
+
+void LauncherViewModel::updateIcon(const QString &path, const Image &icon) {
+    bool changed = false;
+    for (ResultItem &row : results_) {
+        if (row.icon && iconPathOf(row.action) == path) {
+            row.icon = icon;
+            changed = true;
+        }
+    }
+    if (changed)
+        Q_EMIT resultsChanged();
+}
+
+void LauncherViewModel::flushDisplay() {
+    QTimer::singleShot(0, this, &LauncherViewModel::displayFlushRequested);
+}
+
+} // namespace corvid

@@ -1,0 +1,154 @@
+#pragma once
+
+#include "Records.h"
+#include "UsageStats.h"
+
+#include <QObject>
+#include <QUuid>
+
+#include <functional>
+#include <vector>
+
+namespace corvid {
+
+class AppCatalog;
+class Pasteboard;
+class ProjectIndex;
+class RoleCatalog;
+class SecretStore;
+class UserDefaults;
+class Workspace;
+
+/** A key press as the view model needs it, whatever window system it came from. */
+struct KeyPress {
+    bool command = false;  ///< the platform's shortcut modifier is held
+    bool isReturn = false; ///< Return or Enter
+    QString characters;    ///< what the key types without the modifier
+};
+
+/**
+ * The one observable object behind the launcher panel: the query, the list it yields, the
+ * selection, and what Return does. Main thread only. Every published field has a signal that
+ * follows each change of its value. Nothing here fails.
+ */
+class LauncherViewModel final : public QObject {
+    Q_OBJECT
+
+public:
+    /** What the view model works with; all of it outlives the view model. */
+    struct Environment {
+        UserDefaults &defaults;
+        UsageStats &stats;
+        const RoleCatalog &roles;
+        Workspace &workspace;
+        Pasteboard &pasteboard;
+        const SecretStore *secrets; ///< null where the desktop offers no store
+    };
+
+    explicit LauncherViewModel(const Environment &environment);
+
+    const QString &query() const { return query_; }
+    /** Every change runs refresh(). */
+    void setQuery(const QString &query);
+    const std::vector<ResultItem> &results() const { return results_; }
+    /** Index of the highlighted row. */
+    int selected() const { return selected_; }
+    void setSelected(int index);
+    /** An AI answer is being shown. */
+    bool aiMode() const { return aiMode_; }
+    void setAiMode(bool on);
+    const QString &aiResponse() const { return aiResponse_; }
+    void setAiResponse(const QString &text);
+    /** An answer is streaming. */
+    bool aiBusy() const { return aiBusy_; }
+    void setAiBusy(bool busy);
+    const QString &aiQuestion() const { return aiQuestion_; }
+    void setAiQuestion(const QString &question);
+    /** Hint line under the list. */
+    const QString &statusText() const { return statusText_; }
+    /** Identity of the current showing; a new value tells the view to start afresh. */
+    const QUuid &session() const { return session_; }
+
+    std::function<void(const LauncherAction &)> onAction;
+    std::function<void()> onHide;
+    std::function<void()> onOpenSettings;
+    AppCatalog *catalog = nullptr;
+    ProjectIndex *projects = nullptr;
+
+    /** Rebuilds the list from the query and publishes it once. */
+    void refresh();
+    /** Moves the selection by a step, wrapping at both ends. */
+    void moveSelection(int delta);
+    /** Return: records the choice and carries it out. */
+    void submit();
+    /** The shortcuts with Command; true when the key was consumed. */
+    bool handleKeyEvent(const KeyPress &key);
+    /** Escape: leaves the AI answer, else hides the panel. */
+    void cancel();
+    /** Begins a new showing. */
+    void reset();
+    /** Puts an icon that has arrived into the rows that show this path. */
+    void updateIcon(const QString &path, const Image &icon);
+
+    /** Whether AI is switched on; so unless the user switched it off. */
+    bool aiEnabled() const;
+
+    /** The value of an arithmetic query as text; nothing when it is none. */
+    static std::optional<QString> evalMath(const QString &trimmedQuery);
+
+Q_SIGNALS:
+    void queryChanged();
+    void resultsChanged();
+    void selectedChanged();
+    void aiModeChanged();
+    void aiResponseChanged();
+    void aiBusyChanged();
+    void aiQuestionChanged();
+    void statusTextChanged();
+    void sessionChanged();
+    /** The list has changed and the panel shall repaint now. Never emitted from within the call
+        that changed it. */
+    void displayFlushRequested();
+
+private:
+    using Rows = std::vector<ResultItem>;
+
+    // The modes of refresh(), each of which yields the whole list.
+    Rows recentApplications();
+    Rows projectsInEditor(const QString &projectText, const QString &editorText,
+                          const QString &trimmedQuery);
+    Rows applicationsOfRole(const QString &role, const QString &trimmedQuery);
+    Rows search(const QString &trimmedQuery);
+    Rows askRows(const QString &trimmedQuery);
+
+    std::optional<AppEntry> findEditor(const QString &editorText);
+    static Rows fallbackItems(const QString &trimmedQuery);
+
+    ResultItem appRow(const AppEntry &app) const;
+    ResultItem projectRow(const ProjectEntry &project, const QString &badge,
+                          const std::optional<AppEntry> &editor) const;
+    bool isRunning(const AppEntry &app) const;
+
+    void publish(Rows rows);
+    void setStatusText(const QString &text);
+    void clamp();
+    std::optional<QString> selectedPath() const;
+    bool selectionIsValid() const;
+    void flushDisplay();
+    void submitSelected(const QString &trimmedQuery);
+    void perform(const LauncherAction &action);
+    void hide();
+
+    Environment environment_;
+    QString query_;
+    Rows results_;
+    int selected_ = 0;
+    bool aiMode_ = false;
+    QString aiResponse_;
+    bool aiBusy_ = false;
+    QString aiQuestion_;
+    QString statusText_;
+    QUuid session_ = QUuid::createUuid();
+};
+
+} // namespace corvid

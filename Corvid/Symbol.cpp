@@ -1,0 +1,30 @@
+#include "Symbol.h"
+
+#include <QPainter>
+#include <QSvgRenderer>
+
+// A static library's resources are linked only when they are asked for by name, and the macro
+// wants to stand outside any namespace.
+static void linkSymbols() {
+    Q_INIT_RESOURCE(symbols);
+}
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+
+Symbol::Symbol(const QString &name, int size, QWidget *parent) : QAbstractButton(parent) {
+    linkSymbols();
+    renderer_ = std::make_unique<QSvgRenderer>(u":/symbols/"_s + name + u".svg"_s);
+    setFixedSize(size, size);
+    setFocusPolicy(Qt::NoFocus);
+}
+
+Symbol::~Symbol() = default;
+
+void Symbol::paintEvent(QPaintEvent * /*event*/) {
+    QPainter painter(this);
+    renderer_->render(&painter, QRectF(rect()));
+}
+
+} // namespace corvid

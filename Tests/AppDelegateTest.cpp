@@ -1,0 +1,206 @@
+#include "AppDelegate.h"
+
+#include "Fakes/FakeSystemLog.h"
+#include "Fakes/LauncherWorld.h"
+#include "Platform/Desktop.h"
+#include "SearchField.h"
+#include "Wait.h"
+
+#include <QApplication>
+#include <QScreen>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class FakeDesktop final : public Desktop {
+public:
+    bool hasCompositor() const override { return true; }
+};
+
+// The process-wide stores are made once, so all tests here share one defaults table.
+FakeUserDefaults &sharedDefaults() {
+    static FakeUserDefaults defaults;
+    UserDefaults::installStandard(&defaults);
+    return defaults;
+}
+
+class AppDelegateTest : public ::testing::Test {
+protected:
+    AppDelegateTest() {
+        qputenv("XDG_DATA_HOME", folder.path().toLocal8Bit());
+        for (const QString &key : {u"launchCounts"_s, u"queryLatches"_s, u"lastProject"_s})
+            defaults.set(key, QJsonValue(QJsonValue::Undefined));
+        writeCache(locations::cacheFile(u"catalog.json"_s),
+                   std::vector<AppEntry>{zed, makeApp(u"Other"_s)});
+        writeCache(locations::cacheFile(u"projects.json"_s), std::vector<ProjectEntry>{web});
+    }
+
+    void launch(const QStringList &arguments = {}) {
+        delegate.applicationDidFinishLaunching(QStringList{u"corvid"_s} + arguments);
+    }
+    QJsonValue lastProject() const { return defaults.value(u"lastProject"_s); }
+
+    QTemporaryDir folder;
+    AppEntry zed = makeApp(u"Zed"_s, {u"code-editor"_s});
+    ProjectEntry web = makeProject(u"web"_s);
+    FakeUserDefaults &defaults = sharedDefaults();
+    FakeWorkspace workspace;
+    FakePasteboard pasteboard;
+    FakeSystemLog log;
+    FakeDesktopEntries entries;
+    FakeVolumes volumes;
+    FakeDesktop desktop;
+    AppDelegate delegate{{defaults, workspace, pasteboard, log, entries, volumes, desktop}};
+};
+
+} // namespace
+
+TEST_F(AppDelegateTest, startUpShowsTheCachedCatalogsAtOnce) {
+    launch();
+    delegate.viewModel().setQuery(u"ze"_s);
+    EXPECT_EQ(delegate.viewModel().results().front().title, u"Zed");
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, theFreshScanReplacesTheCachedCatalogAndRefreshes) {
+    launch();
+    delegate.viewModel().setQuery(u"ze"_s);
+    EXPECT_TRUE(waitUntil([&] {
+        return delegate.viewModel().results().front().id == u"web-search"_s;
+    })) << "the faked desktop has no applications";
+}
+
+TEST_F(AppDelegateTest, showOptionShowsThePanelAtStart) {
+    launch({u"--show"_s});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, thePanelIsCentredWithItsTopAt22PercentOfTheVisibleHeight) {
+    launch({u"--show"_s});
+    const QRect visible = QGuiApplication::primaryScreen()->availableGeometry();
+    const QRect panel = delegate.panel()->geometry();
+    EXPECT_EQ(panel.size(), QSize(660, 440));
+    EXPECT_NEAR(panel.x(), visible.x() + (visible.width() - 660) / 2.0, 1);
+    EXPECT_NEAR(panel.y(), visible.y() + 0.22 * visible.height(), 1);
+}
+
+TEST_F(AppDelegateTest, theFirstShowStartsAfreshAndOneSoonAfterAHideDoesNot) {
+    launch();
+    delegate.viewModel().setQuery(u"stale"_s);
+    delegate.show();
+    EXPECT_EQ(delegate.viewModel().query(), QString());
+    delegate.viewModel().setQuery(u"zed"_s);
+    delegate.hide();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    delegate.show();
+    EXPECT_EQ(delegate.viewModel().query(), u"zed");
+}
+
+TEST_F(AppDelegateTest, losingTheKeyboardHidesUnlessSticky) {
+    launch({u"--show"_s});
+    ASSERT_TRUE(delegate.panel()->onResignKey);
+    delegate.panel()->onResignKey();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, aStickyPanelKeepsNoWatchOnTheKeyboard) {
+    launch({u"--show"_s, u"--sticky"_s});
+    EXPECT_FALSE(delegate.panel()->onResignKey);
+}
+
+TEST_F(AppDelegateTest, aSubmittedRowIsOpenedAndThePanelHides) {
+    launch({u"--show"_s});
+    delegate.viewModel().setQuery(u"zed"_s);
+    delegate.viewModel().submit();
+    EXPECT_EQ(workspace.openedApplications, (std::vector<FakeWorkspace::Opened>{{{}, zed.path}}));
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, anApplicationThatDoesNotOpenIsNeitherShownNorLogged) {
+    workspace.openingError = u"broken"_s;
+    delegate.performAction(OpenApp{zed});
+    EXPECT_TRUE(log.lines.isEmpty());
+    EXPECT_TRUE(defaults.value(u"launchCounts"_s).isUndefined()) << "counted on submission only";
+}
+
+TEST_F(AppDelegateTest, aProjectOpenedInAnEditorIsTheLastProject) {
+    delegate.performAction(OpenProject{web, zed});
+    EXPECT_EQ(workspace.openedFiles, (std::vector<FakeWorkspace::Opened>{{{web.path}, zed.path}}));
+    EXPECT_EQ(lastProject(), (QJsonObject{{u"project"_s, web.path}, {u"editor"_s, zed.path}}));
+}
+
+TEST_F(AppDelegateTest, aProjectOpenedWithoutAnEditorLeavesTheLastProjectAlone) {
+    delegate.performAction(OpenProject{web, std::nullopt});
+    EXPECT_EQ(workspace.opened, QStringList{web.path});
+    EXPECT_TRUE(lastProject().isUndefined());
+    defaults.set(u"lastProject"_s, QJsonObject{{u"project"_s, u"/x"_s}});
+    delegate.performAction(OpenProject{web, std::nullopt});
+    EXPECT_EQ(lastProject(), (QJsonObject{{u"project"_s, u"/x"_s}}));
+}
+
+TEST_F(AppDelegateTest, copyingReplacesThePasteboardAlsoWithAnEmptyText) {
+    delegate.performAction(CopyAI{u"5"_s});
+    delegate.performAction(CopyAI{QString()});
+    EXPECT_EQ(pasteboard.texts, (QStringList{u"5"_s, QString()}));
+}
+
+TEST_F(AppDelegateTest, askingNeverComesThisFar) {
+    delegate.performAction(AskAI{u"question"_s});
+    EXPECT_TRUE(workspace.calls.isEmpty());
+    EXPECT_TRUE(pasteboard.texts.isEmpty());
+}
+
+TEST_F(AppDelegateTest, anAddressOpensAndOneThatDoesNotParseDoesNot) {
+    delegate.performAction(OpenURL{u"https://example.com/search?q=a%20b&c"_s});
+    ASSERT_EQ(workspace.urls.size(), 1U);
+    EXPECT_EQ(workspace.urls.front().toEncoded(), "https://example.com/search?q=a%20b&c");
+    delegate.performAction(OpenURL{u"http://[broken"_s});
+    delegate.performAction(OpenURL{QString()});
+    EXPECT_EQ(workspace.urls.size(), 1U);
+}
+
+TEST_F(AppDelegateTest, theLastProjectReopensInItsEditor) {
+    launch();
+    defaults.set(u"lastProject"_s, QJsonObject{{u"project"_s, web.path}, {u"editor"_s, zed.path}});
+    delegate.performAction(OpenLastProject{});
+    EXPECT_EQ(workspace.openedFiles, (std::vector<FakeWorkspace::Opened>{{{web.path}, zed.path}}));
+}
+
+TEST_F(AppDelegateTest, theLastProjectOfAnUninstalledEditorOpensInTheFileManager) {
+    launch();
+    const QJsonObject stored{{u"project"_s, web.path}, {u"editor"_s, u"/gone.app"_s}};
+    defaults.set(u"lastProject"_s, stored);
+    delegate.performAction(OpenLastProject{});
+    EXPECT_EQ(workspace.opened, QStringList{web.path});
+    EXPECT_EQ(lastProject(), stored) << "reopening does not rewrite it";
+}
+
+TEST_F(AppDelegateTest, aMalformedLastProjectDoesNothing) {
+    launch();
+    for (const QJsonValue &stored :
+         {QJsonValue(QJsonValue::Undefined), QJsonValue(7),
+          QJsonValue(QJsonObject{{u"project"_s, web.path}}),
+          QJsonValue(QJsonObject{{u"editor"_s, zed.path}}),
+          QJsonValue(QJsonObject{{u"project"_s, web.path}, {u"editor"_s, 7}}),
+          QJsonValue(QJsonObject{{u"project"_s, 7}, {u"editor"_s, zed.path}})}) {
+        defaults.set(u"lastProject"_s, stored);
+        delegate.performAction(OpenLastProject{});
+    }
+    EXPECT_TRUE(workspace.calls.isEmpty());
+}
+
+TEST_F(AppDelegateTest, openingTheSettingsOpensTheSettingsFile) {
+    delegate.performAction(OpenSettings{});
+    EXPECT_EQ(workspace.opened,
+              QStringList{locations::configuration() + u"/Corvid/defaults.json"_s});
+}
+
+TEST_F(AppDelegateTest, queryAsTheLastArgumentIsIgnored) {
+    launch({u"--query"_s});
+    EXPECT_EQ(delegate.viewModel().query(), QString());
+}

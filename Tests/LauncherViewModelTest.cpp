@@ -1,0 +1,304 @@
+#include "Fakes/LauncherWorld.h"
+#include "Wait.h"
+
+#include <gtest/gtest.h>
+
+using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const AppEntry foo1 = makeApp(u"foo1"_s);
+const AppEntry foo2 = makeApp(u"foo2"_s);
+
+KeyPress command(const QString &characters) {
+    return {true, false, characters};
+}
+const KeyPress commandReturn{true, true, {}};
+
+class LauncherViewModelTest : public ::testing::Test {
+protected:
+    /** foo1, foo2 and the project "foo" for the query "foo": the project last. */
+    LauncherWorld world{{foo1, foo2}, {makeProject(u"fooproject"_s)}};
+    LauncherViewModel &model = world.model;
+};
+
+} // namespace
+
+TEST_F(LauncherViewModelTest, startsEmptyAndWithASession) {
+    EXPECT_EQ(model.query(), QString());
+    EXPECT_TRUE(model.results().empty());
+    EXPECT_EQ(model.selected(), 0);
+    EXPECT_FALSE(model.aiMode());
+    EXPECT_FALSE(model.aiBusy());
+    EXPECT_FALSE(model.session().isNull());
+}
+
+TEST_F(LauncherViewModelTest, downOnTheLastRowSelectsTheFirst) {
+    model.setQuery(u"foo"_s);
+    ASSERT_EQ(model.results().size(), 3U);
+    model.setSelected(2);
+    model.moveSelection(1);
+    EXPECT_EQ(model.selected(), 0);
+}
+
+TEST_F(LauncherViewModelTest, upOnTheFirstRowSelectsTheLast) {
+    model.setQuery(u"foo"_s);
+    model.moveSelection(-1);
+    EXPECT_EQ(model.selected(), 2);
+}
+
+TEST_F(LauncherViewModelTest, onAnEmptyListTheSelectionDoesNotMove) {
+    model.moveSelection(1);
+    EXPECT_EQ(model.selected(), 0);
+}
+
+TEST_F(LauncherViewModelTest, aShrinkingListClampsTheSelectionToItsLastRow) {
+    std::vector<AppEntry> apps;
+    for (int i = 0; i < 6; ++i)
+        apps.push_back(makeApp(i < 3 ? u"abc%1"_s.arg(i) : u"ab%1"_s.arg(i)));
+    LauncherWorld wide(apps, {});
+    wide.model.setQuery(u"ab"_s);
+    ASSERT_EQ(wide.model.results().size(), 6U);
+    wide.model.setSelected(4);
+    wide.model.setQuery(u"abc"_s);
+    ASSERT_EQ(wide.model.results().size(), 3U);
+    EXPECT_EQ(wide.model.selected(), 2);
+    wide.model.setQuery(u""_s);
+    EXPECT_EQ(wide.model.selected(), 0) << "an empty list selects index 0";
+}
+
+TEST_F(LauncherViewModelTest, aSelectionStillInRangeSurvivesTyping) {
+    model.setQuery(u"fo"_s);
+    model.setSelected(1);
+    model.setQuery(u"foo"_s);
+    EXPECT_EQ(model.selected(), 1);
+}
+
+TEST_F(LauncherViewModelTest, returnWithAnEmptyListDoesNothing) {
+    model.submit();
+    EXPECT_TRUE(world.actions.empty());
+    EXPECT_TRUE(world.stats.counts().isEmpty());
+    EXPECT_EQ(world.hides, 0);
+}
+
+TEST_F(LauncherViewModelTest, returnRecordsTheLaunchThenTheLatchThenActsThenHides) {
+    QStringList order;
+    model.onAction = [&](const LauncherAction &action) {
+        EXPECT_EQ(world.stats.counts().value(usageKey(foo1)), 1);
+        EXPECT_EQ(world.stats.latches().value(u"foo1"_s), usageKey(foo1));
+        EXPECT_EQ(action, LauncherAction(OpenApp{foo1}));
+        order.append(u"action"_s);
+    };
+    model.onHide = [&] { order.append(u"hide"_s); };
+    model.setQuery(u" Foo1 "_s);
+    model.submit();
+    EXPECT_EQ(order, (QStringList{u"action"_s, u"hide"_s}));
+    EXPECT_EQ(world.stats.counts(), (QHash<QString, qint64>{{usageKey(foo1), 1}}));
+}
+
+TEST_F(LauncherViewModelTest, returnOnAProjectCountsItsPath) {
+    model.setQuery(u"fooproject"_s);
+    model.submit();
+    EXPECT_EQ(world.stats.counts().value(makeProject(u"fooproject"_s).path), 1);
+}
+
+TEST_F(LauncherViewModelTest, returnOnTheWebSearchIsCountedAndLatchedUnderItsId) {
+    model.setQuery(u"quux"_s);
+    model.submit();
+    EXPECT_EQ(world.stats.counts().value(u"web-search"_s), 1);
+    EXPECT_EQ(world.stats.latches().value(u"quux"_s), u"web-search");
+    ASSERT_EQ(world.actions.size(), 1U);
+    EXPECT_TRUE(std::holds_alternative<OpenURL>(world.actions.front()));
+    EXPECT_EQ(world.hides, 1);
+}
+
+TEST_F(LauncherViewModelTest, returnOnTheAiFallbackRecordsNothingAndStays) {
+    model.setQuery(u"quux"_s);
+    model.setSelected(1);
+    model.submit();
+    EXPECT_TRUE(world.stats.counts().isEmpty());
+    EXPECT_TRUE(world.stats.latches().isEmpty());
+    EXPECT_TRUE(world.actions.empty());
+    EXPECT_EQ(world.hides, 0);
+}
+
+TEST_F(LauncherViewModelTest, returnOnAiAloneDoesNothing) {
+    model.setQuery(u" AI "_s);
+    model.submit();
+    EXPECT_TRUE(world.actions.empty());
+    EXPECT_EQ(world.hides, 0);
+}
+
+TEST_F(LauncherViewModelTest, returnOnTheAskRowRecordsNothingAndStays) {
+    model.setQuery(u"ai hello"_s);
+    model.submit();
+    EXPECT_TRUE(world.actions.empty());
+    EXPECT_TRUE(world.stats.counts().isEmpty());
+    EXPECT_EQ(world.hides, 0);
+}
+
+TEST_F(LauncherViewModelTest, returnOnTheSetUpRowOpensTheSettings) {
+    model.setQuery(u"ai hello"_s);
+    model.setSelected(1);
+    model.submit();
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenSettings{}});
+    EXPECT_TRUE(world.stats.counts().isEmpty());
+}
+
+TEST_F(LauncherViewModelTest, theLastProjectIsReopenedWhateverIsSelected) {
+    for (const QString &query : {u"last project"_s, u" Open Last Project "_s}) {
+        world.actions.clear();
+        model.setQuery(query);
+        model.setSelected(1);
+        model.submit();
+        EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenLastProject{}});
+    }
+    EXPECT_TRUE(world.stats.counts().isEmpty());
+    EXPECT_EQ(world.hides, 2);
+}
+
+TEST_F(LauncherViewModelTest, aSelectionOutOfRangeSubmitsNothing) {
+    model.setQuery(u"foo"_s);
+    for (const int index : {-1, 3}) {
+        model.setSelected(index);
+        model.submit();
+        EXPECT_FALSE(model.handleKeyEvent(command(u"4"_s)));
+    }
+    EXPECT_TRUE(world.actions.empty());
+}
+
+TEST_F(LauncherViewModelTest, keysWithoutCommandAreNotConsumed) {
+    model.setQuery(u"foo"_s);
+    EXPECT_FALSE(model.handleKeyEvent({false, false, u"1"_s}));
+    EXPECT_FALSE(model.handleKeyEvent({false, true, {}}));
+    EXPECT_FALSE(model.handleKeyEvent({false, false, u"c"_s}));
+    EXPECT_TRUE(world.actions.empty());
+}
+
+TEST_F(LauncherViewModelTest, commandDigitSubmitsThatRow) {
+    model.setQuery(u"foo"_s);
+    EXPECT_TRUE(model.handleKeyEvent(command(u"2"_s)));
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenApp{foo2}});
+}
+
+TEST_F(LauncherViewModelTest, commandDigitBeyondTheRowsIsNotConsumed) {
+    model.setQuery(u"quux"_s);
+    ASSERT_EQ(model.results().size(), 2U);
+    EXPECT_FALSE(model.handleKeyEvent(command(u"3"_s)));
+    EXPECT_FALSE(model.handleKeyEvent(command(u"0"_s)));
+    EXPECT_FALSE(model.handleKeyEvent(command(u"x"_s)));
+    EXPECT_TRUE(world.actions.empty());
+    EXPECT_EQ(model.selected(), 0);
+}
+
+TEST_F(LauncherViewModelTest, commandReturnRevealsTheSelectedPathAndHides) {
+    model.setQuery(u"foo1"_s);
+    EXPECT_TRUE(model.handleKeyEvent(commandReturn));
+    EXPECT_EQ(world.workspace.revealed, QStringList{foo1.path});
+    EXPECT_EQ(world.hides, 1);
+    EXPECT_TRUE(world.stats.counts().isEmpty());
+}
+
+TEST_F(LauncherViewModelTest, commandReturnRevealsAProjectsFolder) {
+    model.setQuery(u"fooproject"_s);
+    EXPECT_TRUE(model.handleKeyEvent(commandReturn));
+    EXPECT_EQ(world.workspace.revealed, QStringList{makeProject(u"fooproject"_s).path});
+}
+
+TEST_F(LauncherViewModelTest, commandReturnWithoutAPathIsConsumedAndDoesNothing) {
+    model.setQuery(u"quux"_s);
+    EXPECT_TRUE(model.handleKeyEvent(commandReturn));
+    EXPECT_TRUE(world.workspace.calls.isEmpty());
+    EXPECT_EQ(world.hides, 0);
+}
+
+TEST_F(LauncherViewModelTest, commandCCopiesTheSelectedPath) {
+    model.setQuery(u"foo1"_s);
+    EXPECT_TRUE(model.handleKeyEvent(command(u"C"_s)));
+    EXPECT_EQ(world.pasteboard.texts, QStringList{foo1.path});
+    EXPECT_EQ(world.hides, 0);
+}
+
+TEST_F(LauncherViewModelTest, commandCOnACalculatorRowIsConsumedAndChangesNothing) {
+    model.setQuery(u"2+3"_s);
+    EXPECT_TRUE(model.handleKeyEvent(command(u"c"_s)));
+    EXPECT_TRUE(world.pasteboard.texts.isEmpty());
+}
+
+TEST_F(LauncherViewModelTest, escapeHides) {
+    model.cancel();
+    EXPECT_EQ(world.hides, 1);
+}
+
+TEST_F(LauncherViewModelTest, escapeInAnAnswerLeavesItAndASecondOneHides) {
+    model.setQuery(u"foo"_s);
+    model.setAiMode(true);
+    model.setAiResponse(u"text"_s);
+    model.cancel();
+    EXPECT_FALSE(model.aiMode());
+    EXPECT_EQ(model.aiResponse(), QString());
+    EXPECT_EQ(model.query(), u"foo");
+    EXPECT_EQ(model.results().size(), 3U);
+    EXPECT_EQ(world.hides, 0);
+    model.cancel();
+    EXPECT_EQ(world.hides, 1);
+}
+
+TEST_F(LauncherViewModelTest, resetBeginsANewShowing) {
+    model.setQuery(u"foo"_s);
+    model.setSelected(2);
+    model.setAiMode(true);
+    model.setAiResponse(u"text"_s);
+    model.setAiQuestion(u"question"_s);
+    model.setAiBusy(true);
+    const QUuid before = model.session();
+    model.reset();
+    EXPECT_EQ(model.query(), QString());
+    EXPECT_EQ(model.selected(), 0);
+    EXPECT_FALSE(model.aiMode());
+    EXPECT_EQ(model.aiResponse(), QString());
+    EXPECT_EQ(model.aiQuestion(), QString());
+    EXPECT_FALSE(model.aiBusy());
+    EXPECT_NE(model.session(), before);
+}
+
+TEST_F(LauncherViewModelTest, theDisplayIsFlushedInALaterTurnOfTheLoop) {
+    int flushes = 0;
+    QObject::connect(&model, &LauncherViewModel::displayFlushRequested, [&] { ++flushes; });
+    model.setQuery(u"foo"_s);
+    EXPECT_EQ(flushes, 0);
+    EXPECT_TRUE(waitUntil([&] { return flushes > 0; }));
+}
+
+TEST_F(LauncherViewModelTest, anIconThatArrivesIsPutIntoTheRowsThatShowItsPath) {
+    model.setQuery(u"foo"_s);
+    const Image icon = fakeImage();
+    int published = 0;
+    QObject::connect(&model, &LauncherViewModel::resultsChanged, [&] { ++published; });
+    model.updateIcon(foo2.path, icon);
+    EXPECT_EQ(model.results()[1].icon, icon);
+    EXPECT_NE(model.results()[0].icon, icon);
+    EXPECT_EQ(published, 1);
+    model.updateIcon(u"/elsewhere"_s, icon);
+    EXPECT_EQ(published, 1);
+    model.updateIcon(locations::home(), icon);
+    EXPECT_EQ(model.results()[2].icon, icon) << "projects carry the home folder's icon";
+}
+
+TEST_F(LauncherViewModelTest, aiIsEnabledUnlessSwitchedOff) {
+    EXPECT_TRUE(model.aiEnabled());
+    world.defaults.set(u"aiEnabled"_s, false);
+    EXPECT_FALSE(model.aiEnabled());
+    world.defaults.set(u"aiEnabled"_s, true);
+    EXPECT_TRUE(model.aiEnabled());
+}
+
+TEST_F(LauncherViewModelTest, withoutCallbacksNothingBreaks) {
+    model.onAction = nullptr;
+    model.onHide = nullptr;
+    model.setQuery(u"foo"_s);
+    model.submit();
+    model.cancel();
+    EXPECT_EQ(world.stats.counts().size(), 1);
+}
