@@ -1,0 +1,27 @@
+# Everything goes through here: `make run` and `make test` set up a fresh
+# Debian 12 machine by themselves.
+
+# Passed on to the program: make run ARGS='--query "code editor"'
+ARGS ?=
+PRESET ?= dev
+
+.PHONY: run test bench lint build-tests
+
+run:
+	@scripts/run $(ARGS)
+
+build-tests:
+	@scripts/setup run test
+	@cmake --preset $(PRESET) >/dev/null
+	@cmake --build build -- --quiet
+
+test: build-tests
+	@cd build && ctest --output-on-failure --progress -j2
+
+bench: build-tests
+	@scripts/bench
+
+lint:
+	@scripts/setup run test lint
+	@cmake --preset $(PRESET) >/dev/null
+	@scripts/lint
