@@ -23,8 +23,8 @@ public:
         for (const QString &handler : {u"folders"_s, u"web"_s}) {
             writeTracingProgram(home + "/bin/"_L1 + handler, home + "/trace."_L1 + handler);
             writeFile(home + "/.local/share/applications/"_L1 + handler + ".desktop"_L1,
-                      u"[Desktop Entry]\nType=Application\nName=%1\nExec=%2/bin/%1 %u\n"_s
-                          .arg(handler, home));
+                      u"[Desktop Entry]\nType=Application\nName=%1\nExec=%2/bin/%1 %u\n"_s.arg(
+                          handler, home));
         }
         writeFile(home + "/.config/mimeapps.list"_L1,
                   u"[Default Applications]\ninode/directory=folders.desktop\n"
@@ -208,7 +208,8 @@ TEST_F(ApplicationLauncherTest, withoutATerminalATerminalApplicationHasAReason) 
 
 TEST_F(ApplicationLauncherTest, aBusActivatedApplicationIsActivatedOverTheBus) {
     program(u"app"_s);
-    const QString file = entry(path("bin/app"_L1), u"DBusActivatable=true"_s, u"org.example.An-App"_s);
+    const QString file =
+        entry(path("bin/app"_L1), u"DBusActivatable=true"_s, u"org.example.An-App"_s);
     {
         const BusServices services(trace(u"bus"_s), {u"org.example.An-App"_s});
         EXPECT_EQ(launch(file), QString());

@@ -1,7 +1,7 @@
 #include "Platform/Linux/IconLoader.h"
 
-#include "Platform/Linux/IconDrawing.h"
 #include "EventLoop.h"
+#include "Platform/Linux/IconDrawing.h"
 #include "QtPrinters.h"
 
 #include <QDir>
@@ -51,8 +51,8 @@ protected:
     }
 
     IconLoader loader(qreal devicePixelRatio = 1) const {
-        return {[] { return u"t"_s; }, {{path(u"themes"_s)}, {path(u"pixmaps"_s)}},
-                devicePixelRatio};
+        return {
+            [] { return u"t"_s; }, {{path(u"themes"_s)}, {path(u"pixmaps"_s)}}, devicePixelRatio};
     }
 
     QTemporaryDir root_;
@@ -96,9 +96,9 @@ TEST_F(IconLoaderTest, everyIconIsASquareOf32PointsAtTheScreensResolution) {
     const std::pair<qreal, int> rows[]{{1, 32}, {1.25, 40}, {1.5, 48}, {2, 64}, {3, 96}};
     for (const auto &[ratio, pixels] : rows) {
         const IconLoader icons = loader(ratio);
-        for (const QString &icon : {path(u"small.png"_s), path(u"large.png"_s),
-                                    fixtures + "square.svg"_L1, fixtures + "wide.svg"_L1,
-                                    u"no-such-icon"_s}) {
+        for (const QString &icon :
+             {path(u"small.png"_s), path(u"large.png"_s), fixtures + "square.svg"_L1,
+              fixtures + "wide.svg"_L1, u"no-such-icon"_s}) {
             const Image image = icons.icon(entry(icon));
             ASSERT_TRUE(image);
             EXPECT_EQ(image->size(), QSize(pixels, pixels)) << qPrintable(icon);
@@ -143,7 +143,7 @@ TEST_F(IconLoaderTest, whatIsNoSoundPictureHasTheGenericOne) {
     png(u"wide.png"_s, {5000, 2}, red);
     QDir().mkpath(path(u"folder.png"_s));
     for (const QString &name : {u"text.png"_s, u"cut.svg"_s, u"empty.png"_s, u"cut.svgz"_s,
-                               u"large.svg"_s, u"wide.png"_s, u"folder.png"_s})
+                                u"large.svg"_s, u"wide.png"_s, u"folder.png"_s})
         EXPECT_EQ(icons.icon(entry(path(name))), icons.genericIcon()) << qPrintable(name);
 }
 
@@ -162,18 +162,19 @@ TEST_F(IconLoaderTest, aBundlesIconIsTheOneItsPropertiesName) {
     const auto properties = [this](const QByteArray &icon) {
         file(u"My.app/Contents/Info.plist"_s,
              "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>CFBundleIconFile</key>"
-             "<string>" + icon + "</string></dict></plist>");
+             "<string>" +
+                 icon + "</string></dict></plist>");
     };
     png(u"My.app/Contents/Resources/Icon.png"_s, {32, 32}, red);
     const IconLoader icons = loader();
-    for (const QByteArray &name : {"Icon.png", "Icon", "Icon.icns"}) {
+    for (const char *name : {"Icon.png", "Icon", "Icon.icns"}) {
         properties(name);
-        EXPECT_EQ(middle(icons.icon(path(u"My.app"_s))), red) << name.constData();
+        EXPECT_EQ(middle(icons.icon(path(u"My.app"_s))), red) << name;
     }
     png(u"outside.png"_s, {32, 32}, red);
-    for (const QByteArray &name : {"Other", "", "../../../outside.png"}) {
+    for (const char *name : {"Other", "", "../../../outside.png"}) {
         properties(name);
-        EXPECT_EQ(icons.icon(path(u"My.app"_s)), icons.genericIcon()) << name.constData();
+        EXPECT_EQ(icons.icon(path(u"My.app"_s)), icons.genericIcon()) << name;
     }
 }
 
@@ -188,11 +189,10 @@ TEST_F(IconLoaderTest, aFolderHasTheThemesFolderIconAndTheHomeFolderItsOwn) {
 
 TEST_F(IconLoaderTest, aFolderHasOurIconWhereTheThemeHasNone) {
     const IconLoader icons = loader();
-    EXPECT_EQ(icons.icon(root_.path())->convertToFormat(QImage::Format_ARGB32),
-              [] {
-                  QImage image = drawFolderIcon(32);
-                  return image.convertToFormat(QImage::Format_ARGB32);
-              }());
+    EXPECT_EQ(icons.icon(root_.path())->convertToFormat(QImage::Format_ARGB32), [] {
+        QImage image = drawFolderIcon(32);
+        return image.convertToFormat(QImage::Format_ARGB32);
+    }());
 }
 
 TEST_F(IconLoaderTest, anIconThatIsInstalledLaterIsFound) {

@@ -94,8 +94,8 @@ TEST(IconThemeFolder, matchesAndDistanceFollowTheFolderTypes) {
 
 TEST_F(IconThemeTest, theExactSizeWinsThenTheNearest) {
     theme(u"t"_s, {}, {u"16|Size=16|Type=Fixed"_s, u"32|Size=32|Type=Fixed"_s, u"48|Size=48"_s});
-    for (const QString &name : {u"16/a.png"_s, u"32/a.png"_s, u"48/a.png"_s, u"16/b.png"_s,
-                               u"48/b.png"_s, u"16/c.png"_s})
+    for (const QString &name :
+         {u"16/a.png"_s, u"32/a.png"_s, u"48/a.png"_s, u"16/b.png"_s, u"48/b.png"_s, u"16/c.png"_s})
         file("t/"_L1 + name);
     const IconTheme t = load(u"t"_s);
     EXPECT_EQ(found(t, u"a"_s), u"t/32/a.png");
@@ -108,8 +108,8 @@ TEST_F(IconThemeTest, aFolderForTheScaleWinsOverOneOfAsManyPixels) {
     theme(u"t"_s, {},
           {u"64|Size=64|Type=Fixed"_s, u"32@2x|Size=32|Scale=2|Type=Fixed"_s,
            u"32|Size=32|Type=Fixed"_s});
-    for (const QString &name : {u"64/a.png"_s, u"32@2x/a.png"_s, u"32/a.png"_s, u"64/b.png"_s,
-                               u"32/b.png"_s})
+    for (const QString &name :
+         {u"64/a.png"_s, u"32@2x/a.png"_s, u"32/a.png"_s, u"64/b.png"_s, u"32/b.png"_s})
         file("t/"_L1 + name);
     const IconTheme t = load(u"t"_s);
     EXPECT_EQ(found(t, u"a"_s, 32, 2), u"t/32@2x/a.png");
@@ -128,7 +128,7 @@ TEST_F(IconThemeTest, aFolderNamedInScaledDirectoriesCounts) {
 TEST_F(IconThemeTest, pngComesBeforeSvgBeforeXpmInOneFolder) {
     theme(u"t"_s, {}, {u"32|Size=32"_s});
     for (const QString &name : {u"a.xpm"_s, u"a.svg"_s, u"a.png"_s, u"b.xpm"_s, u"b.svg"_s,
-                               u"c.svgz"_s, u"c.xpm"_s, u"d.gif"_s, u"d.icon"_s})
+                                u"c.svgz"_s, u"c.xpm"_s, u"d.gif"_s, u"d.icon"_s})
         file("t/32/"_L1 + name);
     const IconTheme t = load(u"t"_s);
     EXPECT_EQ(found(t, u"a"_s), u"t/32/a.png");

@@ -48,10 +48,10 @@ TEST(TerminalCommand, eachTerminalIsToldInItsOwnDialect) {
 }
 
 TEST(TerminalCommand, theChooserComesFirstThenTheUsersThenTheDistributionsThenKnownOnes) {
-    QStringList installed{u"xdg-terminal-exec"_s, u"kitty"_s, u"konsole"_s,
+    QStringList installed{u"xdg-terminal-exec"_s,   u"kitty"_s,          u"konsole"_s,
                           u"x-terminal-emulator"_s, u"gnome-terminal"_s, u"xterm"_s};
     const QStringList preferred{u"kitty"_s, u"konsole"_s};
-    const char *order[]{"xdg-terminal-exec", "kitty", "konsole",
+    const char *order[]{"xdg-terminal-exec",   "kitty",          "konsole",
                         "x-terminal-emulator", "gnome-terminal", "xterm"};
     for (const char *terminal : order) {
         EXPECT_EQ(chosen(installed, preferred).section(u'|', 0, 0), QLatin1StringView(terminal));

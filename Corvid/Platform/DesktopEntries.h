@@ -9,13 +9,14 @@ namespace corvid {
 
 /** The values of one desktop entry that the catalog needs, as the desktop resolved them. */
 struct DesktopEntry {
-    QString id;              ///< desktop id without ".desktop", e.g. "org.gnome.Nautilus"
-    QString path;            ///< absolute path of the entry file
-    QString name;            ///< localised Name
-    QString unlocalizedName; ///< Name as written without a locale; may be empty
-    QString genericName;     ///< localised GenericName; may be empty
-    QString exec;            ///< the Exec line as written; may be empty (D-Bus activated)
-    QStringList categories;  ///< Categories, in order
+    QString id;                  ///< desktop id without ".desktop", e.g. "org.gnome.Nautilus"
+    QString path;                ///< absolute path of the entry file
+    QString name;                ///< localised Name
+    QString unlocalizedName;     ///< Name as written without a locale; may be empty
+    QString genericName;         ///< localised GenericName; may be empty
+    QString exec;                ///< the Exec line as written; may be empty (D-Bus activated)
+    QStringList categories;      ///< Categories, in order
+    QString startupWMClass = {}; ///< StartupWMClass, the class of its windows; may be empty
 
     bool operator==(const DesktopEntry &) const = default;
 };

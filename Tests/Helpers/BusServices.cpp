@@ -29,9 +29,9 @@ GDBusMessage *answer(GDBusConnection *bus, GDBusMessage *message, gboolean incom
         std::fclose(trace);
     }
     g_free(arguments);
-    GDBusMessage *reply = failing ? g_dbus_message_new_method_error_literal(
-                                        message, "org.example.Busy", "I am busy")
-                                  : g_dbus_message_new_method_reply(message);
+    GDBusMessage *reply =
+        failing ? g_dbus_message_new_method_error_literal(message, "org.example.Busy", "I am busy")
+                : g_dbus_message_new_method_reply(message);
     g_dbus_connection_send_message(bus, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
     g_object_unref(reply);
     g_object_unref(message);

@@ -84,9 +84,9 @@ QString gtkIconTheme() {
 } // namespace
 
 QString iconTheme() {
-    const QString theme =
-        underKde() ? firstNotEmpty({kdeIconTheme, settingsIconTheme, gtkIconTheme})
-                   : firstNotEmpty({settingsIconTheme, kdeIconTheme, gtkIconTheme});
+    const QString theme = underKde()
+                              ? firstNotEmpty({kdeIconTheme, settingsIconTheme, gtkIconTheme})
+                              : firstNotEmpty({settingsIconTheme, kdeIconTheme, gtkIconTheme});
     return theme.isEmpty() ? u"hicolor"_s : theme;
 }
 

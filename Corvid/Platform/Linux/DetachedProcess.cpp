@@ -19,12 +19,21 @@ namespace {
 constexpr std::size_t pidDigits = 20;
 
 // They tell one process how it was started, and would tell its children lies.
-constexpr std::array launchVariables{
-    "DBUS_STARTER_ADDRESS"_L1, "DBUS_STARTER_BUS_TYPE"_L1, "DESKTOP_STARTUP_ID"_L1,
-    "GIO_LAUNCHED_DESKTOP_FILE"_L1, "GIO_LAUNCHED_DESKTOP_FILE_PID"_L1, "INVOCATION_ID"_L1,
-    "JOURNAL_STREAM"_L1, "LISTEN_FDNAMES"_L1, "LISTEN_FDS"_L1, "LISTEN_PID"_L1,
-    "NOTIFY_SOCKET"_L1, "SYSTEMD_EXEC_PID"_L1, "WATCHDOG_PID"_L1, "WATCHDOG_USEC"_L1,
-    "XDG_ACTIVATION_TOKEN"_L1};
+constexpr std::array launchVariables{"DBUS_STARTER_ADDRESS"_L1,
+                                     "DBUS_STARTER_BUS_TYPE"_L1,
+                                     "DESKTOP_STARTUP_ID"_L1,
+                                     "GIO_LAUNCHED_DESKTOP_FILE"_L1,
+                                     "GIO_LAUNCHED_DESKTOP_FILE_PID"_L1,
+                                     "INVOCATION_ID"_L1,
+                                     "JOURNAL_STREAM"_L1,
+                                     "LISTEN_FDNAMES"_L1,
+                                     "LISTEN_FDS"_L1,
+                                     "LISTEN_PID"_L1,
+                                     "NOTIFY_SOCKET"_L1,
+                                     "SYSTEMD_EXEC_PID"_L1,
+                                     "WATCHDOG_PID"_L1,
+                                     "WATCHDOG_USEC"_L1,
+                                     "XDG_ACTIVATION_TOKEN"_L1};
 
 // Strings in the form of main()'s arguments.
 class StringVector {

@@ -24,7 +24,7 @@ namespace {
 
 constexpr int iconSize = 32; // device-independent pixels
 constexpr qint64 maximumFileSize = 8 * 1024 * 1024;
-constexpr int maximumEdge = 4096;     // of a picture to be scaled down
+constexpr int maximumEdge = 4096;      // of a picture to be scaled down
 constexpr int allocationLimitMiB = 64; // one such picture
 constexpr std::chrono::seconds checkInterval{2};
 
@@ -158,12 +158,11 @@ Image IconLoader::entryIcon(const QString &path) const {
     const std::unique_ptr<GKeyFile, decltype(&g_key_file_free)> file(g_key_file_new(),
                                                                      &g_key_file_free);
     GErrorHolder error;
-    if (!g_key_file_load_from_file(file.get(), QFile::encodeName(path).constData(),
-                                   G_KEY_FILE_NONE, error.out()))
+    if (!g_key_file_load_from_file(file.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE,
+                                   error.out()))
         return nullptr;
-    const GFreePointer<gchar> name(
-        g_key_file_get_locale_string(file.get(), G_KEY_FILE_DESKTOP_GROUP,
-                                     G_KEY_FILE_DESKTOP_KEY_ICON, nullptr, error.out()));
+    const GFreePointer<gchar> name(g_key_file_get_locale_string(
+        file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_ICON, nullptr, error.out()));
     return name && *name ? named(QString::fromUtf8(name.get())) : nullptr;
 }
 
@@ -173,8 +172,8 @@ Image IconLoader::bundleIcon(const QString &path) const {
         return nullptr;
     const QString resources = path + "/Contents/Resources/"_L1;
     // The documents' own format is rarely readable here, so bundles made for us carry another.
-    for (const QString &candidate :
-         {name, name + ".icns"_L1, name + ".png"_L1, QFileInfo(name).completeBaseName() + ".png"_L1})
+    for (const QString &candidate : {name, name + ".icns"_L1, name + ".png"_L1,
+                                     QFileInfo(name).completeBaseName() + ".png"_L1})
         if (Image image = fromFile(resources + candidate))
             return image;
     return nullptr;

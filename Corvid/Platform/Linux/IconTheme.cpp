@@ -32,8 +32,8 @@ using KeyFile = std::unique_ptr<GKeyFile, KeyFileFree>;
 KeyFile readIndex(const QString &path) {
     KeyFile file(g_key_file_new());
     GErrorHolder error;
-    if (!g_key_file_load_from_file(file.get(), QFile::encodeName(path).constData(),
-                                   G_KEY_FILE_NONE, error.out()))
+    if (!g_key_file_load_from_file(file.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE,
+                                   error.out()))
         return nullptr;
     return file;
 }
@@ -206,8 +206,7 @@ std::optional<QString> IconTheme::findIn(const Theme &theme, const QString &icon
     for (auto file = first; file != theme.files.end() && file->nameHash == hash; ++file) {
         const IconThemeFolder &folder = theme.folders[file->folder].properties;
         // A folder that is meant for the size comes before one that is merely as near.
-        const int distance =
-            folder.matches(size, scale) ? -1 : folder.distance(size, scale);
+        const int distance = folder.matches(size, scale) ? -1 : folder.distance(size, scale);
         if (!best || distance < bestDistance) {
             best = &*file;
             bestDistance = distance;

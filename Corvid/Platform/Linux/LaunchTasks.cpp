@@ -197,8 +197,7 @@ QString openWithDefault(const World &world, const QUrl &url) {
     QString error = u"Nothing is installed that opens “%1”."_s.arg(url.toString());
     const GObjectPointer<GAppInfo> application = defaultApplication(url);
     if (application && G_IS_DESKTOP_APP_INFO(application.get())) {
-        const char *path =
-            g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(application.get()));
+        const char *path = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(application.get()));
         error = launchEntry(world, QFile::decodeName(path), {url});
         if (error.isEmpty())
             return {};
@@ -206,8 +205,8 @@ QString openWithDefault(const World &world, const QUrl &url) {
     if (!isInstalled(world, u"xdg-open"_s))
         return error;
     return start(world,
-                 {u"xdg-open"_s, url.isLocalFile() ? url.toLocalFile()
-                                                   : QString::fromLatin1(url.toEncoded())},
+                 {u"xdg-open"_s,
+                  url.isLocalFile() ? url.toLocalFile() : QString::fromLatin1(url.toEncoded())},
                  {}, u"xdg-open"_s, {});
 }
 
@@ -251,7 +250,8 @@ void moveToScope(const World &world, qint64 pid, const QString &application) {
         bus.get(), "org.freedesktop.systemd1", "/org/freedesktop/systemd1",
         "org.freedesktop.systemd1.Manager", "StartTransientUnit",
         g_variant_new("(ssa(sv)@a(sa(sv)))", scopeName(application, pid).toUtf8().constData(),
-                      "fail", &properties, g_variant_new_array(G_VARIANT_TYPE("(sa(sv))"), nullptr, 0)),
+                      "fail", &properties,
+                      g_variant_new_array(G_VARIANT_TYPE("(sa(sv))"), nullptr, 0)),
         nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, scopeTimeoutMs, world.shutdown, error.out());
     if (reply)
         g_variant_unref(reply);

@@ -51,8 +51,7 @@ QStringList executeArguments(const QString &terminal) {
 
 } // namespace
 
-std::optional<QStringList> terminalCommand(const QStringList &program,
-                                           const QStringList &preferred,
+std::optional<QStringList> terminalCommand(const QStringList &program, const QStringList &preferred,
                                            const std::function<bool(const QString &)> &installed) {
     if (installed(u"xdg-terminal-exec"_s))
         return QStringList{u"xdg-terminal-exec"_s} + program;

@@ -18,8 +18,7 @@ namespace corvid {
  *
  * Pure: `installed` says whether a program can be run. Nothing when there is no terminal.
  */
-std::optional<QStringList> terminalCommand(const QStringList &program,
-                                           const QStringList &preferred,
+std::optional<QStringList> terminalCommand(const QStringList &program, const QStringList &preferred,
                                            const std::function<bool(const QString &)> &installed);
 
 } // namespace corvid

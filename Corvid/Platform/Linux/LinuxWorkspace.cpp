@@ -1,0 +1,62 @@
+#include "Platform/Linux/LinuxWorkspace.h"
+
+#include "Platform/Linux/DesktopSettings.h"
+#include "Platform/Linux/IconTheme.h"
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+
+LinuxWorkspace::LinuxWorkspace(const DesktopEntries &entries, const Options &options)
+    : icons_(desktopsettings::iconTheme, {iconBaseFolders(), {u"/usr/share/pixmaps"_s}},
+             options.devicePixelRatio),
+      running_(entries, options.display), launcher_(options.childEnvironment) {}
+
+void LinuxWorkspace::start() {
+    running_.start();
+}
+
+const QSet<QString> &LinuxWorkspace::runningApplications() const {
+    return running_.ids();
+}
+
+Image LinuxWorkspace::icon(const QString &path) const {
+    return icons_.icon(path);
+}
+
+Image LinuxWorkspace::genericIcon() const {
+    return icons_.genericIcon();
+}
+
+void LinuxWorkspace::openApplication(const QString &applicationPath, const Completion &done) {
+    if (!running_.activate(applicationPath)) {
+        launcher_.launch(applicationPath, {}, done);
+        return;
+    }
+    if (done)
+        QMetaObject::invokeMethod(
+            &receiver_, [done] { done({}); }, Qt::QueuedConnection);
+}
+
+void LinuxWorkspace::open(const QString &path) {
+    launcher_.openWithDefault(QUrl::fromLocalFile(path));
+}
+
+void LinuxWorkspace::openFiles(const QStringList &paths, const QString &applicationPath,
+                               const Completion &done) {
+    launcher_.launch(applicationPath, paths, done);
+}
+
+void LinuxWorkspace::openUrl(const QUrl &url) {
+    launcher_.openWithDefault(url);
+}
+
+void LinuxWorkspace::reveal(const QString &path) {
+    launcher_.reveal(path);
+}
+
+bool LinuxWorkspace::startTool(const QString &executable, const QStringList &arguments) {
+    return launcher_.startTool(executable, arguments);
+}
+
+} // namespace corvid

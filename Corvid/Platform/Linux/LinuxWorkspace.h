@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Platform/Linux/ApplicationLauncher.h"
+#include "Platform/Linux/IconLoader.h"
+#include "Platform/Linux/RunningApplications.h"
+#include "Platform/Workspace.h"
+
+#include <QByteArray>
+#include <QProcessEnvironment>
+
+namespace corvid {
+
+class DesktopEntries;
+
+/** The workspace of a Linux desktop: GIO and the session bus, the icon theme, the X11 window
+    manager's list. */
+class LinuxWorkspace final : public Workspace {
+public:
+    struct Options {
+        /** Of the programs that are started: ours at the start, before any change. */
+        QProcessEnvironment childEnvironment;
+        /** As in $DISPLAY, whose windows tell what runs; empty for none. */
+        QByteArray display;
+        /** For which icons are drawn: the highest of the screens. */
+        qreal devicePixelRatio = 1;
+    };
+
+    /** `entries` must outlive this. */
+    LinuxWorkspace(const DesktopEntries &entries, const Options &options);
+
+    /** Begins to watch what runs; until then nothing does. Once. */
+    void start();
+
+    const QSet<QString> &runningApplications() const override;
+    Image icon(const QString &path) const override;
+    Image genericIcon() const override;
+
+    /** Brings the application to the front when it has a window, else starts it. */
+    void openApplication(const QString &applicationPath, const Completion &done) override;
+    void open(const QString &path) override;
+    void openFiles(const QStringList &paths, const QString &applicationPath,
+                   const Completion &done) override;
+    void openUrl(const QUrl &url) override;
+    void reveal(const QString &path) override;
+    bool startTool(const QString &executable, const QStringList &arguments) override;
+
+private:
+    IconLoader icons_;
+    RunningApplications running_;
+    ApplicationLauncher launcher_;
+    QObject receiver_; ///< completions addressed to it are dropped with us
+};
+
+} // namespace corvid

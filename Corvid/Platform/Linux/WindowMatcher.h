@@ -1,0 +1,60 @@
+#pragma once
+
+#include "Platform/DesktopEntries.h"
+
+#include <QHash>
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+namespace corvid {
+
+/** What a window and its process tell about the application they belong to; empty where they do
+    not. */
+struct WindowTraits {
+    QString instance;         ///< first half of WM_CLASS
+    QString windowClass;      ///< second half of WM_CLASS
+    QString gtkApplicationId; ///< _GTK_APPLICATION_ID
+    QString hintedEntry;      ///< _BAMF_DESKTOP_FILE, a path
+    QString launchedEntry;    ///< path of the entry whose launch made exactly this process
+    QString controlGroup;     ///< the process's line in /proc/<pid>/cgroup
+};
+
+/**
+ * Tells which desktop entry a window belongs to: by its class where an entry claims it
+ * (StartupWMClass), by what the toolkit and the launcher wrote down, by the class's likeness to an
+ * entry's id or program, and last by the name of the process's systemd unit.
+ * Immutable: any thread. Letter case is never told apart.
+ */
+class WindowMatcher {
+public:
+    WindowMatcher() = default;
+    explicit WindowMatcher(const std::vector<DesktopEntry> &entries);
+
+    struct Match {
+        QString id;   ///< desktop id
+        QString path; ///< the entry file
+        bool operator==(const Match &) const = default;
+    };
+    std::optional<Match> match(const WindowTraits &window) const;
+
+private:
+    using Table = QHash<QString, qsizetype>; // key to index; of several entries the first counts
+
+    std::optional<qsizetype> indexOf(const WindowTraits &window) const;
+
+    QList<Match> entries_;
+    Table byWindowClass_;
+    Table byId_;
+    Table byPath_;
+    Table byLastComponent_; ///< "Nautilus" of "org.gnome.Nautilus"
+    Table byProgram_;
+};
+
+/** The application id in the name of a systemd unit of a launched application,
+    "app-<launcher>-<id>-<number>.scope" or "app-<launcher>-<id>@<number>.service"; empty when the
+    control group has no such unit. Pure. */
+QString applicationOfControlGroup(const QString &controlGroup);
+
+} // namespace corvid
