@@ -62,7 +62,7 @@ struct X11Clients::Atoms {
         for (std::size_t i = 0; i < cookies.size(); ++i) {
             const Reply<xcb_intern_atom_reply_t> reply(
                 xcb_intern_atom_reply(connection, cookies[i], nullptr));
-            *names[i].first = reply ? reply->atom : XCB_ATOM_NONE;
+            *names[i].first = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
         }
     }
 };

@@ -1,0 +1,72 @@
+// A window for tests of what runs on an X11 display:
+//
+//   corvid_x11_client <instance> <class> [--gtk-id <id>] [--no-pid]
+//
+// prints the window's number once it is mapped, and ends when it is killed or loses the display.
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+xcb_atom_t atom(xcb_connection_t *connection, const char *name) {
+    xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(
+        connection,
+        xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name),
+        nullptr);
+    const xcb_atom_t result = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+    std::free(reply);
+    return result;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    if (argc < 3)
+        return 2;
+    xcb_connection_t *connection = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(connection))
+        return 1;
+    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+    const xcb_window_t window = xcb_generate_id(connection);
+    const std::uint32_t values[]{screen->white_pixel, XCB_EVENT_MASK_STRUCTURE_NOTIFY};
+    xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, 100, 100, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
+                      XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values);
+
+    const auto text = [&](xcb_atom_t property, xcb_atom_t type, const std::string &value) {
+        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, property, type, 8,
+                            static_cast<std::uint32_t>(value.size()), value.data());
+    };
+    text(XCB_ATOM_WM_CLASS, XCB_ATOM_STRING,
+         std::string(argv[1]) + '\0' + std::string(argv[2]) + '\0');
+    bool tellsPid = true;
+    for (int i = 3; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--no-pid") == 0)
+            tellsPid = false;
+        else if (std::strcmp(argv[i], "--gtk-id") == 0 && i + 1 < argc)
+            text(atom(connection, "_GTK_APPLICATION_ID"), atom(connection, "UTF8_STRING"),
+                 argv[++i]);
+    }
+    if (tellsPid) {
+        const auto pid = static_cast<std::uint32_t>(getpid());
+        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window,
+                            atom(connection, "_NET_WM_PID"), XCB_ATOM_CARDINAL, 32, 1, &pid);
+    }
+    xcb_map_window(connection, window);
+    xcb_flush(connection);
+    while (xcb_generic_event_t *event = xcb_wait_for_event(connection)) {
+        if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY) {
+            std::printf("%u\n", window);
+            std::fflush(stdout);
+        }
+        std::free(event);
+    }
+    return 0;
+}

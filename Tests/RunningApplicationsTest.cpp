@@ -1,0 +1,209 @@
+#include "Platform/Linux/RunningApplications.h"
+
+#include "EventLoop.h"
+#include "QtPrinters.h"
+#include "XServer.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <atomic>
+#include <optional>
+
+using namespace corvid;
+using namespace corvid::test;
+
+namespace {
+
+class ListedEntries final : public DesktopEntries {
+public:
+    std::vector<DesktopEntry> list() const override {
+        ++listings;
+        return entries;
+    }
+    void add(const QString &id, const QString &windowClass = {}) {
+        DesktopEntry entry;
+        entry.id = id;
+        entry.path = "/apps/"_L1 + id + ".desktop"_L1;
+        entry.startupWMClass = windowClass;
+        entries.push_back(entry);
+    }
+
+    std::vector<DesktopEntry> entries;
+    mutable std::atomic<int> listings = 0;
+};
+
+class RunningApplicationsTest : public ::testing::Test {
+protected:
+    RunningApplicationsTest() {
+        entries_.add(u"org.example.One"_s, u"OneWindow"_s);
+        entries_.add(u"org.example.Two"_s);
+    }
+
+    RunningApplications &watch(const QByteArray &display) {
+        running_.emplace(entries_, display);
+        running_->start();
+        return *running_;
+    }
+    bool becomes(const QStringList &ids) {
+        return eventually([&] { return running_->ids() == QSet<QString>(ids.begin(), ids.end()); });
+    }
+    static QString activeWindow(const XServer &server) {
+        QProcess xdotool;
+        xdotool.setProcessEnvironment(server.environment());
+        xdotool.start(u"xdotool"_s, {u"getactivewindow"_s});
+        xdotool.waitForFinished();
+        return QString::fromLatin1(xdotool.readAllStandardOutput().trimmed());
+    }
+
+    ListedEntries entries_;
+    std::optional<RunningApplications> running_;
+};
+
+const QString one = u"org.example.One"_s;
+const QString two = u"org.example.Two"_s;
+
+} // namespace
+
+TEST_F(RunningApplicationsTest, windowsComeAndGo) {
+    const XServer server;
+    watch(server.display());
+    EXPECT_EQ(running_->ids(), QSet<QString>());
+    {
+        const XClient first(server, {u"x"_s, u"OneWindow"_s});
+        EXPECT_TRUE(becomes({one}));
+        const XClient second(server, {u"x"_s, u"X"_s, u"--gtk-id"_s, two});
+        EXPECT_TRUE(becomes({one, two}));
+    }
+    EXPECT_TRUE(becomes({}));
+}
+
+TEST_F(RunningApplicationsTest, windowsThatWereThereBeforeCount) {
+    const XServer server;
+    const XClient client(server, {u"x"_s, u"OneWindow"_s, u"--no-pid"_s});
+    watch(server.display());
+    EXPECT_TRUE(becomes({one}));
+}
+
+TEST_F(RunningApplicationsTest, anApplicationRunsUntilItsLastWindowIsGone) {
+    const XServer server;
+    watch(server.display());
+    const XClient first(server, {u"x"_s, u"OneWindow"_s});
+    EXPECT_TRUE(becomes({one}));
+    {
+        const XClient second(server, {u"x"_s, u"OneWindow"_s});
+        const XClient other(server, {u"x"_s, u"X"_s, u"--gtk-id"_s, two});
+        EXPECT_TRUE(becomes({one, two}));
+    }
+    EXPECT_TRUE(becomes({one}));
+}
+
+TEST_F(RunningApplicationsTest, aWindowManagerThatStartsLaterIsNoticed) {
+    XServer server(XServer::Manager::None);
+    watch(server.display());
+    const XClient client(server, {u"x"_s, u"OneWindow"_s});
+    server.startManager();
+    EXPECT_TRUE(becomes({one}));
+}
+
+TEST_F(RunningApplicationsTest, whenTheDisplayGoesNothingRuns) {
+    XServer server;
+    watch(server.display());
+    const XClient client(server, {u"x"_s, u"OneWindow"_s});
+    EXPECT_TRUE(becomes({one}));
+    server.endServer();
+    EXPECT_TRUE(becomes({}));
+}
+
+TEST_F(RunningApplicationsTest, withoutADisplayNothingRuns) {
+    for (const QByteArray &display :
+         {QByteArray(), QByteArray(":987654"), QByteArray("nonsense")}) {
+        watch(display);
+        EXPECT_FALSE(eventually([&] { return !running_->ids().isEmpty(); }, 50));
+        EXPECT_FALSE(running_->activate(u"/apps/org.example.One.desktop"_s));
+    }
+    EXPECT_EQ(entries_.listings, 0);
+}
+
+TEST_F(RunningApplicationsTest, theEntriesAreNotListedAgainForEveryUnknownWindow) {
+    const XServer server;
+    watch(server.display());
+    const XClient unknown(server, {u"x"_s, u"X"_s});
+    const XClient another(server, {u"y"_s, u"Y"_s});
+    const XClient known(server, {u"x"_s, u"OneWindow"_s});
+    EXPECT_TRUE(becomes({one}));
+    EXPECT_EQ(entries_.listings, 1);
+}
+
+TEST_F(RunningApplicationsTest, aBundleIsRecognizedByTheProgramThatRuns) {
+    const XServer server;
+    const QTemporaryDir folder;
+    const QString bundle = folder.filePath(u"My.app"_s);
+    QDir().mkpath(bundle + "/Contents/MacOS"_L1);
+    QFile properties(bundle + "/Contents/Info.plist"_L1);
+    ASSERT_TRUE(properties.open(QIODevice::WriteOnly));
+    properties.write("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+                     "<key>CFBundleIdentifier</key><string>com.example.my</string></dict></plist>");
+    properties.close();
+    const QString program = bundle + "/Contents/MacOS/My"_L1;
+    ASSERT_TRUE(
+        QFile::copy(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_x11_client"), program));
+    watch(server.display());
+    const XClient client(server, {u"x"_s, u"X"_s}, program);
+    EXPECT_TRUE(becomes({u"com.example.my"_s}));
+    EXPECT_TRUE(running_->activate(bundle));
+}
+
+TEST_F(RunningApplicationsTest, anApplicationComesToTheFrontWithTheWindowSeenLast) {
+    const XServer server;
+    watch(server.display());
+    const XClient first(server, {u"x"_s, u"OneWindow"_s});
+    const XClient second(server, {u"x"_s, u"OneWindow"_s});
+    EXPECT_TRUE(eventually([&] { return activeWindow(server) == second.window(); }));
+    const XClient front(server, {u"x"_s, u"X"_s, u"--gtk-id"_s, two});
+    EXPECT_TRUE(eventually([&] { return activeWindow(server) == front.window(); }));
+    EXPECT_TRUE(becomes({one, two}));
+    EXPECT_TRUE(running_->activate(u"/apps/org.example.One.desktop"_s));
+    EXPECT_TRUE(eventually([&] { return activeWindow(server) == second.window(); }));
+    EXPECT_FALSE(running_->activate(u"/apps/other.desktop"_s));
+}
+
+TEST_F(RunningApplicationsTest, destroyingItInTheMiddleOfThingsEndsAtOnce) {
+    const XServer server;
+    const XClient client(server, {u"x"_s, u"OneWindow"_s});
+    for (int i = 0; i < 50; ++i)
+        watch(server.display());
+    running_.reset();
+    RunningApplications neverStarted(entries_, server.display());
+}
+
+TEST_F(RunningApplicationsTest, nothingWakesUsWhileNothingHappens) {
+    const XServer server;
+    const XClient client(server, {u"x"_s, u"OneWindow"_s});
+    watch(server.display());
+    EXPECT_TRUE(becomes({one}));
+    // Voluntary context switches of all our threads but this one.
+    const auto switches = [] {
+        qint64 sum = 0;
+        const QStringList threads =
+            QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        for (const QString &thread : threads) {
+            if (thread.toLongLong() == getpid())
+                continue;
+            QFile status(u"/proc/self/task/%1/status"_s.arg(thread));
+            if (!status.open(QIODevice::ReadOnly))
+                continue;
+            const QString text = QString::fromLatin1(status.readAll());
+            const QString value = text.section("\nvoluntary_ctxt_switches:"_L1, 1, 1);
+            sum += value.section(u'\n', 0, 0).trimmed().toLongLong();
+        }
+        return sum;
+    };
+    qint64 before = -1;
+    EXPECT_TRUE(eventually([&] {
+        const qint64 now = switches();
+        return std::exchange(before, now) == now;
+    }));
+    EXPECT_FALSE(eventually([&] { return switches() != before; }, 1'000));
+}

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QStandardPaths>
+
+#include <gtest/gtest.h>
+
+namespace corvid::test {
+
+using namespace Qt::Literals::StringLiterals;
+
+/** An X server of the test's own, with a window manager if asked for. Gone when destroyed. */
+class XServer {
+public:
+    enum class Manager { None, Openbox };
+
+    explicit XServer(Manager manager = Manager::Openbox) {
+        server_.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"800x600x24"_s,
+                                  u"-nolisten"_s, u"tcp"_s, u"-noreset"_s});
+        if (!server_.waitForStarted() || !server_.waitForReadyRead(20'000)) {
+            ADD_FAILURE() << "no X server";
+            return;
+        }
+        display_ = ':' + server_.readLine().trimmed();
+        if (manager == Manager::Openbox)
+            startManager();
+    }
+    XServer(const XServer &) = delete;
+    XServer &operator=(const XServer &) = delete;
+    ~XServer() {
+        stop(manager_);
+        stop(server_);
+    }
+
+    void startManager() {
+        manager_.setProcessEnvironment(environment());
+        manager_.start(u"openbox"_s, {u"--sm-disable"_s});
+        EXPECT_TRUE(manager_.waitForStarted());
+    }
+
+    const QByteArray &display() const { return display_; }
+
+    QProcessEnvironment environment() const {
+        QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
+        result.insert(u"DISPLAY"_s, QString::fromLatin1(display_));
+        result.remove(u"WAYLAND_DISPLAY"_s);
+        return result;
+    }
+
+    void endServer() { stop(server_); }
+
+private:
+    static void stop(QProcess &process) {
+        if (process.state() == QProcess::NotRunning)
+            return;
+        process.kill();
+        process.waitForFinished();
+    }
+
+    QProcess server_;
+    QProcess manager_;
+    QByteArray display_;
+};
+
+/** A window on it; see Helpers/X11Client.cpp. Gone when destroyed. */
+class XClient {
+public:
+    XClient(const XServer &server, const QStringList &arguments,
+            const QString &program = QStringLiteral(CORVID_BUILD_FOLDER
+                                                    "/tests/corvid_x11_client")) {
+        process_.setProcessEnvironment(server.environment());
+        process_.start(program, arguments);
+        EXPECT_TRUE(process_.waitForReadyRead(20'000)) << "no window";
+        window_ = QString::fromLatin1(process_.readLine().trimmed());
+    }
+    XClient(const XClient &) = delete;
+    XClient &operator=(const XClient &) = delete;
+    ~XClient() {
+        process_.kill();
+        process_.waitForFinished();
+    }
+
+    const QString &window() const { return window_; }
+
+private:
+    QProcess process_;
+    QString window_;
+};
+
+} // namespace corvid::test
