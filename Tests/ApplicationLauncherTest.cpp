@@ -169,6 +169,22 @@ TEST_F(ApplicationLauncherTest, aBundleIsStartedByTheExecutableNamedLikeIt) {
     EXPECT_EQ(child.variable(u"GIO_LAUNCHED_DESKTOP_FILE"_s), std::nullopt);
 }
 
+TEST_F(ApplicationLauncherTest, theExecutableThatABundlesPropertiesNameComesFirst) {
+    const QString root = bundle(u"other"_s);
+    writeFile(root + "/Contents/MacOS/My App"_L1, u"#!/bin/false\n"_s);
+    const auto properties = [&](const QString &executable) {
+        writeFile(
+            root + "/Contents/Info.plist"_L1,
+            u"<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+            "<key>CFBundleExecutable</key><string>%1</string></dict></plist>"_s.arg(executable));
+    };
+    properties(u"other"_s);
+    EXPECT_EQ(launch(root), QString());
+    EXPECT_EQ(Trace(trace(u"bundle"_s)).arguments(), QStringList());
+    properties(u"../MacOS/other"_s);
+    EXPECT_TRUE(launch(root).contains(u"My App”")) << "a name is no path";
+}
+
 TEST_F(ApplicationLauncherTest, whatCannotBeStartedHasAReason) {
     EXPECT_TRUE(launch(path("gone.desktop"_L1)).contains(u"does not exist"));
     EXPECT_TRUE(launch(entry(u"no-such-program"_s)).contains(u"not installed"));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Dependent.h"
 #include "EventLoop.h"
 #include "QtPrinters.h"
 
@@ -78,6 +79,7 @@ struct Trace {
 class PrivateBus : public ::testing::Environment {
 public:
     void SetUp() override {
+        makeDependent(daemon_);
         daemon_.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
         ASSERT_TRUE(daemon_.waitForReadyRead(10'000));
         qputenv("DBUS_SESSION_BUS_ADDRESS", daemon_.readLine().trimmed());

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "Dependent.h"
+
 #include <QProcess>
 #include <QProcessEnvironment>
-#include <QStandardPaths>
 
 #include <gtest/gtest.h>
 
@@ -16,6 +17,7 @@ public:
     enum class Manager { None, Openbox };
 
     explicit XServer(Manager manager = Manager::Openbox) {
+        makeDependent(server_);
         server_.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"800x600x24"_s,
                                   u"-nolisten"_s, u"tcp"_s, u"-noreset"_s});
         if (!server_.waitForStarted() || !server_.waitForReadyRead(20'000)) {
@@ -34,6 +36,7 @@ public:
     }
 
     void startManager() {
+        makeDependent(manager_);
         manager_.setProcessEnvironment(environment());
         manager_.start(u"openbox"_s, {u"--sm-disable"_s});
         EXPECT_TRUE(manager_.waitForStarted());
@@ -69,6 +72,7 @@ public:
     XClient(const XServer &server, const QStringList &arguments,
             const QString &program = QStringLiteral(CORVID_BUILD_FOLDER
                                                     "/tests/corvid_x11_client")) {
+        makeDependent(process_);
         process_.setProcessEnvironment(server.environment());
         process_.start(program, arguments);
         EXPECT_TRUE(process_.waitForReadyRead(20'000)) << "no window";
