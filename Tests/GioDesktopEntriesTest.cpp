@@ -73,7 +73,7 @@ TEST_F(GioDesktopEntriesTest, anEntryIsReadAsTheDesktopResolvesIt) {
     write(u"first/applications/org.example.Editor.desktop"_s,
           "[Desktop Entry]\nType=Application\nName=Writer\nName[de]=Schreiber\n"
           "GenericName=Text Editor\nGenericName[de]=Texteditor\nExec=env A=\"b c\" true %F\n"
-          "Categories=Utility;TextEditor;\nKeywords=word;\n");
+          "Categories=Utility;TextEditor;\nKeywords=word;\nStartupWMClass=Writer-Bin\n");
     EXPECT_EQ(listed().at(u"org.example.Editor"_s),
               (DesktopEntry{u"org.example.Editor"_s,
                             path(u"first/applications/org.example.Editor.desktop"_s),
@@ -81,7 +81,8 @@ TEST_F(GioDesktopEntriesTest, anEntryIsReadAsTheDesktopResolvesIt) {
                             u"Writer"_s,
                             u"Texteditor"_s,
                             u"env A=\"b c\" true %F"_s,
-                            {u"Utility"_s, u"TextEditor"_s}}));
+                            {u"Utility"_s, u"TextEditor"_s},
+                            u"Writer-Bin"_s}));
 }
 
 TEST_F(GioDesktopEntriesTest, whatAnEntryLacksIsEmpty) {
@@ -89,6 +90,7 @@ TEST_F(GioDesktopEntriesTest, whatAnEntryLacksIsEmpty) {
     const DesktopEntry entry = listed().at(u"plain"_s);
     EXPECT_EQ(entry.genericName, QString());
     EXPECT_EQ(entry.categories, QStringList());
+    EXPECT_EQ(entry.startupWMClass, QString());
     EXPECT_EQ(entry.name, u"Plain");
 }
 

@@ -107,7 +107,8 @@ std::optional<DesktopEntry> readEntry(const EntryFile &source) {
                         QString::fromUtf8(g_desktop_app_info_get_generic_name(info.get())),
                         keyFileText(file.get(), G_KEY_FILE_DESKTOP_KEY_EXEC),
                         QString::fromUtf8(g_desktop_app_info_get_categories(info.get()))
-                            .split(u';', Qt::SkipEmptyParts)};
+                            .split(u';', Qt::SkipEmptyParts),
+                        QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get()))};
 }
 
 // $XDG_DATA_DIRS without what is not absolute; the standard's default when nothing is left.
