@@ -101,3 +101,14 @@ TEST_F(LinuxWorkspaceTest, anyPathHasAnIcon) {
     }
     EXPECT_EQ(workspace_->icon(u"/no/such"_s), workspace_->genericIcon());
 }
+
+TEST(LinuxWorkspaceWithoutBus, losingTheBusIsSurvived) {
+    PrivateBus ownBus;
+    ownBus.SetUp();
+    const OneEntry entries({});
+    const LinuxWorkspace workspace(entries, {});
+    EXPECT_TRUE(workspace.icon(QDir::homePath()));
+    ownBus.TearDown();
+    // The end of the process would come from a thread of GLib's.
+    EXPECT_FALSE(eventually([] { return false; }, 300));
+}

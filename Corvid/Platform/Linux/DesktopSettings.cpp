@@ -2,6 +2,7 @@
 
 #include "Locations.h"
 #include "Platform/Linux/GLibPointers.h"
+#include "Platform/Linux/SessionBus.h"
 
 #include <QFile>
 
@@ -29,6 +30,7 @@ QString fromSettings(const char *schemaId, const char *key, bool onlyChosenByUse
     GSettingsSchema *schema = g_settings_schema_source_lookup(source, schemaId, TRUE);
     if (!schema)
         return {};
+    sessionBus(nullptr);
     QString value;
     if (g_settings_schema_has_key(schema, key)) {
         const GObjectPointer<GSettings> settings(g_settings_new(schemaId));

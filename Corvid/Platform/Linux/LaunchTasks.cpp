@@ -194,6 +194,7 @@ QString launchApplication(const World &world, const QString &applicationPath,
 }
 
 QString openWithDefault(const World &world, const QUrl &url) {
+    sessionBus(world.shutdown);
     QString error = u"Nothing is installed that opens “%1”."_s.arg(url.toString());
     const GObjectPointer<GAppInfo> application = defaultApplication(url);
     if (application && G_IS_DESKTOP_APP_INFO(application.get())) {

@@ -6,8 +6,10 @@ namespace corvid {
 
 /**
  * This process's connection to the session bus, null where there is none. It may block while the
- * bus does not answer, so: background only; `cancellable` (from any thread) ends the wait. Losing
- * the bus later does not end our process.
+ * bus does not answer, so: background only; `cancellable` (from any thread) ends the wait.
+ *
+ * Losing the bus later does not end our process. It would if GLib connected by itself, so call
+ * this before anything that makes GLib use the bus: settings, other file systems than the disk's.
  */
 GObjectPointer<GDBusConnection> sessionBus(GCancellable *cancellable);
 
