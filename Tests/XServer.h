@@ -38,8 +38,9 @@ public:
     void startManager() {
         makeDependent(manager_);
         manager_.setProcessEnvironment(environment());
-        manager_.start(u"openbox"_s, {u"--sm-disable"_s});
-        EXPECT_TRUE(manager_.waitForStarted());
+        // A window that is mapped while it starts may be forgotten; so it says when it is done.
+        manager_.start(u"openbox"_s, {u"--sm-disable"_s, u"--startup"_s, u"echo ready"_s});
+        EXPECT_TRUE(manager_.waitForReadyRead(20'000)) << "no window manager";
     }
 
     const QByteArray &display() const { return display_; }
