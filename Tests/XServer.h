@@ -35,12 +35,28 @@ public:
         stop(server_);
     }
 
+    /** Returns when windows are managed. */
     void startManager() {
         makeDependent(manager_);
         manager_.setProcessEnvironment(environment());
-        // A window that is mapped while it starts may be forgotten; so it says when it is done.
-        manager_.start(u"openbox"_s, {u"--sm-disable"_s, u"--startup"_s, u"echo ready"_s});
-        EXPECT_TRUE(manager_.waitForReadyRead(20'000)) << "no window manager";
+        manager_.start(u"openbox"_s, {u"--sm-disable"_s});
+        EXPECT_TRUE(manager_.waitForStarted());
+        // While openbox starts it may leave a window alone until the next event wakes it.
+        for (int attempt = 0; attempt < 40; ++attempt) {
+            QProcess window;
+            makeDependent(window);
+            window.setProcessEnvironment(environment());
+            window.start(helper(), {u"warm"_s, u"Up"_s, u"--managed"_s});
+            const bool managed = window.waitForReadyRead(500);
+            stop(window);
+            if (managed)
+                return;
+        }
+        ADD_FAILURE() << "no window manager";
+    }
+
+    static QString helper() {
+        return QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_x11_client");
     }
 
     const QByteArray &display() const { return display_; }
@@ -71,8 +87,7 @@ private:
 class XClient {
 public:
     XClient(const XServer &server, const QStringList &arguments,
-            const QString &program = QStringLiteral(CORVID_BUILD_FOLDER
-                                                    "/tests/corvid_x11_client")) {
+            const QString &program = XServer::helper()) {
         makeDependent(process_);
         process_.setProcessEnvironment(server.environment());
         process_.start(program, arguments);

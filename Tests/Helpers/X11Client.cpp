@@ -1,8 +1,9 @@
 // A window for tests of what runs on an X11 display:
 //
-//   corvid_x11_client <instance> <class> [--gtk-id <id>] [--no-pid]
+//   corvid_x11_client <instance> <class> [--gtk-id <id>] [--no-pid] [--managed]
 //
-// prints the window's number once it is mapped, and ends when it is killed or loses the display.
+// prints the window's number once it is mapped (with --managed: once a window manager has put it
+// into a frame), and ends when it is killed or loses the display.
 
 #include <xcb/xcb.h>
 
@@ -47,9 +48,12 @@ int main(int argc, char **argv) {
     text(XCB_ATOM_WM_CLASS, XCB_ATOM_STRING,
          std::string(argv[1]) + '\0' + std::string(argv[2]) + '\0');
     bool tellsPid = true;
+    std::uint8_t awaited = XCB_MAP_NOTIFY;
     for (int i = 3; i < argc; ++i) {
         if (std::strcmp(argv[i], "--no-pid") == 0)
             tellsPid = false;
+        else if (std::strcmp(argv[i], "--managed") == 0)
+            awaited = XCB_REPARENT_NOTIFY;
         else if (std::strcmp(argv[i], "--gtk-id") == 0 && i + 1 < argc)
             text(atom(connection, "_GTK_APPLICATION_ID"), atom(connection, "UTF8_STRING"),
                  argv[++i]);
@@ -62,7 +66,7 @@ int main(int argc, char **argv) {
     xcb_map_window(connection, window);
     xcb_flush(connection);
     while (xcb_generic_event_t *event = xcb_wait_for_event(connection)) {
-        if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY) {
+        if ((event->response_type & 0x7f) == awaited) {
             std::printf("%u\n", window);
             std::fflush(stdout);
         }
