@@ -1,0 +1,111 @@
+#include "HotKeyManager.h"
+
+#include <QHash>
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+HotKeyBackend *sharedBackend = nullptr;
+
+// Codes 97, 98, 99 and 101 are named otherwise than what is printed on those keys. The names are
+// part of how combinations are shown everywhere and are kept on purpose.
+const QHash<quint32, QString> &keyNames() {
+    static const QHash<quint32, QString> names{
+        {49, u"Space"_s}, {36, u"Return"_s}, {48, u"Tab"_s}, {51, u"Delete"_s}, {53, u"Esc"_s},
+        {0, u"A"_s},      {1, u"S"_s},       {2, u"D"_s},    {3, u"F"_s},       {4, u"H"_s},
+        {5, u"G"_s},      {6, u"Z"_s},       {7, u"X"_s},    {8, u"C"_s},       {9, u"V"_s},
+        {11, u"B"_s},     {12, u"Q"_s},      {13, u"W"_s},   {14, u"E"_s},      {15, u"R"_s},
+        {16, u"Y"_s},     {17, u"T"_s},      {18, u"1"_s},   {19, u"2"_s},      {20, u"3"_s},
+        {21, u"4"_s},     {22, u"6"_s},      {23, u"5"_s},   {25, u"9"_s},      {26, u"7"_s},
+        {28, u"8"_s},     {29, u"0"_s},      {31, u"O"_s},   {32, u"U"_s},      {34, u"I"_s},
+        {35, u"P"_s},     {37, u"L"_s},      {38, u"J"_s},   {39, u"'"_s},      {40, u"K"_s},
+        {41, u";"_s},     {42, u"\\"_s},     {43, u","_s},   {44, u"/"_s},      {45, u"N"_s},
+        {46, u"M"_s},     {47, u"."_s},      {50, u"`"_s},   {96, u"F5"_s},     {97, u"F7"_s},
+        {98, u"F3"_s},    {99, u"F9"_s},     {100, u"F8"_s}, {101, u"F6"_s},    {103, u"F11"_s},
+        {109, u"F10"_s},  {111, u"F12"_s},   {118, u"F4"_s}, {120, u"F2"_s},    {122, u"F1"_s},
+        {123, u"←"_s},    {124, u"→"_s},     {125, u"↓"_s},  {126, u"↑"_s},
+    };
+    return names;
+}
+
+} // namespace
+
+HotKeyManager &HotKeyManager::shared() {
+    if (!sharedBackend)
+        qFatal("the hot key was used before the platform installed its backend");
+    static HotKeyManager manager(*sharedBackend);
+    return manager;
+}
+
+void HotKeyManager::installBackend(HotKeyBackend *backend) {
+    sharedBackend = backend;
+}
+
+void HotKeyManager::registerHotKey(quint32 keyCode, quint32 modifiers, Handler handler) {
+    unregister();
+    handler_ = std::move(handler);
+    registered_ = true;
+    const auto pressed = [this](quint32 time) {
+        QMetaObject::invokeMethod(
+            &receiver_,
+            [this, time] {
+                lastPressTime_ = time;
+                // The handler may register another.
+                if (const Handler current = handler_)
+                    current();
+            },
+            Qt::QueuedConnection);
+    };
+    const auto answered = [this, registration = registration_](bool obtained) {
+        QMetaObject::invokeMethod(
+            &receiver_,
+            [this, registration, obtained] {
+                if (registration == registration_)
+                    obtained_ = obtained;
+            },
+            Qt::QueuedConnection);
+    };
+    backend_.grab({keyCode, modifiers}, {pressed, answered});
+}
+
+void HotKeyManager::unregister() {
+    if (!registered_)
+        return;
+    registered_ = false;
+    ++registration_;
+    obtained_.reset();
+    backend_.release();
+}
+
+quint32 HotKeyManager::carbonFlags(ModifierFlags flags) {
+    quint32 modifiers = 0;
+    if (flags.testFlag(ModifierFlag::Command))
+        modifiers |= HotKey::command;
+    if (flags.testFlag(ModifierFlag::Option))
+        modifiers |= HotKey::option;
+    if (flags.testFlag(ModifierFlag::Shift))
+        modifiers |= HotKey::shift;
+    if (flags.testFlag(ModifierFlag::Control))
+        modifiers |= HotKey::control;
+    return modifiers;
+}
+
+QString HotKeyManager::describe(quint32 keyCode, quint32 modifiers) {
+    QString text;
+    if (modifiers & HotKey::control)
+        text += u'⌃';
+    if (modifiers & HotKey::option)
+        text += u'⌥';
+    if (modifiers & HotKey::shift)
+        text += u'⇧';
+    if (modifiers & HotKey::command)
+        text += u'⌘';
+    const auto name = keyNames().constFind(keyCode);
+    const bool named = name != keyNames().constEnd();
+    return text + u' ' + (named ? *name : u"Key "_s + QString::number(keyCode));
+}
+
+} // namespace corvid

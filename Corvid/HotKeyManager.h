@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Platform/HotKeyBackend.h"
+
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+namespace corvid {
+
+/**
+ * The one key combination that reaches us from everywhere in the session. Main thread only.
+ * Registering never fails visibly: a combination that another program holds is just never
+ * pressed.
+ */
+class HotKeyManager {
+public:
+    using Handler = std::function<void()>;
+
+    /** The backend must outlive the registration. */
+    explicit HotKeyManager(HotKeyBackend &backend) : backend_(backend) {}
+    HotKeyManager(const HotKeyManager &) = delete;
+    HotKeyManager &operator=(const HotKeyManager &) = delete;
+    ~HotKeyManager() { unregister(); }
+
+    /** The process-wide instance, on the backend that the platform installs before anything asks
+        for it; asking earlier is a fatal programming error. */
+    static HotKeyManager &shared();
+    static void installBackend(HotKeyBackend *backend);
+
+    /** Replaces the combination and the handler. The handler runs on the main thread, always
+        from the event loop, once for each press. */
+    void registerHotKey(quint32 keyCode, quint32 modifiers, Handler handler);
+
+    /** Gives the combination back, if there is one. */
+    void unregister();
+
+    /** Whether the registered combination could be had; absent while that is not known yet or
+        nothing is registered. */
+    std::optional<bool> obtained() const { return obtained_; }
+
+    /** The window system's time of the press that the handler was last called for, in its own
+        milliseconds; 0 when there was none or it has no time. Focus is asked for with it. */
+    quint32 lastPressTime() const { return lastPressTime_; }
+
+    /** The stored modifier bits for what is held; locks and kinds of keys leave no trace. */
+    static quint32 carbonFlags(ModifierFlags flags);
+
+    /** A combination as text: the modifiers' symbols, a space, the key's name. */
+    static QString describe(quint32 keyCode, quint32 modifiers);
+
+private:
+    HotKeyBackend &backend_;
+    Handler handler_;
+    bool registered_ = false;
+    std::optional<bool> obtained_;
+    quint32 lastPressTime_ = 0;
+    /** Counts registrations, so that an answer to an earlier one is recognized. */
+    quint64 registration_ = 0;
+    /** Receives what the backend says from other threads. Destroyed first. */
+    QObject receiver_;
+};
+
+} // namespace corvid

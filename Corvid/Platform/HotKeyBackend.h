@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QFlags>
+
+#include <functional>
+
+namespace corvid {
+
+/** What is held or in effect at a key press, as the window system tells it; each apart. */
+enum class ModifierFlag : quint32 {
+    CapsLock = 1U << 16,
+    Shift = 1U << 17,
+    Control = 1U << 18,
+    Option = 1U << 19,  ///< the Alt key
+    Command = 1U << 20, ///< the Super key
+    NumericPad = 1U << 21,
+    Function = 1U << 23, ///< set for function and arrow keys
+};
+Q_DECLARE_FLAGS(ModifierFlags, ModifierFlag)
+Q_DECLARE_OPERATORS_FOR_FLAGS(ModifierFlags)
+
+/** A key with modifiers. */
+struct HotKey {
+    // Bits of the modifiers, as they are stored.
+    static constexpr quint32 command = 0x100;
+    static constexpr quint32 shift = 0x200;
+    static constexpr quint32 option = 0x800;
+    static constexpr quint32 control = 0x1000;
+
+    quint32 keyCode = 0; ///< virtual key code: a position on a US keyboard, whatever the layout
+    quint32 modifiers = 0;
+
+    bool operator==(const HotKey &) const = default;
+};
+
+/**
+ * Takes one key combination from the whole session. Called on the main thread, never waits.
+ * Nothing here fails: a combination that cannot be had is never pressed.
+ */
+class HotKeyBackend {
+public:
+    /** Called on any thread, one at a time, and not allowed to call the backend. */
+    struct Callbacks {
+        /** Once for each time the key goes down, however long it is held. The time is the window
+            system's own, in milliseconds; 0 when it tells none. */
+        std::function<void(quint32 time)> pressed;
+        /** Whether the combination could be had; said again when it is lost or regained. */
+        std::function<void(bool obtained)> answered;
+    };
+
+    HotKeyBackend() = default;
+    HotKeyBackend(const HotKeyBackend &) = delete;
+    HotKeyBackend &operator=(const HotKeyBackend &) = delete;
+    virtual ~HotKeyBackend() = default;
+
+    /** Asks for a combination in place of the one before. */
+    virtual void grab(const HotKey &hotKey, Callbacks callbacks) = 0;
+
+    /** Gives the combination back, if there is one. No callback runs once this returned. */
+    virtual void release() = 0;
+};
+
+} // namespace corvid

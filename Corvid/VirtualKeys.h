@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <optional>
+
+namespace corvid {
+
+/** The kernel's code for the key at a virtual key code's position on a US keyboard. Absent for
+    codes that no key has. X11 key codes are eight higher. Any thread. */
+std::optional<quint32> evdevCode(quint32 virtualKey);
+
+/** The virtual key code of the key that the kernel calls so. Absent for keys that have none,
+    modifiers and locks among them. Any thread. */
+std::optional<quint32> virtualKey(quint32 evdevCode);
+
+} // namespace corvid
