@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Platform/HotKeyBackend.h"
+
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace corvid {
+
+/** Takes whatever it is asked for; a test presses it. */
+class FakeHotKeyBackend final : public HotKeyBackend {
+public:
+    void grab(const HotKey &hotKey, Callbacks newCallbacks) override {
+        if (grabbed)
+            ++replacedWithoutRelease;
+        grabbed = hotKey;
+        grabs.push_back(hotKey);
+        callbacks = std::move(newCallbacks);
+    }
+    void release() override {
+        grabbed.reset();
+        ++releases;
+    }
+
+    /** Does nothing while nothing is grabbed. */
+    void press(quint32 time = 0) const {
+        if (grabbed)
+            callbacks.pressed(time);
+    }
+
+    std::optional<HotKey> grabbed;
+    std::vector<HotKey> grabs;
+    Callbacks callbacks;
+    int releases = 0;
+    int replacedWithoutRelease = 0;
+};
+
+} // namespace corvid
