@@ -94,17 +94,18 @@ void ProjectIndex::save(SharedSnapshot snapshot) {
         return;
     }
     saving_ = true;
-    tasks_.start([this, path = cachePath(), snapshot = std::move(snapshot)](std::stop_token) {
-        writeCache(path, snapshot->projects);
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                saving_ = false;
-                if (nextToSave_)
-                    save(std::exchange(nextToSave_, nullptr));
-            },
-            Qt::QueuedConnection);
-    });
+    tasks_.start(
+        [this, path = cachePath(), snapshot = std::move(snapshot)](const std::stop_token &) {
+            writeCache(path, snapshot->projects);
+            QMetaObject::invokeMethod(
+                this,
+                [this] {
+                    saving_ = false;
+                    if (nextToSave_)
+                        save(std::exchange(nextToSave_, nullptr));
+                },
+                Qt::QueuedConnection);
+        });
 }
 
 void ProjectIndex::setScanning(bool scanning) {

@@ -62,17 +62,17 @@ inline QColor selectedSecondary() {
     return white(0.85);
 }
 inline QColor runningDot() {
-    return QColor(0x32, 0xD7, 0x4B);
+    return {0x32, 0xD7, 0x4B};
 }
 /** The card under a compositor that does not blur, and without any compositor. */
 inline QColor card() {
     return QColor::fromRgbF(30 / 255.0F, 31 / 255.0F, 36 / 255.0F, 0.94F);
 }
 inline QColor opaqueCard() {
-    return QColor(30, 31, 36);
+    return {30, 31, 36};
 }
 inline QColor accent() {
-    return QColor(0x0A, 0x84, 0xFF);
+    return {0x0A, 0x84, 0xFF};
 }
 inline constexpr qreal selectionOpacity = 0.85;
 

@@ -1,5 +1,7 @@
 #include "Symbol.h"
 
+#include "Style.h"
+
 #include <QPainter>
 #include <QSvgRenderer>
 
@@ -24,6 +26,9 @@ Symbol::~Symbol() = default;
 
 void Symbol::paintEvent(QPaintEvent * /*event*/) {
     QPainter painter(this);
+    // A symbol that is no button is an ornament, and steps back.
+    if (!isEnabled())
+        painter.setOpacity(style::secondary().alphaF());
     renderer_->render(&painter, QRectF(rect()));
 }
 

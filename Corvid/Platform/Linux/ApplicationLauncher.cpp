@@ -11,8 +11,8 @@ void ApplicationLauncher::CancellableUnref::operator()(GCancellable *cancellable
     g_object_unref(cancellable);
 }
 
-ApplicationLauncher::ApplicationLauncher(QProcessEnvironment childEnvironment)
-    : environment_(std::move(childEnvironment)), shutdown_(g_cancellable_new()) {}
+ApplicationLauncher::ApplicationLauncher(const QProcessEnvironment &childEnvironment)
+    : environment_(childEnvironment), shutdown_(g_cancellable_new()) {}
 
 ApplicationLauncher::~ApplicationLauncher() {
     g_cancellable_cancel(shutdown_.get());

@@ -6,7 +6,7 @@
 #include <QObject>
 #include <QProcessEnvironment>
 
-using GCancellable = struct _GCancellable;
+using GCancellable = struct _GCancellable; // NOLINT(bugprone-reserved-identifier): GLib's name
 
 namespace corvid {
 
@@ -21,7 +21,7 @@ class ApplicationLauncher {
 public:
     /** `childEnvironment`: what the started programs are given; the environment that we were
         started with, before any change of our own. */
-    explicit ApplicationLauncher(QProcessEnvironment childEnvironment);
+    explicit ApplicationLauncher(const QProcessEnvironment &childEnvironment);
     ApplicationLauncher(const ApplicationLauncher &) = delete;
     ApplicationLauncher &operator=(const ApplicationLauncher &) = delete;
     /** Lets a launch that has begun come to its end; does not wait for a silent bus. */

@@ -128,7 +128,7 @@ QString scopeName(const QString &application, qint64 pid) {
             escaped += QLatin1Char(c);
         else
             escaped +=
-                "\\x"_L1 + QString::number(static_cast<uchar>(c), 16).rightJustified(2, u'0');
+                R"(\x)"_L1 + QString::number(static_cast<uchar>(c), 16).rightJustified(2, u'0');
     }
     return u"app-corvid-%1-%2.scope"_s.arg(escaped).arg(pid);
 }

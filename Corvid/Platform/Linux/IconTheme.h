@@ -58,6 +58,7 @@ private:
         std::uint64_t nameHash;
         std::uint32_t folder;
         std::uint8_t extension;
+        // NOLINTNEXTLINE(modernize-use-nullptr): a false alarm on defaulted comparisons
         auto operator<=>(const File &) const = default;
     };
     struct Theme {

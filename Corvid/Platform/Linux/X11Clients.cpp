@@ -137,6 +137,7 @@ std::vector<X11Clients::Client> X11Clients::describe(const std::vector<Window> &
             xcb_get_property_reply(connection_, cookie, nullptr));
     };
     std::vector<Cookies> cookies;
+    cookies.reserve(windows.size());
     for (const Window window : windows)
         cookies.push_back({ask(window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING),
                            ask(window, atoms_->pid, XCB_ATOM_CARDINAL),
