@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 
 #include "Benchmark.h"
+#include "HotKeyManager.h"
 #include "Locations.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"
@@ -10,11 +11,14 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QJsonObject>
+#include <QLocale>
+#include <QPointer>
 #include <QTimer>
 #include <QUrl>
 
 #include <chrono>
 #include <cstdio>
+#include <limits>
 
 namespace corvid {
 
@@ -23,6 +27,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
+constexpr quint32 defaultKeyCode = 49; // Space
+constexpr quint32 defaultModifiers = HotKey::option;
 constexpr auto freshAfter = 10s;
 constexpr auto catalogsLoadTime = 800ms;
 constexpr auto queryDumpPause = 100ms;
@@ -31,6 +37,24 @@ void printError(const QString &line) {
     const QByteArray bytes = line.toUtf8() + '\n';
     std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
     std::fflush(stderr);
+}
+
+// 0, which is also what anything but an integer reads as, means that nothing is stored.
+quint32 storedNumber(const UserDefaults &defaults, const QString &key, quint32 otherwise) {
+    const QJsonValue value = defaults.value(key);
+    const double number = value.toDouble();
+    if (number < 0 || number > std::numeric_limits<quint32>::max())
+        qFatal("the stored %s is %s; it must be from 0 to 4294967295", qPrintable(key),
+               QByteArray::number(number, 'g', QLocale::FloatingPointShortest).constData());
+    const auto stored = static_cast<quint32>(value.toInteger());
+    return stored == 0 ? otherwise : stored;
+}
+
+// A process that answers on standard error and shows nothing must not take the hot key from the
+// one that people use.
+bool isToggled(const QStringList &arguments) {
+    return arguments.contains("--show"_L1) ||
+           !(arguments.contains("--query"_L1) || arguments.contains("--bench"_L1));
 }
 
 template <typename... Functions>
@@ -65,6 +89,9 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList &arguments) {
     viewModel_.refresh();
     catalog_.load();
     projects_.load();
+    if (isToggled(arguments))
+        applyHotkey();
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { platform_.hotKeys.unregister(); });
     if (!arguments.contains("--sticky"_L1))
         panel_->onResignKey = [this] { hide(); };
     if (arguments.contains("--show"_L1))
@@ -89,6 +116,23 @@ void AppDelegate::show() {
 void AppDelegate::hide() {
     lastHideTime_ = QDateTime::currentDateTimeUtc();
     panel_->hide();
+}
+
+void AppDelegate::toggle() {
+    if (panel_->isVisible())
+        hide();
+    else
+        show();
+}
+
+void AppDelegate::applyHotkey() {
+    const quint32 keyCode = storedNumber(platform_.defaults, u"hotkeyKeyCode"_s, defaultKeyCode);
+    const quint32 modifiers =
+        storedNumber(platform_.defaults, u"hotkeyModifiers"_s, defaultModifiers);
+    platform_.hotKeys.registerHotKey(keyCode, modifiers, [delegate = QPointer(this)] {
+        if (delegate)
+            delegate->toggle();
+    });
 }
 
 void AppDelegate::performAction(const LauncherAction &action) {

@@ -18,6 +18,7 @@ namespace corvid {
 
 class DesktopEntries;
 class Desktop;
+class HotKeyManager;
 class Pasteboard;
 class SystemLog;
 class UserDefaults;
@@ -41,6 +42,7 @@ public:
         const DesktopEntries &desktopEntries;
         const Volumes &volumes;
         const Desktop &desktop;
+        HotKeyManager &hotKeys;
     };
 
     explicit AppDelegate(const Platform &platform);
@@ -51,6 +53,12 @@ public:
     /** Brings the panel up; afresh when it was hidden for more than ten seconds. */
     void show();
     void hide();
+    /** Hides the panel when it is shown, shows it otherwise. */
+    void toggle();
+
+    /** Registers the stored key combination, which toggles the panel. Where none is stored it is
+        Alt+Space. A stored number that is no 32-bit one is fatal. */
+    void applyHotkey();
 
     /** Carries out a row's action. Every failure is swallowed or logged. */
     void performAction(const LauncherAction &action);

@@ -1,4 +1,5 @@
 #include "AppDelegate.h"
+#include "HotKeyManager.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
 #include "Platform/Linux/GioDesktopEntries.h"
 #include "Platform/Linux/JsonUserDefaults.h"
@@ -6,6 +7,7 @@
 #include "Platform/Linux/LinuxSystemLog.h"
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
+#include "Platform/Linux/X11HotKeys.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
@@ -68,8 +70,11 @@ int main(int argc, char **argv) {
                              {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
+    X11HotKeys hotKeys(qgetenv("DISPLAY"));
+    HotKeyManager::installBackend(&hotKeys);
 
-    AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes, desktop});
+    AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes, desktop,
+                          HotKeyManager::shared()});
     const auto finishLaunching = [&delegate] {
         delegate.applicationDidFinishLaunching(QApplication::arguments());
     };

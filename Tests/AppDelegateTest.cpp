@@ -1,14 +1,18 @@
 #include "AppDelegate.h"
 
+#include "Fakes/FakeHotKeyBackend.h"
 #include "Fakes/FakeSystemLog.h"
 #include "Fakes/LauncherWorld.h"
+#include "HotKeyManager.h"
 #include "Platform/Desktop.h"
 #include "SearchField.h"
 #include "Wait.h"
 
 #include <QApplication>
+#include <QJsonArray>
 #include <QScreen>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -33,7 +37,8 @@ class AppDelegateTest : public ::testing::Test {
 protected:
     AppDelegateTest() {
         qputenv("XDG_DATA_HOME", folder.path().toLocal8Bit());
-        for (const QString &key : {u"launchCounts"_s, u"queryLatches"_s, u"lastProject"_s})
+        for (const QString &key : {u"launchCounts"_s, u"queryLatches"_s, u"lastProject"_s,
+                                   u"hotkeyKeyCode"_s, u"hotkeyModifiers"_s})
             defaults.set(key, QJsonValue(QJsonValue::Undefined));
         writeCache(locations::cacheFile(u"catalog.json"_s),
                    std::vector<AppEntry>{zed, makeApp(u"Other"_s)});
@@ -42,6 +47,10 @@ protected:
 
     void launch(const QStringList &arguments = {}) {
         delegate.applicationDidFinishLaunching(QStringList{u"corvid"_s} + arguments);
+    }
+    void pressHotKey() {
+        hotKeyBackend.press();
+        QCoreApplication::sendPostedEvents();
     }
     QJsonValue lastProject() const { return defaults.value(u"lastProject"_s); }
 
@@ -55,8 +64,15 @@ protected:
     FakeDesktopEntries entries;
     FakeVolumes volumes;
     FakeDesktop desktop;
-    AppDelegate delegate{{defaults, workspace, pasteboard, log, entries, volumes, desktop}};
+    FakeHotKeyBackend hotKeyBackend;
+    HotKeyManager hotKeys{hotKeyBackend};
+    std::optional<AppDelegate> owned{std::in_place,
+                                     AppDelegate::Platform{defaults, workspace, pasteboard, log,
+                                                           entries, volumes, desktop, hotKeys}};
+    AppDelegate &delegate = *owned;
 };
+
+using AppDelegateDeathTest = AppDelegateTest;
 
 } // namespace
 
@@ -203,4 +219,93 @@ TEST_F(AppDelegateTest, openingTheSettingsOpensTheSettingsFile) {
 TEST_F(AppDelegateTest, queryAsTheLastArgumentIsIgnored) {
     launch({u"--query"_s});
     EXPECT_EQ(delegate.viewModel().query(), QString());
+}
+
+TEST_F(AppDelegateTest, theHotKeyIsOptionSpaceUnlessAnotherIsStored) {
+    launch();
+    EXPECT_EQ(hotKeyBackend.grabbed, (HotKey{49, 0x800}));
+    defaults.set(u"hotkeyKeyCode"_s, 40);
+    defaults.set(u"hotkeyModifiers"_s, 0x1100);
+    delegate.applyHotkey();
+    EXPECT_EQ(hotKeyBackend.grabbed, (HotKey{40, 0x1100}));
+    EXPECT_EQ(hotKeyBackend.replacedWithoutRelease, 0);
+}
+
+TEST_F(AppDelegateTest, aStoredKeyCode0IsSpace) {
+    defaults.set(u"hotkeyKeyCode"_s, 0);
+    defaults.set(u"hotkeyModifiers"_s, 0x100);
+    launch();
+    EXPECT_EQ(hotKeyBackend.grabbed, (HotKey{49, 0x100}));
+}
+
+TEST_F(AppDelegateTest, storedModifiers0AreOption) {
+    defaults.set(u"hotkeyKeyCode"_s, 96);
+    defaults.set(u"hotkeyModifiers"_s, 0);
+    launch();
+    EXPECT_EQ(hotKeyBackend.grabbed, (HotKey{96, 0x800}));
+}
+
+TEST_F(AppDelegateTest, aStoredHotKeyOfAWrongTypeReadsAs0) {
+    for (const QJsonValue &wrong :
+         {QJsonValue(u"40"_s), QJsonValue(true), QJsonValue(QJsonValue::Null),
+          QJsonValue(QJsonArray{40}), QJsonValue(QJsonObject{{u"a"_s, 1}}), QJsonValue(40.5)}) {
+        defaults.set(u"hotkeyKeyCode"_s, wrong);
+        defaults.set(u"hotkeyModifiers"_s, wrong);
+        delegate.applyHotkey();
+        EXPECT_EQ(hotKeyBackend.grabbed, (HotKey{49, 0x800}));
+    }
+}
+
+TEST_F(AppDelegateTest, theLargestStoredHotKeyIsTaken) {
+    defaults.set(u"hotkeyKeyCode"_s, 4294967295.0);
+    defaults.set(u"hotkeyModifiers"_s, 4294967295.0);
+    delegate.applyHotkey();
+    EXPECT_EQ(hotKeyBackend.grabbed, (HotKey{4294967295U, 4294967295U}));
+}
+
+TEST_F(AppDelegateDeathTest, aStoredHotKeyOutOfRangeIsFatal) {
+    const std::pair<QJsonValue, const char *> values[]{{QJsonValue(-1), "-1;"},
+                                                       {QJsonValue(4294967296.0), "4294967296;"},
+                                                       {QJsonValue(1e300), "1e\\+300;"},
+                                                       {QJsonValue(-0.5), "-0\\.5;"}};
+    for (const QString &key : {u"hotkeyKeyCode"_s, u"hotkeyModifiers"_s}) {
+        for (const auto &[value, text] : values) {
+            defaults.set(key, value);
+            EXPECT_DEATH(delegate.applyHotkey(), key.toStdString() + " is " + text);
+        }
+        defaults.set(key, QJsonValue(QJsonValue::Undefined));
+    }
+}
+
+TEST_F(AppDelegateTest, theHotKeyShowsThePanelAndHidesIt) {
+    launch();
+    pressHotKey();
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    pressHotKey();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    pressHotKey();
+    EXPECT_TRUE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, aHotKeyAfterTheDelegateIsGoneDoesNothing) {
+    launch();
+    owned.reset();
+    pressHotKey();
+    EXPECT_TRUE(hotKeyBackend.grabbed);
+}
+
+TEST_F(AppDelegateTest, processesThatOnlyAnswerLeaveTheHotKeyAlone) {
+    launch({u"--query"_s, u"zed"_s});
+    launch({u"--bench"_s});
+    EXPECT_TRUE(hotKeyBackend.grabs.empty());
+    launch({u"--query"_s, u"zed"_s, u"--show"_s});
+    EXPECT_EQ(hotKeyBackend.grabs.size(), 1U);
+}
+
+TEST_F(AppDelegateTest, theHotKeyIsReleasedAtTermination) {
+    launch();
+    QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+    QCoreApplication::exec();
+    EXPECT_EQ(hotKeyBackend.grabbed, std::nullopt);
+    EXPECT_EQ(hotKeyBackend.releases, 1);
 }
