@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Dependent.h"
+#include "EventLoop.h"
 
 #include <QProcess>
 #include <QProcessEnvironment>
@@ -57,6 +58,27 @@ public:
 
     static QString helper() {
         return QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_x11_client");
+    }
+
+    /** Sends the window manager an event: now and then it sleeps over what it has read but not
+        yet handled. */
+    void wakeManager() const {
+        QProcess process;
+        process.setProcessEnvironment(environment());
+        process.start(u"xdotool"_s, {u"set_desktop"_s, u"0"_s});
+        process.waitForFinished();
+    }
+
+    /** Waits for a condition that depends on the window manager. */
+    bool eventually(const std::function<bool()> &condition) const {
+        constexpr int attempts = 10;
+        constexpr int patienceMs = 1'000;
+        for (int attempt = 0; attempt < attempts; ++attempt) {
+            if (test::eventually(condition, patienceMs))
+                return true;
+            wakeManager();
+        }
+        return false;
     }
 
     const QByteArray &display() const { return display_; }
