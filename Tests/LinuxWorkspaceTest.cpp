@@ -74,23 +74,23 @@ protected:
 
 TEST_F(LinuxWorkspaceTest, whatWeLaunchIsKnownToRunAndIsThenBroughtToTheFront) {
     EXPECT_EQ(open(), QString());
-    EXPECT_TRUE(server_.eventually(
+    EXPECT_TRUE(eventually(
         [&] { return workspace_->runningApplications() == QSet<QString>{u"org.example.App"_s}; }));
     EXPECT_EQ(open(), QString());
     EXPECT_EQ(pids().size(), 1) << "started a second time";
 
     kill(pids().first().toInt(), SIGTERM);
-    EXPECT_TRUE(server_.eventually([&] { return workspace_->runningApplications().isEmpty(); }));
+    EXPECT_TRUE(eventually([&] { return workspace_->runningApplications().isEmpty(); }));
     EXPECT_EQ(open(), QString());
-    EXPECT_TRUE(server_.eventually([&] { return pids().size() == 2; }));
+    EXPECT_TRUE(eventually([&] { return pids().size() == 2; }));
 }
 
 TEST_F(LinuxWorkspaceTest, filesGoToTheProgramEvenWhereItRuns) {
     EXPECT_EQ(open(), QString());
-    EXPECT_TRUE(server_.eventually([&] { return !workspace_->runningApplications().isEmpty(); }));
+    EXPECT_TRUE(eventually([&] { return !workspace_->runningApplications().isEmpty(); }));
     std::optional<QString> result;
     workspace_->openFiles({u"/tmp/a"_s}, entry_, [&](const QString &error) { result = error; });
-    EXPECT_TRUE(server_.eventually([&] { return result && pids().size() == 2; }));
+    EXPECT_TRUE(eventually([&] { return result && pids().size() == 2; }));
 }
 
 TEST_F(LinuxWorkspaceTest, anyPathHasAnIcon) {

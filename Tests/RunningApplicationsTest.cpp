@@ -47,9 +47,8 @@ protected:
         running_->start();
         return *running_;
     }
-    bool becomes(const XServer &server, const QStringList &ids) {
-        return server.eventually(
-            [&] { return running_->ids() == QSet<QString>(ids.begin(), ids.end()); });
+    bool becomes(const QStringList &ids) {
+        return eventually([&] { return running_->ids() == QSet<QString>(ids.begin(), ids.end()); });
     }
     static QString xdotool(const XServer &server, const QStringList &arguments) {
         QProcess process;
@@ -59,7 +58,7 @@ protected:
         return QString::fromLatin1(process.readAllStandardOutput().trimmed());
     }
     static bool becomesActive(const XServer &server, const XClient &client) {
-        return server.eventually(
+        return eventually(
             [&] { return xdotool(server, {u"getactivewindow"_s}) == client.window(); });
     }
     static void clickOn(const XServer &server, const XClient &client) {
@@ -82,31 +81,31 @@ TEST_F(RunningApplicationsTest, windowsComeAndGo) {
     EXPECT_EQ(running_->ids(), QSet<QString>());
     {
         const XClient first(server, {u"x"_s, u"OneWindow"_s});
-        EXPECT_TRUE(becomes(server, {one}));
+        EXPECT_TRUE(becomes({one}));
         const XClient second(server, {u"x"_s, u"X"_s, u"--gtk-id"_s, two});
-        EXPECT_TRUE(becomes(server, {one, two}));
+        EXPECT_TRUE(becomes({one, two}));
     }
-    EXPECT_TRUE(becomes(server, {}));
+    EXPECT_TRUE(becomes({}));
 }
 
 TEST_F(RunningApplicationsTest, windowsThatWereThereBeforeCount) {
     const XServer server;
     const XClient client(server, {u"x"_s, u"OneWindow"_s, u"--no-pid"_s});
     watch(server.display());
-    EXPECT_TRUE(becomes(server, {one}));
+    EXPECT_TRUE(becomes({one}));
 }
 
 TEST_F(RunningApplicationsTest, anApplicationRunsUntilItsLastWindowIsGone) {
     const XServer server;
     watch(server.display());
     const XClient first(server, {u"x"_s, u"OneWindow"_s});
-    EXPECT_TRUE(becomes(server, {one}));
+    EXPECT_TRUE(becomes({one}));
     {
         const XClient second(server, {u"x"_s, u"OneWindow"_s});
         const XClient other(server, {u"x"_s, u"X"_s, u"--gtk-id"_s, two});
-        EXPECT_TRUE(becomes(server, {one, two}));
+        EXPECT_TRUE(becomes({one, two}));
     }
-    EXPECT_TRUE(becomes(server, {one}));
+    EXPECT_TRUE(becomes({one}));
 }
 
 TEST_F(RunningApplicationsTest, aWindowManagerThatStartsLaterIsNoticed) {
@@ -114,16 +113,16 @@ TEST_F(RunningApplicationsTest, aWindowManagerThatStartsLaterIsNoticed) {
     watch(server.display());
     const XClient client(server, {u"x"_s, u"OneWindow"_s});
     server.startManager();
-    EXPECT_TRUE(becomes(server, {one}));
+    EXPECT_TRUE(becomes({one}));
 }
 
 TEST_F(RunningApplicationsTest, whenTheDisplayGoesNothingRuns) {
     XServer server;
     watch(server.display());
     const XClient client(server, {u"x"_s, u"OneWindow"_s});
-    EXPECT_TRUE(becomes(server, {one}));
+    EXPECT_TRUE(becomes({one}));
     server.endServer();
-    EXPECT_TRUE(becomes(server, {}));
+    EXPECT_TRUE(becomes({}));
 }
 
 TEST_F(RunningApplicationsTest, withoutADisplayNothingRuns) {
@@ -142,7 +141,7 @@ TEST_F(RunningApplicationsTest, theEntriesAreNotListedAgainForEveryUnknownWindow
     const XClient unknown(server, {u"x"_s, u"X"_s});
     const XClient another(server, {u"y"_s, u"Y"_s});
     const XClient known(server, {u"x"_s, u"OneWindow"_s});
-    EXPECT_TRUE(becomes(server, {one}));
+    EXPECT_TRUE(becomes({one}));
     EXPECT_EQ(entries_.listings, 1);
 }
 
@@ -161,7 +160,7 @@ TEST_F(RunningApplicationsTest, aBundleIsRecognizedByTheProgramThatRuns) {
         QFile::copy(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_x11_client"), program));
     watch(server.display());
     const XClient client(server, {u"x"_s, u"X"_s}, program);
-    EXPECT_TRUE(becomes(server, {u"com.example.my"_s}));
+    EXPECT_TRUE(becomes({u"com.example.my"_s}));
     EXPECT_TRUE(running_->activate(bundle));
 }
 
@@ -171,7 +170,7 @@ TEST_F(RunningApplicationsTest, anApplicationComesToTheFrontWithTheWindowSeenLas
     const XClient first(server, {u"x"_s, u"OneWindow"_s});
     const XClient second(server, {u"x"_s, u"OneWindow"_s});
     const XClient front(server, {u"x"_s, u"X"_s, u"--gtk-id"_s, two});
-    EXPECT_TRUE(becomes(server, {one, two}));
+    EXPECT_TRUE(becomes({one, two}));
     for (const XClient *seenLast : {&second, &first}) {
         clickOn(server, *seenLast);
         clickOn(server, front);
@@ -194,7 +193,7 @@ TEST_F(RunningApplicationsTest, nothingWakesUsWhileNothingHappens) {
     const XServer server;
     const XClient client(server, {u"x"_s, u"OneWindow"_s});
     watch(server.display());
-    EXPECT_TRUE(becomes(server, {one}));
+    EXPECT_TRUE(becomes({one}));
     // Voluntary context switches of all our threads but this one.
     const auto switches = [] {
         qint64 sum = 0;

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "Dependent.h"
-#include "EventLoop.h"
 
 #include <QProcess>
 #include <QProcessEnvironment>
 
 #include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
 
 namespace corvid::test {
 
@@ -32,6 +34,8 @@ public:
     XServer(const XServer &) = delete;
     XServer &operator=(const XServer &) = delete;
     ~XServer() {
+        for (const auto &window : warmUp_)
+            stop(*window);
         stop(manager_);
         stop(server_);
     }
@@ -42,15 +46,14 @@ public:
         manager_.setProcessEnvironment(environment());
         manager_.start(u"openbox"_s, {u"--sm-disable"_s});
         EXPECT_TRUE(manager_.waitForStarted());
-        // While openbox starts it may leave a window alone until the next event wakes it.
+        // While openbox starts it may leave a window alone until the next event wakes it. These
+        // windows stay: a later one with the number of one that is gone may be taken for it.
         for (int attempt = 0; attempt < 40; ++attempt) {
-            QProcess window;
+            QProcess &window = *warmUp_.emplace_back(std::make_unique<QProcess>());
             makeDependent(window);
             window.setProcessEnvironment(environment());
             window.start(helper(), {u"warm"_s, u"Up"_s, u"--managed"_s});
-            const bool managed = window.waitForReadyRead(500);
-            stop(window);
-            if (managed)
+            if (window.waitForReadyRead(500))
                 return;
         }
         ADD_FAILURE() << "no window manager";
@@ -58,27 +61,6 @@ public:
 
     static QString helper() {
         return QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_x11_client");
-    }
-
-    /** Sends the window manager an event: now and then it sleeps over what it has read but not
-        yet handled. */
-    void wakeManager() const {
-        QProcess process;
-        process.setProcessEnvironment(environment());
-        process.start(u"xdotool"_s, {u"set_desktop"_s, u"0"_s});
-        process.waitForFinished();
-    }
-
-    /** Waits for a condition that depends on the window manager. */
-    bool eventually(const std::function<bool()> &condition) const {
-        constexpr int attempts = 10;
-        constexpr int patienceMs = 1'000;
-        for (int attempt = 0; attempt < attempts; ++attempt) {
-            if (test::eventually(condition, patienceMs))
-                return true;
-            wakeManager();
-        }
-        return false;
     }
 
     const QByteArray &display() const { return display_; }
@@ -102,6 +84,7 @@ private:
 
     QProcess server_;
     QProcess manager_;
+    std::vector<std::unique_ptr<QProcess>> warmUp_;
     QByteArray display_;
 };
 
