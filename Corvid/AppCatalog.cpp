@@ -107,19 +107,13 @@ Image AppCatalog::iconForPath(const QString &path) {
 void AppCatalog::apply(Snapshot snapshot) {
     apps_ = std::move(snapshot.apps);
     searchIndex_ = std::move(snapshot.searchIndex);
-    const QHash<QString, std::size_t> before = std::exchange(byPath_, {});
+    byPath_.clear();
     byPath_.reserve(static_cast<qsizetype>(apps_.size()));
     for (std::size_t i = 0; i < apps_.size(); ++i) {
         if (byPath_.contains(apps_[i].path))
             qFatal("Duplicate values for key: '%s'", qUtf8Printable(apps_[i].path));
         byPath_.insert(apps_[i].path, i);
     }
-    // Only icons of applications go with them: the folders' stay.
-    const auto isGone = [&](const QString &path) {
-        return before.contains(path) && !byPath_.contains(path);
-    };
-    icons_.removeIf([&isGone](const auto &icon) { return isGone(icon.key()); });
-    freshIcons_.removeIf(isGone);
     prewarmIcons();
     Q_EMIT appsChanged();
     if (onUpdate)

@@ -78,6 +78,7 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList &arguments) {
     panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.desktop);
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
+    panel_->onClose = [this] { hide(); };
     viewModel_.onOpenSettings = [this] { openSettings(); };
     catalog_.onUpdate = [this] { viewModel_.refresh(); };
     projects_.onUpdate = [this] { viewModel_.refresh(); };
@@ -106,15 +107,14 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList &arguments) {
 }
 
 void AppDelegate::show() {
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    if (!lastHideTime_ || now - *lastHideTime_ > freshAfter)
+    if (!lastHideTime_ || platform_.now() - *lastHideTime_ > freshAfter)
         viewModel_.reset();
     panel_->position();
     panel_->present();
 }
 
 void AppDelegate::hide() {
-    lastHideTime_ = QDateTime::currentDateTimeUtc();
+    lastHideTime_ = platform_.now();
     panel_->hide();
 }
 

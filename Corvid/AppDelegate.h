@@ -7,10 +7,11 @@
 #include "ProjectIndex.h"
 #include "Records.h"
 
-#include <QDateTime>
 #include <QObject>
 #include <QStringList>
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -43,6 +44,8 @@ public:
         const Volumes &volumes;
         const Desktop &desktop;
         HotKeyManager &hotKeys;
+        /** Never goes backwards, whatever is done to the clock on the wall. */
+        std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
     };
 
     explicit AppDelegate(const Platform &platform);
@@ -81,7 +84,7 @@ private:
     EditorLauncher editorLauncher_;
     std::unique_ptr<LauncherPanel> panel_;
     /** Absent until the panel was hidden for the first time. */
-    std::optional<QDateTime> lastHideTime_;
+    std::optional<std::chrono::steady_clock::time_point> lastHideTime_;
 };
 
 } // namespace corvid

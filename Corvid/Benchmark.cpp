@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <array>
-#include <vector>
+#include <utility>
 
 namespace corvid {
 
@@ -40,6 +40,16 @@ constexpr std::array queries = {
 
 } // namespace
 
+QString benchmarkLine(std::vector<double> samples) {
+    std::sort(samples.begin(), samples.end());
+    const auto at = [&samples](double share) {
+        return samples[static_cast<std::size_t>(static_cast<double>(samples.size()) * share)];
+    };
+    return QString::asprintf("n=%d p50=%.2fms p95=%.2fms p99=%.2fms max=%.2fms",
+                             static_cast<int>(samples.size()), at(0.5), at(0.95), at(0.99),
+                             samples.back());
+}
+
 QString benchmarkRefresh(LauncherViewModel &viewModel) {
     std::vector<double> samples;
     for (int pass = 0; pass < passes; ++pass) {
@@ -52,13 +62,7 @@ QString benchmarkRefresh(LauncherViewModel &viewModel) {
             samples.push_back(static_cast<double>(timer.nsecsElapsed()) / 1e6);
         }
     }
-    std::sort(samples.begin(), samples.end());
-    const auto at = [&samples](double share) {
-        return samples[static_cast<std::size_t>(static_cast<double>(samples.size()) * share)];
-    };
-    return QString::asprintf("n=%d p50=%.2fms p95=%.2fms p99=%.2fms max=%.2fms",
-                             static_cast<int>(samples.size()), at(0.5), at(0.95), at(0.99),
-                             samples.back());
+    return benchmarkLine(std::move(samples));
 }
 
 } // namespace corvid

@@ -6,10 +6,13 @@
 #include "Style.h"
 
 #include <QBoxLayout>
+#include <QCloseEvent>
 #include <QCursor>
 #include <QGuiApplication>
 #include <QPainterPath>
 #include <QScreen>
+
+#include <algorithm>
 
 namespace corvid {
 
@@ -19,17 +22,21 @@ namespace {
 
 constexpr qreal topShareOfVisibleHeight = 0.22;
 
-QScreen *screenUnderPointer() {
-    const QPoint pointer = QCursor::pos();
-    const QList<QScreen *> screens = QGuiApplication::screens();
-    for (QScreen *screen : screens) {
-        if (screen->geometry().contains(pointer))
-            return screen;
-    }
-    return QGuiApplication::primaryScreen();
-}
-
 } // namespace
+
+std::optional<QPoint> panelOrigin(const QPoint &pointer, const std::vector<ScreenArea> &screens,
+                                  const QSize &panel) {
+    if (screens.empty())
+        return std::nullopt;
+    const auto underPointer =
+        std::find_if(screens.begin(), screens.end(), [&pointer](const ScreenArea &screen) {
+            return screen.frame.contains(pointer);
+        });
+    const QRectF visible =
+        (underPointer == screens.end() ? screens.front() : *underPointer).visible;
+    return QPoint(qRound(visible.center().x() - panel.width() / 2.0),
+                  qRound(visible.top() + topShareOfVisibleHeight * visible.height()));
+}
 
 LauncherPanel::LauncherPanel(LauncherViewModel &viewModel, const Desktop &desktop)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
@@ -44,12 +51,15 @@ LauncherPanel::LauncherPanel(LauncherViewModel &viewModel, const Desktop &deskto
 }
 
 void LauncherPanel::position() {
-    const QScreen *screen = screenUnderPointer();
-    if (!screen)
-        return;
-    const QRectF visible = screen->availableGeometry();
-    move(qRound(visible.center().x() - width() / 2.0),
-         qRound(visible.top() + topShareOfVisibleHeight * visible.height()));
+    std::vector<ScreenArea> screens;
+    const QList<QScreen *> connected = QGuiApplication::screens();
+    for (const QScreen *screen : connected) {
+        const ScreenArea area{screen->geometry(), screen->availableGeometry()};
+        screens.insert(screen == QGuiApplication::primaryScreen() ? screens.begin() : screens.end(),
+                       area);
+    }
+    if (const std::optional<QPoint> origin = panelOrigin(QCursor::pos(), screens, size()))
+        move(*origin);
 }
 
 void LauncherPanel::present() {
@@ -74,6 +84,13 @@ void LauncherPanel::fitBackdrop() {
     card.addRoundedRect(rect(), style::cardRadius, style::cardRadius);
     setMask(card.toFillPolygon().toPolygon());
     view_->setBackdrop(Backdrop::Opaque);
+}
+
+// Hiding is its owner's matter, who keeps count of it.
+void LauncherPanel::closeEvent(QCloseEvent *event) {
+    event->ignore();
+    if (onClose)
+        onClose();
 }
 
 void LauncherPanel::changeEvent(QEvent *event) {

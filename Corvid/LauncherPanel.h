@@ -3,12 +3,25 @@
 #include <QWidget>
 
 #include <functional>
+#include <optional>
+#include <vector>
 
 namespace corvid {
 
 class Desktop;
 class LauncherView;
 class LauncherViewModel;
+
+/** A screen's whole frame, and what docks and bars leave of it. */
+struct ScreenArea {
+    QRect frame;
+    QRect visible;
+};
+
+/** Where a panel of this size goes: centred on the screen under the pointer, otherwise on the first
+    one, its top edge 22% of the visible height below the visible top. Nowhere without a screen. */
+std::optional<QPoint> panelOrigin(const QPoint &pointer, const std::vector<ScreenArea> &screens,
+                                  const QSize &panel);
 
 /**
  * The floating window around the LauncherView: frameless, above everything, in no task bar.
@@ -28,11 +41,14 @@ public:
     /** Shows the panel in front of everything and gives it the keyboard. */
     void present();
 
+    /** Called when the window manager asks the panel to close. */
+    std::function<void()> onClose;
     /** Called when the panel loses the keyboard. */
     std::function<void()> onResignKey;
 
 protected:
     void changeEvent(QEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
 
 private:
     void fitBackdrop();

@@ -119,7 +119,7 @@ void LauncherView::buildFooter() {
 }
 
 void LauncherView::observe() {
-    connect(field_, &QLineEdit::textChanged, &viewModel_, &LauncherViewModel::setQuery);
+    connect(field_, &SearchField::edited, &viewModel_, &LauncherViewModel::setQuery);
     field_->onSubmit = [this] { viewModel_.submit(); };
     field_->onUp = [this] { viewModel_.moveSelection(-1); };
     field_->onDown = [this] { viewModel_.moveSelection(1); };
@@ -133,6 +133,15 @@ void LauncherView::observe() {
 
     connect(&viewModel_, &LauncherViewModel::queryChanged, this, &LauncherView::showQuery);
     connect(&viewModel_, &LauncherViewModel::resultsChanged, this, &LauncherView::showResults);
+    connect(&viewModel_, &LauncherViewModel::iconChanged, this, [this](int row) {
+        list_->setIcon(row, viewModel_.results()[static_cast<std::size_t>(row)].icon);
+    });
+    connect(&viewModel_, &LauncherViewModel::focusSearchChanged, this, [this] {
+        if (!viewModel_.focusSearch())
+            return;
+        field_->setFocus();
+        viewModel_.setFocusSearch(false);
+    });
     connect(&viewModel_, &LauncherViewModel::selectedChanged, this,
             [this] { list_->select(viewModel_.selected()); });
     connect(&viewModel_, &LauncherViewModel::statusTextChanged, this, &LauncherView::showStatus);
@@ -144,7 +153,7 @@ void LauncherView::observe() {
 
 void LauncherView::showQuery() {
     if (field_->text() != viewModel_.query())
-        field_->setText(viewModel_.query());
+        field_->showText(viewModel_.query());
     clear_->setVisible(!viewModel_.query().isEmpty());
 }
 

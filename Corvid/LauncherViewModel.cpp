@@ -51,6 +51,13 @@ void LauncherViewModel::setSelected(int index) {
     Q_EMIT selectedChanged();
 }
 
+void LauncherViewModel::setFocusSearch(bool wanted) {
+    if (focusSearch_ == wanted)
+        return;
+    focusSearch_ = wanted;
+    Q_EMIT focusSearchChanged();
+}
+
 void LauncherViewModel::setAiMode(bool on) {
     if (aiMode_ == on)
         return;
@@ -215,15 +222,12 @@ void LauncherViewModel::reset() {
 }
 
 void LauncherViewModel::updateIcon(const QString &path, const Image &icon) {
-    bool changed = false;
-    for (ResultItem &row : results_) {
-        if (row.icon && iconPathOf(row.action) == path) {
-            row.icon = icon;
-            changed = true;
-        }
+    for (std::size_t i = 0; i < results_.size(); ++i) {
+        if (!results_[i].icon || iconPathOf(results_[i].action) != path)
+            continue;
+        results_[i].icon = icon;
+        Q_EMIT iconChanged(static_cast<int>(i));
     }
-    if (changed)
-        Q_EMIT resultsChanged();
 }
 
 void LauncherViewModel::flushDisplay() {

@@ -54,6 +54,9 @@ public:
     /** Index of the highlighted row. */
     int selected() const { return selected_; }
     void setSelected(int index);
+    /** The search field shall take the focus; the view clears it when it has done so. */
+    bool focusSearch() const { return focusSearch_; }
+    void setFocusSearch(bool wanted);
     /** An AI answer is being shown. */
     bool aiMode() const { return aiMode_; }
     void setAiMode(bool on);
@@ -99,7 +102,10 @@ public:
 Q_SIGNALS:
     void queryChanged();
     void resultsChanged();
+    /** The icon of one row of results() is another one. */
+    void iconChanged(int row);
     void selectedChanged();
+    void focusSearchChanged();
     void aiModeChanged();
     void aiResponseChanged();
     void aiBusyChanged();
@@ -143,6 +149,7 @@ private:
     QString query_;
     Rows results_;
     int selected_ = 0;
+    bool focusSearch_ = false;
     bool aiMode_ = false;
     QString aiResponse_;
     bool aiBusy_ = false;

@@ -20,6 +20,11 @@ void ResultListModel::setRows(const std::vector<ResultItem> &rows) {
     endResetModel();
 }
 
+void ResultListModel::setIcon(int row, const Image &icon) {
+    rows_[static_cast<std::size_t>(row)].icon = icon;
+    Q_EMIT dataChanged(index(row), index(row), {Qt::DecorationRole});
+}
+
 int ResultListModel::rowCount(const QModelIndex &parent) const {
     return parent.isValid() ? 0 : static_cast<int>(rows_.size());
 }

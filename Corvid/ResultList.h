@@ -20,6 +20,7 @@ public:
     using QAbstractListModel::QAbstractListModel;
 
     void setRows(const std::vector<ResultItem> &rows);
+    void setIcon(int row, const Image &icon);
     const ResultItem &row(const QModelIndex &index) const {
         return rows_[static_cast<std::size_t>(index.row())];
     }
@@ -39,6 +40,7 @@ public:
     explicit ResultList(QWidget *parent = nullptr);
 
     void setRows(const std::vector<ResultItem> &rows, int selected);
+    void setIcon(int row, const Image &icon) { model_.setIcon(row, icon); }
     /** Highlights a row and scrolls just as far as makes it visible. */
     void select(int row);
 

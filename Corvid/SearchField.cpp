@@ -2,6 +2,8 @@
 
 #include "Style.h"
 
+#include <QGuiApplication>
+#include <QInputMethod>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QPointer>
@@ -30,6 +32,7 @@ SearchField::SearchField(QWidget *parent) : QLineEdit(parent) {
     colours.setColor(QPalette::Highlight, style::accent());
     colours.setColor(QPalette::HighlightedText, Qt::white);
     setPalette(colours);
+    connect(this, &QLineEdit::textChanged, this, &SearchField::announce);
 }
 
 SearchField *SearchField::current() {
@@ -39,6 +42,9 @@ SearchField *SearchField::current() {
 void SearchField::keyPressEvent(QKeyEvent *event) {
     if (composing_) {
         QLineEdit::keyPressEvent(event);
+        // Also what the field has no use for must not reach the panel: it was meant for the
+        // input method.
+        event->accept();
         return;
     }
     if (onEvent && onEvent(event)) {
@@ -67,8 +73,41 @@ void SearchField::keyPressEvent(QKeyEvent *event) {
 }
 
 void SearchField::inputMethodEvent(QInputMethodEvent *event) {
+    // Before the field changes its text: beginning to compose over a selection deletes that.
     composing_ = !event->preeditString().isEmpty();
     QLineEdit::inputMethodEvent(event);
+    announce();
+}
+
+void SearchField::focusOutEvent(QFocusEvent *event) {
+    endComposition();
+    QLineEdit::focusOutEvent(event);
+}
+
+void SearchField::hideEvent(QHideEvent *event) {
+    endComposition();
+    QLineEdit::hideEvent(event);
+}
+
+void SearchField::showText(const QString &text) {
+    endComposition();
+    announced_ = text;
+    setText(text);
+}
+
+// An input method need not say that it has given up.
+void SearchField::endComposition() {
+    if (!composing_)
+        return;
+    composing_ = false;
+    QGuiApplication::inputMethod()->reset();
+}
+
+void SearchField::announce() {
+    if (composing_ || text() == announced_)
+        return;
+    announced_ = text();
+    Q_EMIT edited(announced_);
 }
 
 // The view model changes after the field has done with the event, not in the midst of it.

@@ -26,14 +26,26 @@ public:
     /** Offered every key first; true means the key was consumed. */
     std::function<bool(QKeyEvent *)> onEvent;
 
+    /** Shows a text that the user did not type; a composition in progress is dropped. */
+    void showText(const QString &text);
+
+Q_SIGNALS:
+    /** The user changed the text. While an input method composes, not before it commits. */
+    void edited(const QString &text);
+
 protected:
     void keyPressEvent(QKeyEvent *event) override;
     void inputMethodEvent(QInputMethodEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
 
 private:
+    void announce();
+    void endComposition();
     void later(const std::function<void()> &callback);
 
     bool composing_ = false;
+    QString announced_; ///< what edited() last said, or showText() showed
 };
 
 } // namespace corvid

@@ -21,7 +21,6 @@ inline constexpr int searchSymbolGap = 13;
 inline constexpr int listInset = 8;
 inline constexpr int rowHeight = 46;
 inline constexpr int rowPaddingX = 14;
-inline constexpr int rowPaddingY = 6;
 inline constexpr qreal rowRadius = 10;
 inline constexpr int rowIconSize = 26;
 inline constexpr int iconToText = 12;

@@ -7,6 +7,7 @@
 #include "Platform/Linux/LinuxSystemLog.h"
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
+#include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/X11HotKeys.h"
 
 #include <QApplication>
@@ -59,6 +60,7 @@ int main(int argc, char **argv) {
     QApplication::setApplicationName(QStringLiteral("corvid"));
     QApplication::setApplicationDisplayName(QStringLiteral("Corvid"));
     QApplication::setQuitOnLastWindowClosed(false);
+    const TerminationSignals terminationSignals;
 
     JsonUserDefaults defaults;
     UserDefaults::installStandard(&defaults);

@@ -9,6 +9,7 @@
 #include "Wait.h"
 
 #include <QApplication>
+#include <QImage>
 #include <QJsonArray>
 #include <QScreen>
 #include <QTemporaryDir>
@@ -37,6 +38,7 @@ class AppDelegateTest : public ::testing::Test {
 protected:
     AppDelegateTest() {
         qputenv("XDG_DATA_HOME", folder.path().toLocal8Bit());
+        workspace.generic = std::make_shared<const QImage>(1, 1, QImage::Format_ARGB32);
         for (const QString &key : {u"launchCounts"_s, u"queryLatches"_s, u"lastProject"_s,
                                    u"hotkeyKeyCode"_s, u"hotkeyModifiers"_s})
             defaults.set(key, QJsonValue(QJsonValue::Undefined));
@@ -66,9 +68,10 @@ protected:
     FakeDesktop desktop;
     FakeHotKeyBackend hotKeyBackend;
     HotKeyManager hotKeys{hotKeyBackend};
-    std::optional<AppDelegate> owned{std::in_place,
-                                     AppDelegate::Platform{defaults, workspace, pasteboard, log,
-                                                           entries, volumes, desktop, hotKeys}};
+    std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
+    std::optional<AppDelegate> owned{
+        std::in_place, AppDelegate::Platform{defaults, workspace, pasteboard, log, entries, volumes,
+                                             desktop, hotKeys, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
@@ -115,6 +118,39 @@ TEST_F(AppDelegateTest, theFirstShowStartsAfreshAndOneSoonAfterAHideDoesNot) {
     EXPECT_FALSE(delegate.panel()->isVisible());
     delegate.show();
     EXPECT_EQ(delegate.viewModel().query(), u"zed");
+}
+
+TEST_F(AppDelegateTest, afterMoreThanTenSecondsAShowStartsAfresh) {
+    using namespace std::chrono_literals;
+    launch();
+    for (const auto &[pause, query] : {std::pair{10'000ms, u"zed"_s}, {10'001ms, QString()}}) {
+        delegate.show();
+        delegate.viewModel().setQuery(u"zed"_s);
+        delegate.hide();
+        now += pause;
+        delegate.show();
+        EXPECT_EQ(delegate.viewModel().query(), query);
+        delegate.hide();
+    }
+}
+
+TEST_F(AppDelegateTest, aCloseByTheWindowManagerIsAHide) {
+    launch({u"--show"_s});
+    delegate.viewModel().setQuery(u"zed"_s);
+    delegate.panel()->close();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    delegate.show();
+    EXPECT_EQ(delegate.viewModel().query(), u"zed");
+}
+
+TEST(PanelOrigin, isOnTheScreenUnderThePointerElseOnTheFirst) {
+    const ScreenArea first{{0, 0, 1920, 1080}, {0, 30, 1920, 1000}};
+    const ScreenArea second{{1920, 0, 1280, 1024}, {2000, 0, 1200, 1024}};
+    const QSize panel(660, 440);
+    EXPECT_EQ(panelOrigin({10, 10}, {first, second}, panel), QPoint(630, 250));
+    EXPECT_EQ(panelOrigin({2500, 10}, {first, second}, panel), QPoint(2270, 225));
+    EXPECT_EQ(panelOrigin({-5, 10}, {first, second}, panel), QPoint(630, 250));
+    EXPECT_EQ(panelOrigin({10, 10}, {}, panel), std::nullopt);
 }
 
 TEST_F(AppDelegateTest, losingTheKeyboardHidesUnlessSticky) {

@@ -17,8 +17,42 @@ TEST(Benchmark, yieldsOneLineOfTwoHundredSamples) {
     EXPECT_TRUE(form.match(line).hasMatch()) << qPrintable(line);
 }
 
-TEST(Benchmark, endsOnTheLastOfItsQueries) {
+TEST(Benchmark, typesItsTwentyQueriesInOrderTenTimesOver) {
+    const QStringList once{u"c"_s,
+                           u"co"_s,
+                           u"code"_s,
+                           u"code editor"_s,
+                           u"browser"_s,
+                           u"terminal"_s,
+                           u"spotlight in cursor"_s,
+                           u"web in zed"_s,
+                           u"safari"_s,
+                           u"xcode"_s,
+                           u"ai test"_s,
+                           u"f"_s,
+                           u"fi"_s,
+                           u"fin"_s,
+                           u"finder"_s,
+                           u"pdf reader"_s,
+                           u"notes"_s,
+                           u"obsi"_s,
+                           u"git"_s,
+                           u"docker"_s};
+    QStringList expected;
+    for (int pass = 0; pass < 10; ++pass)
+        expected += once;
     LauncherWorld world({}, {});
+    QStringList typed;
+    QObject::connect(&world.model, &LauncherViewModel::queryChanged,
+                     [&] { typed.append(world.model.query()); });
     benchmarkRefresh(world.model);
-    EXPECT_EQ(world.model.query(), u"docker");
+    EXPECT_EQ(typed, expected);
+}
+
+TEST(Benchmark, percentilesAreSamplesOfTheSortedList) {
+    std::vector<double> samples;
+    for (int i = 199; i >= 0; --i)
+        samples.push_back(i);
+    EXPECT_EQ(benchmarkLine(samples), u"n=200 p50=100.00ms p95=190.00ms p99=198.00ms max=199.00ms");
+    EXPECT_EQ(benchmarkLine({7}), u"n=1 p50=7.00ms p95=7.00ms p99=7.00ms max=7.00ms");
 }

@@ -275,7 +275,7 @@ TEST_F(LauncherViewModelTest, anIconThatArrivesIsPutIntoTheRowsThatShowItsPath) 
     model.setQuery(u"foo"_s);
     const Image icon = fakeImage();
     int published = 0;
-    QObject::connect(&model, &LauncherViewModel::resultsChanged, [&] { ++published; });
+    QObject::connect(&model, &LauncherViewModel::iconChanged, [&] { ++published; });
     model.updateIcon(foo2.path, icon);
     EXPECT_EQ(model.results()[1].icon, icon);
     EXPECT_NE(model.results()[0].icon, icon);

@@ -227,6 +227,8 @@ TEST(LinuxVolumes, theKernelsOwnTableCoversTheFileSystem) {
 
 TEST(LinuxVolumes, realLinksAreFollowed) {
     const QTemporaryDir folder;
+    if (!LinuxVolumes().properties(folder.path()).local)
+        GTEST_SKIP() << "here the system does not tell what volume the folder lies on";
     ASSERT_TRUE(QFile::link(u"/proc"_s, folder.filePath(u"link"_s)));
     EXPECT_EQ(LinuxVolumes().properties(folder.filePath(u"link"_s)),
               LinuxVolumes().properties(u"/proc"_s));

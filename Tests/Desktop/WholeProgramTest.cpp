@@ -16,7 +16,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QString corvid = QStringLiteral(CORVID_BUILD_FOLDER "/corvid");
+const QString executable = QStringLiteral(CORVID_BUILD_FOLDER "/corvid");
 
 /** A home folder with one application, one editor bundle and one project. */
 class Home {
@@ -33,6 +33,10 @@ public:
         writeTracingProgram(path(u"Applications/Editor.app/Contents/Resources/app/bin/code"_s),
                             path(u"editor.trace"_s));
         writeFile(path(u"Code/my web/package.json"_s), u"{}"_s);
+        writeFile(path(u"Code/frobs/Makefile"_s), QString());
+        // Alt+K: openbox keeps Alt+Space for itself.
+        writeFile(path(u".config/Corvid/defaults.json"_s),
+                  u"{\"hotkeyKeyCode\": 40, \"hotkeyModifiers\": 2048}"_s);
     }
 
     QString path(const QString &relative) const { return folder_.filePath(relative); }
@@ -72,7 +76,7 @@ protected:
         press(u"Shift_L"_s);
         makeDependent(program);
         program.setProcessEnvironment(home.environment(server.environment()));
-        program.start(corvid, {u"--show"_s});
+        program.start(executable, {u"--show"_s});
         EXPECT_TRUE(eventually([this] { return panelHasKeyboard(); })) << "no focused panel";
         EXPECT_TRUE(home.waitForCatalogs());
     }
@@ -111,6 +115,7 @@ const QStringList asItsEntrySays{u"--new"_s};
 
 struct Answer {
     int exitCode = -1;
+    bool stillRuns = false; ///< after it had printed what was waited for
     QString standardError;
 };
 
@@ -122,7 +127,7 @@ Answer runWithoutDisplay(const Home &home, const QStringList &arguments,
     QProcessEnvironment environment = home.environment(QProcessEnvironment::systemEnvironment());
     environment.remove(u"DISPLAY"_s);
     program.setProcessEnvironment(environment);
-    program.start(corvid, arguments);
+    program.start(executable, arguments);
     Answer answer;
     EXPECT_TRUE(eventually([&] {
         answer.standardError += QString::fromUtf8(program.readAllStandardError());
@@ -133,6 +138,7 @@ Answer runWithoutDisplay(const Home &home, const QStringList &arguments,
     if (program.state() == QProcess::NotRunning) {
         answer.exitCode = program.exitCode();
     } else {
+        answer.stillRuns = true;
         program.terminate();
         program.waitForFinished();
     }
@@ -165,11 +171,27 @@ TEST_F(WholeProgramTest, aProjectInAnEditorGivesTheEditorsToolExactlyItsPath) {
 }
 
 TEST_F(WholeProgramTest, theArrowsMoveTheSelectionAroundBothEnds) {
-    type(u"frobn"_s);
+    // The application first, then the project.
+    type(u"frob"_s);
     press(u"Down"_s);
-    press(u"Up"_s);
+    press(u"Down"_s);
     press(u"Return"_s);
-    EXPECT_EQ(startedWith(), asItsEntrySays);
+    EXPECT_EQ(startedWith(), asItsEntrySays) << "around to the first row again";
+    press(u"alt+k"_s);
+    EXPECT_TRUE(eventually([this] { return panelHasKeyboard(); }));
+    type(u"frob"_s);
+    press(u"Up"_s);
+    press(u"ctrl+c"_s);
+    press(u"Return"_s);
+    EXPECT_TRUE(eventually([this] {
+        return home.defaults()[u"launchCounts"_s].toObject().contains(home.path(u"Code/frobs"_s));
+    })) << "the last row";
+}
+
+TEST_F(WholeProgramTest, losingTheKeyboardHides) {
+    const XClient other(server, {u"other"_s, u"Other"_s, u"--managed"_s});
+    xdotool({u"windowfocus"_s, other.window()});
+    EXPECT_TRUE(eventually([this] { return !panelIsVisible(); }));
 }
 
 TEST_F(WholeProgramTest, controlAndADigitOpenThatRow) {
@@ -193,9 +215,32 @@ TEST_F(WholeProgramTest, escapeHidesAndTheProgramLivesOn) {
     EXPECT_EQ(program.state(), QProcess::Running);
 }
 
-TEST(WholeProgramWithoutDisplay, aQueryPrintsItsRowsAndTheEndMark) {
-    EXPECT_EQ(runWithoutDisplay(Home(), {u"--query"_s, u"2+3"_s}, u"-- end --\n"_s).standardError,
-              u"Calc\t= 5\t2+3\n-- end --\n");
+TEST_F(WholeProgramTest, aTerminationSignalEndsItInOrder) {
+    for (const int signal : {SIGTERM, SIGINT}) {
+        if (program.state() == QProcess::NotRunning)
+            program.start(executable, {u"--show"_s});
+        ASSERT_TRUE(eventually([this] { return panelHasKeyboard(); }));
+        kill(static_cast<pid_t>(program.processId()), signal);
+        EXPECT_TRUE(eventually([this] { return program.state() == QProcess::NotRunning; }));
+        EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(program.exitCode(), 0);
+    }
+}
+
+TEST_F(WholeProgramTest, theHotKeyHidesAndSummonsThePanel) {
+    press(u"alt+k"_s);
+    EXPECT_TRUE(eventually([this] { return !panelIsVisible(); }));
+    press(u"alt+k"_s);
+    EXPECT_TRUE(eventually([this] { return panelHasKeyboard(); }));
+    type(u"frobn"_s);
+    press(u"Return"_s);
+    EXPECT_EQ(startedWith(), asItsEntrySays);
+}
+
+TEST(WholeProgramWithoutDisplay, aQueryPrintsItsRowsAndTheEndMarkAndRunsOn) {
+    const Answer answer = runWithoutDisplay(Home(), {u"--query"_s, u"2+3"_s}, u"-- end --\n"_s);
+    EXPECT_EQ(answer.standardError, u"Calc\t= 5\t2+3\n-- end --\n");
+    EXPECT_TRUE(answer.stillRuns);
 }
 
 TEST(WholeProgramWithoutDisplay, aQueryFindsWhatIsInstalled) {

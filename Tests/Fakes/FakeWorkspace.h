@@ -34,6 +34,7 @@ public:
 
     QSet<QString> running;       ///< what runningApplications() answers
     QHash<QString, Image> icons; ///< what icon() answers; other paths have the generic icon
+    Image generic = fakeImage(); ///< the generic icon; what is drawn needs a real one
     QString openingError;        ///< what completions are told; empty for success
     bool toolsStart = true;      ///< what startTool() answers
     /// Runs within icon(), on the thread that asks, before it answers.
@@ -64,10 +65,10 @@ public:
             whileFetchingIcon(path);
         const std::scoped_lock lock(mutex_);
         iconsFetched_.append(path);
-        return icons.value(path, generic_);
+        return icons.value(path, generic);
     }
 
-    Image genericIcon() const override { return generic_; }
+    Image genericIcon() const override { return generic; }
 
     void openApplication(const QString &applicationPath, const Completion &done) override {
         calls.append(QStringLiteral("openApplication ") + applicationPath);
@@ -106,7 +107,6 @@ public:
     }
 
 private:
-    const Image generic_ = fakeImage();
     mutable std::mutex mutex_;
     mutable QStringList iconsFetched_;
 };

@@ -171,7 +171,7 @@ Image IconLoader::bundleIcon(const QString &path) const {
     if (name.isEmpty() || name.contains(u'/'))
         return nullptr;
     const QString resources = path + "/Contents/Resources/"_L1;
-    // The documents' own format is rarely readable here, so bundles made for us carry another.
+    // Bundles usually carry .icns, which is rarely readable here; those made for Linux carry PNG.
     for (const QString &candidate : {name, name + ".icns"_L1, name + ".png"_L1,
                                      QFileInfo(name).completeBaseName() + ".png"_L1})
         if (Image image = fromFile(resources + candidate))

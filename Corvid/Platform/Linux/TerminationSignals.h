@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QSocketNotifier>
+
+namespace corvid {
+
+/**
+ * Turns SIGTERM, SIGINT and SIGHUP into an orderly end of the event loop, so that what waits to be
+ * written is written and what was grabbed is released. One per process, on the main thread, after
+ * the application object. A second signal ends the process at once.
+ */
+class TerminationSignals {
+public:
+    TerminationSignals();
+    TerminationSignals(const TerminationSignals &) = delete;
+    TerminationSignals &operator=(const TerminationSignals &) = delete;
+    ~TerminationSignals();
+
+private:
+    // A signal handler may do next to nothing; it writes a byte here, and the loop wakes.
+    int readEnd_ = -1;
+    QSocketNotifier notifier_;
+};
+
+} // namespace corvid
