@@ -391,6 +391,19 @@ TEST_F(UserDefaultsFile, keysThatAreNotWaitingShowWhatAnotherWroteAtOnce) {
     lock.release();
 }
 
+TEST_F(UserDefaultsFile, aLockThatIsNeverReleasedHoldsNobodyForEver) {
+    JsonUserDefaults defaults(file());
+    {
+        const HeldLock lock(file());
+        defaults.set(u"ours"_s, 1);
+        defaults.synchronize();
+        EXPECT_FALSE(QFileInfo::exists(file())) << "it gave up";
+        EXPECT_EQ(defaults.value(u"ours"_s), QJsonValue(1)) << "and shows the change all the same";
+    }
+    defaults.synchronize();
+    EXPECT_EQ(stored(), (QJsonObject{{u"ours"_s, 1}}));
+}
+
 TEST_F(UserDefaultsFile, twoStoresSeeEachOthersValues) {
     JsonUserDefaults one(file());
     JsonUserDefaults two(file());

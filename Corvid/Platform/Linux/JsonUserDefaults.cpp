@@ -8,7 +8,9 @@
 #include <QJsonDocument>
 
 #include <cerrno>
+#include <chrono>
 #include <ctime>
+#include <thread>
 #include <utility>
 
 #include <sys/file.h>
@@ -67,6 +69,20 @@ bool keepAside(const QString &path) {
         free = name + u'-' + QString::number(number);
     // Of a symbolic link, the link stays and the content goes.
     return QFile::rename(QFileInfo(path).canonicalFilePath(), free);
+}
+
+// A process that was stopped while it holds the lock must not hold us, too.
+constexpr auto lockPatience = std::chrono::seconds(2);
+
+bool lockWithin(int descriptor, std::chrono::milliseconds patience) {
+    constexpr auto pause = std::chrono::milliseconds(5);
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(pause);
+    }
+    return true;
 }
 
 } // namespace
@@ -179,22 +195,26 @@ bool JsonUserDefaults::write(const std::deque<PendingChange> &changes) const {
     QFile lockFile(file_ + ".lock"_L1);
     if (!lockFile.open(QIODevice::ReadWrite, QFileDevice::ReadOwner | QFileDevice::WriteOwner))
         return false;
-    while (flock(lockFile.handle(), LOCK_EX) != 0) {
-        if (errno != EINTR)
+    if (!lockWithin(lockFile.handle(), lockPatience))
+        return false;
+    while (true) {
+        const std::optional<Stamp> before = Stamp::of(file_);
+        const Content present = readContent(file_);
+        // What we cannot read we would destroy.
+        if (present.state == FileState::Unreadable)
             return false;
+        QJsonObject object = present.object;
+        for (const PendingChange &pending : changes)
+            object.insert(pending.key, pending.change(object.value(pending.key)));
+        if (object == present.object)
+            return true;
+        // Editors know nothing of our lock: what was saved in the meantime is merged, too.
+        if (Stamp::of(file_) != before)
+            continue;
+        if (present.state == FileState::Damaged && !keepAside(file_))
+            return false;
+        return writeFileAtomically(file_, QJsonDocument(object).toJson(QJsonDocument::Indented));
     }
-    const Content present = readContent(file_);
-    // What we cannot read we would destroy.
-    if (present.state == FileState::Unreadable)
-        return false;
-    QJsonObject object = present.object;
-    for (const PendingChange &pending : changes)
-        object.insert(pending.key, pending.change(object.value(pending.key)));
-    if (object == present.object)
-        return true;
-    if (present.state == FileState::Damaged && !keepAside(file_))
-        return false;
-    return writeFileAtomically(file_, QJsonDocument(object).toJson(QJsonDocument::Indented));
 }
 
 } // namespace corvid

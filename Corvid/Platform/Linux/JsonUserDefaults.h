@@ -25,9 +25,9 @@ namespace corvid {
  * their order and replaces the file as a whole. Until a change is in the file, value() shows it
  * all the same. A damaged file is moved to "<file>.damaged-<UTC time>" before it is replaced.
  *
- * Changes that cannot be written (no space, no permission) stay visible in this process and are
- * tried again with the next update, the next synchronize() and at last by the destructor, which
- * is where they are lost.
+ * Changes that cannot be written (no space, no permission, a lock held for seconds) stay visible in
+ * this process and are tried again with the next update, the next synchronize() and at last by the
+ * destructor, which is where they are lost.
  */
 class JsonUserDefaults final : public UserDefaults {
 public:
