@@ -24,8 +24,11 @@ public:
         const std::scoped_lock lock(mutex_);
         if (ended_)
             return false;
-        if (!urgent_.contains(path))
+        // Asked at every key stroke for every row whose icon has not arrived yet.
+        if (!asked_.contains(path)) {
+            asked_.insert(path);
             urgent_.append(path);
+        }
         return true;
     }
 
@@ -58,6 +61,7 @@ private:
     const QStringList paths_;
     qsizetype next_ = 0;
     QStringList urgent_;
+    QSet<QString> asked_; ///< what ever was urgent
     QSet<QString> taken_;
     bool ended_ = false;
 };

@@ -134,6 +134,8 @@ void LauncherView::observe() {
     connect(&viewModel_, &LauncherViewModel::queryChanged, this, &LauncherView::showQuery);
     connect(&viewModel_, &LauncherViewModel::resultsChanged, this, &LauncherView::showResults);
     connect(&viewModel_, &LauncherViewModel::iconChanged, this, [this](int row) {
+        if (listIsStale_)
+            return;
         list_->setIcon(row, viewModel_.results()[static_cast<std::size_t>(row)].icon);
     });
     connect(&viewModel_, &LauncherViewModel::focusSearchChanged, this, [this] {
@@ -142,8 +144,10 @@ void LauncherView::observe() {
         field_->setFocus();
         viewModel_.setFocusSearch(false);
     });
-    connect(&viewModel_, &LauncherViewModel::selectedChanged, this,
-            [this] { list_->select(viewModel_.selected()); });
+    connect(&viewModel_, &LauncherViewModel::selectedChanged, this, [this] {
+        if (!listIsStale_)
+            list_->select(viewModel_.selected());
+    });
     connect(&viewModel_, &LauncherViewModel::statusTextChanged, this, &LauncherView::showStatus);
     connect(&viewModel_, &LauncherViewModel::displayFlushRequested, this, [this] {
         if (window()->isVisible())
@@ -158,7 +162,15 @@ void LauncherView::showQuery() {
 }
 
 void LauncherView::showResults() {
-    list_->setRows(viewModel_.results(), viewModel_.selected());
+    listIsStale_ = !isVisible();
+    if (!listIsStale_)
+        list_->setRows(viewModel_.results(), viewModel_.selected());
+}
+
+void LauncherView::showEvent(QShowEvent *event) {
+    QWidget::showEvent(event);
+    if (listIsStale_)
+        showResults();
 }
 
 void LauncherView::showStatus() {

@@ -33,6 +33,7 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void showEvent(QShowEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
@@ -46,6 +47,7 @@ private:
 
     LauncherViewModel &viewModel_;
     Backdrop backdrop_ = Backdrop::Composited;
+    bool listIsStale_ = false; ///< the results changed while nobody could see them
     QWidget *searchBar_;
     Symbol *searchSymbol_;
     SearchField *field_;

@@ -6,8 +6,6 @@
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
 
-#include <QTimer>
-
 #include <algorithm>
 
 namespace corvid {
@@ -231,7 +229,8 @@ void LauncherViewModel::updateIcon(const QString &path, const Image &icon) {
 }
 
 void LauncherViewModel::flushDisplay() {
-    QTimer::singleShot(0, this, &LauncherViewModel::displayFlushRequested);
+    QMetaObject::invokeMethod(this, &LauncherViewModel::displayFlushRequested,
+                              Qt::QueuedConnection);
 }
 
 } // namespace corvid

@@ -209,6 +209,17 @@ TEST_F(LauncherViewTest, anIconThatArrivesDoesNotScroll) {
     EXPECT_EQ(bar->value(), 0);
 }
 
+TEST_F(LauncherViewTest, whatChangesWhileHiddenIsThereWhenShown) {
+    view.hide();
+    world.model.setQuery(u"foo"_s);
+    world.model.setSelected(1);
+    world.model.updateIcon(makeApp(u"foo0"_s).path, drawableIcon());
+    EXPECT_EQ(list->model()->rowCount(), 0);
+    view.show();
+    EXPECT_EQ(list->model()->rowCount(), 9);
+    EXPECT_EQ(list->currentIndex().row(), 1);
+}
+
 TEST_F(LauncherViewTest, anEmptyListSaysNoMatches) {
     // The words are painted, so the picture must differ from that of a list with its words off.
     const QImage empty = list->grab().toImage();
