@@ -130,7 +130,8 @@ private:
     std::optional<AppEntry> findEditor(const QString &editorText);
     static Rows fallbackItems(const QString &trimmedQuery);
 
-    ResultItem appRow(const AppEntry &app) const;
+    /** The row of the application at an index of the catalog. */
+    ResultItem appRow(std::size_t index) const;
     ResultItem projectRow(const ProjectEntry &project, const QString &badge,
                           const std::optional<AppEntry> &editor) const;
     bool isRunning(const AppEntry &app) const;

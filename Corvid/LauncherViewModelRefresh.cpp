@@ -86,7 +86,7 @@ LauncherViewModel::Rows LauncherViewModel::recentApplications() {
     }
     Rows rows;
     for (const Scored<std::size_t> &app : best.sorted())
-        rows.push_back(appRow(catalog->apps()[app.item]));
+        rows.push_back(appRow(app.item));
     return rows;
 }
 
@@ -119,9 +119,11 @@ LauncherViewModel::Rows LauncherViewModel::applicationsOfRole(const QString &rol
     const auto &roles = environment_.roles.taxonomy.roles;
     const auto known = roles.find(role);
     const QString label = known == roles.cend() ? role : known->second.label;
+    const std::vector<std::size_t> &members = catalog->searchIndex().withRole(role);
     Rows rows;
-    for (const std::size_t index : catalog->searchIndex().withRole(role)) {
-        ResultItem row = appRow(catalog->apps()[index]);
+    rows.reserve(members.size());
+    for (const std::size_t index : members) {
+        ResultItem row = appRow(index);
         row.subtitle = label;
         rows.push_back(std::move(row));
     }
@@ -177,7 +179,7 @@ LauncherViewModel::Rows LauncherViewModel::search(const QString &trimmedQuery) {
                 projectRow(project, stack.isEmpty() ? u"Project"_s : stack, std::nullopt));
             continue;
         }
-        ResultItem row = appRow(catalog->apps()[index]);
+        ResultItem row = appRow(index);
         if (match.item.kind == Candidate::Kind::AppOfRole)
             row.running = false;
         rows.push_back(std::move(row));
@@ -232,9 +234,15 @@ LauncherViewModel::Rows LauncherViewModel::fallbackItems(const QString &trimmedQ
              u"Streams an answer from your endpoint"_s, u"AI"_s, AskAI{trimmedQuery}}};
 }
 
-ResultItem LauncherViewModel::appRow(const AppEntry &app) const {
-    return {usageKey(app), catalog->icon(app), app.name,      app.path,
-            appBadge,      OpenApp{app},       isRunning(app)};
+ResultItem LauncherViewModel::appRow(std::size_t index) const {
+    const AppEntry &app = catalog->apps()[index];
+    return {catalog->searchIndex().key(index),
+            catalog->icon(app),
+            app.name,
+            app.path,
+            appBadge,
+            OpenApp{app},
+            isRunning(app)};
 }
 
 ResultItem LauncherViewModel::projectRow(const ProjectEntry &project, const QString &badge,

@@ -52,18 +52,23 @@ public:
     template <typename Record>
     explicit UsageCounts(const std::vector<Record> &records) : counts_(records.size(), 0) {
         indexes_.reserve(static_cast<qsizetype>(records.size()));
-        for (std::size_t i = 0; i < records.size(); ++i)
-            indexes_.insert(usageKey(records[i]), i);
+        keys_.reserve(records.size());
+        for (std::size_t i = 0; i < records.size(); ++i) {
+            keys_.push_back(usageKey(records[i]));
+            indexes_.insert(keys_.back(), i);
+        }
     }
 
     /** Takes over the launch counts; cheap when the tables have not changed since. */
     void update(const UsageStats &stats);
     qint64 at(std::size_t index) const { return counts_[index]; }
+    const QString &key(std::size_t index) const { return keys_[index]; }
     /** The item with this usage key. */
     std::optional<std::size_t> indexOf(const QString &key) const;
 
 private:
     QMultiHash<QString, std::size_t> indexes_; ///< a hand-edited cache may repeat a key
+    std::vector<QString> keys_;
     std::vector<qint64> counts_;
     std::vector<std::size_t> launched_; ///< the indexes whose count is not 0
     std::optional<quint64> generation_;
@@ -79,6 +84,8 @@ public:
     /** As SearchEngine::score of the application at `index`. */
     qint64 score(const PreparedQuery &query, std::size_t index) const;
     qint64 launches(std::size_t index) const { return launches_.at(index); }
+    /** The application's usage key. */
+    const QString &key(std::size_t index) const { return launches_.key(index); }
     /** The application with this usage key. */
     std::optional<std::size_t> indexOf(const QString &key) const { return launches_.indexOf(key); }
     /** The indexes of the applications that fill a role, ascending. */
