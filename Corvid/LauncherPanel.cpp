@@ -3,13 +3,13 @@
 #include "LauncherView.h"
 #include "Platform/Desktop.h"
 #include "SearchField.h"
+#include "Shapes.h"
 #include "Style.h"
 
 #include <QBoxLayout>
 #include <QCloseEvent>
 #include <QCursor>
 #include <QGuiApplication>
-#include <QPainterPath>
 #include <QScreen>
 
 #include <algorithm>
@@ -80,9 +80,7 @@ void LauncherPanel::fitBackdrop() {
         view_->setBackdrop(Backdrop::Composited);
         return;
     }
-    QPainterPath card;
-    card.addRoundedRect(rect(), style::cardRadius, style::cardRadius);
-    setMask(card.toFillPolygon().toPolygon());
+    setMask(continuousRoundedRect(rect(), style::cardRadius).toFillPolygon().toPolygon());
     view_->setBackdrop(Backdrop::Opaque);
 }
 

@@ -1,10 +1,15 @@
 #include "LauncherView.h"
 
+#include "AnswerArea.h"
+#include "HotKeyManager.h"
+#include "KeyCatcher.h"
 #include "LauncherViewModel.h"
 #include "ResultList.h"
 #include "SearchField.h"
+#include "Shapes.h"
 #include "Style.h"
 #include "Symbol.h"
+#include "VirtualKeys.h"
 
 #include <QBoxLayout>
 #include <QCoreApplication>
@@ -32,13 +37,16 @@ QFrame *makeDivider(QWidget *parent) {
 QLabel *makeFooterLabel(QWidget *parent) {
     auto *label = new QLabel(parent);
     label->setTextFormat(Qt::PlainText);
-    QFont font = label->font();
+    return label;
+}
+
+void applyFooterStyle(QLabel *label) {
+    QFont font = style::font();
     font.setPixelSize(style::footerFontSize);
     label->setFont(font);
     QPalette colours = label->palette();
     colours.setColor(QPalette::WindowText, style::tertiary());
     label->setPalette(colours);
-    return label;
 }
 
 QVBoxLayout *makeStack(QWidget *parent) {
@@ -48,15 +56,40 @@ QVBoxLayout *makeStack(QWidget *parent) {
     return stack;
 }
 
+QColor cardColour(Backdrop backdrop) {
+    switch (backdrop) {
+    case Backdrop::Composited:
+        return style::card();
+    case Backdrop::Blurred:
+        return style::blurredCard();
+    case Backdrop::Opaque:
+        break;
+    }
+    return style::opaqueCard();
+}
+
+// What the key at this position types on a US keyboard; empty when that is no letter or digit.
+QString characterByPosition(const QKeyEvent &event) {
+    constexpr quint32 evdevOffset = 8;
+    if (event.nativeScanCode() <= evdevOffset)
+        return {};
+    const std::optional<quint32> key = virtualKey(event.nativeScanCode() - evdevOffset);
+    const QString name = key ? HotKeyManager::describe(*key, 0).trimmed() : QString();
+    return name.size() == 1 && name.front().isLetterOrNumber() ? name : QString();
+}
+
 // The press as the view model sees it. The key, not its text: with Control held the text is a
-// control character.
+// control character. Where the layout has no Latin letter or digit on the key, its place counts.
 KeyPress keyPressOf(const QKeyEvent &event) {
     KeyPress press;
     press.command = event.modifiers().testFlag(Qt::ControlModifier) ||
                     event.modifiers().testFlag(Qt::MetaModifier);
     press.isReturn = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
-    if (event.key() >= Qt::Key_Space && event.key() <= Qt::Key_AsciiTilde)
-        press.characters = QChar(event.key());
+    const int key = event.key();
+    if ((key >= Qt::Key_0 && key <= Qt::Key_9) || (key >= Qt::Key_A && key <= Qt::Key_Z))
+        press.characters = QChar(key);
+    else
+        press.characters = characterByPosition(event);
     return press;
 }
 
@@ -67,23 +100,27 @@ LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
       searchSymbol_(new Symbol(u"search"_s, style::searchSymbolSize, searchBar_)),
       field_(new SearchField(searchBar_)),
       clear_(new Symbol(u"clear"_s, style::searchSymbolSize, searchBar_)),
-      list_(new ResultList(this)), footer_(new QWidget(this)), status_(makeFooterLabel(footer_)) {
+      listArea_(new QWidget(this)), list_(new ResultList(listArea_)), answer_(new AnswerArea(this)),
+      footer_(new QWidget(this)), status_(makeFooterLabel(footer_)),
+      product_(makeFooterLabel(footer_)), keys_(new KeyCatcher(this)) {
     buildSearchBar();
     buildFooter();
+    auto *list = makeStack(listArea_);
+    list->setContentsMargins(style::listInset, style::listInset, style::listInset, 0);
+    list->addWidget(list_);
     auto *stack = makeStack(this);
     stack->addWidget(searchBar_);
     stack->addWidget(makeDivider(this));
-    auto *listArea = new QVBoxLayout;
-    listArea->setContentsMargins(style::listInset, style::listInset, style::listInset, 0);
-    listArea->addWidget(list_);
-    stack->addLayout(listArea, 1);
+    stack->addWidget(listArea_, 1);
+    stack->addWidget(answer_, 1);
     stack->addWidget(makeDivider(this));
     stack->addWidget(footer_);
     setFocusProxy(field_);
     observe();
+    applyStyle();
     showQuery();
     showResults();
-    showStatus();
+    showMode();
 }
 
 void LauncherView::buildSearchBar() {
@@ -108,23 +145,23 @@ void LauncherView::buildSearchBar() {
 }
 
 void LauncherView::buildFooter() {
-    QLabel *product = makeFooterLabel(footer_);
-    product->setText(u"Corvid"_s);
+    product_->setText(u"Corvid"_s);
     auto *line = new QHBoxLayout(footer_);
     line->setContentsMargins(style::barPaddingX, style::footerPaddingY, style::barPaddingX,
                              style::footerPaddingY);
     line->addWidget(status_);
     line->addStretch();
-    line->addWidget(product);
+    line->addWidget(product_);
 }
 
 void LauncherView::observe() {
     connect(field_, &SearchField::edited, &viewModel_, &LauncherViewModel::setQuery);
     field_->onSubmit = [this] { viewModel_.submit(); };
-    field_->onUp = [this] { viewModel_.moveSelection(-1); };
-    field_->onDown = [this] { viewModel_.moveSelection(1); };
-    field_->onEsc = [this] { viewModel_.cancel(); };
-    field_->onEvent = [this](QKeyEvent *event) { return offerKey(event); };
+    field_->onUp = keys_->onUp = [this] { move(-1); };
+    field_->onDown = keys_->onDown = [this] { move(1); };
+    field_->onEsc = keys_->onEsc = [this] { viewModel_.cancel(); };
+    keys_->onEvent = [this](const QKeyEvent &event) { return offerKey(event); };
+    answer_->onCopy = [this] { copyAnswer(); };
     connect(clear_, &Symbol::clicked, &viewModel_, &LauncherViewModel::reset);
     list_->onClick = [this](int row) {
         viewModel_.setSelected(row);
@@ -149,6 +186,12 @@ void LauncherView::observe() {
             list_->select(viewModel_.selected());
     });
     connect(&viewModel_, &LauncherViewModel::statusTextChanged, this, &LauncherView::showStatus);
+    connect(&viewModel_, &LauncherViewModel::aiModeChanged, this, &LauncherView::showMode);
+    connect(&viewModel_, &LauncherViewModel::aiQuestionChanged, this, &LauncherView::showAnswer);
+    connect(&viewModel_, &LauncherViewModel::aiResponseChanged, this,
+            [this] { answer_->setAnswer(viewModel_.aiResponse()); });
+    connect(&viewModel_, &LauncherViewModel::aiBusyChanged, this,
+            [this] { answer_->setBusy(viewModel_.aiBusy()); });
     connect(&viewModel_, &LauncherViewModel::displayFlushRequested, this, [this] {
         if (window()->isVisible())
             QCoreApplication::sendPostedEvents(window(), QEvent::UpdateRequest);
@@ -174,31 +217,91 @@ void LauncherView::showEvent(QShowEvent *event) {
 }
 
 void LauncherView::showStatus() {
-    status_->setText(viewModel_.statusText().isEmpty() ? u"↑↓ navigate  ⏎ open  esc close"_s
-                                                       : viewModel_.statusText());
+    if (!viewModel_.statusText().isEmpty())
+        status_->setText(viewModel_.statusText());
+    else if (viewModel_.aiMode())
+        status_->setText(u"Esc to go back"_s);
+    else
+        status_->setText(u"↑↓ navigate  ⏎ open  esc close"_s);
 }
 
-bool LauncherView::offerKey(QKeyEvent *event) {
-    return viewModel_.handleKeyEvent(keyPressOf(*event));
+void LauncherView::showMode() {
+    const bool answering = viewModel_.aiMode();
+    searchSymbol_->setSymbol(answering ? u"sparkles"_s : u"search"_s);
+    listArea_->setVisible(!answering);
+    answer_->setVisible(answering);
+    if (!answering && answer_->hasFocus())
+        field_->setFocus();
+    showAnswer();
+    showStatus();
 }
 
-// Keys that reach the panel while the field does not have the focus.
-void LauncherView::keyPressEvent(QKeyEvent *event) {
-    if (offerKey(event))
-        return;
-    switch (event->key()) {
-    case Qt::Key_Escape:
-        viewModel_.cancel();
-        break;
-    case Qt::Key_Down:
-        viewModel_.moveSelection(1);
-        break;
-    case Qt::Key_Up:
-        viewModel_.moveSelection(-1);
-        break;
+void LauncherView::showAnswer() {
+    answer_->setQuestion(viewModel_.aiQuestion());
+    answer_->setAnswer(viewModel_.aiResponse());
+    answer_->setBusy(viewModel_.aiBusy());
+}
+
+// While an answer is shown the arrows scroll it: moving a selection that nobody sees would make
+// Return a gamble.
+void LauncherView::move(int lines) {
+    if (viewModel_.aiMode())
+        answer_->scrollLines(lines);
+    else
+        viewModel_.moveSelection(lines);
+}
+
+bool LauncherView::offerKey(const QKeyEvent &event) {
+    if (viewModel_.aiMode() && offerAnswerKey(event))
+        return true;
+    return viewModel_.handleKeyEvent(keyPressOf(event));
+}
+
+bool LauncherView::offerAnswerKey(const QKeyEvent &event) {
+    switch (event.key()) {
+    case Qt::Key_PageUp:
+        answer_->scrollPages(-1);
+        return true;
+    case Qt::Key_PageDown:
+        answer_->scrollPages(1);
+        return true;
     default:
-        QWidget::keyPressEvent(event);
+        break;
     }
+    const KeyPress press = keyPressOf(event);
+    if (!press.command || press.characters.toLower() != "c"_L1)
+        return false;
+    copyAnswer();
+    return true;
+}
+
+// What the reader has marked, else the whole answer.
+void LauncherView::copyAnswer() {
+    const QString marked = answer_->markedText();
+    const QString &text = marked.isEmpty() ? viewModel_.aiResponse() : marked;
+    if (text.isEmpty() || !viewModel_.onAction)
+        return;
+    viewModel_.onAction(CopyAI{text});
+    answer_->confirmCopy();
+}
+
+// A key that no other widget wanted was meant for the field.
+void LauncherView::keyPressEvent(QKeyEvent *event) {
+    if (window()->focusWidget() == field_) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    field_->setFocus();
+    QCoreApplication::sendEvent(field_, event);
+}
+
+void LauncherView::applyStyle() {
+    field_->applyStyle();
+    list_->applyStyle();
+    answer_->applyStyle();
+    applyFooterStyle(status_);
+    applyFooterStyle(product_);
+    update();
 }
 
 void LauncherView::setBackdrop(Backdrop backdrop) {
@@ -210,16 +313,16 @@ void LauncherView::paintEvent(QPaintEvent * /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(backdrop_ == Backdrop::Opaque ? style::opaqueCard() : style::card());
-    painter.drawRoundedRect(rect(), style::cardRadius, style::cardRadius);
+    painter.setBrush(cardColour(backdrop_));
+    painter.drawPath(continuousRoundedRect(rect(), style::cardRadius));
 
     QLinearGradient outline(0, 0, 0, height());
     outline.setColorAt(0, style::white(style::outlineTopOpacity));
     outline.setColorAt(1, style::white(style::outlineBottomOpacity));
     painter.setPen(QPen(outline, 1));
     painter.setBrush(Qt::NoBrush);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), style::cardRadius - 0.5,
-                            style::cardRadius - 0.5);
+    painter.drawPath(continuousRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5),
+                                           style::cardRadius - 0.5));
 }
 
 } // namespace corvid

@@ -7,6 +7,8 @@ class QLabel;
 
 namespace corvid {
 
+class AnswerArea;
+class KeyCatcher;
 class LauncherViewModel;
 class ResultList;
 class SearchField;
@@ -15,12 +17,13 @@ class Symbol;
 /** What the card is drawn over. */
 enum class Backdrop {
     Composited, ///< translucent: the desktop shows through
+    Blurred,    ///< the compositor also blurs what shows through
     Opaque,     ///< no compositor: the card fills its window
 };
 
 /**
- * The whole content of the panel: search bar, result list and footer on a dark card. Observes the
- * view model and decides nothing itself. Main thread only.
+ * The whole content of the panel: search bar, result list or AI answer, and footer on a dark card.
+ * Observes the view model and decides nothing itself. Main thread only.
  */
 class LauncherView final : public QWidget {
     Q_OBJECT
@@ -30,6 +33,9 @@ public:
     explicit LauncherView(LauncherViewModel &viewModel, QWidget *parent = nullptr);
 
     void setBackdrop(Backdrop backdrop);
+
+    /** Takes over changed colours and fonts. */
+    void applyStyle();
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -43,7 +49,12 @@ private:
     void showQuery();
     void showResults();
     void showStatus();
-    bool offerKey(QKeyEvent *event);
+    void showMode();
+    void showAnswer();
+    void move(int lines);
+    bool offerKey(const QKeyEvent &event);
+    bool offerAnswerKey(const QKeyEvent &event);
+    void copyAnswer();
 
     LauncherViewModel &viewModel_;
     Backdrop backdrop_ = Backdrop::Composited;
@@ -52,9 +63,13 @@ private:
     Symbol *searchSymbol_;
     SearchField *field_;
     Symbol *clear_;
+    QWidget *listArea_;
     ResultList *list_;
+    AnswerArea *answer_;
     QWidget *footer_;
     QLabel *status_;
+    QLabel *product_;
+    KeyCatcher *keys_;
 };
 
 } // namespace corvid

@@ -3,6 +3,7 @@
 #include "ResultRow.h"
 #include "Style.h"
 
+#include <QAccessible>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -43,9 +44,10 @@ QVariant ResultListModel::data(const QModelIndex &index, int role) const {
     }
 }
 
-ResultList::ResultList(QWidget *parent) : QListView(parent), scroll_(new QVariantAnimation(this)) {
+ResultList::ResultList(QWidget *parent)
+    : QListView(parent), row_(new ResultRow(this)), scroll_(new QVariantAnimation(this)) {
     setModel(&model_);
-    setItemDelegate(new ResultRow(this));
+    setItemDelegate(row_);
     setUniformItemSizes(true);
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
@@ -66,6 +68,11 @@ ResultList::ResultList(QWidget *parent) : QListView(parent), scroll_(new QVarian
             [this](const QVariant &value) { verticalScrollBar()->setValue(value.toInt()); });
 }
 
+void ResultList::applyStyle() {
+    row_->applyStyle();
+    viewport()->update();
+}
+
 void ResultList::setRows(const std::vector<ResultItem> &rows, int selected) {
     model_.setRows(rows);
     select(selected);
@@ -74,8 +81,15 @@ void ResultList::setRows(const std::vector<ResultItem> &rows, int selected) {
 void ResultList::select(int row) {
     const QModelIndex index = model_.index(row, 0);
     selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect);
-    if (index.isValid())
-        scrollIntoView(row);
+    if (!index.isValid())
+        return;
+    scrollIntoView(row);
+    // The focus stays in the search field, so nothing else tells a screen reader.
+    if (QAccessible::isActive()) {
+        QAccessibleEvent chosen(this, QAccessible::Selection);
+        chosen.setChild(row);
+        QAccessible::updateAccessibility(&chosen);
+    }
 }
 
 void ResultList::scrollIntoView(int row) {
@@ -91,6 +105,10 @@ void ResultList::scrollIntoView(int row) {
     scroll_->stop();
     if (from == to)
         return;
+    if (!style::appearance().motion) {
+        verticalScrollBar()->setValue(to);
+        return;
+    }
     scroll_->setStartValue(from);
     scroll_->setEndValue(to);
     scroll_->start();
@@ -121,7 +139,7 @@ void ResultList::paintEvent(QPaintEvent *event) {
     if (model_.rowCount() > 0)
         return;
     QPainter painter(viewport());
-    QFont font = this->font();
+    QFont font = style::font();
     font.setPixelSize(style::titleFontSize);
     painter.setFont(font);
     painter.setPen(style::secondary());

@@ -12,6 +12,8 @@ class QVariantAnimation;
 
 namespace corvid {
 
+class ResultRow;
+
 /** The rows of the result list for the view; a row's ResultItem is its whole data. */
 class ResultListModel final : public QAbstractListModel {
     Q_OBJECT
@@ -44,6 +46,9 @@ public:
     /** Highlights a row and scrolls just as far as makes it visible. */
     void select(int row);
 
+    /** Takes over changed colours and fonts. */
+    void applyStyle();
+
     std::function<void(int row)> onClick;
 
 protected:
@@ -57,6 +62,7 @@ private:
     void scrollIntoView(int row);
 
     ResultListModel model_;
+    ResultRow *row_;
     QVariantAnimation *scroll_;
     int pressedRow_ = -1;
 };

@@ -1,23 +1,38 @@
 #include "ResultRow.h"
 
 #include "ResultList.h"
+#include "Shapes.h"
 #include "Style.h"
+#include "Symbol.h"
 
-#include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
-
-#include <cmath>
+#include <QSvgRenderer>
 
 namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 QFont sized(int pixels, QFont::Weight weight) {
-    QFont font = QGuiApplication::font();
+    QFont font = style::font();
     font.setPixelSize(pixels);
     font.setWeight(weight);
     return font;
+}
+
+// What stands in for the icon of a row that has none; empty for none.
+QString symbolOf(const ResultItem &item) {
+    if (std::holds_alternative<OpenURL>(item.action))
+        return u"web"_s;
+    if (std::holds_alternative<OpenSettings>(item.action))
+        return u"settings"_s;
+    if (item.id.startsWith("ai-"_L1))
+        return u"sparkles"_s;
+    if (std::holds_alternative<CopyAI>(item.action))
+        return u"calculator"_s;
+    return {};
 }
 
 void drawElided(QPainter &painter, const QRect &line, const QString &text) {
@@ -30,10 +45,24 @@ void drawElided(QPainter &painter, const QRect &line, const QString &text) {
 
 } // namespace
 
-ResultRow::ResultRow(QObject *parent)
-    : QStyledItemDelegate(parent), titleFont_(sized(style::titleFontSize, QFont::Medium)),
-      subtitleFont_(sized(style::subtitleFontSize, QFont::Normal)),
-      badgeFont_(sized(style::badgeFontSize, QFont::Medium)) {}
+ResultRow::ResultRow(QObject *parent) : QStyledItemDelegate(parent) {
+    applyStyle();
+}
+
+ResultRow::~ResultRow() = default;
+
+void ResultRow::applyStyle() {
+    titleFont_ = sized(style::titleFontSize, QFont::Medium);
+    subtitleFont_ = sized(style::subtitleFontSize, QFont::Normal);
+    badgeFont_ = sized(style::badgeFontSize, QFont::Medium);
+}
+
+QSvgRenderer *ResultRow::renderer(const QString &symbol) const {
+    std::unique_ptr<QSvgRenderer> &renderer = symbols_[symbol];
+    if (!renderer)
+        renderer = symbolRenderer(symbol);
+    return renderer.get();
+}
 
 QSize ResultRow::sizeHint(const QStyleOptionViewItem & /*option*/,
                           const QModelIndex & /*index*/) const {
@@ -54,7 +83,7 @@ void ResultRow::paint(QPainter *painter, const QStyleOptionViewItem &option,
         QColor fill = style::accent();
         fill.setAlphaF(static_cast<float>(style::selectionOpacity));
         painter->setBrush(fill);
-        painter->drawRoundedRect(row, style::rowRadius, style::rowRadius);
+        painter->drawPath(continuousRoundedRect(row, style::rowRadius));
     }
 
     // Laid out for left to right, then mirrored as a whole where the desktop reads the other way.
@@ -66,6 +95,12 @@ void ResultRow::paint(QPainter *painter, const QStyleOptionViewItem &option,
                 style::rowIconSize, style::rowIconSize});
     if (item.icon)
         painter->drawImage(QRectF(iconRect), *item.icon);
+    else if (const QString symbol = symbolOf(item); !symbol.isEmpty()) {
+        constexpr int inset = (style::rowIconSize - style::rowSymbolSize) / 2;
+        painter->setOpacity(secondary.alphaF());
+        renderer(symbol)->render(painter, QRectF(iconRect).adjusted(inset, inset, -inset, -inset));
+        painter->setOpacity(1);
+    }
     if (item.running) {
         const int dot = style::runningDotSize;
         const int x =
@@ -85,7 +120,7 @@ void ResultRow::paint(QPainter *painter, const QStyleOptionViewItem &option,
             placed({textRight - width, row.y() + (style::rowHeight - height) / 2, width, height});
         painter->setPen(Qt::NoPen);
         painter->setBrush(style::quaternary());
-        painter->drawRoundedRect(badge, style::badgeRadius, style::badgeRadius);
+        painter->drawPath(continuousRoundedRect(badge, style::badgeRadius));
         painter->setFont(badgeFont_);
         painter->setPen(secondary);
         painter->drawText(badge, Qt::AlignCenter | Qt::TextSingleLine, text);

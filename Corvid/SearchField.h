@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QBasicTimer>
 #include <QLineEdit>
 
 #include <functional>
@@ -23,8 +24,11 @@ public:
     std::function<void()> onUp;
     std::function<void()> onDown;
     std::function<void()> onEsc;
-    /** Offered every key first; true means the key was consumed. */
-    std::function<bool(QKeyEvent *)> onEvent;
+
+    /** An input method has text that it has not committed, so that every key is its. */
+    bool isComposing() const { return composing_; }
+    /** Takes over changed colours and fonts. */
+    void applyStyle();
 
     /** Shows a text that the user did not type; a composition in progress is dropped. */
     void showText(const QString &text);
@@ -36,15 +40,24 @@ Q_SIGNALS:
 protected:
     void keyPressEvent(QKeyEvent *event) override;
     void inputMethodEvent(QInputMethodEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
     void hideEvent(QHideEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    void timerEvent(QTimerEvent *event) override;
+    bool focusNextPrevChild(bool next) override;
 
 private:
     void announce();
     void endComposition();
     void later(const std::function<void()> &callback);
+    QRect caretRect() const;
+    void showCaret();
+    void stopCaret();
 
     bool composing_ = false;
+    bool caretIsLit_ = false;
+    QBasicTimer blink_;
     QString announced_; ///< what edited() last said, or showText() showed
 };
 

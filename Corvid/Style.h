@@ -1,8 +1,12 @@
 #pragma once
 
-#include <QColor>
+#include "Platform/Appearance.h"
 
-/** The panel's look: device-independent pixels, and the dark appearance's colours. */
+#include <QColor>
+#include <QFont>
+
+/** The panel's look: device-independent pixels, and the dark appearance's colours. Main thread
+    only. */
 namespace corvid::style {
 
 inline constexpr int panelWidth = 660;
@@ -17,12 +21,15 @@ inline constexpr int searchFieldHeight = 34;
 inline constexpr int searchFontSize = 21;
 inline constexpr int searchSymbolSize = 18;
 inline constexpr int searchSymbolGap = 13;
+inline constexpr int caretWidth = 2;
+inline constexpr int caretHeight = 24;
 
 inline constexpr int listInset = 8;
 inline constexpr int rowHeight = 46;
 inline constexpr int rowPaddingX = 14;
 inline constexpr qreal rowRadius = 10;
 inline constexpr int rowIconSize = 26;
+inline constexpr int rowSymbolSize = 18;
 inline constexpr int iconToText = 12;
 inline constexpr int titleFontSize = 14;
 inline constexpr int titleLineHeight = 18;
@@ -35,6 +42,15 @@ inline constexpr qreal badgeRadius = 6;
 inline constexpr int runningDotSize = 7;
 inline constexpr int scrollMilliseconds = 80;
 
+inline constexpr int answerPadding = 18;
+inline constexpr int answerSpacing = 8;
+inline constexpr int answerFontSize = 14;
+inline constexpr qreal answerLineHeight = 125; ///< percent
+inline constexpr int answerScrollStep = 40;
+inline constexpr int copySymbolSize = 18;
+inline constexpr int progressSize = 18;
+inline constexpr qreal progressStroke = 1.8;
+
 inline constexpr int footerFontSize = 11;
 inline constexpr int footerPaddingY = 8;
 
@@ -42,15 +58,20 @@ inline QColor white(qreal opacity) {
     return QColor::fromRgbF(1, 1, 1, static_cast<float>(opacity));
 }
 
+/** What the functions below go by. Widgets that keep a colour or a font take it anew after a
+    change. */
+const Appearance &appearance();
+void setAppearance(const Appearance &appearance);
+
+/** The user interface's font, to be given its size in pixels. */
+QFont font();
+
 inline QColor primary() {
     return white(0.92);
 }
-inline QColor secondary() {
-    return white(0.55);
-}
-inline QColor tertiary() {
-    return white(0.42);
-}
+/** Steps back; in high contrast it does not. */
+QColor secondary();
+QColor tertiary();
 inline QColor quaternary() {
     return white(0.10);
 }
@@ -63,6 +84,10 @@ inline QColor selectedSecondary() {
 inline QColor runningDot() {
     return {0x32, 0xD7, 0x4B};
 }
+/** The card over what the compositor has blurred. */
+inline QColor blurredCard() {
+    return QColor::fromRgbF(30 / 255.0F, 31 / 255.0F, 36 / 255.0F, 0.82F);
+}
 /** The card under a compositor that does not blur, and without any compositor. */
 inline QColor card() {
     return QColor::fromRgbF(30 / 255.0F, 31 / 255.0F, 36 / 255.0F, 0.94F);
@@ -70,9 +95,8 @@ inline QColor card() {
 inline QColor opaqueCard() {
     return {30, 31, 36};
 }
-inline QColor accent() {
-    return {0x0A, 0x84, 0xFF};
-}
+/** The desktop's accent colour, darkened where white text could not be read on it. */
+QColor accent();
 inline constexpr qreal selectionOpacity = 0.85;
 
 } // namespace corvid::style

@@ -15,14 +15,23 @@ namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
 
-Symbol::Symbol(const QString &name, int size, QWidget *parent) : QAbstractButton(parent) {
+std::unique_ptr<QSvgRenderer> symbolRenderer(const QString &name) {
     linkSymbols();
-    renderer_ = std::make_unique<QSvgRenderer>(u":/symbols/"_s + name + u".svg"_s);
+    return std::make_unique<QSvgRenderer>(u":/symbols/"_s + name + u".svg"_s);
+}
+
+Symbol::Symbol(const QString &name, int size, QWidget *parent)
+    : QAbstractButton(parent), renderer_(symbolRenderer(name)) {
     setFixedSize(size, size);
     setFocusPolicy(Qt::NoFocus);
 }
 
 Symbol::~Symbol() = default;
+
+void Symbol::setSymbol(const QString &name) {
+    renderer_ = symbolRenderer(name);
+    update();
+}
 
 void Symbol::paintEvent(QPaintEvent * /*event*/) {
     QPainter painter(this);

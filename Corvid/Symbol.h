@@ -8,9 +8,12 @@ class QSvgRenderer;
 
 namespace corvid {
 
+/** The renderer of one of the panel's own vector symbols, by the name of its file. */
+std::unique_ptr<QSvgRenderer> symbolRenderer(const QString &name);
+
 /**
- * One of the panel's own vector symbols ("search", "sparkles", "clear"), drawn anew at each
- * paint, so that it is sharp on every screen. Connect clicked() to make a button of it.
+ * One of the panel's own vector symbols, by the name of its file, drawn anew at each paint, so
+ * that it is sharp on every screen. Connect clicked() to make a button of it.
  */
 class Symbol final : public QAbstractButton {
     Q_OBJECT
@@ -18,6 +21,9 @@ class Symbol final : public QAbstractButton {
 public:
     Symbol(const QString &name, int size, QWidget *parent = nullptr);
     ~Symbol() override;
+
+    /** Shows another one of the symbols. */
+    void setSymbol(const QString &name);
 
 protected:
     void paintEvent(QPaintEvent *event) override;

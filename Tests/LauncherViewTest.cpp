@@ -2,7 +2,9 @@
 
 #include "LauncherView.h"
 
+#include "AnswerArea.h"
 #include "Fakes/LauncherWorld.h"
+#include "ProgressIndicator.h"
 #include "ResultList.h"
 #include "SearchField.h"
 #include "Style.h"
@@ -16,6 +18,7 @@
 #include <QLabel>
 #include <QMouseEvent>
 #include <QScrollBar>
+#include <QTextBlock>
 
 #include <gtest/gtest.h>
 
@@ -74,18 +77,20 @@ protected:
             result.append(label->text());
         return result;
     }
-    Symbol *clearButton() const {
+    Symbol *symbolNamed(const QString &name) const {
         for (Symbol *symbol : view.findChildren<Symbol *>()) {
-            if (symbol->accessibleName() == u"Clear")
+            if (symbol->accessibleName() == name)
                 return symbol;
         }
         return nullptr;
     }
+    Symbol *clearButton() const { return symbolNamed(u"Clear"_s); }
 
     LauncherWorld world{manyApps(), {}};
     LauncherView view{world.model};
     SearchField *field = view.findChild<SearchField *>();
     ResultList *list = view.findChild<ResultList *>();
+    AnswerArea *answer = view.findChild<AnswerArea *>();
 };
 
 } // namespace
@@ -109,17 +114,47 @@ TEST_F(LauncherViewTest, theClearButtonIsThereFromTheFirstCharacterOnAndResets) 
     EXPECT_FALSE(clearButton()->isVisible());
 }
 
-TEST_F(LauncherViewTest, returnArrowsAndEscapeReachTheViewModelInALaterTurn) {
+TEST_F(LauncherViewTest, returnArrowsAndEscapeReachTheViewModel) {
     type(u"foo"_s);
     press(Qt::Key_Down);
-    EXPECT_EQ(world.model.selected(), 0) << "not from within the field's own event";
-    EXPECT_TRUE(waitUntil([&] { return world.model.selected() == 1; }));
+    EXPECT_EQ(world.model.selected(), 1);
     press(Qt::Key_Up);
-    EXPECT_TRUE(waitUntil([&] { return world.model.selected() == 0; }));
+    EXPECT_EQ(world.model.selected(), 0);
     press(Qt::Key_Return);
+    EXPECT_TRUE(world.actions.empty()) << "not from within the field's own event";
     EXPECT_TRUE(waitUntil([&] { return world.actions.size() == 1; }));
     press(Qt::Key_Escape);
-    EXPECT_TRUE(waitUntil([&] { return world.hides == 2; })) << "one for the row, one for Escape";
+    EXPECT_EQ(world.hides, 2) << "one for the row, one for Escape";
+}
+
+TEST(SearchFieldTest, returnArrowsAndEscapeAreCalledInALaterTurn) {
+    SearchField field;
+    QStringList called;
+    field.onSubmit = [&] { called.append(u"submit"_s); };
+    field.onUp = [&] { called.append(u"up"_s); };
+    field.onDown = [&] { called.append(u"down"_s); };
+    field.onEsc = [&] { called.append(u"esc"_s); };
+    for (const int key :
+         {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Up, Qt::Key_Down, Qt::Key_Escape}) {
+        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
+        QApplication::sendEvent(&field, &event);
+        EXPECT_TRUE(event.isAccepted());
+    }
+    EXPECT_TRUE(called.empty());
+    EXPECT_TRUE(waitUntil([&] {
+        return called == QStringList{u"submit"_s, u"submit"_s, u"up"_s, u"down"_s, u"esc"_s};
+    }));
+}
+
+TEST(SearchFieldTest, tabDoesNotLeaveTheField) {
+    QWidget window;
+    SearchField field(&window);
+    QLineEdit other(&window);
+    window.show();
+    field.setFocus();
+    QKeyEvent tab(QEvent::KeyPress, Qt::Key_Tab, Qt::NoModifier);
+    QApplication::sendEvent(&field, &tab);
+    EXPECT_EQ(window.focusWidget(), &field);
 }
 
 TEST_F(LauncherViewTest, keysThatReachThePanelWithoutTheFieldWorkTheSame) {
@@ -262,6 +297,110 @@ TEST_F(LauncherViewTest, theViewModelCanAskForTheFocus) {
     field->clearFocus();
     world.model.setFocusSearch(true);
     EXPECT_FALSE(world.model.focusSearch()) << "cleared once it is done";
+    EXPECT_EQ(view.focusWidget(), field);
+}
+
+TEST_F(LauncherViewTest, shortcutsGoByPositionWhereTheLayoutHasNoLatinKeyThere) {
+    type(u"foo"_s);
+    constexpr quint32 keyOfDigit2 = 11; // as the X server and Wayland number it
+    constexpr quint32 keyOfC = 54;
+    QKeyEvent cyrillic(QEvent::KeyPress, 0x0421, Qt::ControlModifier, keyOfC, 0, 0);
+    QApplication::sendEvent(field, &cyrillic);
+    EXPECT_EQ(world.pasteboard.texts, QStringList{makeApp(u"foo0"_s).path});
+    QKeyEvent azerty(QEvent::KeyPress, Qt::Key_Eacute, Qt::ControlModifier, keyOfDigit2, 0, 0);
+    QApplication::sendEvent(field, &azerty);
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenApp{makeApp(u"foo1"_s)}});
+}
+
+TEST_F(LauncherViewTest, theAnswerTakesThePlaceOfTheList) {
+    EXPECT_TRUE(list->isVisible());
+    EXPECT_FALSE(answer->isVisible());
+    world.model.setAiMode(true);
+    EXPECT_FALSE(list->isVisible());
+    EXPECT_TRUE(answer->isVisible());
+    EXPECT_TRUE(texts().contains(u"Esc to go back"_s));
+    press(Qt::Key_Escape);
+    EXPECT_EQ(world.hides, 0);
+    EXPECT_TRUE(list->isVisible());
+    EXPECT_TRUE(texts().contains(u"↑↓ navigate  ⏎ open  esc close"_s));
+}
+
+TEST_F(LauncherViewTest, aStatusStandsBeforeTheHintOfTheAnswer) {
+    type(u"ai x"_s);
+    world.model.setAiMode(true);
+    EXPECT_TRUE(texts().contains(u"Ask AI  ·  Return to send"_s));
+}
+
+TEST_F(LauncherViewTest, theAnswerShowsTheQuestionAndWhatHasCome) {
+    world.model.setAiMode(true);
+    world.model.setAiQuestion(u"why?"_s);
+    world.model.setAiResponse(u"Because"_s);
+    world.model.setAiResponse(u"Because it is."_s);
+    EXPECT_TRUE(waitUntil([&] { return answer->toPlainText() == u"why?\nBecause it is."; }));
+}
+
+TEST_F(LauncherViewTest, theProgressIndicatorShowsUntilTheFirstWords) {
+    world.model.setAiMode(true);
+    auto *progress = view.findChild<ProgressIndicator *>();
+    EXPECT_FALSE(progress->isVisible());
+    world.model.setAiBusy(true);
+    EXPECT_TRUE(progress->isVisible());
+    world.model.setAiResponse(u"Be"_s);
+    EXPECT_FALSE(progress->isVisible());
+    world.model.setAiBusy(false);
+    EXPECT_FALSE(progress->isVisible());
+}
+
+TEST_F(LauncherViewTest, controlCCopiesTheAnswerOrWhatIsMarkedOfIt) {
+    world.model.setAiMode(true);
+    press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_TRUE(world.actions.empty()) << "there is none yet";
+    world.model.setAiResponse(u"one two"_s);
+    press(Qt::Key_C, Qt::ControlModifier);
+    QTextCursor word(answer->document()->lastBlock());
+    word.movePosition(QTextCursor::NextWord, QTextCursor::KeepAnchor);
+    word.movePosition(QTextCursor::Left, QTextCursor::KeepAnchor);
+    answer->setTextCursor(word);
+    press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(world.actions, (std::vector<LauncherAction>{CopyAI{u"one two"_s}, CopyAI{u"one"_s}}));
+    EXPECT_EQ(world.hides, 0);
+}
+
+TEST_F(LauncherViewTest, theCopyControlIsThereOnceThereIsAnAnswerAndCopiesIt) {
+    Symbol *copy = symbolNamed(u"Copy the answer"_s);
+    ASSERT_TRUE(copy);
+    world.model.setAiMode(true);
+    EXPECT_FALSE(copy->isVisible());
+    world.model.setAiResponse(u"one two"_s);
+    EXPECT_TRUE(copy->isVisible());
+    copy->click();
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{CopyAI{u"one two"_s}});
+}
+
+TEST_F(LauncherViewTest, arrowsAndPagesScrollTheAnswerAndLeaveTheSelection) {
+    type(u"foo"_s);
+    world.model.setAiMode(true);
+    world.model.setAiResponse(u"line\n"_s.repeated(200));
+    QScrollBar *bar = answer->verticalScrollBar();
+    ASSERT_GT(bar->maximum(), 0);
+    bar->setValue(0);
+    press(Qt::Key_Down);
+    const int line = bar->value();
+    EXPECT_GT(line, 0);
+    press(Qt::Key_PageDown);
+    EXPECT_GT(bar->value(), 2 * line);
+    press(Qt::Key_PageUp);
+    press(Qt::Key_Up);
+    EXPECT_EQ(bar->value(), 0);
+    EXPECT_EQ(world.model.selected(), 0);
+}
+
+TEST_F(LauncherViewTest, whatIsTypedWhileTheAnswerHasTheFocusGoesToTheField) {
+    world.model.setAiMode(true);
+    answer->setFocus();
+    QKeyEvent letter(QEvent::KeyPress, Qt::Key_X, Qt::NoModifier, u"x"_s);
+    QApplication::sendEvent(answer, &letter);
+    EXPECT_EQ(field->text(), u"x");
     EXPECT_EQ(view.focusWidget(), field);
 }
 

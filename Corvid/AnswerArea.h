@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QTextEdit>
+#include <QTimer>
+
+#include <functional>
+
+namespace corvid {
+
+class ProgressIndicator;
+class Symbol;
+
+/**
+ * The question and the answer to it, which grows while it is read: it follows its end unless the
+ * reader has scrolled away from it. Everything is shown as plain text and can be selected. Main
+ * thread only.
+ */
+class AnswerArea final : public QTextEdit {
+    Q_OBJECT
+
+public:
+    explicit AnswerArea(QWidget *parent = nullptr);
+
+    /** Shows another question; what was there goes. */
+    void setQuestion(const QString &question);
+    /** Shows the answer as far as it has come. A text that continues the one shown is appended,
+        at most once a frame however fast it grows; any other replaces it. */
+    void setAnswer(const QString &answer);
+    /** Whether an answer is awaited, which shows as long as there is none. */
+    void setBusy(bool busy);
+
+    /** Scrolls by lines or pages; negative goes up. */
+    void scrollLines(int lines);
+    void scrollPages(int pages);
+
+    /** The text that the reader has marked, as it reads; empty when nothing is marked. */
+    QString markedText() const;
+
+    /** The copy control was pressed. */
+    std::function<void()> onCopy;
+    /** Says that the answer was copied, on the control, for a moment. */
+    void confirmCopy();
+
+    /** Takes over changed colours and fonts. */
+    void applyStyle();
+
+protected:
+    QMimeData *createMimeDataFromSelection() const override;
+    void resizeEvent(QResizeEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+
+private:
+    void showPending();
+    void append(const QString &text);
+    void settleLongBlock();
+    void placeControls();
+
+    QString answer_;      ///< as it was last set
+    qsizetype shown_ = 0; ///< how much of it the document holds
+    bool busy_ = false;
+    bool followsEnd_ = false; ///< the end was in sight when the answer last grew
+    QElapsedTimer sinceShown_;
+    QTimer nextFrame_;
+    QTimer copiedFor_;
+    ProgressIndicator *progress_;
+    Symbol *copy_;
+};
+
+} // namespace corvid

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+namespace corvid {
+
+/** What the user chose for all programs of the desktop. */
+struct Appearance {
+    std::optional<quint32> accent; ///< 0xRRGGBB; absent where the desktop has no such choice
+    QString fontFamily;            ///< of the user interface; empty: what Qt takes from the desktop
+    bool highContrast = false;
+    bool motion = true; ///< false: no animations
+
+    bool operator==(const Appearance &) const = default;
+};
+
+/** The desktop's settings for the look of programs. Main thread only. */
+class AppearanceSettings {
+public:
+    AppearanceSettings() = default;
+    AppearanceSettings(const AppearanceSettings &) = delete;
+    AppearanceSettings &operator=(const AppearanceSettings &) = delete;
+    virtual ~AppearanceSettings() = default;
+
+    /** What is known by now; the defaults above until the desktop has answered. Never waits. */
+    virtual Appearance current() const = 0;
+
+    /** Called from the event loop whenever current() has become another one. */
+    std::function<void()> onChange;
+};
+
+} // namespace corvid
