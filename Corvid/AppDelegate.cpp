@@ -1,8 +1,10 @@
 #include "AppDelegate.h"
 
 #include "Benchmark.h"
+#include "CommandLine.h"
 #include "HotKeyManager.h"
 #include "Locations.h"
+#include "Platform/Instance.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
@@ -50,13 +52,6 @@ quint32 storedNumber(const UserDefaults &defaults, const QString &key, quint32 o
     return stored == 0 ? otherwise : stored;
 }
 
-// A process that answers on standard error and shows nothing must not take the hot key from the
-// one that people use.
-bool isToggled(const QStringList &arguments) {
-    return arguments.contains("--show"_L1) ||
-           !(arguments.contains("--query"_L1) || arguments.contains("--bench"_L1));
-}
-
 template <typename... Functions>
 struct Overloaded : Functions... {
     using Functions::operator()...;
@@ -74,7 +69,7 @@ AppDelegate::AppDelegate(const Platform &platform)
       projects_(platform.defaults, platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}
 
-void AppDelegate::applicationDidFinishLaunching(const QStringList &arguments) {
+void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) {
     panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.desktop);
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
@@ -90,20 +85,26 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList &arguments) {
     viewModel_.refresh();
     catalog_.load();
     projects_.load();
-    if (isToggled(arguments))
+    // A process that answers on standard error and shows nothing must not take the hot key from
+    // the one that people use.
+    if (commandLine.show || !commandLine.isDiagnostic())
         applyHotkey();
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { platform_.hotKeys.unregister(); });
-    if (!arguments.contains("--sticky"_L1))
-        panel_->onResignKey = [this] { hide(); };
-    if (arguments.contains("--show"_L1))
-        show();
-    if (arguments.contains("--bench"_L1))
-        QTimer::singleShot(catalogsLoadTime, this, &AppDelegate::runBenchmark);
-    const qsizetype query = arguments.indexOf("--query"_L1);
-    if (query >= 0 && query + 1 < arguments.size()) {
-        QTimer::singleShot(catalogsLoadTime, this,
-                           [this, text = arguments[query + 1]] { dumpQuery(text); });
+    if (!commandLine.sticky) {
+        panel_->onResignKey = [this] {
+            if (!stickyShowing_)
+                hide();
+        };
     }
+    for (const Wish &wish : commandLine.wishes())
+        fulfil(wish);
+    if (commandLine.bench)
+        QTimer::singleShot(catalogsLoadTime, this, &AppDelegate::runBenchmark);
+    if (commandLine.query) {
+        QTimer::singleShot(catalogsLoadTime, this,
+                           [this, text = *commandLine.query] { dumpQuery(text); });
+    }
+    platform_.instance.serve([this](const Wish &wish) { fulfil(wish); });
 }
 
 void AppDelegate::show() {
@@ -115,6 +116,7 @@ void AppDelegate::show() {
 
 void AppDelegate::hide() {
     lastHideTime_ = platform_.now();
+    stickyShowing_ = false;
     panel_->hide();
 }
 
@@ -123,6 +125,22 @@ void AppDelegate::toggle() {
         hide();
     else
         show();
+}
+
+void AppDelegate::fulfil(const Wish &wish) {
+    switch (wish.kind) {
+    case Wish::Kind::Show:
+        show();
+        break;
+    case Wish::Kind::Toggle:
+        toggle();
+        break;
+    case Wish::Kind::OpenSettings:
+        openSettings();
+        break;
+    }
+    if (wish.sticky && panel_->isVisible())
+        stickyShowing_ = true;
 }
 
 void AppDelegate::applyHotkey() {

@@ -1,6 +1,8 @@
 #include "AppDelegate.h"
 
+#include "CommandLine.h"
 #include "Fakes/FakeHotKeyBackend.h"
+#include "Fakes/FakeInstance.h"
 #include "Fakes/FakeSystemLog.h"
 #include "Fakes/LauncherWorld.h"
 #include "HotKeyManager.h"
@@ -48,7 +50,7 @@ protected:
     }
 
     void launch(const QStringList &arguments = {}) {
-        delegate.applicationDidFinishLaunching(QStringList{u"corvid"_s} + arguments);
+        delegate.applicationDidFinishLaunching(parseCommandLine(arguments));
     }
     void pressHotKey() {
         hotKeyBackend.press();
@@ -68,10 +70,11 @@ protected:
     FakeDesktop desktop;
     FakeHotKeyBackend hotKeyBackend;
     HotKeyManager hotKeys{hotKeyBackend};
+    FakeInstance instance;
     std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
     std::optional<AppDelegate> owned{
         std::in_place, AppDelegate::Platform{defaults, workspace, pasteboard, log, entries, volumes,
-                                             desktop, hotKeys, [this] { return now; }}};
+                                             desktop, hotKeys, instance, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
@@ -163,6 +166,58 @@ TEST_F(AppDelegateTest, losingTheKeyboardHidesUnlessSticky) {
 TEST_F(AppDelegateTest, aStickyPanelKeepsNoWatchOnTheKeyboard) {
     launch({u"--show"_s, u"--sticky"_s});
     EXPECT_FALSE(delegate.panel()->onResignKey);
+}
+
+TEST_F(AppDelegateTest, withoutAnOptionItStartsHidden) {
+    launch();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    EXPECT_TRUE(workspace.calls.isEmpty());
+}
+
+TEST_F(AppDelegateTest, aFirstToggleShowsThePanel) {
+    launch({u"--toggle"_s});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, theSettingsOptionOpensTheSettingsAtStart) {
+    launch({u"--settings"_s});
+    EXPECT_FALSE(workspace.opened.isEmpty());
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, wishesOfOtherProcessesAreFulfilled) {
+    launch();
+    instance.arrive({Wish::Kind::Show});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    instance.arrive({Wish::Kind::Show});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    instance.arrive({Wish::Kind::Toggle});
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    instance.arrive({Wish::Kind::Toggle});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    EXPECT_TRUE(workspace.opened.isEmpty());
+    instance.arrive({Wish::Kind::OpenSettings});
+    EXPECT_EQ(workspace.opened.size(), 1);
+}
+
+TEST_F(AppDelegateTest, aWishToShowStickilyHoldsUntilThePanelHides) {
+    launch();
+    instance.arrive({Wish::Kind::Show, true});
+    delegate.panel()->onResignKey();
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    delegate.hide();
+    delegate.show();
+    delegate.panel()->onResignKey();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, aStickyToggleThatHidesLeavesTheNextShowingAlone) {
+    launch({u"--show"_s});
+    instance.arrive({Wish::Kind::Toggle, true});
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    delegate.show();
+    delegate.panel()->onResignKey();
+    EXPECT_FALSE(delegate.panel()->isVisible());
 }
 
 TEST_F(AppDelegateTest, aSubmittedRowIsOpenedAndThePanelHides) {
