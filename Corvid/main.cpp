@@ -106,8 +106,7 @@ int main(int argc, char **argv) {
 
     BusInstance instance;
     if (!commandLine.isDiagnostic()) {
-        switch (
-            instance.claim(commandLine.wishesOfRunning(), ActivationToken::takeFromEnvironment())) {
+        switch (instance.claim(commandLine.wishesOfRunning(), ActivationToken::fromEnvironment())) {
         case BusInstance::Claim::Sole:
             break;
         case BusInstance::Claim::HandedOver:

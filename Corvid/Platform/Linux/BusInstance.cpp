@@ -142,11 +142,8 @@ bool isGone(const GError *error) {
 
 } // namespace
 
-ActivationToken ActivationToken::takeFromEnvironment() {
-    const ActivationToken token{qgetenv("XDG_ACTIVATION_TOKEN"), qgetenv("DESKTOP_STARTUP_ID")};
-    qunsetenv("XDG_ACTIVATION_TOKEN");
-    qunsetenv("DESKTOP_STARTUP_ID");
-    return token;
+ActivationToken ActivationToken::fromEnvironment() {
+    return {qgetenv("XDG_ACTIVATION_TOKEN"), qgetenv("DESKTOP_STARTUP_ID")};
 }
 
 /** The calls that came, from the bus's thread to the main one. */

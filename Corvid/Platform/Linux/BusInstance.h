@@ -15,8 +15,9 @@ struct ActivationToken {
     QByteArray wayland;
     QByteArray x11;
 
-    /** Takes it out of our own environment: it holds for one program, and for one time. */
-    static ActivationToken takeFromEnvironment();
+    /** The one that we were started with. It stays there for the toolkit, which uses it up for our
+        first window; no program that we start is given it. */
+    static ActivationToken fromEnvironment();
 };
 
 /**
