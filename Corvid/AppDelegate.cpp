@@ -9,6 +9,7 @@
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
 #include "RoleCatalog.h"
+#include "StatusItem.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -69,6 +70,8 @@ AppDelegate::AppDelegate(const Platform &platform)
       projects_(platform.defaults, platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}
 
+AppDelegate::~AppDelegate() = default;
+
 void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) {
     panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.desktop);
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
@@ -86,9 +89,11 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) 
     catalog_.load();
     projects_.load();
     // A process that answers on standard error and shows nothing must not take the hot key from
-    // the one that people use.
-    if (commandLine.show || !commandLine.isDiagnostic())
+    // the one that people use, nor a place in the tray.
+    if (commandLine.show || !commandLine.isDiagnostic()) {
+        setupStatusItem();
         applyHotkey();
+    }
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { platform_.hotKeys.unregister(); });
     if (!commandLine.sticky) {
         panel_->onResignKey = [this] {
@@ -105,6 +110,13 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) 
                            [this, text = *commandLine.query] { dumpQuery(text); });
     }
     platform_.instance.serve([this](const Wish &wish) { fulfil(wish); });
+}
+
+void AppDelegate::setupStatusItem() {
+    statusItem_ = std::make_unique<StatusItem>(
+        platform_.tray,
+        StatusItem::Actions{[this] { showFromMenu(); }, [this] { openSettingsFromMenu(); },
+                            [] { QCoreApplication::quit(); }});
 }
 
 void AppDelegate::show() {

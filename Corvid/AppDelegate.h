@@ -22,7 +22,9 @@ class Desktop;
 class HotKeyManager;
 class Instance;
 class Pasteboard;
+class StatusItem;
 class SystemLog;
+class TrayWatch;
 class UserDefaults;
 class Volumes;
 class Workspace;
@@ -47,11 +49,13 @@ public:
         const Desktop &desktop;
         HotKeyManager &hotKeys;
         Instance &instance;
+        TrayWatch &tray;
         /** Never goes backwards, whatever is done to the clock on the wall. */
         std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
     };
 
     explicit AppDelegate(const Platform &platform);
+    ~AppDelegate() override;
 
     /** Start-up, once the event loop can run. */
     void applicationDidFinishLaunching(const CommandLine &commandLine);
@@ -75,10 +79,17 @@ public:
     /** Opens the user's settings file in the default editor. */
     void openSettings();
 
+    // The status item's menu.
+    void showFromMenu() { show(); }
+    void openSettingsFromMenu() { openSettings(); }
+
     LauncherViewModel &viewModel() { return viewModel_; }
     LauncherPanel *panel() { return panel_.get(); }
+    /** Null in a process that only answers. */
+    const StatusItem *statusItem() const { return statusItem_.get(); }
 
 private:
+    void setupStatusItem();
     void openLastProject();
     void runBenchmark();
     void dumpQuery(const QString &query);
@@ -89,6 +100,7 @@ private:
     ProjectIndex projects_;
     EditorLauncher editorLauncher_;
     std::unique_ptr<LauncherPanel> panel_;
+    std::unique_ptr<StatusItem> statusItem_;
     /** Absent until the panel was hidden for the first time. */
     std::optional<std::chrono::steady_clock::time_point> lastHideTime_;
     /** The panel stays without the keyboard: until it is hidden. */

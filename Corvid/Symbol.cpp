@@ -15,9 +15,25 @@ namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
 
-Symbol::Symbol(const QString &name, int size, QWidget *parent) : QAbstractButton(parent) {
+namespace {
+
+QString resource(const QString &name) {
     linkSymbols();
-    renderer_ = std::make_unique<QSvgRenderer>(u":/symbols/"_s + name + u".svg"_s);
+    return u":/symbols/"_s + name + u".svg"_s;
+}
+
+} // namespace
+
+QPixmap symbolPixmap(const QString &name, int size) {
+    QPixmap pixmap(size, size);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    QSvgRenderer(resource(name)).render(&painter);
+    return pixmap;
+}
+
+Symbol::Symbol(const QString &name, int size, QWidget *parent) : QAbstractButton(parent) {
+    renderer_ = std::make_unique<QSvgRenderer>(resource(name));
     setFixedSize(size, size);
     setFocusPolicy(Qt::NoFocus);
 }

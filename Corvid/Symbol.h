@@ -1,12 +1,16 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QPixmap>
 
 #include <memory>
 
 class QSvgRenderer;
 
 namespace corvid {
+
+/** A symbol as a square picture, `size` pixels wide. */
+QPixmap symbolPixmap(const QString &name, int size);
 
 /**
  * One of the panel's own vector symbols ("search", "sparkles", "clear"), drawn anew at each

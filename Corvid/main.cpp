@@ -7,6 +7,7 @@
 #include "Platform/Linux/JsonUserDefaults.h"
 #include "Platform/Linux/LinuxDesktop.h"
 #include "Platform/Linux/LinuxSystemLog.h"
+#include "Platform/Linux/LinuxTrayWatch.h"
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
 #include "Platform/Linux/TerminationSignals.h"
@@ -79,11 +80,12 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
                              {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
+    LinuxTrayWatch tray;
     X11HotKeys hotKeys(qgetenv("DISPLAY"));
     HotKeyManager::installBackend(&hotKeys);
 
     AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes, desktop,
-                          HotKeyManager::shared(), instance});
+                          HotKeyManager::shared(), instance, tray});
     const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
     return QApplication::exec();

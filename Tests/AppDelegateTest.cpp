@@ -4,10 +4,12 @@
 #include "Fakes/FakeHotKeyBackend.h"
 #include "Fakes/FakeInstance.h"
 #include "Fakes/FakeSystemLog.h"
+#include "Fakes/FakeTrayWatch.h"
 #include "Fakes/LauncherWorld.h"
 #include "HotKeyManager.h"
 #include "Platform/Desktop.h"
 #include "SearchField.h"
+#include "StatusItem.h"
 #include "Wait.h"
 
 #include <QApplication>
@@ -71,10 +73,12 @@ protected:
     FakeHotKeyBackend hotKeyBackend;
     HotKeyManager hotKeys{hotKeyBackend};
     FakeInstance instance;
+    FakeTrayWatch tray;
     std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
-    std::optional<AppDelegate> owned{
-        std::in_place, AppDelegate::Platform{defaults, workspace, pasteboard, log, entries, volumes,
-                                             desktop, hotKeys, instance, [this] { return now; }}};
+    std::optional<AppDelegate> owned{std::in_place,
+                                     AppDelegate::Platform{defaults, workspace, pasteboard, log,
+                                                           entries, volumes, desktop, hotKeys,
+                                                           instance, tray, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
@@ -391,6 +395,28 @@ TEST_F(AppDelegateTest, processesThatOnlyAnswerLeaveTheHotKeyAlone) {
     EXPECT_TRUE(hotKeyBackend.grabs.empty());
     launch({u"--query"_s, u"zed"_s, u"--show"_s});
     EXPECT_EQ(hotKeyBackend.grabs.size(), 1U);
+}
+
+TEST_F(AppDelegateTest, theStatusItemsMenuShowsAndOpensTheSettingsAndQuits) {
+    launch();
+    ASSERT_TRUE(waitUntil([&] { return bool(tray.there); }));
+    tray.there();
+    const QList<QAction *> menu = delegate.statusItem()->menu()->actions();
+    menu.at(0)->trigger();
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    menu.at(2)->trigger();
+    EXPECT_EQ(workspace.opened.size(), 1);
+    QTimer::singleShot(0, menu.at(4), &QAction::trigger);
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+}
+
+TEST_F(AppDelegateTest, processesThatOnlyAnswerHaveNoStatusItem) {
+    launch({u"--query"_s, u"zed"_s});
+    EXPECT_EQ(delegate.statusItem(), nullptr);
+    launch({u"--bench"_s});
+    EXPECT_EQ(delegate.statusItem(), nullptr);
+    launch({u"--query"_s, u"zed"_s, u"--show"_s});
+    EXPECT_NE(delegate.statusItem(), nullptr);
 }
 
 TEST_F(AppDelegateTest, theHotKeyIsReleasedAtTermination) {

@@ -223,10 +223,11 @@ private:
             const std::scoped_lock lock(mutex_);
             calls.swap(waiting_);
         }
-        for (const Call &call : calls) {
-            fulfil_(call.wish);
+        // Whoever asked need not wait until the panel is there: that we are awake is enough.
+        for (const Call &call : calls)
             send(bus_.get(), call.reply.get());
-        }
+        for (const Call &call : calls)
+            fulfil_(call.wish);
     }
 
     // Of the main thread.

@@ -23,14 +23,15 @@ struct ActivationToken {
 /**
  * One instance for each session bus: the one that owns the name app.corvid.Launcher and answers to
  * org.freedesktop.Application at /app/corvid/Launcher. Its actions are "show", "toggle" and
- * "settings"; a parameter `true` makes the panel that they show sticky. A call is answered once its
- * wish is fulfilled. When the bus goes, the instance lives on, unheard.
+ * "settings"; a parameter `true` makes the panel that they show sticky. A call is answered by the
+ * main thread, right before its wish is fulfilled. When the bus goes, the instance lives on,
+ * unheard.
  */
 class BusInstance final : public Instance {
 public:
     enum class Claim {
         Sole,       ///< we are the instance, or there is no bus to ask
-        HandedOver, ///< another one is, and fulfilled our wishes
+        HandedOver, ///< another one is, and took our wishes
         Unanswered, ///< another one is, and does not answer
     };
 
