@@ -85,12 +85,21 @@ protected:
         process.waitForFinished();
         return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
     }
-    /** Waits until the program has asked whether there is a tray: it watches the name by then. */
-    void waitForTheWatch() const {
-        EXPECT_TRUE(eventually([this] {
-            return QFile::exists(u"/proc/%1/task"_s.arg(program.processId())) &&
-                   QFile::exists(folder.filePath(u".local/share/Corvid/catalog.json"_s));
+    /** Starts the program and waits until it has asked the bus for a host: it listens by then. */
+    void startAndWatch() {
+        QProcess monitor;
+        makeDependent(monitor);
+        monitor.setProcessEnvironment(environment);
+        monitor.start(u"dbus-monitor"_s, {u"member=Get"_s, u"member=NameAcquired"_s});
+        EXPECT_TRUE(monitor.waitForReadyRead(10'000));
+        start();
+        QByteArray seen;
+        EXPECT_TRUE(eventually([&] {
+            return (seen += monitor.readAllStandardOutput())
+                .contains("IsStatusNotifierHostRegistered");
         }));
+        monitor.kill();
+        monitor.waitForFinished();
     }
 
     QTemporaryDir folder;
@@ -114,8 +123,7 @@ TEST_F(TrayTest, appearsInATrayThatIsThere) {
 }
 
 TEST_F(TrayTest, appearsInATrayThatComesLaterAndInOneThatComesAgain) {
-    start();
-    waitForTheWatch();
+    startAndWatch();
     for (int round = 0; round < 3; ++round) {
         Teller tray(environment, busTray);
         EXPECT_TRUE(tray.hasItem()) << round;
@@ -124,11 +132,14 @@ TEST_F(TrayTest, appearsInATrayThatComesLaterAndInOneThatComesAgain) {
 
 TEST_F(TrayTest, appearsWhenAPanelShowsTheItemsThatUntilThenNobodyShowed) {
     Teller tray(environment, busTray, {u"--no-host"_s});
-    start();
-    waitForTheWatch();
+    startAndWatch();
     EXPECT_TRUE(tray.hasNoItem());
     tray.say("host\n");
     EXPECT_TRUE(tray.hasItem());
+}
+
+TEST_F(TrayTest, theWaitForATrayEndsWithTheProgram) {
+    startAndWatch();
 }
 
 TEST_F(TrayTest, appearsInAnX11TrayThatIsThere) {
@@ -138,8 +149,7 @@ TEST_F(TrayTest, appearsInAnX11TrayThatIsThere) {
 }
 
 TEST_F(TrayTest, appearsInAnX11TrayThatComesLaterAndInOneThatComesAgain) {
-    start();
-    waitForTheWatch();
+    startAndWatch();
     for (int round = 0; round < 3; ++round) {
         Teller tray(environment, x11Tray);
         EXPECT_TRUE(tray.hasItem()) << round;

@@ -157,7 +157,11 @@ void LinuxTrayWatch::await(std::function<void()> there) {
         const GObjectPointer<GCancellable> cancellable(g_cancellable_new());
         const std::stop_callback cancel(stop, [&] { g_cancellable_cancel(cancellable.get()); });
         HostListener listener(cancellable.get());
-        const std::stop_callback wake(stop, [&] { g_main_context_wakeup(listener.context()); });
+        // Cancelled before it is woken, or it would go back to sleep.
+        const std::stop_callback wake(stop, [&] {
+            g_cancellable_cancel(cancellable.get());
+            g_main_context_wakeup(listener.context());
+        });
         const auto tell = [this](void (LinuxTrayWatch::*what)()) {
             QMetaObject::invokeMethod(
                 &receiver_, [this, what] { (this->*what)(); }, Qt::QueuedConnection);
