@@ -116,7 +116,7 @@ void AppDelegate::setupStatusItem() {
     statusItem_ = std::make_unique<StatusItem>(
         platform_.tray,
         StatusItem::Actions{[this] { showFromMenu(); }, [this] { openSettingsFromMenu(); },
-                            [] { QCoreApplication::quit(); }});
+                            [] { QCoreApplication::exit(); }});
 }
 
 void AppDelegate::show() {
