@@ -1,12 +1,15 @@
 #include "AppDelegate.h"
 
 #include "Benchmark.h"
+#include "CommandLine.h"
 #include "HotKeyManager.h"
 #include "Locations.h"
+#include "Platform/Instance.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
 #include "RoleCatalog.h"
+#include "StatusItem.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -50,13 +53,6 @@ quint32 storedNumber(const UserDefaults &defaults, const QString &key, quint32 o
     return stored == 0 ? otherwise : stored;
 }
 
-// A process that answers on standard error and shows nothing must not take the hot key from the
-// one that people use.
-bool isToggled(const QStringList &arguments) {
-    return arguments.contains("--show"_L1) ||
-           !(arguments.contains("--query"_L1) || arguments.contains("--bench"_L1));
-}
-
 template <typename... Functions>
 struct Overloaded : Functions... {
     using Functions::operator()...;
@@ -74,7 +70,9 @@ AppDelegate::AppDelegate(const Platform &platform)
       projects_(platform.defaults, platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}
 
-void AppDelegate::applicationDidFinishLaunching(const QStringList &arguments) {
+AppDelegate::~AppDelegate() = default;
+
+void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) {
     panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.desktop);
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
@@ -90,20 +88,35 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList &arguments) {
     viewModel_.refresh();
     catalog_.load();
     projects_.load();
-    if (isToggled(arguments))
+    // A process that answers on standard error and shows nothing must not take the hot key from
+    // the one that people use, nor a place in the tray.
+    if (commandLine.show || !commandLine.isDiagnostic()) {
+        setupStatusItem();
         applyHotkey();
-    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { platform_.hotKeys.unregister(); });
-    if (!arguments.contains("--sticky"_L1))
-        panel_->onResignKey = [this] { hide(); };
-    if (arguments.contains("--show"_L1))
-        show();
-    if (arguments.contains("--bench"_L1))
-        QTimer::singleShot(catalogsLoadTime, this, &AppDelegate::runBenchmark);
-    const qsizetype query = arguments.indexOf("--query"_L1);
-    if (query >= 0 && query + 1 < arguments.size()) {
-        QTimer::singleShot(catalogsLoadTime, this,
-                           [this, text = arguments[query + 1]] { dumpQuery(text); });
     }
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { platform_.hotKeys.unregister(); });
+    if (!commandLine.sticky) {
+        panel_->onResignKey = [this] {
+            if (!stickyShowing_)
+                hide();
+        };
+    }
+    for (const Wish &wish : commandLine.wishes())
+        fulfil(wish);
+    if (commandLine.bench)
+        QTimer::singleShot(catalogsLoadTime, this, &AppDelegate::runBenchmark);
+    if (commandLine.query) {
+        QTimer::singleShot(catalogsLoadTime, this,
+                           [this, text = *commandLine.query] { dumpQuery(text); });
+    }
+    platform_.instance.serve([this](const Wish &wish) { fulfil(wish); });
+}
+
+void AppDelegate::setupStatusItem() {
+    statusItem_ = std::make_unique<StatusItem>(
+        platform_.tray,
+        StatusItem::Actions{[this] { showFromMenu(); }, [this] { openSettingsFromMenu(); },
+                            [] { QCoreApplication::exit(); }});
 }
 
 void AppDelegate::show() {
@@ -115,6 +128,7 @@ void AppDelegate::show() {
 
 void AppDelegate::hide() {
     lastHideTime_ = platform_.now();
+    stickyShowing_ = false;
     panel_->hide();
 }
 
@@ -123,6 +137,22 @@ void AppDelegate::toggle() {
         hide();
     else
         show();
+}
+
+void AppDelegate::fulfil(const Wish &wish) {
+    switch (wish.kind) {
+    case Wish::Kind::Show:
+        show();
+        break;
+    case Wish::Kind::Toggle:
+        toggle();
+        break;
+    case Wish::Kind::OpenSettings:
+        openSettings();
+        break;
+    }
+    if (wish.sticky && panel_->isVisible())
+        stickyShowing_ = true;
 }
 
 void AppDelegate::applyHotkey() {

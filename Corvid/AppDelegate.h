@@ -8,7 +8,6 @@
 #include "Records.h"
 
 #include <QObject>
-#include <QStringList>
 
 #include <chrono>
 #include <functional>
@@ -17,14 +16,19 @@
 
 namespace corvid {
 
+struct CommandLine;
 class DesktopEntries;
 class Desktop;
 class HotKeyManager;
+class Instance;
 class Pasteboard;
+class StatusItem;
 class SystemLog;
+class TrayWatch;
 class UserDefaults;
 class Volumes;
 class Workspace;
+struct Wish;
 
 /**
  * The process's one long-lived controller: owns the panel, the view model and the catalogs, and
@@ -44,20 +48,26 @@ public:
         const Volumes &volumes;
         const Desktop &desktop;
         HotKeyManager &hotKeys;
+        Instance &instance;
+        TrayWatch &tray;
         /** Never goes backwards, whatever is done to the clock on the wall. */
         std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
     };
 
     explicit AppDelegate(const Platform &platform);
+    ~AppDelegate() override;
 
-    /** Start-up, once the event loop can run. `arguments` are the process's own. */
-    void applicationDidFinishLaunching(const QStringList &arguments);
+    /** Start-up, once the event loop can run. */
+    void applicationDidFinishLaunching(const CommandLine &commandLine);
 
     /** Brings the panel up; afresh when it was hidden for more than ten seconds. */
     void show();
     void hide();
     /** Hides the panel when it is shown, shows it otherwise. */
     void toggle();
+
+    /** Does what another process, or the command line, asks for. */
+    void fulfil(const Wish &wish);
 
     /** Registers the stored key combination, which toggles the panel. Where none is stored it is
         Alt+Space. A stored number that is no 32-bit one is fatal. */
@@ -69,10 +79,17 @@ public:
     /** Opens the user's settings file in the default editor. */
     void openSettings();
 
+    // The status item's menu.
+    void showFromMenu() { show(); }
+    void openSettingsFromMenu() { openSettings(); }
+
     LauncherViewModel &viewModel() { return viewModel_; }
     LauncherPanel *panel() { return panel_.get(); }
+    /** Null in a process that only answers. */
+    const StatusItem *statusItem() const { return statusItem_.get(); }
 
 private:
+    void setupStatusItem();
     void openLastProject();
     void runBenchmark();
     void dumpQuery(const QString &query);
@@ -83,8 +100,11 @@ private:
     ProjectIndex projects_;
     EditorLauncher editorLauncher_;
     std::unique_ptr<LauncherPanel> panel_;
+    std::unique_ptr<StatusItem> statusItem_;
     /** Absent until the panel was hidden for the first time. */
     std::optional<std::chrono::steady_clock::time_point> lastHideTime_;
+    /** The panel stays without the keyboard: until it is hidden. */
+    bool stickyShowing_ = false;
 };
 
 } // namespace corvid

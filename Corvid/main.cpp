@@ -1,10 +1,13 @@
 #include "AppDelegate.h"
+#include "CommandLine.h"
 #include "HotKeyManager.h"
+#include "Platform/Linux/BusInstance.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
 #include "Platform/Linux/GioDesktopEntries.h"
 #include "Platform/Linux/JsonUserDefaults.h"
 #include "Platform/Linux/LinuxDesktop.h"
 #include "Platform/Linux/LinuxSystemLog.h"
+#include "Platform/Linux/LinuxTrayWatch.h"
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
 #include "Platform/Linux/TerminationSignals.h"
@@ -14,17 +17,20 @@
 #include <QLoggingCategory>
 #include <QProcessEnvironment>
 #include <QScreen>
+#include <QSessionManager>
 
 #include <algorithm>
 #include <cstdio>
-#include <span>
-#include <string_view>
 
 namespace {
 
-bool contains(std::span<char *> arguments, std::string_view option) {
-    return std::any_of(arguments.begin(), arguments.end(),
-                       [option](const char *argument) { return argument == option; });
+using namespace corvid;
+
+QStringList argumentsOf(int argc, char **argv) {
+    QStringList result;
+    for (int i = 1; i < argc; ++i)
+        result.append(QString::fromLocal8Bit(argv[i]));
+    return result;
 }
 
 qreal highestDevicePixelRatio() {
@@ -35,17 +41,11 @@ qreal highestDevicePixelRatio() {
     return highest;
 }
 
-} // namespace
-
-int main(int argc, char **argv) {
-    using namespace corvid;
-
+int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     // What we start gets the environment that we were started with.
     const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 
-    const std::span<char *> options(argv, static_cast<std::size_t>(argc));
-    const bool diagnostic = contains(options, "--query") || contains(options, "--bench");
-    if (diagnostic && !contains(options, "--show")) {
+    if (commandLine.isDiagnostic() && !commandLine.show) {
         // These answer on standard error alone, so they run where there is no display too.
         qputenv("QT_QPA_PLATFORM", "offscreen");
         // Standard error is the answer: no word of Qt's about the surroundings goes there.
@@ -56,10 +56,18 @@ int main(int argc, char **argv) {
                    stderr);
         return 1;
     }
+    // Our arguments are not the toolkit's: it would take some of them out of a query's text.
+    int argc = 1;
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("corvid"));
     QApplication::setApplicationDisplayName(QStringLiteral("Corvid"));
     QApplication::setQuitOnLastWindowClosed(false);
+    // The session starts us by its autostart; brought back by the session manager as well, the
+    // second one would show its panel at every login.
+    QObject::connect(
+        &application, &QGuiApplication::saveStateRequest, &application,
+        [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); },
+        Qt::DirectConnection);
     const TerminationSignals terminationSignals;
 
     JsonUserDefaults defaults;
@@ -72,14 +80,43 @@ int main(int argc, char **argv) {
                              {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
+    LinuxTrayWatch tray;
     X11HotKeys hotKeys(qgetenv("DISPLAY"));
     HotKeyManager::installBackend(&hotKeys);
 
     AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes, desktop,
-                          HotKeyManager::shared()});
-    const auto finishLaunching = [&delegate] {
-        delegate.applicationDidFinishLaunching(QApplication::arguments());
-    };
+                          HotKeyManager::shared(), instance, tray});
+    const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
     return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const CommandLine commandLine = parseCommandLine(argumentsOf(argc, argv));
+    if (commandLine.error) {
+        std::fprintf(stderr, "corvid: %s\nTry 'corvid --help'.\n",
+                     qUtf8Printable(*commandLine.error));
+        return 2;
+    }
+    if (commandLine.text != CommandLine::Text::None) {
+        const bool help = commandLine.text == CommandLine::Text::Help;
+        std::fputs(qUtf8Printable(help ? helpText() : versionText()), stdout);
+        return 0;
+    }
+
+    BusInstance instance;
+    if (!commandLine.isDiagnostic()) {
+        switch (instance.claim(commandLine.wishesOfRunning(), ActivationToken::fromEnvironment())) {
+        case BusInstance::Claim::Sole:
+            break;
+        case BusInstance::Claim::HandedOver:
+            return 0;
+        case BusInstance::Claim::Unanswered:
+            std::fputs("corvid: Corvid runs already, but does not answer.\n", stderr);
+            return 1;
+        }
+    }
+    return run(commandLine, argv, instance);
 }

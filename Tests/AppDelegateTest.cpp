@@ -1,11 +1,15 @@
 #include "AppDelegate.h"
 
+#include "CommandLine.h"
 #include "Fakes/FakeHotKeyBackend.h"
+#include "Fakes/FakeInstance.h"
 #include "Fakes/FakeSystemLog.h"
+#include "Fakes/FakeTrayWatch.h"
 #include "Fakes/LauncherWorld.h"
 #include "HotKeyManager.h"
 #include "Platform/Desktop.h"
 #include "SearchField.h"
+#include "StatusItem.h"
 #include "Wait.h"
 
 #include <QApplication>
@@ -48,7 +52,7 @@ protected:
     }
 
     void launch(const QStringList &arguments = {}) {
-        delegate.applicationDidFinishLaunching(QStringList{u"corvid"_s} + arguments);
+        delegate.applicationDidFinishLaunching(parseCommandLine(arguments));
     }
     void pressHotKey() {
         hotKeyBackend.press();
@@ -68,10 +72,13 @@ protected:
     FakeDesktop desktop;
     FakeHotKeyBackend hotKeyBackend;
     HotKeyManager hotKeys{hotKeyBackend};
+    FakeInstance instance;
+    FakeTrayWatch tray;
     std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
-    std::optional<AppDelegate> owned{
-        std::in_place, AppDelegate::Platform{defaults, workspace, pasteboard, log, entries, volumes,
-                                             desktop, hotKeys, [this] { return now; }}};
+    std::optional<AppDelegate> owned{std::in_place,
+                                     AppDelegate::Platform{defaults, workspace, pasteboard, log,
+                                                           entries, volumes, desktop, hotKeys,
+                                                           instance, tray, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
@@ -163,6 +170,58 @@ TEST_F(AppDelegateTest, losingTheKeyboardHidesUnlessSticky) {
 TEST_F(AppDelegateTest, aStickyPanelKeepsNoWatchOnTheKeyboard) {
     launch({u"--show"_s, u"--sticky"_s});
     EXPECT_FALSE(delegate.panel()->onResignKey);
+}
+
+TEST_F(AppDelegateTest, withoutAnOptionItStartsHidden) {
+    launch();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    EXPECT_TRUE(workspace.calls.isEmpty());
+}
+
+TEST_F(AppDelegateTest, aFirstToggleShowsThePanel) {
+    launch({u"--toggle"_s});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, theSettingsOptionOpensTheSettingsAtStart) {
+    launch({u"--settings"_s});
+    EXPECT_FALSE(workspace.opened.isEmpty());
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, wishesOfOtherProcessesAreFulfilled) {
+    launch();
+    instance.arrive({Wish::Kind::Show});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    instance.arrive({Wish::Kind::Show});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    instance.arrive({Wish::Kind::Toggle});
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    instance.arrive({Wish::Kind::Toggle});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    EXPECT_TRUE(workspace.opened.isEmpty());
+    instance.arrive({Wish::Kind::OpenSettings});
+    EXPECT_EQ(workspace.opened.size(), 1);
+}
+
+TEST_F(AppDelegateTest, aWishToShowStickilyHoldsUntilThePanelHides) {
+    launch();
+    instance.arrive({Wish::Kind::Show, true});
+    delegate.panel()->onResignKey();
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    delegate.hide();
+    delegate.show();
+    delegate.panel()->onResignKey();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, aStickyToggleThatHidesLeavesTheNextShowingAlone) {
+    launch({u"--show"_s});
+    instance.arrive({Wish::Kind::Toggle, true});
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    delegate.show();
+    delegate.panel()->onResignKey();
+    EXPECT_FALSE(delegate.panel()->isVisible());
 }
 
 TEST_F(AppDelegateTest, aSubmittedRowIsOpenedAndThePanelHides) {
@@ -336,6 +395,28 @@ TEST_F(AppDelegateTest, processesThatOnlyAnswerLeaveTheHotKeyAlone) {
     EXPECT_TRUE(hotKeyBackend.grabs.empty());
     launch({u"--query"_s, u"zed"_s, u"--show"_s});
     EXPECT_EQ(hotKeyBackend.grabs.size(), 1U);
+}
+
+TEST_F(AppDelegateTest, theStatusItemsMenuShowsAndOpensTheSettingsAndQuits) {
+    launch();
+    ASSERT_TRUE(waitUntil([&] { return bool(tray.there); }));
+    tray.there();
+    const QList<QAction *> menu = delegate.statusItem()->menu()->actions();
+    menu.at(0)->trigger();
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    menu.at(2)->trigger();
+    EXPECT_EQ(workspace.opened.size(), 1);
+    QTimer::singleShot(0, menu.at(4), &QAction::trigger);
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+}
+
+TEST_F(AppDelegateTest, processesThatOnlyAnswerHaveNoStatusItem) {
+    launch({u"--query"_s, u"zed"_s});
+    EXPECT_EQ(delegate.statusItem(), nullptr);
+    launch({u"--bench"_s});
+    EXPECT_EQ(delegate.statusItem(), nullptr);
+    launch({u"--query"_s, u"zed"_s, u"--show"_s});
+    EXPECT_NE(delegate.statusItem(), nullptr);
 }
 
 TEST_F(AppDelegateTest, theHotKeyIsReleasedAtTermination) {
