@@ -75,7 +75,7 @@ AppDelegate::AppDelegate(const Platform &platform)
       editorLauncher_(platform.workspace, platform.log) {}
 
 void AppDelegate::applicationDidFinishLaunching(const QStringList &arguments) {
-    panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.desktop);
+    panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.panelSurface);
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
     panel_->onClose = [this] { hide(); };
@@ -106,23 +106,38 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList &arguments) {
     }
 }
 
-void AppDelegate::show() {
+void AppDelegate::show(quint32 time) {
     if (!lastHideTime_ || platform_.now() - *lastHideTime_ > freshAfter)
         viewModel_.reset();
     panel_->position();
-    panel_->present();
+    panel_->present(time);
+    installMouseMonitor();
 }
 
 void AppDelegate::hide() {
     lastHideTime_ = platform_.now();
+    mouseMonitor_.reset();
     panel_->hide();
 }
 
-void AppDelegate::toggle() {
+void AppDelegate::toggle(quint32 time) {
     if (panel_->isVisible())
         hide();
     else
-        show();
+        show(time);
+}
+
+void AppDelegate::installMouseMonitor() {
+    mouseMonitor_.reset();
+    if (!platform_.clickMonitor)
+        return;
+    mouseMonitor_ = platform_.clickMonitor->install([this](const QPoint &pointer) {
+        const auto hideUnlessInside = [this, pointer] {
+            if (panel_->isVisible() && !panel_->frameGeometry().contains(pointer))
+                hide();
+        };
+        QMetaObject::invokeMethod(this, hideUnlessInside, Qt::QueuedConnection);
+    });
 }
 
 void AppDelegate::applyHotkey() {
@@ -131,7 +146,7 @@ void AppDelegate::applyHotkey() {
         storedNumber(platform_.defaults, u"hotkeyModifiers"_s, defaultModifiers);
     platform_.hotKeys.registerHotKey(keyCode, modifiers, [delegate = QPointer(this)] {
         if (delegate)
-            delegate->toggle();
+            delegate->toggle(delegate->platform_.hotKeys.lastPressTime());
     });
 }
 

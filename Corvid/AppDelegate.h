@@ -4,6 +4,7 @@
 #include "EditorLauncher.h"
 #include "LauncherPanel.h"
 #include "LauncherViewModel.h"
+#include "Platform/ClickMonitor.h"
 #include "ProjectIndex.h"
 #include "Records.h"
 
@@ -18,8 +19,8 @@
 namespace corvid {
 
 class DesktopEntries;
-class Desktop;
 class HotKeyManager;
+class PanelSurface;
 class Pasteboard;
 class SystemLog;
 class UserDefaults;
@@ -42,7 +43,9 @@ public:
         SystemLog &log;
         const DesktopEntries &desktopEntries;
         const Volumes &volumes;
-        const Desktop &desktop;
+        PanelSurface &panelSurface;
+        /** Null where nothing sees clicks elsewhere. */
+        ClickMonitor *clickMonitor;
         HotKeyManager &hotKeys;
         /** Never goes backwards, whatever is done to the clock on the wall. */
         std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
@@ -53,11 +56,12 @@ public:
     /** Start-up, once the event loop can run. `arguments` are the process's own. */
     void applicationDidFinishLaunching(const QStringList &arguments);
 
-    /** Brings the panel up; afresh when it was hidden for more than ten seconds. */
-    void show();
+    /** Brings the panel up; afresh when it was hidden for more than ten seconds. `time` is the
+        window system's of the key press or click that asked for it; 0 means now. */
+    void show(quint32 time = 0);
     void hide();
     /** Hides the panel when it is shown, shows it otherwise. */
-    void toggle();
+    void toggle(quint32 time = 0);
 
     /** Registers the stored key combination, which toggles the panel. Where none is stored it is
         Alt+Space. A stored number that is no 32-bit one is fatal. */
@@ -73,6 +77,7 @@ public:
     LauncherPanel *panel() { return panel_.get(); }
 
 private:
+    void installMouseMonitor();
     void openLastProject();
     void runBenchmark();
     void dumpQuery(const QString &query);
@@ -85,6 +90,8 @@ private:
     std::unique_ptr<LauncherPanel> panel_;
     /** Absent until the panel was hidden for the first time. */
     std::optional<std::chrono::steady_clock::time_point> lastHideTime_;
+    /** Present only while the panel is shown. */
+    std::unique_ptr<ClickMonitor::Token> mouseMonitor_;
 };
 
 } // namespace corvid

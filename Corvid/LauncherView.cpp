@@ -19,6 +19,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+QColor fill(Backdrop backdrop) {
+    switch (backdrop) {
+    case Backdrop::Blurred:
+        return style::blurredCard();
+    case Backdrop::Composited:
+        return style::card();
+    case Backdrop::Opaque:
+        break;
+    }
+    return style::opaqueCard();
+}
+
 QFrame *makeDivider(QWidget *parent) {
     auto *divider = new QFrame(parent);
     divider->setFixedHeight(1);
@@ -210,7 +222,7 @@ void LauncherView::paintEvent(QPaintEvent * /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(backdrop_ == Backdrop::Opaque ? style::opaqueCard() : style::card());
+    painter.setBrush(fill(backdrop_));
     painter.drawRoundedRect(rect(), style::cardRadius, style::cardRadius);
 
     QLinearGradient outline(0, 0, 0, height());

@@ -14,6 +14,7 @@ class Symbol;
 
 /** What the card is drawn over. */
 enum class Backdrop {
+    Blurred,    ///< very translucent: the desktop behind is blurred
     Composited, ///< translucent: the desktop shows through
     Opaque,     ///< no compositor: the card fills its window
 };

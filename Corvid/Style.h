@@ -63,7 +63,10 @@ inline QColor selectedSecondary() {
 inline QColor runningDot() {
     return {0x32, 0xD7, 0x4B};
 }
-/** The card under a compositor that does not blur, and without any compositor. */
+/** The card under a compositor that blurs, under one that does not, and without any. */
+inline QColor blurredCard() {
+    return QColor::fromRgbF(30 / 255.0F, 31 / 255.0F, 36 / 255.0F, 0.82F);
+}
 inline QColor card() {
     return QColor::fromRgbF(30 / 255.0F, 31 / 255.0F, 36 / 255.0F, 0.94F);
 }

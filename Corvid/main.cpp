@@ -1,5 +1,6 @@
 #include "AppDelegate.h"
 #include "HotKeyManager.h"
+#include "Platform/ClickMonitor.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
 #include "Platform/Linux/GioDesktopEntries.h"
 #include "Platform/Linux/JsonUserDefaults.h"
@@ -9,6 +10,7 @@
 #include "Platform/Linux/LinuxWorkspace.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/X11HotKeys.h"
+#include "Platform/PanelSurface.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
@@ -17,6 +19,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <span>
 #include <string_view>
 
@@ -67,7 +70,8 @@ int main(int argc, char **argv) {
     LinuxSystemLog log;
     const GioDesktopEntries desktopEntries;
     const LinuxVolumes volumes;
-    const LinuxDesktop desktop;
+    const std::unique_ptr<PanelSurface> panelSurface = makePanelSurface();
+    const std::unique_ptr<ClickMonitor> clickMonitor = makeClickMonitor();
     LinuxWorkspace workspace(desktopEntries,
                              {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
     workspace.start();
@@ -75,8 +79,8 @@ int main(int argc, char **argv) {
     X11HotKeys hotKeys(qgetenv("DISPLAY"));
     HotKeyManager::installBackend(&hotKeys);
 
-    AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes, desktop,
-                          HotKeyManager::shared()});
+    AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes,
+                          *panelSurface, clickMonitor.get(), HotKeyManager::shared()});
     const auto finishLaunching = [&delegate] {
         delegate.applicationDidFinishLaunching(QApplication::arguments());
     };
