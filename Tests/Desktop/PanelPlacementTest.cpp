@@ -146,6 +146,7 @@ TEST_F(PanelPlacementTest, followsScreensThatComeAndGoWhileItIsHidden) {
     setTwoMonitors();
     EXPECT_TRUE(appearsAt(expectedIn(rightScreen))) << "one was added";
     hide();
+    run(u"xrandr"_s, {u"--delmonitor"_s, u"right"_s});
     setMonitor(u"right"_s, {1280, 0, 1000, 768});
     EXPECT_TRUE(appearsAt(expectedIn({1280, 0, 1000, 768}))) << "it was resized";
     hide();

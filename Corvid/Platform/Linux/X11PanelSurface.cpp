@@ -10,6 +10,7 @@
 #include <QWindow>
 
 #include <private/qtx11extras_p.h>
+#include <qpa/qwindowsysteminterface.h>
 
 #include <algorithm>
 
@@ -102,12 +103,30 @@ void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) 
     // While a window is shown its state is the window manager's, who forgets it when it hides.
     if (panel.isVisible())
         return;
+    // Qt tells that the keyboard was lost a tenth of a second late. A window that is shown again
+    // before then counts as having had it all the time, and would not be told that it has it.
+    if (QGuiApplication::focusWindow() == &panel) {
+        untold_ = static_cast<std::uint32_t>(panel.winId());
+        QCoreApplication::instance()->installNativeEventFilter(this);
+    }
     constexpr std::uint32_t everyDesktop = 0xFFFFFFFF;
     const auto window = static_cast<xcb_window_t>(panel.winId());
     x11::setNumbers(connection_, window, atoms_.state, XCB_ATOM_ATOM,
                     {atoms_.skipTaskbar, atoms_.skipPager, atoms_.above, atoms_.sticky});
     x11::setNumbers(connection_, window, atoms_.desktop, XCB_ATOM_CARDINAL, {everyDesktop});
     askForBlur(panel, cornerRadius);
+}
+
+bool X11PanelSurface::nativeEventFilter(const QByteArray & /*type*/, void *message,
+                                        qintptr * /*result*/) {
+    const auto *event = static_cast<const xcb_focus_in_event_t *>(message);
+    if ((event->response_type & 0x7F) == XCB_FOCUS_IN && event->event == untold_ &&
+        event->detail != XCB_NOTIFY_DETAIL_POINTER) {
+        QCoreApplication::instance()->removeNativeEventFilter(this);
+        // Queued; what Qt makes of the event itself comes after it.
+        QWindowSystemInterface::handleWindowActivated(nullptr);
+    }
+    return false;
 }
 
 void X11PanelSurface::askForBlur(const QWindow &panel, qreal cornerRadius) const {
