@@ -99,8 +99,9 @@ void LauncherPanel::closeEvent(QCloseEvent *event) {
 
 void LauncherPanel::changeEvent(QEvent *event) {
     QWidget::changeEvent(event);
+    // Word of a keyboard that was lost before the panel was shown anew may come late.
     if (event->type() == QEvent::ActivationChange && !isActiveWindow() && isVisible() &&
-        !hasSheet() && onResignKey)
+        !hasSheet() && onResignKey && !surface_.hasKeyboard(*windowHandle()))
         onResignKey();
 }
 

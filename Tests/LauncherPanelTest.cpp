@@ -58,6 +58,13 @@ TEST_F(LauncherPanelTest, losingTheKeyboardToASheetOfItsOwnIsNot) {
     EXPECT_EQ(resigned, 1) << "the sheet is gone";
 }
 
+TEST_F(LauncherPanelTest, lateWordOfAKeyboardThatItHasAgainIsNot) {
+    surface.keyboard = true;
+    activateAnotherWindow();
+    ASSERT_FALSE(panel.isActiveWindow());
+    EXPECT_EQ(resigned, 0);
+}
+
 TEST_F(LauncherPanelTest, itsCardSuitsWhatIsBehindItAtEachShow) {
     const std::pair<PanelSurface::Behind, int> rows[]{
         {PanelSurface::Behind::Nothing, style::opaqueCard().alpha()},

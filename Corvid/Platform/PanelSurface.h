@@ -35,6 +35,9 @@ public:
         user did to summon it, in its own milliseconds; 0 means now. Nothing here fails: a window
         system that refuses a wish shows a plainer panel. */
     virtual void prepare(QWindow &panel, qreal cornerRadius, quint32 time) = 0;
+
+    /** Whether the keys go to the panel at this moment, whatever was told of it so far. */
+    virtual bool hasKeyboard(const QWindow &panel) const = 0;
 };
 
 } // namespace corvid

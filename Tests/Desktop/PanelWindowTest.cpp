@@ -3,6 +3,7 @@
 #include "DesktopTest.h"
 
 #include <QPoint>
+#include <QRegion>
 
 #include <gtest/gtest.h>
 
@@ -65,6 +66,13 @@ protected:
     QString property(const QString &window, const QString &name) const {
         return run(u"xprop"_s, {u"-id"_s, window, name}).section(u" = "_s, 1);
     }
+    // Where the window manager looks at a window of its own for it, Qt makes one.
+    uint userTime(const QString &window) const {
+        const QString apart =
+            run(u"xprop"_s, {u"-id"_s, window, u"-notype"_s, u"_NET_WM_USER_TIME_WINDOW"_s})
+                .section(u"# "_s, 1);
+        return property(apart.isEmpty() ? window : apart, u"_NET_WM_USER_TIME"_s).toUInt();
+    }
     void goToDesktop(int desktop) const {
         const QString number = QString::number(desktop);
         xdotool({u"set_desktop"_s, number});
@@ -106,7 +114,10 @@ TEST_P(PanelWindowTest, hasTheKeyboardThoughTheUserJustTypedElsewhere) {
         press(u"x"_s);
         ASSERT_TRUE(
             eventually([&] { return property(other.window(), u"_NET_WM_USER_TIME"_s) != before; }));
+        const uint typed = userTime(other.window());
         summon();
+        // Window managers differ in how much weight they give this; here they all must give in.
+        EXPECT_GT(userTime(panel()), typed);
         press(u"alt+k"_s);
         ASSERT_TRUE(becomesHidden());
     }
@@ -124,6 +135,52 @@ TEST_P(PanelWindowTest, isInNoTaskBarPagerOrCyclingEachTimeItShows) {
         press(u"Escape"_s);
         ASSERT_TRUE(becomesHidden());
     }
+}
+
+TEST_P(PanelWindowTest, asksForBlurBehindItsCardButNotBehindItsCorners) {
+    launch();
+    const QStringList numbers =
+        property(panel(), u"_KDE_NET_WM_BLUR_BEHIND_REGION"_s).split(u", "_s);
+    ASSERT_EQ(numbers.size() % 4, 0);
+    QRegion region;
+    for (qsizetype i = 0; i < numbers.size(); i += 4)
+        region += QRect(numbers[i].toInt(), numbers[i + 1].toInt(), numbers[i + 2].toInt(),
+                        numbers[i + 3].toInt());
+    EXPECT_EQ(region.boundingRect(), QRect(0, 0, 660, 440));
+    for (const QPoint &corner : {QPoint(2, 2), QPoint(657, 2), QPoint(2, 437), QPoint(657, 437)})
+        EXPECT_FALSE(region.contains(corner));
+    EXPECT_TRUE(region.contains(QRect(5, 5, 650, 430)));
+}
+
+TEST_P(PanelWindowTest, isCutToItsCardExactlyWhereNoCompositorRuns) {
+    const auto isCut = [this] {
+        return run(u"xwininfo"_s, {u"-id"_s, panel(), u"-shape"_s})
+            .contains(u"Window shape extents"_s);
+    };
+    launch();
+    EXPECT_TRUE(isCut());
+    press(u"Escape"_s);
+    ASSERT_TRUE(becomesHidden());
+
+    // What makes one, to all other programs.
+    xcb_connection_t *compositor = xcb_connect(server.display().constData(), nullptr);
+    const char name[] = "_NET_WM_CM_S0";
+    xcb_intern_atom_reply_t *atom = xcb_intern_atom_reply(
+        compositor, xcb_intern_atom(compositor, 0, sizeof name - 1, name), nullptr);
+    const xcb_window_t window = xcb_generate_id(compositor);
+    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(compositor)).data;
+    xcb_create_window(compositor, 0, window, screen->root, 0, 0, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_ONLY, screen->root_visual, 0, nullptr);
+    xcb_set_selection_owner(compositor, window, atom->atom, XCB_CURRENT_TIME);
+    std::free(xcb_get_input_focus_reply(compositor, xcb_get_input_focus(compositor), nullptr));
+    std::free(atom);
+    summon();
+    EXPECT_FALSE(isCut());
+    press(u"Escape"_s);
+    ASSERT_TRUE(becomesHidden());
+    xcb_disconnect(compositor);
+    summon();
+    EXPECT_TRUE(isCut());
 }
 
 TEST_P(PanelWindowTest, isLeftOutWhenTheUserGoesThroughTheWindows) {

@@ -23,7 +23,9 @@ public:
     void prepare(QWindow &panel, qreal /*cornerRadius*/, quint32 time) override {
         prepared.push_back({panel.isVisible(), time});
     }
+    bool hasKeyboard(const QWindow & /*panel*/) const override { return keyboard; }
 
+    bool keyboard = false;
     Behind whatIsBehind = Behind::Desktop;
     std::vector<Prepared> prepared;
 };

@@ -5,6 +5,7 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <QWindow>
 
 #include <xcb/xcb.h>
 
@@ -17,6 +18,7 @@ public:
     Behind behind() const override { return Behind::Desktop; }
     QRect visibleFrame(const QScreen &screen) const override { return screen.availableGeometry(); }
     void prepare(QWindow & /*panel*/, qreal /*cornerRadius*/, quint32 /*time*/) override {}
+    bool hasKeyboard(const QWindow &panel) const override { return panel.isActive(); }
 };
 
 // Null where the application does not run on X11.

@@ -117,6 +117,12 @@ void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) 
     askForBlur(panel, cornerRadius);
 }
 
+bool X11PanelSurface::hasKeyboard(const QWindow &panel) const {
+    const x11::Reply<xcb_get_input_focus_reply_t> focus(
+        xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+    return focus && focus->focus == static_cast<xcb_window_t>(panel.winId());
+}
+
 bool X11PanelSurface::nativeEventFilter(const QByteArray & /*type*/, void *message,
                                         qintptr * /*result*/) {
     const auto *event = static_cast<const xcb_focus_in_event_t *>(message);
