@@ -73,7 +73,7 @@ AppDelegate::AppDelegate(const Platform &platform)
 AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) {
-    panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.desktop);
+    panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.panelSurface);
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
     panel_->onClose = [this] { hide(); };
@@ -119,24 +119,39 @@ void AppDelegate::setupStatusItem() {
                             [] { QCoreApplication::exit(); }});
 }
 
-void AppDelegate::show() {
+void AppDelegate::show(quint32 time) {
     if (!lastHideTime_ || platform_.now() - *lastHideTime_ > freshAfter)
         viewModel_.reset();
     panel_->position();
-    panel_->present();
+    panel_->present(time);
+    installMouseMonitor();
 }
 
 void AppDelegate::hide() {
     lastHideTime_ = platform_.now();
     stickyShowing_ = false;
+    mouseMonitor_.reset();
     panel_->hide();
 }
 
-void AppDelegate::toggle() {
+void AppDelegate::toggle(quint32 time) {
     if (panel_->isVisible())
         hide();
     else
-        show();
+        show(time);
+}
+
+void AppDelegate::installMouseMonitor() {
+    mouseMonitor_.reset();
+    if (!platform_.clickMonitor)
+        return;
+    mouseMonitor_ = platform_.clickMonitor->install([this](const QPoint &pointer) {
+        const auto hideUnlessInside = [this, pointer] {
+            if (panel_->isVisible() && !panel_->frameGeometry().contains(pointer))
+                hide();
+        };
+        QMetaObject::invokeMethod(this, hideUnlessInside, Qt::QueuedConnection);
+    });
 }
 
 void AppDelegate::fulfil(const Wish &wish) {
@@ -161,7 +176,7 @@ void AppDelegate::applyHotkey() {
         storedNumber(platform_.defaults, u"hotkeyModifiers"_s, defaultModifiers);
     platform_.hotKeys.registerHotKey(keyCode, modifiers, [delegate = QPointer(this)] {
         if (delegate)
-            delegate->toggle();
+            delegate->toggle(delegate->platform_.hotKeys.lastPressTime());
     });
 }
 

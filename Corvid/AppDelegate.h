@@ -4,6 +4,7 @@
 #include "EditorLauncher.h"
 #include "LauncherPanel.h"
 #include "LauncherViewModel.h"
+#include "Platform/ClickMonitor.h"
 #include "ProjectIndex.h"
 #include "Records.h"
 
@@ -18,9 +19,9 @@ namespace corvid {
 
 struct CommandLine;
 class DesktopEntries;
-class Desktop;
 class HotKeyManager;
 class Instance;
+class PanelSurface;
 class Pasteboard;
 class StatusItem;
 class SystemLog;
@@ -46,7 +47,9 @@ public:
         SystemLog &log;
         const DesktopEntries &desktopEntries;
         const Volumes &volumes;
-        const Desktop &desktop;
+        PanelSurface &panelSurface;
+        /** Null where nothing sees clicks elsewhere. */
+        ClickMonitor *clickMonitor;
         HotKeyManager &hotKeys;
         Instance &instance;
         TrayWatch &tray;
@@ -60,11 +63,12 @@ public:
     /** Start-up, once the event loop can run. */
     void applicationDidFinishLaunching(const CommandLine &commandLine);
 
-    /** Brings the panel up; afresh when it was hidden for more than ten seconds. */
-    void show();
+    /** Brings the panel up; afresh when it was hidden for more than ten seconds. `time` is the
+        window system's of the key press or click that asked for it; 0 means now. */
+    void show(quint32 time = 0);
     void hide();
     /** Hides the panel when it is shown, shows it otherwise. */
-    void toggle();
+    void toggle(quint32 time = 0);
 
     /** Does what another process, or the command line, asks for. */
     void fulfil(const Wish &wish);
@@ -90,6 +94,7 @@ public:
 
 private:
     void setupStatusItem();
+    void installMouseMonitor();
     void openLastProject();
     void runBenchmark();
     void dumpQuery(const QString &query);
@@ -105,6 +110,8 @@ private:
     std::optional<std::chrono::steady_clock::time_point> lastHideTime_;
     /** The panel stays without the keyboard: until it is hidden. */
     bool stickyShowing_ = false;
+    /** Present only while the panel is shown. */
+    std::unique_ptr<ClickMonitor::Token> mouseMonitor_;
 };
 
 } // namespace corvid

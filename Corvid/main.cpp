@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 #include "CommandLine.h"
 #include "HotKeyManager.h"
+#include "Platform/ClickMonitor.h"
 #include "Platform/Linux/BusInstance.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
 #include "Platform/Linux/GioDesktopEntries.h"
@@ -12,6 +13,7 @@
 #include "Platform/Linux/LinuxWorkspace.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/X11HotKeys.h"
+#include "Platform/PanelSurface.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
@@ -21,6 +23,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -75,7 +78,8 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     LinuxSystemLog log;
     const GioDesktopEntries desktopEntries;
     const LinuxVolumes volumes;
-    const LinuxDesktop desktop;
+    const std::unique_ptr<PanelSurface> panelSurface = makePanelSurface();
+    const std::unique_ptr<ClickMonitor> clickMonitor = makeClickMonitor();
     LinuxWorkspace workspace(desktopEntries,
                              {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
     workspace.start();
@@ -84,8 +88,9 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     X11HotKeys hotKeys(qgetenv("DISPLAY"));
     HotKeyManager::installBackend(&hotKeys);
 
-    AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes, desktop,
-                          HotKeyManager::shared(), instance, tray});
+    AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes,
+                          *panelSurface, clickMonitor.get(), HotKeyManager::shared(), instance,
+                          tray});
     const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
     return QApplication::exec();

@@ -1,13 +1,14 @@
 #include "AppDelegate.h"
 
 #include "CommandLine.h"
+#include "Fakes/FakeClickMonitor.h"
 #include "Fakes/FakeHotKeyBackend.h"
 #include "Fakes/FakeInstance.h"
+#include "Fakes/FakePanelSurface.h"
 #include "Fakes/FakeSystemLog.h"
 #include "Fakes/FakeTrayWatch.h"
 #include "Fakes/LauncherWorld.h"
 #include "HotKeyManager.h"
-#include "Platform/Desktop.h"
 #include "SearchField.h"
 #include "StatusItem.h"
 #include "Wait.h"
@@ -25,11 +26,6 @@ using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-class FakeDesktop final : public Desktop {
-public:
-    bool hasCompositor() const override { return true; }
-};
 
 // The process-wide stores are made once, so all tests here share one defaults table.
 FakeUserDefaults &sharedDefaults() {
@@ -69,16 +65,17 @@ protected:
     FakeSystemLog log;
     FakeDesktopEntries entries;
     FakeVolumes volumes;
-    FakeDesktop desktop;
+    FakePanelSurface panelSurface;
+    FakeClickMonitor clickMonitor;
     FakeHotKeyBackend hotKeyBackend;
     HotKeyManager hotKeys{hotKeyBackend};
     FakeInstance instance;
     FakeTrayWatch tray;
     std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
-    std::optional<AppDelegate> owned{std::in_place,
-                                     AppDelegate::Platform{defaults, workspace, pasteboard, log,
-                                                           entries, volumes, desktop, hotKeys,
-                                                           instance, tray, [this] { return now; }}};
+    std::optional<AppDelegate> owned{
+        std::in_place,
+        AppDelegate::Platform{defaults, workspace, pasteboard, log, entries, volumes, panelSurface,
+                              &clickMonitor, hotKeys, instance, tray, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
@@ -148,6 +145,62 @@ TEST_F(AppDelegateTest, aCloseByTheWindowManagerIsAHide) {
     EXPECT_FALSE(delegate.panel()->isVisible());
     delegate.show();
     EXPECT_EQ(delegate.viewModel().query(), u"zed");
+}
+
+TEST_F(AppDelegateTest, clicksElsewhereAreWatchedOnlyWhileThePanelIsShown) {
+    launch();
+    EXPECT_EQ(clickMonitor.installed, 0);
+    delegate.show();
+    EXPECT_EQ(clickMonitor.installed, 1);
+    delegate.show();
+    EXPECT_EQ(clickMonitor.installed, 1) << "in place of the one before";
+    delegate.hide();
+    EXPECT_EQ(clickMonitor.installed, 0);
+}
+
+TEST_F(AppDelegateTest, aClickOutsideThePanelHidesItStickyOrNotAndOneInsideDoesNot) {
+    launch({u"--show"_s, u"--sticky"_s});
+    const QRect frame = delegate.panel()->frameGeometry();
+    for (const QPoint &inside : {frame.topLeft(), frame.center(), frame.bottomRight()}) {
+        clickMonitor.click(inside);
+        QCoreApplication::sendPostedEvents();
+        EXPECT_TRUE(delegate.panel()->isVisible());
+    }
+    clickMonitor.click(frame.topLeft() - QPoint(1, 0));
+    EXPECT_TRUE(delegate.panel()->isVisible()) << "not amid the window system's event";
+    QCoreApplication::sendPostedEvents();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, aClickOutsideCountsForTheShowingThatItFellInto) {
+    launch({u"--show"_s});
+    now += std::chrono::seconds(1);
+    clickMonitor.click({-1, -1});
+    delegate.hide();
+    now += std::chrono::seconds(10);
+    QCoreApplication::sendPostedEvents();
+    delegate.viewModel().setQuery(u"zed"_s);
+    delegate.show();
+    EXPECT_EQ(delegate.viewModel().query(), u"zed") << "hidden ten seconds ago, not just now";
+}
+
+TEST_F(AppDelegateTest, withoutAMonitorThePanelIsShownAllTheSame) {
+    clickMonitor.refuses = true;
+    launch({u"--show"_s});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    delegate.hide();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, thePanelIsReadiedBeforeEachShowWithTheTimeOfWhatSummonedIt) {
+    launch();
+    hotKeyBackend.press(4711);
+    QCoreApplication::sendPostedEvents();
+    delegate.hide();
+    delegate.show();
+    using Prepared = FakePanelSurface::Prepared;
+    EXPECT_EQ(panelSurface.prepared, (std::vector<Prepared>{{.visible = false, .time = 4711},
+                                                            {.visible = false, .time = 0}}));
 }
 
 TEST(PanelOrigin, isOnTheScreenUnderThePointerElseOnTheFirst) {
