@@ -130,8 +130,11 @@ void AppDelegate::applyHotkey() {
     const quint32 modifiers =
         storedNumber(platform_.defaults, u"hotkeyModifiers"_s, defaultModifiers);
     platform_.hotKeys.registerHotKey(keyCode, modifiers, [delegate = QPointer(this)] {
-        if (delegate)
-            delegate->toggle();
+        if (!delegate)
+            return;
+        delegate->toggle();
+        if (delegate->panel_->isVisible())
+            delegate->platform_.hotKeys.expectKeyboard();
     });
 }
 
