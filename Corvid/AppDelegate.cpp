@@ -175,8 +175,12 @@ void AppDelegate::applyHotkey() {
     const quint32 modifiers =
         storedNumber(platform_.defaults, u"hotkeyModifiers"_s, defaultModifiers);
     platform_.hotKeys.registerHotKey(keyCode, modifiers, [delegate = QPointer(this)] {
-        if (delegate)
-            delegate->toggle(delegate->platform_.hotKeys.lastPressTime());
+        if (!delegate)
+            return;
+        HotKeyManager &hotKeys = delegate->platform_.hotKeys;
+        delegate->toggle(hotKeys.lastPressTime());
+        if (delegate->panel_->isVisible())
+            hotKeys.expectKeyboard();
     });
 }
 

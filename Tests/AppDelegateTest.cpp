@@ -435,6 +435,16 @@ TEST_F(AppDelegateTest, theHotKeyShowsThePanelAndHidesIt) {
     EXPECT_TRUE(delegate.panel()->isVisible());
 }
 
+TEST_F(AppDelegateTest, whatIsTypedAfterTheHotKeyIsForThePanelThatItShows) {
+    launch();
+    pressHotKey();
+    ASSERT_EQ(hotKeyBackend.said.size(), 1U);
+    EXPECT_EQ(hotKeyBackend.said.back().second, NextKeys::OurNextWindow);
+    pressHotKey();
+    ASSERT_EQ(hotKeyBackend.said.size(), 2U);
+    EXPECT_EQ(hotKeyBackend.said.back().second, NextKeys::WhoHasTheKeyboard) << "when it hides";
+}
+
 TEST_F(AppDelegateTest, aHotKeyAfterTheDelegateIsGoneDoesNothing) {
     launch();
     owned.reset();
