@@ -47,7 +47,10 @@ void ChatTransfer::post(const QUrl &url) {
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
     reply_ = manager_.post(request, request_.body);
-    reply_->setReadBufferSize(readBuffer);
+    // Set right now it would not reach the part of Qt that reads the socket.
+    const auto limit = [this] { reply_->setReadBufferSize(readBuffer); };
+    connect(reply_, &QNetworkReply::socketStartedConnecting, this, limit);
+    connect(reply_, &QNetworkReply::requestSent, this, limit);
     connect(reply_, &QNetworkReply::metaDataChanged, this, &ChatTransfer::headArrived);
     connect(reply_, &QNetworkReply::readyRead, this, [this] { readBody(); });
     connect(reply_, &QNetworkReply::uploadProgress, this, [this] { silence_.start(); });
@@ -84,6 +87,7 @@ bool ChatTransfer::readBody() {
         const QByteArray bytes = reply_->read(portion);
         if (bytes.isEmpty())
             break;
+        received_ += bytes.size();
         if (!handlers_.onBytes(bytes)) {
             end({});
             return false;
@@ -100,10 +104,20 @@ void ChatTransfer::finished() {
     }
     if (!readBody())
         return;
-    if (reply_->error() == QNetworkReply::NoError)
-        end({});
-    else
+    if (reply_->error() != QNetworkReply::NoError)
         end({.refusal = {}, .error = errorText()});
+    else if (!complete())
+        end({.refusal = {}, .error = u"Connection closed"_s});
+    else
+        end({});
+}
+
+// Qt (6.4) does not always notice that a connection was lost before the end. A lost end of a
+// chunked body cannot be told apart; the header is absent where the length is that of
+// compressed data.
+bool ChatTransfer::complete() const {
+    const QVariant promised = reply_->header(QNetworkRequest::ContentLengthHeader);
+    return !promised.isValid() || received_ >= promised.toLongLong();
 }
 
 QString ChatTransfer::errorText() const {

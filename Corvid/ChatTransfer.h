@@ -60,6 +60,7 @@ private:
     bool follow(int status);
     void closeReply();
     void end(const End &how);
+    bool complete() const;
     QString errorText() const;
 
     QNetworkAccessManager &manager_;
@@ -67,6 +68,7 @@ private:
     const Handlers handlers_;
     QNetworkReply *reply_ = nullptr;
     int redirects_ = 0;
+    qint64 received_ = 0; ///< bytes of the body
     QTimer silence_;
 };
 

@@ -40,10 +40,11 @@ public:
     public:
         explicit Connection(int socket) : socket_(socket) {}
 
-        /** The next request; an empty method when the client closed instead. */
+        /** The next request; an empty method when the client closed or speaks TLS instead. */
         Request read() {
             while (!buffer_.contains("\r\n\r\n")) {
-                if (!receive())
+                // A client that begins with TLS would never end its head.
+                if (!receive() || buffer_.front() < 'A')
                     return {};
             }
             const qsizetype head = buffer_.indexOf("\r\n\r\n");
