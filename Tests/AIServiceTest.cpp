@@ -869,14 +869,14 @@ class AIServiceTlsTest : public AIServiceTest {
 protected:
     void SetUp() override {
         ASSERT_TRUE(folder.isValid());
-        ASSERT_EQ(
-            QProcess::execute(u"openssl"_s,
-                              {u"req"_s, u"-x509"_s, u"-newkey"_s, u"ec"_s, u"-pkeyopt"_s,
-                               u"ec_paramgen_curve:prime256v1"_s, u"-nodes"_s, u"-batch"_s,
-                               u"-quiet"_s, u"-days"_s, u"2"_s, u"-subj"_s, u"/CN=127.0.0.1"_s,
-                               u"-addext"_s, u"subjectAltName=IP:127.0.0.1"_s, u"-keyout"_s,
-                               folder.filePath(u"key.pem"_s), u"-out"_s, certificate()}),
-            0);
+        QProcess openssl;
+        openssl.start(u"openssl"_s, {u"req"_s, u"-x509"_s, u"-newkey"_s, u"ec"_s, u"-pkeyopt"_s,
+                                     u"ec_paramgen_curve:prime256v1"_s, u"-nodes"_s, u"-batch"_s,
+                                     u"-days"_s, u"2"_s, u"-subj"_s, u"/CN=127.0.0.1"_s,
+                                     u"-addext"_s, u"subjectAltName=IP:127.0.0.1"_s, u"-keyout"_s,
+                                     folder.filePath(u"key.pem"_s), u"-out"_s, certificate()});
+        ASSERT_TRUE(openssl.waitForFinished());
+        ASSERT_EQ(openssl.exitCode(), 0) << openssl.readAllStandardError().toStdString();
         makeDependent(server);
         server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         server.start(u"/usr/bin/python3"_s,
