@@ -458,11 +458,15 @@ TEST_F(AIServiceTest, callsDoNotWaitForOneAnother) {
 }
 
 TEST_F(AIServiceTest, theSharedInstanceWorksOnTheInstalledStores) {
-    UserDefaults::installStandard(&defaults);
-    AIService::installSecrets(&secrets);
+    // They outlive the instance, which lives as long as the process.
+    static FakeUserDefaults standard;
+    static FakeSecretStore installed;
+    installed.secrets = secrets.secrets;
+    UserDefaults::installStandard(&standard);
+    AIService::installSecrets(&installed);
     EXPECT_EQ(&AIService::shared(), &AIService::shared());
     const ChatServer server(streamHead + chunk("a"));
-    defaults.set(u"aiBaseURL"_s, server.baseURL());
+    standard.set(u"aiBaseURL"_s, server.baseURL());
     QString text;
     bool ended = false;
     const AIService::Task task = AIService::shared().stream(

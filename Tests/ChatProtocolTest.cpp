@@ -29,7 +29,7 @@ QJsonObject message(const QString &role, const QString &text) {
 
 TEST(ChatProtocol, slashesAtTheEndsOfTheBaseAddressDoNotMatter) {
     for (const QString &base : {u"https://api.example/v1"_s, u"https://api.example/v1/"_s,
-                               u"https://api.example/v1///"_s, u"//https://api.example/v1"_s})
+                                u"https://api.example/v1///"_s, u"//https://api.example/v1"_s})
         EXPECT_EQ(address(base), u"https://api.example/v1/chat/completions");
 }
 
@@ -45,7 +45,7 @@ TEST(ChatProtocol, anEmptyBaseAddressIsAUrlThoughNotOfAServer) {
 
 TEST(ChatProtocol, whatIsNoUrlHasNoEndpoint) {
     for (const QString &base : {u"http://h:port/v1"_s, u"http://h:99999/v1"_s, u"http://[::1/v1"_s,
-                               u"http://a b/v1"_s, u"://h"_s})
+                                u"http://a b/v1"_s, u"://h"_s})
         EXPECT_EQ(address(base), u"none") << base.toStdString();
 }
 
@@ -55,7 +55,7 @@ TEST(ChatProtocol, theKeyIsSentExactlyAsStored) {
 
 TEST(ChatProtocol, aKeyThatWouldNotStayOneHeaderIsNotSent) {
     for (const QString &key : {u"a\nb"_s, u"a\r\nX-Evil: 1"_s, u"a\n"_s, QString(QChar(0)), u"\t"_s,
-                              u"\u007f"_s, u"é"_s, u"\u010a"_s, u"日"_s})
+                               u"\u007f"_s, u"é"_s, u"\u010a"_s, u"日"_s})
         EXPECT_FALSE(chat::authorization(key)) << key.toStdString();
 }
 
