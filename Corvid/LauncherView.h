@@ -16,7 +16,6 @@ class Symbol;
 
 /** What the card is drawn over. */
 enum class Backdrop {
-    Blurred,    ///< very translucent: the desktop behind is blurred
     Composited, ///< translucent: the desktop shows through
     Blurred,    ///< the compositor also blurs what shows through
     Opaque,     ///< no compositor: the card fills its window

@@ -71,7 +71,7 @@ TEST(IntentReply, bracesAroundSomethingElseThanAnObjectAreNoIntent) {
 }
 
 TEST(IntentReply, aBodyWithAnythingMissingOrOfAnotherTypeIsNoIntent) {
-    for (const QByteArray &body : {
+    for (const QByteArray body : {
              "",
              "null",
              "3",

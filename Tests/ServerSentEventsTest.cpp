@@ -12,7 +12,7 @@ namespace {
 QStringList piecesOf(const QList<QByteArray> &portions) {
     ServerSentEvents events;
     QStringList pieces;
-    for (const QByteArray &portion : portions) {
+    for (const QByteArray portion : portions) {
         if (events.read(portion, pieces) == ServerSentEvents::State::Ended)
             break;
     }
@@ -36,7 +36,7 @@ QStringList piecesOfJson(const QByteArray &json) {
 } // namespace
 
 TEST(ServerSentEvents, linesEndInLfCrlfOrCr) {
-    for (const QByteArray &end : {"\n", "\r\n", "\r"}) {
+    for (const QByteArray end : {"\n", "\r\n", "\r"}) {
         const QByteArray bytes = chunk("a") + end + end + chunk("b") + end + end + "data: [DONE]" +
                                  end + chunk("c") + end;
         EXPECT_EQ(piecesOf(bytes), QStringList({u"a"_s, u"b"_s})) << end.toHex().toStdString();
@@ -44,7 +44,7 @@ TEST(ServerSentEvents, linesEndInLfCrlfOrCr) {
 }
 
 TEST(ServerSentEvents, aLineCountsAsSoonAsItsEndIsHere) {
-    for (const QByteArray &end : {"\n", "\r"}) {
+    for (const QByteArray end : {"\n", "\r"}) {
         ServerSentEvents events;
         QStringList pieces;
         events.read(chunk("a"), pieces);
@@ -134,7 +134,7 @@ TEST(ServerSentEvents, onlyTheFirstChoiceCounts) {
 }
 
 TEST(ServerSentEvents, aLineThatCannotBeReadIsSkipped) {
-    for (const QByteArray &json : {
+    for (const QByteArray json : {
              R"()",
              R"( )",
              R"(<html>)",
