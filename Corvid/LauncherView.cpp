@@ -54,6 +54,7 @@ KeyPress keyPressOf(const QKeyEvent &event) {
     KeyPress press;
     press.command = event.modifiers().testFlag(Qt::ControlModifier) ||
                     event.modifiers().testFlag(Qt::MetaModifier);
+    press.shift = event.modifiers().testFlag(Qt::ShiftModifier);
     press.isReturn = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
     if (event.key() >= Qt::Key_Space && event.key() <= Qt::Key_AsciiTilde)
         press.characters = QChar(event.key());

@@ -75,8 +75,18 @@ protected:
 
     /** Launches and waits for the completion, whose error it returns. */
     QString launch(const QString &application, const QStringList &files = {}) {
+        return completionOf([&](const Workspace::Completion &done) {
+            launcher_->launch(application, files, done);
+        });
+    }
+    QString launchNewWindow(const QString &application) {
+        return completionOf([&](const Workspace::Completion &done) {
+            launcher_->launchNewWindow(application, done);
+        });
+    }
+    static QString completionOf(const std::function<void(const Workspace::Completion &)> &begin) {
         std::optional<QString> result;
-        launcher_->launch(application, files, [&](const QString &error) {
+        begin([&](const QString &error) {
             EXPECT_EQ(QThread::currentThread(), qApp->thread());
             result = error;
         });
@@ -249,6 +259,60 @@ TEST_F(ApplicationLauncherTest, anApplicationThatRefusesOverTheBusIsNotStartedOn
     EXPECT_TRUE(
         launch(entry(path("bin/app"_L1), u"DBusActivatable=true"_s)).contains(u"I am busy"));
     EXPECT_FALSE(QFile::exists(trace(u"app"_s)));
+}
+
+TEST_F(ApplicationLauncherTest, aNewWindowIsOpenedByTheEntrysActionForIt) {
+    program(u"app"_s);
+    for (const QString &action :
+         {u"new-window"_s, u"new-empty-window"_s, u"NewWindow"_s, u"other"_s}) {
+        QFile::remove(trace(u"app"_s));
+        const QString file = entry(u"app --plain"_s, u"Actions=first;%1;\n"
+                                                     "[Desktop Action first]\nName=F\nExec=app -f\n"
+                                                     "[Desktop Action %1]\nName=N\n"
+                                                     "Exec=app --new %U %c"_s.arg(action));
+        EXPECT_EQ(launchNewWindow(file), QString());
+        const Trace child(trace(u"app"_s));
+        EXPECT_EQ(child.arguments(), action == u"other" ? QStringList{u"--plain"_s}
+                                                        : (QStringList{u"--new"_s, u"An app"_s}))
+            << qPrintable(action);
+        EXPECT_EQ(child.variable(u"GIO_LAUNCHED_DESKTOP_FILE"_s), file);
+    }
+}
+
+TEST_F(ApplicationLauncherTest, anActionThatTheEntryDoesNotListIsNone) {
+    program(u"app"_s);
+    EXPECT_EQ(launchNewWindow(entry(u"app"_s, u"[Desktop Action new-window]\nExec=app --new"_s)),
+              QString());
+    EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList());
+}
+
+TEST_F(ApplicationLauncherTest, aNewWindowOfABundleIsOneMoreStart) {
+    EXPECT_EQ(launchNewWindow(bundle(u"My App"_s)), QString());
+    EXPECT_EQ(Trace(trace(u"bundle"_s)).arguments(), QStringList());
+}
+
+TEST_F(ApplicationLauncherTest, aBusActivatedApplicationIsAskedForItsActionOverTheBus) {
+    program(u"app"_s);
+    const QString more = u"DBusActivatable=true\nActions=new-window;\n"
+                         "[Desktop Action new-window]\nName=N\nExec=app --new"_s;
+    const QString file = entry(path("bin/app"_L1), more);
+    {
+        const BusServices services(trace(u"bus"_s), {u"org.example.App"_s});
+        EXPECT_EQ(launchNewWindow(file), QString());
+    }
+    EXPECT_EQ(readFile(trace(u"bus"_s)),
+              u"org.freedesktop.Application.ActivateAction ('new-window', [], {})\n"_s);
+    EXPECT_FALSE(QFile::exists(trace(u"app"_s)));
+    EXPECT_EQ(launchNewWindow(file), QString()) << "without the service";
+    EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList{u"--new"_s});
+}
+
+TEST_F(ApplicationLauncherTest, aBusActivatedApplicationWithoutTheActionIsStartedOnceMore) {
+    program(u"app"_s);
+    const BusServices services(trace(u"bus"_s), {u"org.example.App"_s});
+    EXPECT_EQ(launchNewWindow(entry(path("bin/app"_L1), u"DBusActivatable=true"_s)), QString());
+    EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList());
+    EXPECT_EQ(readFile(trace(u"bus"_s)), QString());
 }
 
 TEST_F(ApplicationLauncherTest, whatIsStartedMovesToAScopeOfItsOwnWhereThereIsAUserManager) {

@@ -40,7 +40,11 @@ public:
     /** The icon that stands in until the real one has been fetched. Immediate, never null. */
     virtual Image genericIcon() const = 0;
 
+    /** Brings the application to the front where it already runs, else starts it. */
     virtual void openApplication(const QString &applicationPath, const Completion &done) = 0;
+
+    /** Opens one more window of an application, by its own way of doing so where it has one. */
+    virtual void openNewWindow(const QString &applicationPath, const Completion &done) = 0;
 
     /** Opens a file or folder with its default handler. */
     virtual void open(const QString &path) = 0;

@@ -42,6 +42,7 @@ public:
 
     QStringList calls; ///< "<method> <path or address>" of every opening, in order
     std::vector<Opened> openedApplications;
+    QStringList newWindows; ///< paths given to openNewWindow()
     std::vector<Opened> openedFiles;
     QStringList opened; ///< paths given to open()
     QStringList revealed;
@@ -73,6 +74,13 @@ public:
     void openApplication(const QString &applicationPath, const Completion &done) override {
         calls.append(QStringLiteral("openApplication ") + applicationPath);
         openedApplications.push_back({{}, applicationPath});
+        if (done)
+            done(openingError);
+    }
+
+    void openNewWindow(const QString &applicationPath, const Completion &done) override {
+        calls.append(QStringLiteral("openNewWindow ") + applicationPath);
+        newWindows.append(applicationPath);
         if (done)
             done(openingError);
     }

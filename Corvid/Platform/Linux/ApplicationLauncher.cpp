@@ -23,8 +23,20 @@ void ApplicationLauncher::launch(const QString &applicationPath, const QStringLi
     QList<QUrl> urls;
     for (const QString &file : files)
         urls.append(QUrl::fromLocalFile(file));
+    start([=](const World &world) { return launchApplication(world, applicationPath, urls); },
+          done);
+}
+
+void ApplicationLauncher::launchNewWindow(const QString &applicationPath,
+                                          const Workspace::Completion &done) {
+    start([=](const World &world) { return launching::launchNewWindow(world, applicationPath); },
+          done);
+}
+
+void ApplicationLauncher::start(const std::function<QString(const World &)> &launch,
+                                const Workspace::Completion &done) {
     tasks_.start([=, this, world = World{environment_, shutdown_.get()}](const std::stop_token &) {
-        const QString error = launching::launchApplication(world, applicationPath, urls);
+        const QString error = launch(world);
         if (done)
             QMetaObject::invokeMethod(
                 &receiver_, [done, error] { done(error); }, Qt::QueuedConnection);

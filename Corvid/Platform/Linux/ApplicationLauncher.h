@@ -10,6 +10,10 @@ using GCancellable = struct _GCancellable; // NOLINT(bugprone-reserved-identifie
 
 namespace corvid {
 
+namespace launching {
+struct World;
+}
+
 /**
  * Starts applications and hands files to them. What it starts lives on when we end: in a session
  * of its own and, where a systemd user manager runs, in a scope of its own.
@@ -31,6 +35,10 @@ public:
     void launch(const QString &applicationPath, const QStringList &files,
                 const Workspace::Completion &done);
 
+    /** Launches the application by its entry's action for a new window where it has one, else as
+        it is launched without files. */
+    void launchNewWindow(const QString &applicationPath, const Workspace::Completion &done);
+
     /** Opens with the default handler of a file's type or a URL's scheme. Failures are silent. */
     void openWithDefault(const QUrl &url);
 
@@ -44,6 +52,9 @@ private:
     struct CancellableUnref {
         void operator()(GCancellable *cancellable) const;
     };
+
+    void start(const std::function<QString(const launching::World &)> &launch,
+               const Workspace::Completion &done);
 
     QProcessEnvironment environment_;
     std::unique_ptr<GCancellable, CancellableUnref> shutdown_;

@@ -24,6 +24,10 @@ struct World {
 QString launchApplication(const World &world, const QString &applicationPath,
                           const QList<QUrl> &urls);
 
+/** Desktop entry: by its action for a new window, over D-Bus or by the action's own Exec line;
+    without such an action by the entry's Exec line. Bundle: by its executable. */
+QString launchNewWindow(const World &world, const QString &applicationPath);
+
 /** By the default application for the type or scheme, else by xdg-open. */
 QString openWithDefault(const World &world, const QUrl &url);
 

@@ -38,6 +38,10 @@ void LinuxWorkspace::openApplication(const QString &applicationPath, const Compl
             &receiver_, [done] { done({}); }, Qt::QueuedConnection);
 }
 
+void LinuxWorkspace::openNewWindow(const QString &applicationPath, const Completion &done) {
+    launcher_.launchNewWindow(applicationPath, done);
+}
+
 void LinuxWorkspace::open(const QString &path) {
     launcher_.openWithDefault(QUrl::fromLocalFile(path));
 }

@@ -37,6 +37,7 @@ public:
 
     /** Brings the application to the front when it has a window, else starts it. */
     void openApplication(const QString &applicationPath, const Completion &done) override;
+    void openNewWindow(const QString &applicationPath, const Completion &done) override;
     void open(const QString &path) override;
     void openFiles(const QStringList &paths, const QString &applicationPath,
                    const Completion &done) override;
