@@ -7,7 +7,11 @@
 
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
+#include <functional>
 #include <optional>
+#include <sys/resource.h>
+#include <unistd.h>
 
 using namespace corvid;
 using namespace corvid::test;
@@ -82,6 +86,11 @@ protected:
     QString launchNewWindow(const QString &application) {
         return completionOf([&](const Workspace::Completion &done) {
             launcher_->launchNewWindow(application, done);
+        });
+    }
+    QString startTool(const QString &executable, const QStringList &arguments = {}) {
+        return completionOf([&](const Workspace::Completion &done) {
+            launcher_->startTool(executable, arguments, done);
         });
     }
     static QString completionOf(const std::function<void(const Workspace::Completion &)> &begin) {
@@ -363,18 +372,64 @@ TEST_F(ApplicationLauncherTest, withoutSuchAFileManagerRevealingOpensTheFolder) 
 
 TEST_F(ApplicationLauncherTest, aToolGetsItsArgumentsAndNullStreams) {
     const QString tool = program(u"tool"_s);
-    EXPECT_TRUE(launcher_->startTool(tool, {u"/tmp/a project"_s, u"-x"_s}));
+    EXPECT_EQ(startTool(tool, {u"/tmp/a project"_s, u"-x"_s}), QString());
     const Trace child(trace(u"tool"_s));
     EXPECT_EQ(child.arguments(), (QStringList{u"/tmp/a project"_s, u"-x"_s}));
     EXPECT_EQ(child.all(u"stream"_s).value(0), u"/dev/null");
     EXPECT_EQ(child.all(u"stream"_s).value(2), u"/dev/null");
     EXPECT_EQ(child.session(), child.pid());
+    EXPECT_EQ(child.workingFolder(), QDir(QDir::currentPath()).canonicalPath());
 }
 
-TEST_F(ApplicationLauncherTest, aToolThatCannotBeStartedIsReportedAtOnce) {
-    EXPECT_FALSE(launcher_->startTool(path("gone"_L1), {}));
+TEST_F(ApplicationLauncherTest, nothingOfWhatWeHaveOpenReachesAChild) {
+    const int leaking = open("/dev/zero", O_RDONLY); // without O_CLOEXEC
+    ASSERT_GT(leaking, 2);
+    const QString tool = path("bin/tool"_L1);
+    writeFile(tool, u"#!/bin/sh\nls /proc/self/fd > '%1.part'; mv '%1.part' '%1'\n"_s.arg(
+                        trace(u"tool"_s)));
+    QFile::setPermissions(tool, QFile::ReadOwner | QFile::ExeOwner);
+    EXPECT_EQ(startTool(tool), QString());
+    // 3 is the folder that ls reads.
+    EXPECT_EQ(Trace(trace(u"tool"_s)).lines, (QStringList{u"0"_s, u"1"_s, u"2"_s, u"3"_s}));
+    close(leaking);
+}
+
+TEST_F(ApplicationLauncherTest, aChildFindsEverySignalAsANewProcessDoes) {
+    const QList<int> ignored{SIGPIPE, SIGINT, SIGHUP, SIGCHLD, SIGUSR1, SIGTERM, SIGTSTP};
+    QList<void (*)(int)> before;
+    for (const int signal : ignored)
+        before.append(std::signal(signal, SIG_IGN));
+    sigset_t all;
+    sigset_t maskBefore;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &maskBefore);
+    const QString tool = path("bin/tool"_L1);
+    writeFile(tool, u"#!/bin/sh\ngrep -E '^Sig(Blk|Ign)' /proc/self/status > '%1.part'\n"
+                    "mv '%1.part' '%1'\n"_s.arg(trace(u"tool"_s)));
+    QFile::setPermissions(tool, QFile::ReadOwner | QFile::ExeOwner);
+    EXPECT_EQ(startTool(tool), QString());
+    EXPECT_EQ(Trace(trace(u"tool"_s)).lines,
+              (QStringList{u"SigBlk:\t0000000000000000"_s, u"SigIgn:\t0000000000000000"_s}));
+    pthread_sigmask(SIG_SETMASK, &maskBefore, nullptr);
+    for (qsizetype i = 0; i < ignored.size(); ++i)
+        std::signal(ignored[i], before[i]);
+}
+
+TEST_F(ApplicationLauncherTest, aChildIsAsUrgentToTheSystemAsWeAre) {
+    const QString tool = path("bin/tool"_L1);
+    writeFile(tool, u"#!/bin/sh\n{ nice; cat /proc/$$/oom_score_adj; } > '%1.part'\n"
+                    "mv '%1.part' '%1'\n"_s.arg(trace(u"tool"_s)));
+    QFile::setPermissions(tool, QFile::ReadOwner | QFile::ExeOwner);
+    EXPECT_EQ(startTool(tool), QString());
+    EXPECT_EQ(Trace(trace(u"tool"_s)).lines,
+              (QStringList{QString::number(getpriority(PRIO_PROCESS, 0)),
+                           readFile(u"/proc/self/oom_score_adj"_s).trimmed()}));
+}
+
+TEST_F(ApplicationLauncherTest, aToolThatCannotBeStartedHasAReason) {
+    EXPECT_FALSE(startTool(path("gone"_L1)).isEmpty());
     writeFile(path("plain"_L1), u"#!/bin/sh\n"_s);
-    EXPECT_FALSE(launcher_->startTool(path("plain"_L1), {}));
+    EXPECT_FALSE(startTool(path("plain"_L1)).isEmpty());
 }
 
 TEST_F(ApplicationLauncherTest, destroyingTheLauncherLetsTheLaunchFinishButDropsItsCompletion) {

@@ -59,8 +59,9 @@ public:
     virtual void reveal(const QString &path) = 0;
 
     /** Starts a program as a child with its three standard streams on the null device, and does
-        not wait for it; it outlives us. False when it could not be started. */
-    virtual bool startTool(const QString &executable, const QStringList &arguments) = 0;
+        not wait for its end; it outlives us. `done` tells whether it could be started. */
+    virtual void startTool(const QString &executable, const QStringList &arguments,
+                           const Completion &done) = 0;
 };
 
 } // namespace corvid

@@ -36,7 +36,7 @@ public:
     QHash<QString, Image> icons; ///< what icon() answers; other paths have the generic icon
     Image generic = fakeImage(); ///< the generic icon; what is drawn needs a real one
     QString openingError;        ///< what completions are told; empty for success
-    bool toolsStart = true;      ///< what startTool() answers
+    QString toolError;           ///< what startTool()'s completion is told; empty for success
     /// Runs within icon(), on the thread that asks, before it answers.
     std::function<void(const QString &)> whileFetchingIcon;
 
@@ -108,10 +108,12 @@ public:
         revealed.append(path);
     }
 
-    bool startTool(const QString &executable, const QStringList &arguments) override {
+    void startTool(const QString &executable, const QStringList &arguments,
+                   const Completion &done) override {
         calls.append(QStringLiteral("startTool ") + executable);
         tools.push_back({executable, arguments});
-        return toolsStart;
+        if (done)
+            done(toolError);
     }
 
 private:

@@ -1,6 +1,5 @@
 #include "Platform/Linux/ApplicationLauncher.h"
 
-#include "Platform/Linux/DetachedProcess.h"
 #include "Platform/Linux/LaunchTasks.h"
 
 namespace corvid {
@@ -55,16 +54,10 @@ void ApplicationLauncher::reveal(const QString &path) {
     });
 }
 
-bool ApplicationLauncher::startTool(const QString &executable, const QStringList &arguments) {
-    const DetachedProcess process =
-        startDetached({QStringList{executable} + arguments, environment_, {}, {}});
-    if (!process.error.isEmpty())
-        return false;
-    tasks_.start([pid = process.pid, name = executable.section(u'/', -1),
-                  world = World{environment_, shutdown_.get()}](const std::stop_token &) {
-        launching::moveToScope(world, pid, name);
-    });
-    return true;
+void ApplicationLauncher::startTool(const QString &executable, const QStringList &arguments,
+                                    const Workspace::Completion &done) {
+    start([=](const World &world) { return launching::startTool(world, executable, arguments); },
+          done);
 }
 
 } // namespace corvid

@@ -18,8 +18,8 @@ struct World;
  * Starts applications and hands files to them. What it starts lives on when we end: in a session
  * of its own and, where a systemd user manager runs, in a scope of its own.
  *
- * Main thread. Everything that touches a disk or the bus happens in the background; a completion
- * is called from the event loop, or never once the launcher is destroyed.
+ * Main thread. Whatever touches a disk or the bus, or forks, happens in the background; a
+ * completion is called from the event loop, or never once the launcher is destroyed.
  */
 class ApplicationLauncher {
 public:
@@ -45,8 +45,9 @@ public:
     /** Shows the file in the file manager, or opens its folder where none can do that. */
     void reveal(const QString &path);
 
-    /** See Workspace::startTool. Blocks for as long as a fork takes. */
-    bool startTool(const QString &executable, const QStringList &arguments);
+    /** See Workspace::startTool. */
+    void startTool(const QString &executable, const QStringList &arguments,
+                   const Workspace::Completion &done);
 
 private:
     struct CancellableUnref {

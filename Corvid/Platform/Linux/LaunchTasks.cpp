@@ -11,6 +11,7 @@
 
 #include <gio/gdesktopappinfo.h>
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
@@ -36,6 +37,34 @@ bool isInstalled(const World &world, const QString &program) {
 QString stringOf(GDesktopAppInfo *entry, const char *key) {
     const GFreePointer<gchar> value(g_desktop_app_info_get_string(entry, key));
     return QString::fromUtf8(value.get());
+}
+
+/** Moves a process that was just started into a systemd scope of its own, so that it does not
+    end with our service. Without a user manager there is nothing to do and nothing is done. */
+void moveToScope(const World &world, qint64 pid, const QString &application) {
+    const GObjectPointer<GDBusConnection> bus = sessionBus(world.shutdown);
+    if (!bus)
+        return;
+    GVariantBuilder pids;
+    g_variant_builder_init(&pids, G_VARIANT_TYPE("au"));
+    g_variant_builder_add(&pids, "u", static_cast<guint32>(pid));
+    GVariantBuilder properties;
+    g_variant_builder_init(&properties, G_VARIANT_TYPE("a(sv)"));
+    g_variant_builder_add(&properties, "(sv)", "PIDs", g_variant_builder_end(&pids));
+    g_variant_builder_add(&properties, "(sv)", "Slice", g_variant_new_string("app.slice"));
+    g_variant_builder_add(&properties, "(sv)", "CollectMode",
+                          g_variant_new_string("inactive-or-failed"));
+    // Not waking a manager that is not there, and not caring: the session of its own remains.
+    GErrorHolder error;
+    GVariant *reply = g_dbus_connection_call_sync(
+        bus.get(), "org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+        "org.freedesktop.systemd1.Manager", "StartTransientUnit",
+        g_variant_new("(ssa(sv)@a(sa(sv)))", scopeName(application, pid).toUtf8().constData(),
+                      "fail", &properties,
+                      g_variant_new_array(G_VARIANT_TYPE("(sa(sv))"), nullptr, 0)),
+        nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, scopeTimeoutMs, world.shutdown, error.out());
+    if (reply)
+        g_variant_unref(reply);
 }
 
 /** Starts one command line in the home folder, or in `folder` when that is not empty. */
@@ -225,30 +254,9 @@ QString reveal(const World &world, const QString &path) {
     return openWithDefault(world, QUrl::fromLocalFile(QFileInfo(path).path()));
 }
 
-void moveToScope(const World &world, qint64 pid, const QString &application) {
-    const GObjectPointer<GDBusConnection> bus = sessionBus(world.shutdown);
-    if (!bus)
-        return;
-    GVariantBuilder pids;
-    g_variant_builder_init(&pids, G_VARIANT_TYPE("au"));
-    g_variant_builder_add(&pids, "u", static_cast<guint32>(pid));
-    GVariantBuilder properties;
-    g_variant_builder_init(&properties, G_VARIANT_TYPE("a(sv)"));
-    g_variant_builder_add(&properties, "(sv)", "PIDs", g_variant_builder_end(&pids));
-    g_variant_builder_add(&properties, "(sv)", "Slice", g_variant_new_string("app.slice"));
-    g_variant_builder_add(&properties, "(sv)", "CollectMode",
-                          g_variant_new_string("inactive-or-failed"));
-    // Not waking a manager that is not there, and not caring: the session of its own remains.
-    GErrorHolder error;
-    GVariant *reply = g_dbus_connection_call_sync(
-        bus.get(), "org.freedesktop.systemd1", "/org/freedesktop/systemd1",
-        "org.freedesktop.systemd1.Manager", "StartTransientUnit",
-        g_variant_new("(ssa(sv)@a(sa(sv)))", scopeName(application, pid).toUtf8().constData(),
-                      "fail", &properties,
-                      g_variant_new_array(G_VARIANT_TYPE("(sa(sv))"), nullptr, 0)),
-        nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, scopeTimeoutMs, world.shutdown, error.out());
-    if (reply)
-        g_variant_unref(reply);
+QString startTool(const World &world, const QString &executable, const QStringList &arguments) {
+    return start(world, QStringList{executable} + arguments, QDir::currentPath(),
+                 QFileInfo(executable).fileName(), {});
 }
 
 } // namespace corvid::launching

@@ -59,8 +59,9 @@ void LinuxWorkspace::reveal(const QString &path) {
     launcher_.reveal(path);
 }
 
-bool LinuxWorkspace::startTool(const QString &executable, const QStringList &arguments) {
-    return launcher_.startTool(executable, arguments);
+void LinuxWorkspace::startTool(const QString &executable, const QStringList &arguments,
+                               const Completion &done) {
+    launcher_.startTool(executable, arguments, done);
 }
 
 } // namespace corvid

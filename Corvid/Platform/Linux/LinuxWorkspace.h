@@ -43,7 +43,8 @@ public:
                    const Completion &done) override;
     void openUrl(const QUrl &url) override;
     void reveal(const QString &path) override;
-    bool startTool(const QString &executable, const QStringList &arguments) override;
+    void startTool(const QString &executable, const QStringList &arguments,
+                   const Completion &done) override;
 
 private:
     IconLoader icons_;
