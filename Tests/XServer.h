@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <memory>
 #include <vector>
 
@@ -17,7 +18,7 @@ using namespace Qt::Literals::StringLiterals;
 /** An X server of the test's own, with a window manager if asked for. Gone when destroyed. */
 class XServer {
 public:
-    enum class Manager { None, Openbox };
+    enum class Manager { None, Openbox, Xfwm };
 
     explicit XServer(Manager manager = Manager::Openbox) {
         makeDependent(server_);
@@ -28,8 +29,8 @@ public:
             return;
         }
         display_ = ':' + server_.readLine().trimmed();
-        if (manager == Manager::Openbox)
-            startManager();
+        if (manager != Manager::None)
+            startManager(manager);
     }
     XServer(const XServer &) = delete;
     XServer &operator=(const XServer &) = delete;
@@ -37,14 +38,21 @@ public:
         for (const auto &window : warmUp_)
             stop(*window);
         stop(manager_);
+        stop(bus_);
         stop(server_);
     }
 
     /** Returns when windows are managed. */
-    void startManager() {
+    void startManager(Manager manager = Manager::Openbox) {
         makeDependent(manager_);
-        manager_.setProcessEnvironment(environment());
-        manager_.start(u"openbox"_s, {u"--sm-disable"_s});
+        QProcessEnvironment managersEnvironment = environment();
+        if (manager == Manager::Xfwm)
+            managersEnvironment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, startBus());
+        manager_.setProcessEnvironment(managersEnvironment);
+        if (manager == Manager::Xfwm)
+            manager_.start(u"xfwm4"_s, {u"--compositor=off"_s});
+        else
+            manager_.start(u"openbox"_s, {u"--sm-disable"_s});
         EXPECT_TRUE(manager_.waitForStarted());
         // While openbox starts it may leave a window alone until the next event wakes it. These
         // windows stay: a later one with the number of one that is gone may be taken for it.
@@ -72,9 +80,20 @@ public:
         return result;
     }
 
+    /** The manager no longer reacts to anything. */
+    void pauseManager() { ::kill(static_cast<pid_t>(manager_.processId()), SIGSTOP); }
+
     void endServer() { stop(server_); }
 
 private:
+    /** Where xfwm4's settings come from; without them it does not run. */
+    QString startBus() {
+        makeDependent(bus_);
+        bus_.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
+        EXPECT_TRUE(bus_.waitForReadyRead(10'000));
+        return QString::fromLatin1(bus_.readLine().trimmed());
+    }
+
     static void stop(QProcess &process) {
         if (process.state() == QProcess::NotRunning)
             return;
@@ -83,6 +102,7 @@ private:
     }
 
     QProcess server_;
+    QProcess bus_;
     QProcess manager_;
     std::vector<std::unique_ptr<QProcess>> warmUp_;
     QByteArray display_;
@@ -101,7 +121,10 @@ public:
     }
     XClient(const XClient &) = delete;
     XClient &operator=(const XClient &) = delete;
-    ~XClient() {
+    ~XClient() { kill(); }
+
+    /** Returns when the process is gone; its window may be there a moment longer. */
+    void kill() {
         process_.kill();
         process_.waitForFinished();
     }

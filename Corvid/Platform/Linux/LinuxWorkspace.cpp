@@ -29,13 +29,15 @@ Image LinuxWorkspace::genericIcon() const {
 }
 
 void LinuxWorkspace::openApplication(const QString &applicationPath, const Completion &done) {
-    if (!running_.activate(applicationPath)) {
+    const bool runs = running_.activate(applicationPath, [=, this](bool activated) {
+        // It has ended meanwhile, or hangs.
+        if (!activated)
+            launcher_.launch(applicationPath, {}, done);
+        else if (done)
+            done({});
+    });
+    if (!runs)
         launcher_.launch(applicationPath, {}, done);
-        return;
-    }
-    if (done)
-        QMetaObject::invokeMethod(
-            &receiver_, [done] { done({}); }, Qt::QueuedConnection);
 }
 
 void LinuxWorkspace::openNewWindow(const QString &applicationPath, const Completion &done) {

@@ -50,7 +50,6 @@ private:
     IconLoader icons_;
     RunningApplications running_;
     ApplicationLauncher launcher_;
-    QObject receiver_; ///< completions addressed to it are dropped with us
 };
 
 } // namespace corvid
