@@ -188,7 +188,11 @@ void AppDelegate::performAction(const LauncherAction &action) {
     std::visit(Overloaded{
                    // A program that does not start is noticed by who waits for it.
                    [this](const OpenApp &open) {
-                       platform_.workspace.openApplication(open.app.path, [](const QString &) {});
+                       const auto ignore = [](const QString &) {};
+                       if (open.window == OpenApp::Window::New)
+                           platform_.workspace.openNewWindow(open.app.path, ignore);
+                       else
+                           platform_.workspace.openApplication(open.app.path, ignore);
                    },
                    [this](const OpenProject &open) {
                        editorLauncher_.open(open.project, open.editor);

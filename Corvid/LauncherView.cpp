@@ -84,6 +84,7 @@ KeyPress keyPressOf(const QKeyEvent &event) {
     KeyPress press;
     press.command = event.modifiers().testFlag(Qt::ControlModifier) ||
                     event.modifiers().testFlag(Qt::MetaModifier);
+    press.shift = event.modifiers().testFlag(Qt::ShiftModifier);
     press.isReturn = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
     const int key = event.key();
     if ((key >= Qt::Key_0 && key <= Qt::Key_9) || (key >= Qt::Key_A && key <= Qt::Key_Z))

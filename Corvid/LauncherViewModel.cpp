@@ -125,7 +125,7 @@ std::optional<QString> LauncherViewModel::selectedPath() const {
     return pathOf(results_[static_cast<std::size_t>(selected_)].action);
 }
 
-void LauncherViewModel::submit() {
+void LauncherViewModel::submit(OpenApp::Window window) {
     const QString q = query_.trimmed();
     const QString lower = q.toLower();
     if (lower == "ai"_L1)
@@ -139,7 +139,7 @@ void LauncherViewModel::submit() {
             perform(row.action);
         } else if (!row.id.startsWith("ai-"_L1)) {
             environment_.stats.recordLaunch(row.id);
-            perform(row.action);
+            perform(row.action, window);
         }
         return;
     }
@@ -148,20 +148,22 @@ void LauncherViewModel::submit() {
         return;
     }
     if (selectionIsValid())
-        submitSelected(q);
+        submitSelected(q, window);
 }
 
-void LauncherViewModel::submitSelected(const QString &trimmedQuery) {
+void LauncherViewModel::submitSelected(const QString &trimmedQuery, OpenApp::Window window) {
     // A copy: recording and performing may refresh the list.
     const ResultItem row = results_[static_cast<std::size_t>(selected_)];
     if (std::holds_alternative<AskAI>(row.action))
         return;
     environment_.stats.recordLaunch(row.id);
     environment_.stats.recordLatch(trimmedQuery, row.id);
-    perform(row.action);
+    perform(row.action, window);
 }
 
-void LauncherViewModel::perform(const LauncherAction &action) {
+void LauncherViewModel::perform(LauncherAction action, OpenApp::Window window) {
+    if (auto *openApp = std::get_if<OpenApp>(&action))
+        openApp->window = window;
     if (onAction)
         onAction(action);
     hide();
@@ -173,8 +175,12 @@ void LauncherViewModel::hide() {
 }
 
 bool LauncherViewModel::handleKeyEvent(const KeyPress &key) {
-    if (!key.command)
-        return false;
+    if (!key.command) {
+        if (!key.isReturn || !key.shift)
+            return false;
+        submit(OpenApp::Window::New);
+        return true;
+    }
     if (key.isReturn) {
         if (const std::optional<QString> path = selectedPath()) {
             environment_.workspace.reveal(*path);

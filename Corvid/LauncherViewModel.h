@@ -24,6 +24,7 @@ struct KeyPress {
     bool command = false;  ///< the platform's shortcut modifier is held
     bool isReturn = false; ///< Return or Enter
     QString characters;    ///< what the key types without the modifier
+    bool shift = false;
 };
 
 /**
@@ -82,9 +83,10 @@ public:
     void refresh();
     /** Moves the selection by a step, wrapping at both ends. */
     void moveSelection(int delta);
-    /** Return: records the choice and carries it out. */
-    void submit();
-    /** The shortcuts with Command; true when the key was consumed. */
+    /** Return: records the choice and carries it out. `window`: of an application's row. */
+    void submit(OpenApp::Window window = OpenApp::Window::Running);
+    /** The shortcuts with Command, and Shift+Return, which opens an application's row in a new
+        window and any other as Return does. True when the key was consumed. */
     bool handleKeyEvent(const KeyPress &key);
     /** Escape: leaves the AI answer, else hides the panel. */
     void cancel();
@@ -142,8 +144,8 @@ private:
     std::optional<QString> selectedPath() const;
     bool selectionIsValid() const;
     void flushDisplay();
-    void submitSelected(const QString &trimmedQuery);
-    void perform(const LauncherAction &action);
+    void submitSelected(const QString &trimmedQuery, OpenApp::Window window);
+    void perform(LauncherAction action, OpenApp::Window window = OpenApp::Window::Running);
     void hide();
 
     Environment environment_;

@@ -285,6 +285,12 @@ TEST_F(AppDelegateTest, aSubmittedRowIsOpenedAndThePanelHides) {
     EXPECT_FALSE(delegate.panel()->isVisible());
 }
 
+TEST_F(AppDelegateTest, aNewWindowIsAskedOfTheApplicationInsteadOfTheOneItHas) {
+    delegate.performAction(OpenApp{zed, OpenApp::Window::New});
+    EXPECT_EQ(workspace.newWindows, QStringList{zed.path});
+    EXPECT_TRUE(workspace.openedApplications.empty());
+}
+
 TEST_F(AppDelegateTest, anApplicationThatDoesNotOpenIsNeitherShownNorLogged) {
     workspace.openingError = u"broken"_s;
     delegate.performAction(OpenApp{zed});

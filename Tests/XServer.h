@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <memory>
 #include <vector>
 
@@ -79,6 +80,9 @@ public:
         return result;
     }
 
+    /** The manager no longer reacts to anything. */
+    void pauseManager() { ::kill(static_cast<pid_t>(manager_.processId()), SIGSTOP); }
+
     void endServer() { stop(server_); }
 
 private:
@@ -127,7 +131,10 @@ public:
     }
     XClient(const XClient &) = delete;
     XClient &operator=(const XClient &) = delete;
-    ~XClient() {
+    ~XClient() { kill(); }
+
+    /** Returns when the process is gone; its window may be there a moment longer. */
+    void kill() {
         process_.kill();
         process_.waitForFinished();
     }

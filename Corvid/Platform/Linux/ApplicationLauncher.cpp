@@ -1,6 +1,5 @@
 #include "Platform/Linux/ApplicationLauncher.h"
 
-#include "Platform/Linux/DetachedProcess.h"
 #include "Platform/Linux/LaunchTasks.h"
 
 namespace corvid {
@@ -23,8 +22,20 @@ void ApplicationLauncher::launch(const QString &applicationPath, const QStringLi
     QList<QUrl> urls;
     for (const QString &file : files)
         urls.append(QUrl::fromLocalFile(file));
+    start([=](const World &world) { return launchApplication(world, applicationPath, urls); },
+          done);
+}
+
+void ApplicationLauncher::launchNewWindow(const QString &applicationPath,
+                                          const Workspace::Completion &done) {
+    start([=](const World &world) { return launching::launchNewWindow(world, applicationPath); },
+          done);
+}
+
+void ApplicationLauncher::start(const std::function<QString(const World &)> &launch,
+                                const Workspace::Completion &done) {
     tasks_.start([=, this, world = World{environment_, shutdown_.get()}](const std::stop_token &) {
-        const QString error = launching::launchApplication(world, applicationPath, urls);
+        const QString error = launch(world);
         if (done)
             QMetaObject::invokeMethod(
                 &receiver_, [done, error] { done(error); }, Qt::QueuedConnection);
@@ -43,16 +54,10 @@ void ApplicationLauncher::reveal(const QString &path) {
     });
 }
 
-bool ApplicationLauncher::startTool(const QString &executable, const QStringList &arguments) {
-    const DetachedProcess process =
-        startDetached({QStringList{executable} + arguments, environment_, {}, {}});
-    if (!process.error.isEmpty())
-        return false;
-    tasks_.start([pid = process.pid, name = executable.section(u'/', -1),
-                  world = World{environment_, shutdown_.get()}](const std::stop_token &) {
-        launching::moveToScope(world, pid, name);
-    });
-    return true;
+void ApplicationLauncher::startTool(const QString &executable, const QStringList &arguments,
+                                    const Workspace::Completion &done) {
+    start([=](const World &world) { return launching::startTool(world, executable, arguments); },
+          done);
 }
 
 } // namespace corvid

@@ -58,9 +58,9 @@ void prepareChild(gpointer data) {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    std::signal(SIGPIPE, SIG_DFL);
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGHUP, SIG_DFL);
+    // Handlers end with the program that had them, but what is ignored would stay ignored.
+    for (int signal = 1; signal < NSIG; ++signal)
+        std::signal(signal, SIG_DFL);
 
     // The environment in this copy of our memory is what the program will be given.
     auto *digits = static_cast<char *>(data);

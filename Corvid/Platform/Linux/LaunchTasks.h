@@ -24,13 +24,16 @@ struct World {
 QString launchApplication(const World &world, const QString &applicationPath,
                           const QList<QUrl> &urls);
 
+/** Desktop entry: by its action for a new window, over D-Bus or by the action's own Exec line;
+    without such an action by the entry's Exec line. Bundle: by its executable. */
+QString launchNewWindow(const World &world, const QString &applicationPath);
+
 /** By the default application for the type or scheme, else by xdg-open. */
 QString openWithDefault(const World &world, const QUrl &url);
 
 QString reveal(const World &world, const QString &path);
 
-/** Moves a process that was just started into a systemd scope of its own, so that it does not
-    end with our service. Without a user manager there is nothing to do and nothing is done. */
-void moveToScope(const World &world, qint64 pid, const QString &application);
+/** Starts a program, given by its path, in our own working folder. */
+QString startTool(const World &world, const QString &executable, const QStringList &arguments);
 
 } // namespace corvid::launching
