@@ -12,7 +12,7 @@ namespace {
 QStringList piecesOf(const QList<QByteArray> &portions) {
     ServerSentEvents events;
     QStringList pieces;
-    for (const QByteArray portion : portions) {
+    for (const QByteArray &portion : portions) {
         if (events.read(portion, pieces) == ServerSentEvents::State::Ended)
             break;
     }
