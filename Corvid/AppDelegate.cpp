@@ -4,12 +4,14 @@
 #include "CommandLine.h"
 #include "HotKeyManager.h"
 #include "Locations.h"
+#include "Platform/Appearance.h"
 #include "Platform/Instance.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
 #include "RoleCatalog.h"
 #include "StatusItem.h"
+#include "Style.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -70,10 +72,17 @@ AppDelegate::AppDelegate(const Platform &platform)
       projects_(platform.defaults, platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}
 
-AppDelegate::~AppDelegate() = default;
+AppDelegate::~AppDelegate() {
+    platform_.appearance.onChange = nullptr;
+}
 
 void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) {
+    style::setAppearance(platform_.appearance.current());
     panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.panelSurface);
+    platform_.appearance.onChange = [this] {
+        style::setAppearance(platform_.appearance.current());
+        panel_->applyStyle();
+    };
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
     panel_->onClose = [this] { hide(); };
