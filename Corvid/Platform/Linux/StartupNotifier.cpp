@@ -73,7 +73,12 @@ public:
     }
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
-    ~Connection() { xcb_disconnect(connection_); }
+    ~Connection() {
+        // Closing with unread events would make the server drop what it has not read yet.
+        const x11::Reply<xcb_get_input_focus_reply_t> done(
+            xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+        xcb_disconnect(connection_);
+    }
 
     int screen() const { return screen_; }
 
