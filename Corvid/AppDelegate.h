@@ -18,6 +18,7 @@
 namespace corvid {
 
 struct CommandLine;
+class AIService;
 class AppearanceSettings;
 class DesktopEntries;
 class HotKeyManager;
@@ -55,6 +56,7 @@ public:
         Instance &instance;
         TrayWatch &tray;
         AppearanceSettings &appearance;
+        AIService &ai;
         /** Never goes backwards, whatever is done to the clock on the wall. */
         std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
     };

@@ -1,3 +1,4 @@
+#include "AIService.h"
 #include "AppDelegate.h"
 #include "CommandLine.h"
 #include "HotKeyManager.h"
@@ -94,7 +95,7 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
 
     AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes,
                           *panelSurface, clickMonitor.get(), HotKeyManager::shared(), instance,
-                          tray, appearance});
+                          tray, appearance, AIService::shared()});
     const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
     return QApplication::exec();

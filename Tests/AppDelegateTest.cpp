@@ -74,11 +74,12 @@ protected:
     FakeInstance instance;
     FakeTrayWatch tray;
     FakeAppearanceSettings appearance;
+    AIService ai{defaults, nullptr};
     std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
     std::optional<AppDelegate> owned{
         std::in_place, AppDelegate::Platform{defaults, workspace, pasteboard, log, entries, volumes,
                                              panelSurface, &clickMonitor, hotKeys, instance, tray,
-                                             appearance, [this] { return now; }}};
+                                             appearance, ai, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
