@@ -2,6 +2,7 @@
 
 #include "AppCatalog.h"
 #include "EditorLauncher.h"
+#include "KeychainHelper.h"
 #include "LauncherPanel.h"
 #include "LauncherViewModel.h"
 #include "ProjectIndex.h"
@@ -21,6 +22,7 @@ class DesktopEntries;
 class Desktop;
 class HotKeyManager;
 class Pasteboard;
+class SecretStore;
 class SystemLog;
 class UserDefaults;
 class Volumes;
@@ -39,6 +41,7 @@ public:
         UserDefaults &defaults;
         Workspace &workspace;
         Pasteboard &pasteboard;
+        SecretStore &secrets;
         SystemLog &log;
         const DesktopEntries &desktopEntries;
         const Volumes &volumes;
@@ -78,6 +81,7 @@ private:
     void dumpQuery(const QString &query);
 
     Platform platform_;
+    KeychainHelper keychain_;
     LauncherViewModel viewModel_;
     AppCatalog catalog_;
     ProjectIndex projects_;

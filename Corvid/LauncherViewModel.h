@@ -12,10 +12,10 @@
 namespace corvid {
 
 class AppCatalog;
+class KeychainHelper;
 class Pasteboard;
 class ProjectIndex;
 class RoleCatalog;
-class SecretStore;
 class UserDefaults;
 class Workspace;
 
@@ -42,7 +42,7 @@ public:
         const RoleCatalog &roles;
         Workspace &workspace;
         Pasteboard &pasteboard;
-        const SecretStore *secrets; ///< null where the desktop offers no store
+        const KeychainHelper &keychain;
     };
 
     explicit LauncherViewModel(const Environment &environment);

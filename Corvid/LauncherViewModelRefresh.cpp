@@ -3,8 +3,8 @@
 #include "LauncherViewModel.h"
 
 #include "AppCatalog.h"
+#include "KeychainHelper.h"
 #include "Locations.h"
-#include "Platform/SecretStore.h"
 #include "Platform/Workspace.h"
 #include "ProjectIndex.h"
 #include "RoleCatalog.h"
@@ -197,7 +197,7 @@ LauncherViewModel::Rows LauncherViewModel::askRows(const QString &trimmedQuery) 
                         // Return in ask mode is submit()'s matter, so the row itself does nothing.
                         CopyAI{QString()}});
     }
-    if (!environment_.secrets || !environment_.secrets->get(u"ai-api-key"_s)) {
+    if (!environment_.keychain.get(KeychainHelper::aiApiKey)) {
         rows.push_back({u"ai-setup"_s, nullptr, u"Set up AI"_s,
                         u"Add an OpenAI-compatible API key in Settings"_s, u"Setup"_s,
                         OpenSettings{}});

@@ -1,9 +1,11 @@
 #include "AppDelegate.h"
 #include "HotKeyManager.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
+#include "Platform/Linux/CoreDumps.h"
 #include "Platform/Linux/GioDesktopEntries.h"
 #include "Platform/Linux/JsonUserDefaults.h"
 #include "Platform/Linux/LinuxDesktop.h"
+#include "Platform/Linux/LinuxSecretStore.h"
 #include "Platform/Linux/LinuxSystemLog.h"
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
@@ -40,6 +42,7 @@ qreal highestDevicePixelRatio() {
 int main(int argc, char **argv) {
     using namespace corvid;
 
+    forbidCoreDumps();
     // What we start gets the environment that we were started with.
     const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 
@@ -72,10 +75,11 @@ int main(int argc, char **argv) {
                              {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
+    LinuxSecretStore secrets;
     X11HotKeys hotKeys(qgetenv("DISPLAY"));
     HotKeyManager::installBackend(&hotKeys);
 
-    AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes, desktop,
+    AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes, desktop,
                           HotKeyManager::shared()});
     const auto finishLaunching = [&delegate] {
         delegate.applicationDidFinishLaunching(QApplication::arguments());

@@ -62,6 +62,7 @@ protected:
     FakeUserDefaults &defaults = sharedDefaults();
     FakeWorkspace workspace;
     FakePasteboard pasteboard;
+    FakeSecretStore secrets;
     FakeSystemLog log;
     FakeDesktopEntries entries;
     FakeVolumes volumes;
@@ -70,7 +71,7 @@ protected:
     HotKeyManager hotKeys{hotKeyBackend};
     std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
     std::optional<AppDelegate> owned{
-        std::in_place, AppDelegate::Platform{defaults, workspace, pasteboard, log, entries, volumes,
+        std::in_place, AppDelegate::Platform{defaults, workspace, pasteboard, secrets, log, entries, volumes,
                                              desktop, hotKeys, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
