@@ -8,6 +8,7 @@
 #include "SecretsWorld.h"
 
 #include <iostream>
+#include <sys/stat.h>
 
 using namespace corvid;
 using namespace corvid::test;
@@ -27,7 +28,6 @@ protected:
     SecretsHome home;
 };
 
-/** As a service that is asked for nothing but `account`. */
 bool asked(const ScriptedService &service, const QString &method) {
     return eventually([&] { return service.calls().contains(method); });
 }
@@ -226,11 +226,18 @@ TEST_F(LinuxSecretStoreTest, aServiceThatCannotBeStartedIsNone) {
 }
 
 TEST_F(LinuxSecretStoreTest, aServiceThatTheBusCanStartIsStarted) {
-    const QTemporaryDir folder;
-    bus->startsService(u"/bin/sh -c \"sleep 60 | %1 %2/trace\""_s.arg(
-        QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_secret_service"), folder.path()));
+    // The service ends with its standard input, and that with this test.
+    const QString pipe = home.path(u"pipe"_s);
+    ASSERT_EQ(mkfifo(pipe.toLocal8Bit().constData(), S_IRWXU), 0);
+    QFile input(pipe);
+    ASSERT_TRUE(input.open(QIODevice::ReadWrite));
+    bus->startsService(u"/bin/sh -c \"exec %1 %2 < %3\""_s.arg(
+        QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_secret_service"), home.path(u"trace"_s),
+        pipe));
     const LinuxSecretStore store;
     EXPECT_TRUE(becomes(store, u"from the stub"_s));
+    input.close();
+    EXPECT_TRUE(becomes(store, std::nullopt));
 }
 
 TEST_F(LinuxSecretStoreTest, theMomentAServiceIsThereItIsPreferred) {

@@ -116,7 +116,6 @@ private:
     QTimer timer_;
 };
 
-/** No question asked so far is still on its way. For what must not come. */
 inline bool becomes(const SecretStore &store, const std::optional<QString> &secret) {
     return eventually([&] { return store.get(keyAccount) == secret; });
 }

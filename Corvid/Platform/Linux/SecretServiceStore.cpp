@@ -86,6 +86,72 @@ std::optional<QString> textOf(SecretItem *item) {
     return text;
 }
 
+struct SourceDestroy {
+    void operator()(GSource *source) const {
+        g_source_destroy(source);
+        g_source_unref(source);
+    }
+};
+using SourcePointer = std::unique_ptr<GSource, SourceDestroy>;
+
+struct ContextUnref {
+    void operator()(GMainContext *context) const { g_main_context_unref(context); }
+};
+using ContextPointer = std::unique_ptr<GMainContext, ContextUnref>;
+
+/**
+ * Waits for an operation of libsecret that may prompt the user. Its own synchronous ones would
+ * wait, even when cancelled, until the service confirms that the prompt is gone; here a service
+ * has a moment for that and is then left to itself. Null when cancelled.
+ */
+class Prompting {
+public:
+    explicit Prompting(GCancellable *cancellable)
+        : context_(g_main_context_new()), inner_(g_cancellable_new()), outer_(cancellable) {
+        g_main_context_push_thread_default(context_.get());
+    }
+    Prompting(const Prompting &) = delete;
+    Prompting &operator=(const Prompting &) = delete;
+    ~Prompting() { g_main_context_pop_thread_default(context_.get()); }
+
+    /** For the operation. Cancelled in this thread alone: libsecret goes on working from there. */
+    GCancellable *cancellable() const { return inner_.get(); }
+
+    /** Its callback, and the data for that. Never called once this has returned from wait(). */
+    static void callback(GObject * /*source*/, GAsyncResult *result, gpointer data) {
+        static_cast<Prompting *>(data)->result_.reset(G_ASYNC_RESULT(g_object_ref(result)));
+    }
+
+    GAsyncResult *wait() {
+        const SourcePointer cancelled(g_cancellable_source_new(outer_));
+        wakeBy(cancelled.get());
+        while (!result_ && !g_cancellable_is_cancelled(outer_))
+            g_main_context_iteration(context_.get(), TRUE);
+        if (result_)
+            return result_.get();
+        g_cancellable_cancel(inner_.get());
+        const SourcePointer moment(g_timeout_source_new(momentMs));
+        wakeBy(moment.get());
+        while (!result_ && !g_source_is_destroyed(moment.get()))
+            g_main_context_iteration(context_.get(), TRUE);
+        return result_.get();
+    }
+
+private:
+    static constexpr guint momentMs = 200;
+
+    void wakeBy(GSource *source) const {
+        g_source_set_callback(source, G_SOURCE_FUNC(+[] { return G_SOURCE_REMOVE; }), nullptr,
+                              nullptr);
+        g_source_attach(source, context_.get());
+    }
+
+    ContextPointer context_;
+    GObjectPointer<GCancellable> inner_;
+    GObjectPointer<GAsyncResult> result_;
+    GCancellable *outer_;
+};
+
 bool isSilence(const GErrorHolder &error) {
     return g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_CANCELLED) ||
            g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_TIMED_OUT) ||
@@ -140,6 +206,14 @@ struct SecretServiceStore::Connection {
         self->onChange();
     }
 
+    bool askBus(const char *method, GVariant *arguments, GCancellable *cancellable,
+                GErrorHolder &error) const {
+        const VariantPointer reply(g_dbus_connection_call_sync(
+            bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+            method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, cancellable, error.out()));
+        return reply != nullptr;
+    }
+
     ItemsPointer search(const QString &account, SecretSearchFlags flags, GCancellable *cancellable,
                         GErrorHolder &error) const {
         const AttributesPointer attributes = attributesOf(account);
@@ -167,15 +241,15 @@ SecretServiceStore::State SecretServiceStore::connect(Start start, GCancellable 
             return g_cancellable_is_cancelled(cancellable) ? State::NoAnswer : State::NoService;
         connection_ = std::make_unique<Connection>(std::move(bus), onChange_);
     }
-    // Kept up to date only between calls, so it is asked about each time.
-    const bool mayStart = start == Start::IfNeeded;
+    // Asked for each time: a change of owner is told only between calls.
     GErrorHolder error;
-    const VariantPointer owner(g_dbus_connection_call_sync(
-        connection_->bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-        "org.freedesktop.DBus", mayStart ? "StartServiceByName" : "GetNameOwner",
-        mayStart ? g_variant_new("(su)", busName, 0U) : g_variant_new("(s)", busName), nullptr,
-        G_DBUS_CALL_FLAGS_NONE, -1, cancellable, error.out()));
-    if (!owner) {
+    bool runs = connection_->askBus("GetNameOwner", g_variant_new("(s)", busName), cancellable,
+                                    error);
+    if (!runs && start == Start::IfNeeded && !isSilence(error)) {
+        runs = connection_->askBus("StartServiceByName", g_variant_new("(su)", busName, 0U),
+                                   cancellable, error);
+    }
+    if (!runs) {
         connection_->service.reset();
         return isSilence(error) ? State::NoAnswer : State::NoService;
     }
@@ -225,20 +299,26 @@ SecretServiceStore::Saved SecretServiceStore::set(const QString &account, const 
     const SecretValuePointer value(secret_value_new(text.constData(), text.size(), "text/plain"));
     explicit_bzero(text.data(), static_cast<std::size_t>(text.size()));
 
+    SecretService *service = connection_->service.get();
     SecretItem *item = chosenFrom(items);
     if (!item) {
         const AttributesPointer attributes = attributesOf(account);
+        Prompting prompting(cancellable);
         // Makes or unlocks the default collection by itself.
-        return secret_service_store_sync(connection_->service.get(), &schema, attributes.get(),
-                                         SECRET_COLLECTION_DEFAULT, "Corvid API key", value.get(),
-                                         cancellable, error.out())
-                   ? Saved::Yes
-                   : Saved::Failed;
+        secret_service_store(service, &schema, attributes.get(), SECRET_COLLECTION_DEFAULT,
+                             "Corvid API key", value.get(), prompting.cancellable(),
+                             Prompting::callback, &prompting);
+        GAsyncResult *result = prompting.wait();
+        return result && secret_service_store_finish(service, result, error.out()) ? Saved::Yes
+                                                                                   : Saved::Failed;
     }
     if (secret_item_get_locked(item)) {
         GList only = {item, nullptr, nullptr};
-        if (secret_service_unlock_sync(connection_->service.get(), &only, cancellable, nullptr,
-                                       error.out()) < 1)
+        Prompting prompting(cancellable);
+        secret_service_unlock(service, &only, prompting.cancellable(), Prompting::callback,
+                              &prompting);
+        GAsyncResult *result = prompting.wait();
+        if (!result || secret_service_unlock_finish(service, result, nullptr, error.out()) < 1)
             return Saved::Failed;
     }
     return secret_item_set_secret_sync(item, value.get(), cancellable, error.out())
