@@ -79,8 +79,8 @@ int main(int argc, char **argv) {
     X11HotKeys hotKeys(qgetenv("DISPLAY"));
     HotKeyManager::installBackend(&hotKeys);
 
-    AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes, desktop,
-                          HotKeyManager::shared()});
+    AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
+                          desktop, HotKeyManager::shared()});
     const auto finishLaunching = [&delegate] {
         delegate.applicationDidFinishLaunching(QApplication::arguments());
     };

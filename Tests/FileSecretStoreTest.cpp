@@ -65,8 +65,8 @@ TEST_F(FileSecretStoreTest, aSavedSecretIsReadByTheNextProcess) {
 }
 
 TEST_F(FileSecretStoreTest, anySecretIsKeptAsItIs) {
-    for (const QString &text : {QString(), u"ü€😀"_s, QString(QChar(0)) + u'x', u"\"\\\n"_s,
-                                QString(100'000, u'x')}) {
+    for (const QString &text :
+         {QString(), u"ü€😀"_s, QString(QChar(0)) + u'x', u"\"\\\n"_s, QString(100'000, u'x')}) {
         ASSERT_TRUE(store.set(keyAccount, text));
         EXPECT_EQ(store.get(keyAccount), text);
     }
@@ -158,9 +158,8 @@ TEST_F(FileSecretStoreTest, aDamagedFileReadsAsNothingAndIsKeptAside) {
         ASSERT_TRUE(store.set(keyAccount, secret));
         EXPECT_EQ(store.get(keyAccount), secret);
         EXPECT_EQ(keptAside().size(), ++kept);
-        EXPECT_TRUE(std::ranges::any_of(keptAside(), [&](const QString &path) {
-            return content(path) == damaged;
-        }));
+        EXPECT_TRUE(std::ranges::any_of(
+            keptAside(), [&](const QString &path) { return content(path) == damaged; }));
     }
 }
 

@@ -16,8 +16,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-auto *const bus =
-    static_cast<SecretsBus *>(::testing::AddGlobalTestEnvironment(new SecretsBus));
+auto *const bus = static_cast<SecretsBus *>(::testing::AddGlobalTestEnvironment(new SecretsBus));
 
 constexpr auto soon = 300ms; ///< a deadline for services that let it pass
 
@@ -36,8 +35,8 @@ bool asked(const ScriptedService &service, const QString &method) {
 void expectNoFrozenKeyStroke(SecretStore &store) {
     LauncherWorld world({}, {});
     KeychainHelper keychain(store);
-    LauncherViewModel model({world.defaults, world.stats, world.roles, world.workspace,
-                             world.pasteboard, keychain});
+    LauncherViewModel model(
+        {world.defaults, world.stats, world.roles, world.workspace, world.pasteboard, keychain});
     model.setQuery(u"ai what is x"_s);
     LongestGap gap;
     int refreshes = 0;
@@ -281,8 +280,8 @@ TEST_F(LinuxSecretStoreTest, aServiceThatVanishesTakesItsSecretsAlongAndBringsTh
 
 namespace {
 
-class GarbageTest : public LinuxSecretStoreTest, public ::testing::WithParamInterface<const char *> {
-};
+class GarbageTest : public LinuxSecretStoreTest,
+                    public ::testing::WithParamInterface<const char *> {};
 
 } // namespace
 

@@ -85,8 +85,7 @@ GVariant *replyTo(GDBusConnection *bus, GDBusMessage *message, const std::string
         GVariant *value = g_variant_get_child_value(body, 0);
         GVariant *content = g_variant_get_child_value(value, 2);
         gsize size = 0;
-        const auto *data =
-            static_cast<const char *>(g_variant_get_fixed_array(content, &size, 1));
+        const auto *data = static_cast<const char *>(g_variant_get_fixed_array(content, &size, 1));
         secret.assign(data, size);
         g_variant_unref(content);
         g_variant_unref(value);
@@ -114,10 +113,10 @@ GDBusMessage *answer(GDBusConnection *bus, GDBusMessage *message, gboolean incom
                 message, "org.freedesktop.DBus.Error.NotSupported", "only plain");
         } else {
             reply = g_dbus_message_new_method_reply(message);
-            GVariant *body = replies.contains(member)
-                                 ? g_variant_parse(nullptr, replies[member].c_str(), nullptr,
-                                                   nullptr, nullptr)
-                                 : replyTo(bus, message, member);
+            GVariant *body =
+                replies.contains(member)
+                    ? g_variant_parse(nullptr, replies[member].c_str(), nullptr, nullptr, nullptr)
+                    : replyTo(bus, message, member);
             if (body)
                 g_dbus_message_set_body(reply, body);
         }

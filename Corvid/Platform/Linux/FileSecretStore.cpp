@@ -71,8 +71,8 @@ int openPrivately(const QString &path, mode_t kind, int flags) {
     if (descriptor < 0 || fstat(descriptor, &status) != 0)
         return -1;
     const bool ours = (status.st_mode & S_IFMT) == kind && status.st_uid == geteuid();
-    if (ours && ((status.st_mode & forOthers) == 0 ||
-                 fchmod(descriptor, status.st_mode & S_IRWXU) == 0))
+    if (ours &&
+        ((status.st_mode & forOthers) == 0 || fchmod(descriptor, status.st_mode & S_IRWXU) == 0))
         return descriptor;
     close(descriptor);
     errno = ELOOP;

@@ -230,11 +230,13 @@ private:
 };
 
 LinuxSecretStore::LinuxSecretStore(std::chrono::milliseconds deadline)
-    : worker_(std::make_unique<Worker>(deadline, [this](Report report) {
-          QMetaObject::invokeMethod(
-              &receiver_, [this, report = std::move(report)] { install(report); },
-              Qt::QueuedConnection);
-      })),
+    : worker_(std::make_unique<Worker>(
+          deadline,
+          [this](Report report) {
+              QMetaObject::invokeMethod(
+                  &receiver_, [this, report = std::move(report)] { install(report); },
+                  Qt::QueuedConnection);
+          })),
       thread_([this] { worker_->run(); }) {}
 
 LinuxSecretStore::~LinuxSecretStore() {

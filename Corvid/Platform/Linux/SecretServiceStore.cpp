@@ -243,8 +243,8 @@ SecretServiceStore::State SecretServiceStore::connect(Start start, GCancellable 
     }
     // Asked for each time: a change of owner is told only between calls.
     GErrorHolder error;
-    bool runs = connection_->askBus("GetNameOwner", g_variant_new("(s)", busName), cancellable,
-                                    error);
+    bool runs =
+        connection_->askBus("GetNameOwner", g_variant_new("(s)", busName), cancellable, error);
     if (!runs && start == Start::IfNeeded && !isSilence(error)) {
         runs = connection_->askBus("StartServiceByName", g_variant_new("(su)", busName, 0U),
                                    cancellable, error);
@@ -254,9 +254,8 @@ SecretServiceStore::State SecretServiceStore::connect(Start start, GCancellable 
         return isSilence(error) ? State::NoAnswer : State::NoService;
     }
     if (!connection_->service) {
-        connection_->service.reset(
-            secret_service_open_sync(SECRET_TYPE_SERVICE, busName, SECRET_SERVICE_OPEN_SESSION,
-                                     cancellable, error.out()));
+        connection_->service.reset(secret_service_open_sync(
+            SECRET_TYPE_SERVICE, busName, SECRET_SERVICE_OPEN_SESSION, cancellable, error.out()));
     }
     return connection_->service ? State::Found : State::NoAnswer;
 }
@@ -290,8 +289,7 @@ SecretServiceStore::Saved SecretServiceStore::set(const QString &account, const 
         return Saved::Failed;
     }
     GErrorHolder error;
-    const ItemsPointer items =
-        connection_->search(account, SECRET_SEARCH_ALL, cancellable, error);
+    const ItemsPointer items = connection_->search(account, SECRET_SEARCH_ALL, cancellable, error);
     if (error.get())
         return Saved::Failed;
 
@@ -321,9 +319,8 @@ SecretServiceStore::Saved SecretServiceStore::set(const QString &account, const 
         if (!result || secret_service_unlock_finish(service, result, nullptr, error.out()) < 1)
             return Saved::Failed;
     }
-    return secret_item_set_secret_sync(item, value.get(), cancellable, error.out())
-               ? Saved::Yes
-               : Saved::Failed;
+    return secret_item_set_secret_sync(item, value.get(), cancellable, error.out()) ? Saved::Yes
+                                                                                    : Saved::Failed;
 }
 
 } // namespace corvid
