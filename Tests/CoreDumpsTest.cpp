@@ -48,12 +48,12 @@ TEST(CoreDumps, areAllowedAgainInWhatWeStart) {
     ASSERT_EQ(setrlimit(RLIMIT_CORE, &limit), 0);
     forbidCoreDumps();
     const QString result = folder.filePath(u"limit"_s);
-    startDetached(
-        {{u"/bin/sh"_s, u"-c"_s,
-          u"grep 'Max core' /proc/self/limits > '%1.part' && mv '%1.part' '%1'"_s.arg(result)},
-         {},
-         QProcessEnvironment::systemEnvironment(),
-         {}});
+    const QString script =
+        u"grep 'Max core' /proc/self/limits > '%1.part' && mv '%1.part' '%1'"_s.arg(result);
+    startDetached({{u"/bin/sh"_s, u"-c"_s, script},
+                   QProcessEnvironment::systemEnvironment(),
+                   QString(),
+                   QString()});
     EXPECT_TRUE(eventually([&] { return QFile::exists(result); }));
     const QString expected =
         limit.rlim_max == RLIM_INFINITY ? u"unlimited"_s : QString::number(limit.rlim_max);

@@ -14,7 +14,7 @@ using namespace corvid::test;
 
 namespace {
 
-const QString secret = u"sk-The-Secret-Of-The-User-0123456789"_s;
+const QString secret = u"sk-Th1s-M4y-N0t-Be-Re4d-0123456789"_s;
 
 class FileSecretStoreTest : public ::testing::Test {
 protected:
