@@ -5,7 +5,10 @@
 ARGS ?=
 PRESET ?= dev
 
-.PHONY: run test bench lint build-tests
+# Seconds for each fuzz target.
+TIME ?= 60
+
+.PHONY: run test bench fuzz lint build-tests
 
 run:
 	@scripts/run $(ARGS)
@@ -20,6 +23,10 @@ test: build-tests
 
 bench: build-tests
 	@scripts/bench
+
+fuzz:
+	@scripts/setup run fuzz
+	@scripts/fuzz $(TIME)
 
 lint:
 	@scripts/setup run test lint

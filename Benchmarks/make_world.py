@@ -3,12 +3,15 @@
 
 usage: make_world.py FOLDER APPLICATIONS PROJECTS
 
-Applications are desktop entries below FOLDER/.local/share/applications, projects are folders with
-a marker below roots of FOLDER that FOLDER/.config/Corvid/defaults.json names."""
+Applications are desktop entries below FOLDER/.local/share/applications, each with an icon of its
+own in the icon theme; projects are folders with a marker below roots of FOLDER that
+FOLDER/.config/Corvid/defaults.json names. Some applications were launched before."""
 import json
 import pathlib
 import random
+import struct
 import sys
+import zlib
 
 WORDS = """alpha api app atlas auth backend beta billing blog board book bot build cache calendar cart
 chat check cloud code config console core crypto dash data deploy design desk dev docs draft drive edge
@@ -24,6 +27,25 @@ CATEGORIES = ["Development;IDE;", "Network;WebBrowser;", "System;TerminalEmulato
               "Graphics;", "AudioVideo;", "Game;", "Utility;"]
 PROJECTS_PER_ROOT = 5000  # each costs two entries, or three, of a root's budget of 30,000
 
+ICON_SIZE = 48
+LAUNCHED = 7
+
+
+def png(colour):
+    """A square icon of one colour with a darker border."""
+    def chunk(kind, data):
+        body = kind + data
+        return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body))
+    border = bytes(channel // 2 for channel in colour)
+    rows = []
+    for y in range(ICON_SIZE):
+        edge = y in (0, ICON_SIZE - 1)
+        row = [border if edge or x in (0, ICON_SIZE - 1) else colour for x in range(ICON_SIZE)]
+        rows.append(b"\0" + b"".join(pixel + b"\xff" for pixel in row))
+    header = struct.pack(">IIBBBBB", ICON_SIZE, ICON_SIZE, 8, 6, 0, 0, 0)
+    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) +
+            chunk(b"IDAT", zlib.compress(b"".join(rows))) + chunk(b"IEND", b""))
+
 
 def main():
     home = pathlib.Path(sys.argv[1]).resolve()
@@ -32,12 +54,20 @@ def main():
 
     entries = home / ".local/share/applications"
     entries.mkdir(parents=True, exist_ok=True)
+    theme = home / ".local/share/icons/hicolor"
+    icons = theme / f"{ICON_SIZE}x{ICON_SIZE}/apps"
+    icons.mkdir(parents=True, exist_ok=True)
+    (theme / "index.theme").write_text(
+        f"[Icon Theme]\nName=Hicolor\nDirectories={ICON_SIZE}x{ICON_SIZE}/apps\n\n"
+        f"[{ICON_SIZE}x{ICON_SIZE}/apps]\nSize={ICON_SIZE}\nType=Fixed\n")
     for number in range(application_count):
         name = " ".join(word.title() for word in pick.sample(WORDS, pick.randint(1, 3)))
         (entries / f"org.example.App{number}.desktop").write_text(
             f"[Desktop Entry]\nType=Application\nName={name}\nExec=true\n"
+            f"Icon=org.example.App{number}\n"
             f"GenericName={pick.choice(WORDS).title()} {pick.choice(WORDS).title()}\n"
             f"Categories={pick.choice(CATEGORIES)}\n")
+        (icons / f"org.example.App{number}.png").write_bytes(png(pick.randbytes(3)))
 
     roots = []
     for number in range(project_count):
@@ -50,7 +80,12 @@ def main():
 
     settings = home / ".config/Corvid/defaults.json"
     settings.parent.mkdir(parents=True, exist_ok=True)
-    settings.write_text(json.dumps({"projectRoots": [str(root) for root in roots]}, indent=4))
+    launched = range(min(LAUNCHED, application_count))
+    settings.write_text(json.dumps({
+        # Alt+K: window managers hold Alt+Space for themselves.
+        "hotkeyKeyCode": 40, "hotkeyModifiers": 2048,
+        "launchCounts": {f"org.example.App{number}": number + 1 for number in launched},
+        "projectRoots": [str(root) for root in roots]}, indent=4))
 
 
 main()

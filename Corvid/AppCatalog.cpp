@@ -1,7 +1,6 @@
 #include "AppCatalog.h"
 
 #include "ApplicationScan.h"
-#include "JsonCache.h"
 #include "Locations.h"
 
 #include <QStringList>
@@ -66,34 +65,70 @@ private:
     bool ended_ = false;
 };
 
+AppCatalog::Snapshot::Snapshot(std::vector<AppEntry> list)
+    : apps(std::move(list)), searchIndex(apps) {
+    byPath.reserve(static_cast<qsizetype>(apps.size()));
+    for (std::size_t i = 0; i < apps.size(); ++i) {
+        if (byPath.contains(apps[i].path))
+            qFatal("Duplicate values for key: '%s'", qUtf8Printable(apps[i].path));
+        byPath.insert(apps[i].path, i);
+    }
+}
+
 AppCatalog::AppCatalog(const Workspace &workspace, const DesktopEntries &desktopEntries,
                        const RoleCatalog &roles, QObject *parent)
-    : QObject(parent), workspace_(workspace), desktopEntries_(desktopEntries), roles_(roles) {}
+    : QObject(parent), workspace_(workspace), desktopEntries_(desktopEntries), roles_(roles),
+      snapshot_(std::make_shared<Snapshot>(std::vector<AppEntry>())) {}
 
 AppCatalog::~AppCatalog() = default;
 
 void AppCatalog::load() {
     freshIcons_.clear();
+    ++generation_;
     const QString cache = locations::cacheFile(u"catalog.json"_s);
-    if (std::vector<AppEntry> cached = readCache<AppEntry>(cache); !cached.empty())
-        apply(Snapshot{std::move(cached)});
+    applyCache(cache);
     tasks_.start([this, cache, home = locations::home()](const std::stop_token &stop) {
-        const std::vector<AppEntry> apps =
+        std::vector<AppEntry> apps =
             scanAll({bundleFolders(home), desktopEntries_.list(), roles_}, stop);
         if (stop.stop_requested())
             return;
+        const auto scanned = std::make_shared<Snapshot>(std::move(apps));
         QMetaObject::invokeMethod(
-            this, [this, snapshot = Snapshot{apps}]() mutable { apply(std::move(snapshot)); },
+            this,
+            [this, cache, scanned] {
+                ++generation_;
+                apply(scanned);
+                cacheWriter_.write(tasks_, cache, {scanned, &scanned->apps});
+            },
             Qt::QueuedConnection);
-        writeCache(cache, apps);
+    });
+}
+
+void AppCatalog::applyCache(const QString &path) {
+    const auto read = [path] { return std::make_shared<Snapshot>(readCache<AppEntry>(path)); };
+    if (isQuickToRead(path)) {
+        if (SharedSnapshot cached = read(); !cached->apps.empty())
+            apply(std::move(cached));
+        return;
+    }
+    tasks_.start([this, read, generation = generation_](const std::stop_token &) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, generation, cached = SharedSnapshot(read())]() mutable {
+                if (generation == generation_ && !cached->apps.empty())
+                    apply(std::move(cached));
+                else
+                    discard(std::move(cached));
+            },
+            Qt::QueuedConnection);
     });
 }
 
 std::optional<AppEntry> AppCatalog::appAtPath(const QString &path) const {
-    const auto index = byPath_.constFind(path);
-    if (index == byPath_.cend())
+    const auto index = snapshot_->byPath.constFind(path);
+    if (index == snapshot_->byPath.cend())
         return std::nullopt;
-    return apps_[*index];
+    return apps()[*index];
 }
 
 Image AppCatalog::icon(const AppEntry &app) {
@@ -108,25 +143,22 @@ Image AppCatalog::iconForPath(const QString &path) {
     return workspace_.genericIcon();
 }
 
-void AppCatalog::apply(Snapshot snapshot) {
-    apps_ = std::move(snapshot.apps);
-    searchIndex_ = std::move(snapshot.searchIndex);
-    byPath_.clear();
-    byPath_.reserve(static_cast<qsizetype>(apps_.size()));
-    for (std::size_t i = 0; i < apps_.size(); ++i) {
-        if (byPath_.contains(apps_[i].path))
-            qFatal("Duplicate values for key: '%s'", qUtf8Printable(apps_[i].path));
-        byPath_.insert(apps_[i].path, i);
-    }
+void AppCatalog::apply(SharedSnapshot snapshot) {
+    discard(std::exchange(snapshot_, std::move(snapshot)));
     prewarmIcons();
     Q_EMIT appsChanged();
     if (onUpdate)
         onUpdate();
 }
 
+// Taking a long list apart takes long, too.
+void AppCatalog::discard(SharedSnapshot snapshot) {
+    tasks_.start([snapshot = std::move(snapshot)](const std::stop_token &) {});
+}
+
 void AppCatalog::prewarmIcons() {
     QStringList paths;
-    for (const AppEntry &app : apps_) {
+    for (const AppEntry &app : apps()) {
         if (!freshIcons_.contains(app.path))
             paths.append(app.path);
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "JsonCache.h"
 #include "Platform/DesktopEntries.h"
 #include "Platform/Workspace.h"
 #include "Records.h"
@@ -30,28 +31,21 @@ class AppCatalog final : public QObject {
     Q_OBJECT
 
 public:
-    /** What a scan brings to the main thread. */
-    struct Snapshot {
-        explicit Snapshot(std::vector<AppEntry> list) : apps(std::move(list)), searchIndex(apps) {}
-
-        std::vector<AppEntry> apps;
-        AppSearchIndex searchIndex;
-    };
-
     AppCatalog(const Workspace &workspace, const DesktopEntries &desktopEntries,
                const RoleCatalog &roles, QObject *parent = nullptr);
     ~AppCatalog() override;
 
     /** Applies the cached list, if there is one, and starts a scan, whose result is applied and
-        cached. Called again, it starts another scan; the one that ends last counts. A list in
-        which a path occurs twice ends the program. */
+        cached. A cache too large to be read in passing is read in the background and applied
+        unless a scan was faster. Called again, it starts another scan; the one that ends last
+        counts. A list in which a path occurs twice ends the program. */
     void load();
 
     /** Sorted by name. */
-    const std::vector<AppEntry> &apps() const { return apps_; }
+    const std::vector<AppEntry> &apps() const { return snapshot_->apps; }
 
     /** The names of apps(), prepared for matching; replaced with the list. */
-    AppSearchIndex &searchIndex() { return searchIndex_; }
+    AppSearchIndex &searchIndex() { return snapshot_->searchIndex; }
 
     /** The application whose path is exactly this one. */
     std::optional<AppEntry> appAtPath(const QString &path) const;
@@ -75,7 +69,19 @@ Q_SIGNALS:
     void iconArrived(const QString &path);
 
 private:
-    void apply(Snapshot snapshot);
+    /** What the main thread installs as a whole, made in the background. */
+    struct Snapshot {
+        explicit Snapshot(std::vector<AppEntry> list);
+
+        const std::vector<AppEntry> apps;
+        AppSearchIndex searchIndex;         ///< follows the usage, once installed
+        QHash<QString, std::size_t> byPath; ///< index into apps
+    };
+    using SharedSnapshot = std::shared_ptr<Snapshot>;
+
+    void applyCache(const QString &path);
+    void apply(SharedSnapshot snapshot);
+    void discard(SharedSnapshot snapshot);
     void prewarmIcons();
     void fetchIcons(const QStringList &paths);
     void storeIcon(const QString &path, const Image &image);
@@ -83,9 +89,9 @@ private:
     const Workspace &workspace_;
     const DesktopEntries &desktopEntries_;
     const RoleCatalog &roles_;
-    std::vector<AppEntry> apps_;
-    AppSearchIndex searchIndex_;
-    QHash<QString, std::size_t> byPath_; // index into apps_
+    SharedSnapshot snapshot_;
+    quint64 generation_ = 0; // of what is shown: grows with each load() and each scan's end
+    CacheWriter<AppEntry> cacheWriter_;
     QHash<QString, Image> icons_;
     QSet<QString> freshIcons_;             // paths whose icons were fetched since the last load()
     std::shared_ptr<IconQueue> iconQueue_; // shared with the task that empties it

@@ -1,13 +1,18 @@
 #include "AppDelegate.h"
 
 #include "Benchmark.h"
+#include "CommandLine.h"
 #include "HotKeyManager.h"
 #include "Locations.h"
+#include "Platform/Appearance.h"
+#include "Platform/Instance.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/SecretStore.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
 #include "RoleCatalog.h"
+#include "StatusItem.h"
+#include "Style.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -51,13 +56,6 @@ quint32 storedNumber(const UserDefaults &defaults, const QString &key, quint32 o
     return stored == 0 ? otherwise : stored;
 }
 
-// A process that answers on standard error and shows nothing must not take the hot key from the
-// one that people use.
-bool isToggled(const QStringList &arguments) {
-    return arguments.contains("--show"_L1) ||
-           !(arguments.contains("--query"_L1) || arguments.contains("--bench"_L1));
-}
-
 template <typename... Functions>
 struct Overloaded : Functions... {
     using Functions::operator()...;
@@ -70,13 +68,22 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 AppDelegate::AppDelegate(const Platform &platform)
     : platform_(platform), keychain_(platform.secrets),
       viewModel_({platform.defaults, UsageStats::shared(), RoleCatalog::shared(),
-                  platform.workspace, platform.pasteboard, keychain_}),
+                  platform.workspace, platform.pasteboard, keychain_, platform.ai}),
       catalog_(platform.workspace, platform.desktopEntries, RoleCatalog::shared()),
       projects_(platform.defaults, platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}
 
-void AppDelegate::applicationDidFinishLaunching(const QStringList &arguments) {
-    panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.desktop);
+AppDelegate::~AppDelegate() {
+    platform_.appearance.onChange = nullptr;
+}
+
+void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) {
+    style::setAppearance(platform_.appearance.current());
+    panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.panelSurface);
+    platform_.appearance.onChange = [this] {
+        style::setAppearance(platform_.appearance.current());
+        panel_->applyStyle();
+    };
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
     panel_->onClose = [this] { hide(); };
@@ -96,39 +103,86 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList &arguments) {
     viewModel_.refresh();
     catalog_.load();
     projects_.load();
-    if (isToggled(arguments))
+    // A process that answers on standard error and shows nothing must not take the hot key from
+    // the one that people use, nor a place in the tray.
+    if (commandLine.show || !commandLine.isDiagnostic()) {
+        setupStatusItem();
         applyHotkey();
-    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { platform_.hotKeys.unregister(); });
-    if (!arguments.contains("--sticky"_L1))
-        panel_->onResignKey = [this] { hide(); };
-    if (arguments.contains("--show"_L1))
-        show();
-    if (arguments.contains("--bench"_L1))
-        QTimer::singleShot(catalogsLoadTime, this, &AppDelegate::runBenchmark);
-    const qsizetype query = arguments.indexOf("--query"_L1);
-    if (query >= 0 && query + 1 < arguments.size()) {
-        QTimer::singleShot(catalogsLoadTime, this,
-                           [this, text = arguments[query + 1]] { dumpQuery(text); });
     }
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { platform_.hotKeys.unregister(); });
+    if (!commandLine.sticky) {
+        panel_->onResignKey = [this] {
+            if (!stickyShowing_)
+                hide();
+        };
+    }
+    for (const Wish &wish : commandLine.wishes())
+        fulfil(wish);
+    if (commandLine.bench)
+        QTimer::singleShot(catalogsLoadTime, this, &AppDelegate::runBenchmark);
+    if (commandLine.query) {
+        QTimer::singleShot(catalogsLoadTime, this,
+                           [this, text = *commandLine.query] { dumpQuery(text); });
+    }
+    platform_.instance.serve([this](const Wish &wish) { fulfil(wish); });
 }
 
-void AppDelegate::show() {
+void AppDelegate::setupStatusItem() {
+    statusItem_ = std::make_unique<StatusItem>(
+        platform_.tray,
+        StatusItem::Actions{[this] { showFromMenu(); }, [this] { openSettingsFromMenu(); },
+                            [] { QCoreApplication::exit(); }});
+}
+
+void AppDelegate::show(quint32 time) {
     if (!lastHideTime_ || platform_.now() - *lastHideTime_ > freshAfter)
         viewModel_.reset();
     panel_->position();
-    panel_->present();
+    panel_->present(time);
+    installMouseMonitor();
 }
 
 void AppDelegate::hide() {
     lastHideTime_ = platform_.now();
+    stickyShowing_ = false;
+    mouseMonitor_.reset();
     panel_->hide();
 }
 
-void AppDelegate::toggle() {
+void AppDelegate::toggle(quint32 time) {
     if (panel_->isVisible())
         hide();
     else
+        show(time);
+}
+
+void AppDelegate::installMouseMonitor() {
+    mouseMonitor_.reset();
+    if (!platform_.clickMonitor)
+        return;
+    mouseMonitor_ = platform_.clickMonitor->install([this](const QPoint &pointer) {
+        const auto hideUnlessInside = [this, pointer] {
+            if (panel_->isVisible() && !panel_->frameGeometry().contains(pointer))
+                hide();
+        };
+        QMetaObject::invokeMethod(this, hideUnlessInside, Qt::QueuedConnection);
+    });
+}
+
+void AppDelegate::fulfil(const Wish &wish) {
+    switch (wish.kind) {
+    case Wish::Kind::Show:
         show();
+        break;
+    case Wish::Kind::Toggle:
+        toggle();
+        break;
+    case Wish::Kind::OpenSettings:
+        openSettings();
+        break;
+    }
+    if (wish.sticky && panel_->isVisible())
+        stickyShowing_ = true;
 }
 
 void AppDelegate::applyHotkey() {
@@ -136,8 +190,12 @@ void AppDelegate::applyHotkey() {
     const quint32 modifiers =
         storedNumber(platform_.defaults, u"hotkeyModifiers"_s, defaultModifiers);
     platform_.hotKeys.registerHotKey(keyCode, modifiers, [delegate = QPointer(this)] {
-        if (delegate)
-            delegate->toggle();
+        if (!delegate)
+            return;
+        HotKeyManager &hotKeys = delegate->platform_.hotKeys;
+        delegate->toggle(hotKeys.lastPressTime());
+        if (delegate->panel_->isVisible())
+            hotKeys.expectKeyboard();
     });
 }
 
@@ -145,7 +203,11 @@ void AppDelegate::performAction(const LauncherAction &action) {
     std::visit(Overloaded{
                    // A program that does not start is noticed by who waits for it.
                    [this](const OpenApp &open) {
-                       platform_.workspace.openApplication(open.app.path, [](const QString &) {});
+                       const auto ignore = [](const QString &) {};
+                       if (open.window == OpenApp::Window::New)
+                           platform_.workspace.openNewWindow(open.app.path, ignore);
+                       else
+                           platform_.workspace.openApplication(open.app.path, ignore);
                    },
                    [this](const OpenProject &open) {
                        editorLauncher_.open(open.project, open.editor);

@@ -5,11 +5,11 @@
 #include "KeychainHelper.h"
 #include "LauncherPanel.h"
 #include "LauncherViewModel.h"
+#include "Platform/ClickMonitor.h"
 #include "ProjectIndex.h"
 #include "Records.h"
 
 #include <QObject>
-#include <QStringList>
 
 #include <chrono>
 #include <functional>
@@ -18,15 +18,22 @@
 
 namespace corvid {
 
+struct CommandLine;
+class AIService;
+class AppearanceSettings;
 class DesktopEntries;
-class Desktop;
 class HotKeyManager;
+class Instance;
+class PanelSurface;
 class Pasteboard;
 class SecretStore;
+class StatusItem;
 class SystemLog;
+class TrayWatch;
 class UserDefaults;
 class Volumes;
 class Workspace;
+struct Wish;
 
 /**
  * The process's one long-lived controller: owns the panel, the view model and the catalogs, and
@@ -45,22 +52,33 @@ public:
         SystemLog &log;
         const DesktopEntries &desktopEntries;
         const Volumes &volumes;
-        const Desktop &desktop;
+        PanelSurface &panelSurface;
+        /** Null where nothing sees clicks elsewhere. */
+        ClickMonitor *clickMonitor;
         HotKeyManager &hotKeys;
+        Instance &instance;
+        TrayWatch &tray;
+        AppearanceSettings &appearance;
+        AIService &ai;
         /** Never goes backwards, whatever is done to the clock on the wall. */
         std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
     };
 
     explicit AppDelegate(const Platform &platform);
+    ~AppDelegate() override;
 
-    /** Start-up, once the event loop can run. `arguments` are the process's own. */
-    void applicationDidFinishLaunching(const QStringList &arguments);
+    /** Start-up, once the event loop can run. */
+    void applicationDidFinishLaunching(const CommandLine &commandLine);
 
-    /** Brings the panel up; afresh when it was hidden for more than ten seconds. */
-    void show();
+    /** Brings the panel up; afresh when it was hidden for more than ten seconds. `time` is the
+        window system's of the key press or click that asked for it; 0 means now. */
+    void show(quint32 time = 0);
     void hide();
     /** Hides the panel when it is shown, shows it otherwise. */
-    void toggle();
+    void toggle(quint32 time = 0);
+
+    /** Does what another process, or the command line, asks for. */
+    void fulfil(const Wish &wish);
 
     /** Registers the stored key combination, which toggles the panel. Where none is stored it is
         Alt+Space. A stored number that is no 32-bit one is fatal. */
@@ -72,10 +90,18 @@ public:
     /** Opens the user's settings file in the default editor. */
     void openSettings();
 
+    // The status item's menu.
+    void showFromMenu() { show(); }
+    void openSettingsFromMenu() { openSettings(); }
+
     LauncherViewModel &viewModel() { return viewModel_; }
     LauncherPanel *panel() { return panel_.get(); }
+    /** Null in a process that only answers. */
+    const StatusItem *statusItem() const { return statusItem_.get(); }
 
 private:
+    void setupStatusItem();
+    void installMouseMonitor();
     void openLastProject();
     void runBenchmark();
     void dumpQuery(const QString &query);
@@ -87,8 +113,13 @@ private:
     ProjectIndex projects_;
     EditorLauncher editorLauncher_;
     std::unique_ptr<LauncherPanel> panel_;
+    std::unique_ptr<StatusItem> statusItem_;
     /** Absent until the panel was hidden for the first time. */
     std::optional<std::chrono::steady_clock::time_point> lastHideTime_;
+    /** The panel stays without the keyboard: until it is hidden. */
+    bool stickyShowing_ = false;
+    /** Present only while the panel is shown. */
+    std::unique_ptr<ClickMonitor::Token> mouseMonitor_;
 };
 
 } // namespace corvid

@@ -43,10 +43,20 @@ void EditorLauncher::open(const ProjectEntry &project, const std::optional<AppEn
         return;
     }
     const std::optional<QString> tool = cliPath(editor->path);
-    if (tool && workspace_.startTool(*tool, {project.path}))
+    if (!tool) {
+        openFiles(project, *editor);
         return;
-    workspace_.openFiles({project.path}, editor->path,
-                         [this, path = project.path, name = editor->name](const QString &error) {
+    }
+    workspace_.startTool(*tool, {project.path},
+                         [this, project, editor = *editor](const QString &error) {
+                             if (!error.isEmpty())
+                                 openFiles(project, editor);
+                         });
+}
+
+void EditorLauncher::openFiles(const ProjectEntry &project, const AppEntry &editor) {
+    workspace_.openFiles({project.path}, editor.path,
+                         [this, path = project.path, name = editor.name](const QString &error) {
                              if (!error.isEmpty())
                                  log_.write(u"Corvid: failed to open "_s + path + u" in "_s + name +
                                             u": "_s + error);

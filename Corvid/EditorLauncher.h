@@ -27,6 +27,8 @@ public:
     static std::optional<QString> cliPath(const QString &appPath);
 
 private:
+    void openFiles(const ProjectEntry &project, const AppEntry &editor);
+
     Workspace &workspace_;
     SystemLog &log_;
 };

@@ -53,9 +53,11 @@ void HotKeyManager::registerHotKey(quint32 keyCode, quint32 modifiers, Handler h
             &receiver_,
             [this, time] {
                 lastPressTime_ = time;
+                nextKeys_ = NextKeys::WhoHasTheKeyboard;
                 // The handler may register another.
                 if (const Handler current = handler_)
                     current();
+                backend_.dealtWith(time, nextKeys_);
             },
             Qt::QueuedConnection);
     };

@@ -34,6 +34,10 @@ public:
         from the event loop, once for each press. */
     void registerHotKey(quint32 keyCode, quint32 modifiers, Handler handler);
 
+    /** For the handler: a window of ours is about to get the keyboard, and what is typed after
+        this press is meant for it. */
+    void expectKeyboard() { nextKeys_ = NextKeys::OurNextWindow; }
+
     /** Gives the combination back, if there is one. */
     void unregister();
 
@@ -57,6 +61,8 @@ private:
     bool registered_ = false;
     std::optional<bool> obtained_;
     quint32 lastPressTime_ = 0;
+    /** What the handler says of the press that it deals with. */
+    NextKeys nextKeys_ = NextKeys::WhoHasTheKeyboard;
     /** Counts registrations, so that an answer to an earlier one is recognized. */
     quint64 registration_ = 0;
     /** Receives what the backend says from other threads. Destroyed first. */

@@ -1,11 +1,12 @@
 #include "LauncherPanel.h"
 
 #include "LauncherView.h"
-#include "Platform/Desktop.h"
+#include "Platform/PanelSurface.h"
 #include "SearchField.h"
 #include "Shapes.h"
 #include "Style.h"
 
+#include <QApplication>
 #include <QBoxLayout>
 #include <QCloseEvent>
 #include <QCursor>
@@ -38,9 +39,9 @@ std::optional<QPoint> panelOrigin(const QPoint &pointer, const std::vector<Scree
                   qRound(visible.top() + topShareOfVisibleHeight * visible.height()));
 }
 
-LauncherPanel::LauncherPanel(LauncherViewModel &viewModel, const Desktop &desktop)
+LauncherPanel::LauncherPanel(LauncherViewModel &viewModel, PanelSurface &surface)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
-      desktop_(desktop), view_(new LauncherView(viewModel, this)) {
+      surface_(surface), view_(new LauncherView(viewModel, this)) {
     setWindowTitle(u"Corvid"_s);
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_QuitOnClose, false);
@@ -54,7 +55,7 @@ void LauncherPanel::position() {
     std::vector<ScreenArea> screens;
     const QList<QScreen *> connected = QGuiApplication::screens();
     for (const QScreen *screen : connected) {
-        const ScreenArea area{screen->geometry(), screen->availableGeometry()};
+        const ScreenArea area{screen->geometry(), surface_.visibleFrame(*screen)};
         screens.insert(screen == QGuiApplication::primaryScreen() ? screens.begin() : screens.end(),
                        area);
     }
@@ -62,8 +63,10 @@ void LauncherPanel::position() {
         move(*origin);
 }
 
-void LauncherPanel::present() {
+void LauncherPanel::present(quint32 time) {
     fitBackdrop();
+    winId(); // there is no window to prepare before it was first asked for
+    surface_.prepare(*windowHandle(), style::cardRadius, time);
     show();
     raise();
     activateWindow();
@@ -75,13 +78,19 @@ void LauncherPanel::present() {
 
 // Without a compositor translucent corners are black, so the window itself is cut to shape.
 void LauncherPanel::fitBackdrop() {
-    if (desktop_.hasCompositor()) {
+    const PanelSurface::Behind behind = surface_.behind();
+    if (behind != PanelSurface::Behind::Nothing) {
         clearMask();
-        view_->setBackdrop(Backdrop::Composited);
+        view_->setBackdrop(behind == PanelSurface::Behind::BlurredDesktop ? Backdrop::Blurred
+                                                                          : Backdrop::Composited);
         return;
     }
     setMask(continuousRoundedRect(rect(), style::cardRadius).toFillPolygon().toPolygon());
     view_->setBackdrop(Backdrop::Opaque);
+}
+
+void LauncherPanel::applyStyle() {
+    view_->applyStyle();
 }
 
 // Hiding is its owner's matter, who keeps count of it.
@@ -93,9 +102,17 @@ void LauncherPanel::closeEvent(QCloseEvent *event) {
 
 void LauncherPanel::changeEvent(QEvent *event) {
     QWidget::changeEvent(event);
+    // Word of a keyboard that was lost before the panel was shown anew may come late.
     if (event->type() == QEvent::ActivationChange && !isActiveWindow() && isVisible() &&
-        onResignKey)
+        !hasSheet() && onResignKey && !surface_.hasKeyboard(*windowHandle()))
         onResignKey();
+}
+
+bool LauncherPanel::hasSheet() const {
+    const QWidget *window = QApplication::activeModalWidget();
+    while (window && window != this)
+        window = window->parentWidget();
+    return window;
 }
 
 } // namespace corvid

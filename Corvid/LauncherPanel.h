@@ -8,9 +8,9 @@
 
 namespace corvid {
 
-class Desktop;
 class LauncherView;
 class LauncherViewModel;
+class PanelSurface;
 
 /** A screen's whole frame, and what docks and bars leave of it. */
 struct ScreenArea {
@@ -32,18 +32,22 @@ class LauncherPanel final : public QWidget {
 
 public:
     /** Both must outlive the panel. */
-    LauncherPanel(LauncherViewModel &viewModel, const Desktop &desktop);
+    LauncherPanel(LauncherViewModel &viewModel, PanelSurface &surface);
 
     /** Centres the panel on the screen under the pointer, its top edge 22% of the visible height
         below the visible top. Without any screen it stays where it is. */
     void position();
 
-    /** Shows the panel in front of everything and gives it the keyboard. */
-    void present();
+    /** Shows the panel in front of everything and gives it the keyboard. `time` is the window
+        system's of what the user did to summon it; 0 means now. */
+    void present(quint32 time);
+
+    /** Takes over changed colours and fonts. */
+    void applyStyle();
 
     /** Called when the window manager asks the panel to close. */
     std::function<void()> onClose;
-    /** Called when the panel loses the keyboard. */
+    /** Called when the panel loses the keyboard, other than to a modal window of its own. */
     std::function<void()> onResignKey;
 
 protected:
@@ -51,9 +55,10 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
 private:
+    bool hasSheet() const;
     void fitBackdrop();
 
-    const Desktop &desktop_;
+    PanelSurface &surface_;
     LauncherView *view_;
 };
 

@@ -84,6 +84,7 @@ KeyPress keyPressOf(const QKeyEvent &event) {
     KeyPress press;
     press.command = event.modifiers().testFlag(Qt::ControlModifier) ||
                     event.modifiers().testFlag(Qt::MetaModifier);
+    press.shift = event.modifiers().testFlag(Qt::ShiftModifier);
     press.isReturn = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
     const int key = event.key();
     if ((key >= Qt::Key_0 && key <= Qt::Key_9) || (key >= Qt::Key_A && key <= Qt::Key_Z))
@@ -100,7 +101,9 @@ LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
       searchSymbol_(new Symbol(u"search"_s, style::searchSymbolSize, searchBar_)),
       field_(new SearchField(searchBar_)),
       clear_(new Symbol(u"clear"_s, style::searchSymbolSize, searchBar_)),
-      listArea_(new QWidget(this)), list_(new ResultList(listArea_)), answer_(new AnswerArea(this)),
+      listArea_(new QWidget(this)), list_(new ResultList(listArea_)),
+      answer_(
+          new AnswerArea([this]() -> const QString & { return viewModel_.aiResponse(); }, this)),
       footer_(new QWidget(this)), status_(makeFooterLabel(footer_)),
       product_(makeFooterLabel(footer_)), keys_(new KeyCatcher(this)) {
     buildSearchBar();
@@ -189,7 +192,7 @@ void LauncherView::observe() {
     connect(&viewModel_, &LauncherViewModel::aiModeChanged, this, &LauncherView::showMode);
     connect(&viewModel_, &LauncherViewModel::aiQuestionChanged, this, &LauncherView::showAnswer);
     connect(&viewModel_, &LauncherViewModel::aiResponseChanged, this,
-            [this] { answer_->setAnswer(viewModel_.aiResponse()); });
+            [this] { answer_->answerChanged(); });
     connect(&viewModel_, &LauncherViewModel::aiBusyChanged, this,
             [this] { answer_->setBusy(viewModel_.aiBusy()); });
     connect(&viewModel_, &LauncherViewModel::displayFlushRequested, this, [this] {
@@ -238,7 +241,7 @@ void LauncherView::showMode() {
 
 void LauncherView::showAnswer() {
     answer_->setQuestion(viewModel_.aiQuestion());
-    answer_->setAnswer(viewModel_.aiResponse());
+    answer_->answerChanged();
     answer_->setBusy(viewModel_.aiBusy());
 }
 
@@ -277,11 +280,9 @@ bool LauncherView::offerAnswerKey(const QKeyEvent &event) {
 
 // What the reader has marked, else the whole answer.
 void LauncherView::copyAnswer() {
-    const QString marked = answer_->markedText();
-    const QString &text = marked.isEmpty() ? viewModel_.aiResponse() : marked;
-    if (text.isEmpty() || !viewModel_.onAction)
+    if (viewModel_.aiResponse().isEmpty())
         return;
-    viewModel_.onAction(CopyAI{text});
+    viewModel_.copyAnswer(answer_->markedText());
     answer_->confirmCopy();
 }
 

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "AIService.h"
 #include "Records.h"
 #include "UsageStats.h"
 
 #include <QObject>
+#include <QTimer>
 #include <QUuid>
 
 #include <functional>
@@ -24,6 +26,7 @@ struct KeyPress {
     bool command = false;  ///< the platform's shortcut modifier is held
     bool isReturn = false; ///< Return or Enter
     QString characters;    ///< what the key types without the modifier
+    bool shift = false;
 };
 
 /**
@@ -43,6 +46,7 @@ public:
         Workspace &workspace;
         Pasteboard &pasteboard;
         const KeychainHelper &keychain;
+        AIService &ai;
     };
 
     explicit LauncherViewModel(const Environment &environment);
@@ -82,14 +86,22 @@ public:
     void refresh();
     /** Moves the selection by a step, wrapping at both ends. */
     void moveSelection(int delta);
-    /** Return: records the choice and carries it out. */
-    void submit();
-    /** The shortcuts with Command; true when the key was consumed. */
+    /** Return: records the choice and carries it out. `window`: of an application's row. */
+    void submit(OpenApp::Window window = OpenApp::Window::Running);
+    /** The shortcuts with Command, and Shift+Return, which opens an application's row in a new
+        window and any other as Return does. True when the key was consumed. */
     bool handleKeyEvent(const KeyPress &key);
     /** Escape: leaves the AI answer, else hides the panel. */
     void cancel();
     /** Begins a new showing. */
     void reset();
+    /** Starts to find out in the background what a query means; a row for it then stands before
+        the given ones. Replaces what was under way. */
+    void fetchIntent(const QString &query, const std::vector<ResultItem> &baseItems);
+    /** Shows the AI answer to a question as it comes, or what went wrong with it. */
+    void askAI(const QString &question);
+    /** Copies a part of the answer, or all of it where none is given. */
+    void copyAnswer(const QString &part = {});
     /** Puts an icon that has arrived into the rows that show this path. */
     void updateIcon(const QString &path, const Image &icon);
 
@@ -136,14 +148,19 @@ private:
                           const std::optional<AppEntry> &editor) const;
     bool isRunning(const AppEntry &app) const;
 
+    void cancelIntent();
+    void applyIntent(const Intent &intent, const QString &query, const Rows &baseItems);
+    void cancelAnswers();
+
     void publish(Rows rows);
     void setStatusText(const QString &text);
     void clamp();
     std::optional<QString> selectedPath() const;
     bool selectionIsValid() const;
     void flushDisplay();
-    void submitSelected(const QString &trimmedQuery);
-    void perform(const LauncherAction &action);
+    void submitSelected(const QString &trimmedQuery, OpenApp::Window window);
+    void submitInAskMode(const QString &trimmedQuery, OpenApp::Window window);
+    void perform(LauncherAction action, OpenApp::Window window = OpenApp::Window::Running);
     void hide();
 
     Environment environment_;
@@ -157,6 +174,12 @@ private:
     QString aiQuestion_;
     QString statusText_;
     QUuid session_ = QUuid::createUuid();
+    AIService::Task aiTask_;
+    std::vector<AIService::Task> replacedTasks_; ///< answers that a newer question did not end
+    QTimer intentDebounce_;
+    std::function<void()> askForIntent_;
+    AIService::Task intentTask_;
+    qint64 intentSeq_ = 0; ///< number of the latest request; an answer to an older one is dropped
 };
 
 } // namespace corvid

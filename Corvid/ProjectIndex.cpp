@@ -1,6 +1,5 @@
 #include "ProjectIndex.h"
 
-#include "JsonCache.h"
 #include "Locations.h"
 #include "ProjectScan.h"
 
@@ -52,13 +51,8 @@ QStringList ProjectIndex::roots() const {
 }
 
 void ProjectIndex::load() {
-    std::vector<ProjectEntry> cached = readCache<ProjectEntry>(cachePath());
-    if (!cached.empty()) {
-        install(prepare(std::move(cached)));
-        if (onUpdate)
-            onUpdate();
-    }
-
+    ++generation_;
+    showCache();
     setScanning(true);
     tasks_.start([this, roots = roots()](const std::stop_token &stop) {
         SharedSnapshot scanned = prepare(scan(roots, volumes_, stop));
@@ -75,37 +69,50 @@ ProjectIndex::SharedSnapshot ProjectIndex::prepare(std::vector<ProjectEntry> pro
     return std::make_shared<const Snapshot>(Snapshot{std::move(projects), std::move(searchIndex)});
 }
 
+void ProjectIndex::showCache() {
+    const auto show = [this](SharedSnapshot cached) {
+        if (cached->projects.empty())
+            return;
+        install(std::move(cached));
+        if (onUpdate)
+            onUpdate();
+    };
+    const QString path = cachePath();
+    if (isQuickToRead(path)) {
+        show(prepare(readCache<ProjectEntry>(path)));
+        return;
+    }
+    tasks_.start([=, this, generation = generation_](const std::stop_token &) {
+        SharedSnapshot cached = prepare(readCache<ProjectEntry>(path));
+        QMetaObject::invokeMethod(
+            this,
+            [=, this, cached = std::move(cached)]() mutable {
+                if (generation == generation_)
+                    show(std::move(cached));
+                else
+                    discard(std::move(cached));
+            },
+            Qt::QueuedConnection);
+    });
+}
+
 void ProjectIndex::install(SharedSnapshot snapshot) {
-    snapshot_ = std::move(snapshot);
+    discard(std::exchange(snapshot_, std::move(snapshot)));
     Q_EMIT projectsChanged();
 }
 
-void ProjectIndex::finish(SharedSnapshot snapshot) {
+// Taking a long list apart takes long, too.
+void ProjectIndex::discard(SharedSnapshot snapshot) {
+    tasks_.start([snapshot = std::move(snapshot)](const std::stop_token &) {});
+}
+
+void ProjectIndex::finish(const SharedSnapshot &snapshot) {
+    ++generation_;
     install(snapshot);
     setScanning(false);
     if (onUpdate)
         onUpdate();
-    save(std::move(snapshot));
-}
-
-void ProjectIndex::save(SharedSnapshot snapshot) {
-    if (saving_) {
-        nextToSave_ = std::move(snapshot);
-        return;
-    }
-    saving_ = true;
-    tasks_.start(
-        [this, path = cachePath(), snapshot = std::move(snapshot)](const std::stop_token &) {
-            writeCache(path, snapshot->projects);
-            QMetaObject::invokeMethod(
-                this,
-                [this] {
-                    saving_ = false;
-                    if (nextToSave_)
-                        save(std::exchange(nextToSave_, nullptr));
-                },
-                Qt::QueuedConnection);
-        });
+    cacheWriter_.write(tasks_, cachePath(), {snapshot, &snapshot->projects});
 }
 
 void ProjectIndex::setScanning(bool scanning) {

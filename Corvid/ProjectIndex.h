@@ -1,5 +1,6 @@
 #pragma once
 
+#include "JsonCache.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Volumes.h"
 #include "Records.h"
@@ -44,8 +45,9 @@ public:
         otherwise those of the default ones that exist. Paths; possibly none. */
     QStringList roots() const;
 
-    /** Shows the cached list if there is one, then starts a scan and returns. May be called again
-        at any time: scans overlap, and the list is that of the scan that ends last. */
+    /** Shows the cached list if there is one, then starts a scan and returns. A cache too large to
+        be read in passing is read in the background and shown unless a scan was faster. May be
+        called again at any time: scans overlap, and the list is that of the scan that ends last. */
     void load();
 
 Q_SIGNALS:
@@ -62,20 +64,18 @@ private:
     using SharedSnapshot = std::shared_ptr<const Snapshot>;
 
     static SharedSnapshot prepare(std::vector<ProjectEntry> projects);
+    void showCache();
     void install(SharedSnapshot snapshot);
-    void finish(SharedSnapshot snapshot);
-    void save(SharedSnapshot snapshot);
+    void discard(SharedSnapshot snapshot);
+    void finish(const SharedSnapshot &snapshot);
     void setScanning(bool scanning);
 
     const UserDefaults &defaults_;
     const Volumes &volumes_;
     SharedSnapshot snapshot_;
     bool scanning_ = false;
-
-    // One write at a time, so that of two overlapping scans the last list is what the cache holds.
-    bool saving_ = false;
-    SharedSnapshot nextToSave_;
-
+    quint64 generation_ = 0; ///< of what is shown: grows with each load() and each scan's end
+    CacheWriter<ProjectEntry> cacheWriter_;
     TaskGroup tasks_;
 };
 

@@ -49,7 +49,10 @@ template <>
 std::optional<ProjectEntry> fromJson<ProjectEntry>(const QJsonValue &value);
 
 struct OpenApp {
+    /** Running: a window that the application already has comes to the front. */
+    enum class Window { Running, New };
     AppEntry app;
+    Window window = Window::Running;
     bool operator==(const OpenApp &) const = default;
 };
 /** Opens the project folder in the given editor, or with the default handler. */

@@ -20,6 +20,14 @@ std::unique_ptr<QSvgRenderer> symbolRenderer(const QString &name) {
     return std::make_unique<QSvgRenderer>(u":/symbols/"_s + name + u".svg"_s);
 }
 
+QPixmap symbolPixmap(const QString &name, int size) {
+    QPixmap pixmap(size, size);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    symbolRenderer(name)->render(&painter);
+    return pixmap;
+}
+
 Symbol::Symbol(const QString &name, int size, QWidget *parent)
     : QAbstractButton(parent), renderer_(symbolRenderer(name)) {
     setFixedSize(size, size);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QPixmap>
 
 #include <memory>
 
@@ -10,6 +11,9 @@ namespace corvid {
 
 /** The renderer of one of the panel's own vector symbols, by the name of its file. */
 std::unique_ptr<QSvgRenderer> symbolRenderer(const QString &name);
+
+/** A symbol as a square picture, `size` pixels wide. */
+QPixmap symbolPixmap(const QString &name, int size);
 
 /**
  * One of the panel's own vector symbols, by the name of its file, drawn anew at each paint, so

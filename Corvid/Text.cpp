@@ -14,12 +14,34 @@ bool isPlainAscii(QStringView text) {
                        [](QChar c) { return c.unicode() < 0x80 && c != u'\r'; });
 }
 
+bool isDisplayed(char16_t c) {
+    if (c < 0x20)
+        return c == u'\n' || c == u'\t';
+    const bool control = c >= 0x7f && c <= 0x9f;
+    const bool direction = (c >= 0x202a && c <= 0x202e) || (c >= 0x2066 && c <= 0x206f);
+    // Qt's documents mark frames and objects with some of these.
+    const bool marker = (c >= 0xfdd0 && c <= 0xfdef) || (c >= 0xfff9 && c <= 0xfffc) || c >= 0xfffe;
+    return !control && !direction && !marker;
+}
+
 } // namespace
 
 QString folded(const QString &text) {
     if (isPlainAscii(text))
         return text.toLower();
     return text.toLower().normalized(QString::NormalizationForm_C);
+}
+
+QString displayText(const QString &text) {
+    QString shown;
+    shown.reserve(text.size());
+    for (const QChar c : text) {
+        if (c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
+            shown += u'\n';
+        else if (isDisplayed(c.unicode()))
+            shown += c;
+    }
+    return shown;
 }
 
 FoldedText::FoldedText(const QString &text) : units_(folded(text)) {

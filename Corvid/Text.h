@@ -13,6 +13,12 @@ namespace corvid {
     and decomposed spellings are equal. */
 QString folded(const QString &text);
 
+/** Text from outside, fit to be shown as plain text: line feeds and tabs stay, separators of lines
+    and paragraphs become line feeds; other control characters, whatever overrides the direction
+    of writing, and code points that text layouts take for markers of their own are gone. Works on
+    each UTF-16 unit by itself, so that a text may be passed through in pieces. */
+QString displayText(const QString &text);
+
 /**
  * A folded string seen as characters (extended grapheme clusters). Does not own its memory.
  * In nearly every string each character is one UTF-16 unit; then `bounds` is empty and a

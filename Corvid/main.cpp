@@ -1,5 +1,9 @@
+#include "AIService.h"
 #include "AppDelegate.h"
+#include "CommandLine.h"
 #include "HotKeyManager.h"
+#include "Platform/ClickMonitor.h"
+#include "Platform/Linux/BusInstance.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
 #include "Platform/Linux/CoreDumps.h"
 #include "Platform/Linux/GioDesktopEntries.h"
@@ -7,26 +11,35 @@
 #include "Platform/Linux/LinuxDesktop.h"
 #include "Platform/Linux/LinuxSecretStore.h"
 #include "Platform/Linux/LinuxSystemLog.h"
+#include "Platform/Linux/LinuxTrayWatch.h"
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
+#include "Platform/Linux/PortalAppearance.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/X11HotKeys.h"
+#include "Platform/PanelSurface.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
 #include <QProcessEnvironment>
 #include <QScreen>
+#include <QSessionManager>
 
 #include <algorithm>
 #include <cstdio>
-#include <span>
-#include <string_view>
+#include <memory>
+
+#include <malloc.h>
 
 namespace {
 
-bool contains(std::span<char *> arguments, std::string_view option) {
-    return std::any_of(arguments.begin(), arguments.end(),
-                       [option](const char *argument) { return argument == option; });
+using namespace corvid;
+
+QStringList argumentsOf(int argc, char **argv) {
+    QStringList result;
+    for (int i = 1; i < argc; ++i)
+        result.append(QString::fromLocal8Bit(argv[i]));
+    return result;
 }
 
 qreal highestDevicePixelRatio() {
@@ -37,18 +50,11 @@ qreal highestDevicePixelRatio() {
     return highest;
 }
 
-} // namespace
-
-int main(int argc, char **argv) {
-    using namespace corvid;
-
-    forbidCoreDumps();
+int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     // What we start gets the environment that we were started with.
     const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 
-    const std::span<char *> options(argv, static_cast<std::size_t>(argc));
-    const bool diagnostic = contains(options, "--query") || contains(options, "--bench");
-    if (diagnostic && !contains(options, "--show")) {
+    if (commandLine.isDiagnostic() && !commandLine.show) {
         // These answer on standard error alone, so they run where there is no display too.
         qputenv("QT_QPA_PLATFORM", "offscreen");
         // Standard error is the answer: no word of Qt's about the surroundings goes there.
@@ -59,10 +65,18 @@ int main(int argc, char **argv) {
                    stderr);
         return 1;
     }
+    // Our arguments are not the toolkit's: it would take some of them out of a query's text.
+    int argc = 1;
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("corvid"));
     QApplication::setApplicationDisplayName(QStringLiteral("Corvid"));
     QApplication::setQuitOnLastWindowClosed(false);
+    // The session starts us by its autostart; brought back by the session manager as well, the
+    // second one would show its panel at every login.
+    QObject::connect(
+        &application, &QGuiApplication::saveStateRequest, &application,
+        [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); },
+        Qt::DirectConnection);
     const TerminationSignals terminationSignals;
 
     JsonUserDefaults defaults;
@@ -70,20 +84,58 @@ int main(int argc, char **argv) {
     LinuxSystemLog log;
     const GioDesktopEntries desktopEntries;
     const LinuxVolumes volumes;
-    const LinuxDesktop desktop;
+    const std::unique_ptr<PanelSurface> panelSurface = makePanelSurface();
+    const std::unique_ptr<ClickMonitor> clickMonitor = makeClickMonitor();
     LinuxWorkspace workspace(desktopEntries,
                              {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
     LinuxSecretStore secrets;
+    AIService::installSecrets(&secrets);
+    LinuxTrayWatch tray;
+    PortalAppearance appearance;
     X11HotKeys hotKeys(qgetenv("DISPLAY"));
     HotKeyManager::installBackend(&hotKeys);
 
     AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
-                          desktop, HotKeyManager::shared()});
-    const auto finishLaunching = [&delegate] {
-        delegate.applicationDidFinishLaunching(QApplication::arguments());
-    };
+                          *panelSurface, clickMonitor.get(), HotKeyManager::shared(), instance,
+                          tray, appearance, AIService::shared()});
+    const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
     return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    // Heaps of their own for the threads would keep what the scans once needed: some 7 MB. They are
+    // too short-lived to get in each other's way in a shared one.
+    mallopt(M_ARENA_MAX, 1);
+
+    const CommandLine commandLine = parseCommandLine(argumentsOf(argc, argv));
+    if (commandLine.error) {
+        std::fprintf(stderr, "corvid: %s\nTry 'corvid --help'.\n",
+                     qUtf8Printable(*commandLine.error));
+        return 2;
+    }
+    if (commandLine.text != CommandLine::Text::None) {
+        const bool help = commandLine.text == CommandLine::Text::Help;
+        std::fputs(qUtf8Printable(help ? helpText() : versionText()), stdout);
+        return 0;
+    }
+
+    forbidCoreDumps();
+    BusInstance instance;
+    if (!commandLine.isDiagnostic()) {
+        switch (instance.claim(commandLine.wishesOfRunning(), ActivationToken::fromEnvironment())) {
+        case BusInstance::Claim::Sole:
+            break;
+        case BusInstance::Claim::HandedOver:
+            return 0;
+        case BusInstance::Claim::Unanswered:
+            std::fputs("corvid: Corvid runs already, but does not answer.\n", stderr);
+            return 1;
+        }
+    }
+    return run(commandLine, argv, instance);
 }

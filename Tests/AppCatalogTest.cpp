@@ -75,6 +75,15 @@ protected:
     void countUpdates() {
         catalog().onUpdate = [this] { ++updates_; };
     }
+    /** Adds bundles to those in the home folder. */
+    void writeBundles(int count) {
+        for (int i = 0; i < count; ++i, ++bundles_) {
+            EXPECT_TRUE(writeFileAtomically(
+                home_.filePath(u"Applications/B%1.app/Contents/Info.plist"_s.arg(bundles_)),
+                "<plist><dict><key>CFBundleIdentifier</key><string>com.example." +
+                    QByteArray::number(bundles_) + "</string></dict></plist>"));
+        }
+    }
     bool loadAndWaitForScan() {
         const int before = updates_;
         catalog().load();
@@ -87,6 +96,7 @@ protected:
     FakeDesktopEntries desktop_;
     RoleCatalog roles_{{}};
     int updates_ = 0;
+    int bundles_ = 0;
     std::atomic<bool> holdScans_ = false;
     std::counting_semaphore<> scansMayGoOn_{0};
     std::atomic<bool> holdIcons_ = false;
@@ -241,6 +251,39 @@ TEST_F(AppCatalogTest, aSecondLoadScansAgainAndTheLaterResultCounts) {
     install({u"Third"_s});
     ASSERT_TRUE(loadAndWaitForScan());
     EXPECT_EQ(names(), QStringList{u"Third"_s});
+}
+
+TEST_F(AppCatalogTest, afterManyOverlappingLoadsTheCacheHoldsTheListShown) {
+    // Each list is longer than the one before, so that writing them one beside the other would
+    // end in no order.
+    countUpdates();
+    int applied = 0;
+    for (int i = 0; i < 8; ++i) {
+        writeBundles(30);
+        const int before = updates_;
+        catalog().load();
+        applied += updates_ - before; // the cache, within the call
+    }
+    EXPECT_TRUE(waitUntil([&] { return updates_ - applied == 8; }));
+    EXPECT_TRUE(
+        waitUntil([this] { return cacheFile() == encodeRecords<AppEntry>(catalog().apps()); }));
+}
+
+TEST_F(AppCatalogTest, aLargeCacheIsReadInTheBackgroundAndAppliedUnlessAScanWasFaster) {
+    std::vector<AppEntry> many;
+    for (int i = 0; i < 5'000; ++i)
+        many.push_back(cachedApp(u"Application number %1"_s.arg(i)));
+    writeCacheFile(encodeRecords(many));
+    holdScans_ = true;
+    countUpdates();
+    catalog().load();
+    EXPECT_EQ(updates_, 0) << "not within the call";
+    EXPECT_TRUE(waitUntil([this] { return updates_ == 1; }));
+    EXPECT_EQ(catalog().apps(), many);
+    EXPECT_TRUE(catalog().appAtPath(many.back().path));
+    scansMayGoOn_.release();
+    EXPECT_TRUE(waitUntil([this] { return updates_ == 2; }));
+    EXPECT_TRUE(catalog().apps().empty());
 }
 
 TEST_F(AppCatalogTest, mayBeDestroyedInMidScan) {

@@ -1,11 +1,18 @@
 #include "AppDelegate.h"
 
+#include "CommandLine.h"
+#include "Fakes/FakeAppearanceSettings.h"
+#include "Fakes/FakeClickMonitor.h"
 #include "Fakes/FakeHotKeyBackend.h"
+#include "Fakes/FakeInstance.h"
+#include "Fakes/FakePanelSurface.h"
 #include "Fakes/FakeSystemLog.h"
+#include "Fakes/FakeTrayWatch.h"
 #include "Fakes/LauncherWorld.h"
 #include "HotKeyManager.h"
-#include "Platform/Desktop.h"
 #include "SearchField.h"
+#include "StatusItem.h"
+#include "Style.h"
 #include "Wait.h"
 
 #include <QApplication>
@@ -21,11 +28,6 @@ using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-class FakeDesktop final : public Desktop {
-public:
-    bool hasCompositor() const override { return true; }
-};
 
 // The process-wide stores are made once, so all tests here share one defaults table.
 FakeUserDefaults &sharedDefaults() {
@@ -48,7 +50,7 @@ protected:
     }
 
     void launch(const QStringList &arguments = {}) {
-        delegate.applicationDidFinishLaunching(QStringList{u"corvid"_s} + arguments);
+        delegate.applicationDidFinishLaunching(parseCommandLine(arguments));
     }
     void pressHotKey() {
         hotKeyBackend.press();
@@ -66,13 +68,20 @@ protected:
     FakeSystemLog log;
     FakeDesktopEntries entries;
     FakeVolumes volumes;
-    FakeDesktop desktop;
+    FakePanelSurface panelSurface;
+    FakeClickMonitor clickMonitor;
     FakeHotKeyBackend hotKeyBackend;
     HotKeyManager hotKeys{hotKeyBackend};
+    FakeInstance instance;
+    FakeTrayWatch tray;
+    FakeAppearanceSettings appearance;
+    AIService ai{defaults, nullptr};
     std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
     std::optional<AppDelegate> owned{
-        std::in_place, AppDelegate::Platform{defaults, workspace, pasteboard, secrets, log, entries,
-                                             volumes, desktop, hotKeys, [this] { return now; }}};
+        std::in_place,
+        AppDelegate::Platform{defaults, workspace, pasteboard, secrets, log, entries, volumes,
+                              panelSurface, &clickMonitor, hotKeys, instance, tray, appearance, ai,
+                              [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
@@ -160,6 +169,62 @@ TEST_F(AppDelegateTest, aCloseByTheWindowManagerIsAHide) {
     EXPECT_EQ(delegate.viewModel().query(), u"zed");
 }
 
+TEST_F(AppDelegateTest, clicksElsewhereAreWatchedOnlyWhileThePanelIsShown) {
+    launch();
+    EXPECT_EQ(clickMonitor.installed, 0);
+    delegate.show();
+    EXPECT_EQ(clickMonitor.installed, 1);
+    delegate.show();
+    EXPECT_EQ(clickMonitor.installed, 1) << "in place of the one before";
+    delegate.hide();
+    EXPECT_EQ(clickMonitor.installed, 0);
+}
+
+TEST_F(AppDelegateTest, aClickOutsideThePanelHidesItStickyOrNotAndOneInsideDoesNot) {
+    launch({u"--show"_s, u"--sticky"_s});
+    const QRect frame = delegate.panel()->frameGeometry();
+    for (const QPoint &inside : {frame.topLeft(), frame.center(), frame.bottomRight()}) {
+        clickMonitor.click(inside);
+        QCoreApplication::sendPostedEvents();
+        EXPECT_TRUE(delegate.panel()->isVisible());
+    }
+    clickMonitor.click(frame.topLeft() - QPoint(1, 0));
+    EXPECT_TRUE(delegate.panel()->isVisible()) << "not amid the window system's event";
+    QCoreApplication::sendPostedEvents();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, aClickOutsideCountsForTheShowingThatItFellInto) {
+    launch({u"--show"_s});
+    now += std::chrono::seconds(1);
+    clickMonitor.click({-1, -1});
+    delegate.hide();
+    now += std::chrono::seconds(10);
+    QCoreApplication::sendPostedEvents();
+    delegate.viewModel().setQuery(u"zed"_s);
+    delegate.show();
+    EXPECT_EQ(delegate.viewModel().query(), u"zed") << "hidden ten seconds ago, not just now";
+}
+
+TEST_F(AppDelegateTest, withoutAMonitorThePanelIsShownAllTheSame) {
+    clickMonitor.refuses = true;
+    launch({u"--show"_s});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    delegate.hide();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, thePanelIsReadiedBeforeEachShowWithTheTimeOfWhatSummonedIt) {
+    launch();
+    hotKeyBackend.press(4711);
+    QCoreApplication::sendPostedEvents();
+    delegate.hide();
+    delegate.show();
+    using Prepared = FakePanelSurface::Prepared;
+    EXPECT_EQ(panelSurface.prepared, (std::vector<Prepared>{{.visible = false, .time = 4711},
+                                                            {.visible = false, .time = 0}}));
+}
+
 TEST(PanelOrigin, isOnTheScreenUnderThePointerElseOnTheFirst) {
     const ScreenArea first{{0, 0, 1920, 1080}, {0, 30, 1920, 1000}};
     const ScreenArea second{{1920, 0, 1280, 1024}, {2000, 0, 1200, 1024}};
@@ -182,12 +247,70 @@ TEST_F(AppDelegateTest, aStickyPanelKeepsNoWatchOnTheKeyboard) {
     EXPECT_FALSE(delegate.panel()->onResignKey);
 }
 
+TEST_F(AppDelegateTest, withoutAnOptionItStartsHidden) {
+    launch();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    EXPECT_TRUE(workspace.calls.isEmpty());
+}
+
+TEST_F(AppDelegateTest, aFirstToggleShowsThePanel) {
+    launch({u"--toggle"_s});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, theSettingsOptionOpensTheSettingsAtStart) {
+    launch({u"--settings"_s});
+    EXPECT_FALSE(workspace.opened.isEmpty());
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, wishesOfOtherProcessesAreFulfilled) {
+    launch();
+    instance.arrive({Wish::Kind::Show});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    instance.arrive({Wish::Kind::Show});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    instance.arrive({Wish::Kind::Toggle});
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    instance.arrive({Wish::Kind::Toggle});
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    EXPECT_TRUE(workspace.opened.isEmpty());
+    instance.arrive({Wish::Kind::OpenSettings});
+    EXPECT_EQ(workspace.opened.size(), 1);
+}
+
+TEST_F(AppDelegateTest, aWishToShowStickilyHoldsUntilThePanelHides) {
+    launch();
+    instance.arrive({Wish::Kind::Show, true});
+    delegate.panel()->onResignKey();
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    delegate.hide();
+    delegate.show();
+    delegate.panel()->onResignKey();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, aStickyToggleThatHidesLeavesTheNextShowingAlone) {
+    launch({u"--show"_s});
+    instance.arrive({Wish::Kind::Toggle, true});
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    delegate.show();
+    delegate.panel()->onResignKey();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
 TEST_F(AppDelegateTest, aSubmittedRowIsOpenedAndThePanelHides) {
     launch({u"--show"_s});
     delegate.viewModel().setQuery(u"zed"_s);
     delegate.viewModel().submit();
     EXPECT_EQ(workspace.openedApplications, (std::vector<FakeWorkspace::Opened>{{{}, zed.path}}));
     EXPECT_FALSE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, aNewWindowIsAskedOfTheApplicationInsteadOfTheOneItHas) {
+    delegate.performAction(OpenApp{zed, OpenApp::Window::New});
+    EXPECT_EQ(workspace.newWindows, QStringList{zed.path});
+    EXPECT_TRUE(workspace.openedApplications.empty());
 }
 
 TEST_F(AppDelegateTest, anApplicationThatDoesNotOpenIsNeitherShownNorLogged) {
@@ -340,6 +463,16 @@ TEST_F(AppDelegateTest, theHotKeyShowsThePanelAndHidesIt) {
     EXPECT_TRUE(delegate.panel()->isVisible());
 }
 
+TEST_F(AppDelegateTest, whatIsTypedAfterTheHotKeyIsForThePanelThatItShows) {
+    launch();
+    pressHotKey();
+    ASSERT_EQ(hotKeyBackend.said.size(), 1U);
+    EXPECT_EQ(hotKeyBackend.said.back().second, NextKeys::OurNextWindow);
+    pressHotKey();
+    ASSERT_EQ(hotKeyBackend.said.size(), 2U);
+    EXPECT_EQ(hotKeyBackend.said.back().second, NextKeys::WhoHasTheKeyboard) << "when it hides";
+}
+
 TEST_F(AppDelegateTest, aHotKeyAfterTheDelegateIsGoneDoesNothing) {
     launch();
     owned.reset();
@@ -353,6 +486,43 @@ TEST_F(AppDelegateTest, processesThatOnlyAnswerLeaveTheHotKeyAlone) {
     EXPECT_TRUE(hotKeyBackend.grabs.empty());
     launch({u"--query"_s, u"zed"_s, u"--show"_s});
     EXPECT_EQ(hotKeyBackend.grabs.size(), 1U);
+}
+
+TEST_F(AppDelegateTest, theStatusItemsMenuShowsAndOpensTheSettingsAndQuits) {
+    launch();
+    ASSERT_TRUE(waitUntil([&] { return bool(tray.there); }));
+    tray.there();
+    const QList<QAction *> menu = delegate.statusItem()->menu()->actions();
+    menu.at(0)->trigger();
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    menu.at(2)->trigger();
+    EXPECT_EQ(workspace.opened.size(), 1);
+    QTimer::singleShot(0, menu.at(4), &QAction::trigger);
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+}
+
+TEST_F(AppDelegateTest, processesThatOnlyAnswerHaveNoStatusItem) {
+    launch({u"--query"_s, u"zed"_s});
+    EXPECT_EQ(delegate.statusItem(), nullptr);
+    launch({u"--bench"_s});
+    EXPECT_EQ(delegate.statusItem(), nullptr);
+    launch({u"--query"_s, u"zed"_s, u"--show"_s});
+    EXPECT_NE(delegate.statusItem(), nullptr);
+}
+
+TEST_F(AppDelegateTest, aChangedAppearanceReachesThePanel) {
+    appearance.appearance.highContrast = true;
+    launch();
+    EXPECT_EQ(style::secondary(), style::primary());
+    appearance.appearance = {};
+    appearance.appearance.accent = 0x884422;
+    appearance.appearance.fontFamily = u"DejaVu Serif"_s;
+    appearance.onChange();
+    EXPECT_NE(style::secondary(), style::primary());
+    EXPECT_EQ(SearchField::current()->font().family(), u"DejaVu Serif");
+    EXPECT_EQ(SearchField::current()->palette().color(QPalette::Highlight),
+              QColor(0x88, 0x44, 0x22));
+    style::setAppearance({});
 }
 
 TEST_F(AppDelegateTest, theHotKeyIsReleasedAtTermination) {

@@ -7,7 +7,11 @@
 
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
+#include <functional>
 #include <optional>
+#include <sys/resource.h>
+#include <unistd.h>
 
 using namespace corvid;
 using namespace corvid::test;
@@ -45,7 +49,7 @@ protected:
         QDir().mkpath(path("bin"_L1));
         QFile::remove(QDir::homePath() + "/trace.folders"_L1);
         QFile::remove(QDir::homePath() + "/trace.web"_L1);
-        launcher_.emplace(environment_);
+        launcher_.emplace(environment_, QByteArray());
     }
 
     QString path(QLatin1StringView name) const { return folder_.path() + u'/' + name; }
@@ -75,8 +79,23 @@ protected:
 
     /** Launches and waits for the completion, whose error it returns. */
     QString launch(const QString &application, const QStringList &files = {}) {
+        return completionOf([&](const Workspace::Completion &done) {
+            launcher_->launch(application, files, done);
+        });
+    }
+    QString launchNewWindow(const QString &application) {
+        return completionOf([&](const Workspace::Completion &done) {
+            launcher_->launchNewWindow(application, done);
+        });
+    }
+    QString startTool(const QString &executable, const QStringList &arguments = {}) {
+        return completionOf([&](const Workspace::Completion &done) {
+            launcher_->startTool(executable, arguments, done);
+        });
+    }
+    static QString completionOf(const std::function<void(const Workspace::Completion &)> &begin) {
         std::optional<QString> result;
-        launcher_->launch(application, files, [&](const QString &error) {
+        begin([&](const QString &error) {
             EXPECT_EQ(QThread::currentThread(), qApp->thread());
             result = error;
         });
@@ -147,7 +166,7 @@ TEST_F(ApplicationLauncherTest, itsEnvironmentIsTheOneWeWereStartedWith) {
     environment_.insert(u"FROM_THE_SESSION"_s, u"yes"_s);
     environment_.insert(u"DESKTOP_STARTUP_ID"_s, u"ours"_s);
     environment_.insert(u"JOURNAL_STREAM"_s, u"ours"_s);
-    launcher_.emplace(environment_);
+    launcher_.emplace(environment_, QByteArray());
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("OUR_TWEAK", "1");
     const QString file = entry(u"app"_s);
@@ -206,7 +225,7 @@ TEST_F(ApplicationLauncherTest, aTerminalApplicationRunsInTheUsersTerminal) {
     program(u"app"_s);
     program(u"myterm"_s);
     environment_.insert(u"TERMINAL"_s, u"myterm --big"_s);
-    launcher_.emplace(environment_);
+    launcher_.emplace(environment_, QByteArray());
     EXPECT_EQ(launch(entry(path("bin/app %f"_L1), u"Terminal=true"_s), {u"/tmp/a b"_s}), QString());
     const Trace terminal(trace(u"myterm"_s));
     EXPECT_EQ(terminal.arguments(),
@@ -218,7 +237,7 @@ TEST_F(ApplicationLauncherTest, aTerminalApplicationRunsInTheUsersTerminal) {
 TEST_F(ApplicationLauncherTest, withoutATerminalATerminalApplicationHasAReason) {
     program(u"app"_s);
     environment_.insert(u"PATH"_s, path("bin"_L1));
-    launcher_.emplace(environment_);
+    launcher_.emplace(environment_, QByteArray());
     EXPECT_TRUE(launch(entry(path("bin/app"_L1), u"Terminal=true"_s)).contains(u"terminal"));
 }
 
@@ -249,6 +268,60 @@ TEST_F(ApplicationLauncherTest, anApplicationThatRefusesOverTheBusIsNotStartedOn
     EXPECT_TRUE(
         launch(entry(path("bin/app"_L1), u"DBusActivatable=true"_s)).contains(u"I am busy"));
     EXPECT_FALSE(QFile::exists(trace(u"app"_s)));
+}
+
+TEST_F(ApplicationLauncherTest, aNewWindowIsOpenedByTheEntrysActionForIt) {
+    program(u"app"_s);
+    for (const QString &action :
+         {u"new-window"_s, u"new-empty-window"_s, u"NewWindow"_s, u"other"_s}) {
+        QFile::remove(trace(u"app"_s));
+        const QString file = entry(u"app --plain"_s, u"Actions=first;%1;\n"
+                                                     "[Desktop Action first]\nName=F\nExec=app -f\n"
+                                                     "[Desktop Action %1]\nName=N\n"
+                                                     "Exec=app --new %U %c"_s.arg(action));
+        EXPECT_EQ(launchNewWindow(file), QString());
+        const Trace child(trace(u"app"_s));
+        EXPECT_EQ(child.arguments(), action == u"other" ? QStringList{u"--plain"_s}
+                                                        : (QStringList{u"--new"_s, u"An app"_s}))
+            << qPrintable(action);
+        EXPECT_EQ(child.variable(u"GIO_LAUNCHED_DESKTOP_FILE"_s), file);
+    }
+}
+
+TEST_F(ApplicationLauncherTest, anActionThatTheEntryDoesNotListIsNone) {
+    program(u"app"_s);
+    EXPECT_EQ(launchNewWindow(entry(u"app"_s, u"[Desktop Action new-window]\nExec=app --new"_s)),
+              QString());
+    EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList());
+}
+
+TEST_F(ApplicationLauncherTest, aNewWindowOfABundleIsOneMoreStart) {
+    EXPECT_EQ(launchNewWindow(bundle(u"My App"_s)), QString());
+    EXPECT_EQ(Trace(trace(u"bundle"_s)).arguments(), QStringList());
+}
+
+TEST_F(ApplicationLauncherTest, aBusActivatedApplicationIsAskedForItsActionOverTheBus) {
+    program(u"app"_s);
+    const QString more = u"DBusActivatable=true\nActions=new-window;\n"
+                         "[Desktop Action new-window]\nName=N\nExec=app --new"_s;
+    const QString file = entry(path("bin/app"_L1), more);
+    {
+        const BusServices services(trace(u"bus"_s), {u"org.example.App"_s});
+        EXPECT_EQ(launchNewWindow(file), QString());
+    }
+    EXPECT_EQ(readFile(trace(u"bus"_s)),
+              u"org.freedesktop.Application.ActivateAction ('new-window', [], {})\n"_s);
+    EXPECT_FALSE(QFile::exists(trace(u"app"_s)));
+    EXPECT_EQ(launchNewWindow(file), QString()) << "without the service";
+    EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList{u"--new"_s});
+}
+
+TEST_F(ApplicationLauncherTest, aBusActivatedApplicationWithoutTheActionIsStartedOnceMore) {
+    program(u"app"_s);
+    const BusServices services(trace(u"bus"_s), {u"org.example.App"_s});
+    EXPECT_EQ(launchNewWindow(entry(path("bin/app"_L1), u"DBusActivatable=true"_s)), QString());
+    EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList());
+    EXPECT_EQ(readFile(trace(u"bus"_s)), QString());
 }
 
 TEST_F(ApplicationLauncherTest, whatIsStartedMovesToAScopeOfItsOwnWhereThereIsAUserManager) {
@@ -299,18 +372,64 @@ TEST_F(ApplicationLauncherTest, withoutSuchAFileManagerRevealingOpensTheFolder) 
 
 TEST_F(ApplicationLauncherTest, aToolGetsItsArgumentsAndNullStreams) {
     const QString tool = program(u"tool"_s);
-    EXPECT_TRUE(launcher_->startTool(tool, {u"/tmp/a project"_s, u"-x"_s}));
+    EXPECT_EQ(startTool(tool, {u"/tmp/a project"_s, u"-x"_s}), QString());
     const Trace child(trace(u"tool"_s));
     EXPECT_EQ(child.arguments(), (QStringList{u"/tmp/a project"_s, u"-x"_s}));
     EXPECT_EQ(child.all(u"stream"_s).value(0), u"/dev/null");
     EXPECT_EQ(child.all(u"stream"_s).value(2), u"/dev/null");
     EXPECT_EQ(child.session(), child.pid());
+    EXPECT_EQ(child.workingFolder(), QDir(QDir::currentPath()).canonicalPath());
 }
 
-TEST_F(ApplicationLauncherTest, aToolThatCannotBeStartedIsReportedAtOnce) {
-    EXPECT_FALSE(launcher_->startTool(path("gone"_L1), {}));
+TEST_F(ApplicationLauncherTest, nothingOfWhatWeHaveOpenReachesAChild) {
+    const int leaking = open("/dev/zero", O_RDONLY); // without O_CLOEXEC
+    ASSERT_GT(leaking, 2);
+    const QString tool = path("bin/tool"_L1);
+    writeFile(tool, u"#!/bin/sh\nls /proc/self/fd > '%1.part'; mv '%1.part' '%1'\n"_s.arg(
+                        trace(u"tool"_s)));
+    QFile::setPermissions(tool, QFile::ReadOwner | QFile::ExeOwner);
+    EXPECT_EQ(startTool(tool), QString());
+    // 3 is the folder that ls reads.
+    EXPECT_EQ(Trace(trace(u"tool"_s)).lines, (QStringList{u"0"_s, u"1"_s, u"2"_s, u"3"_s}));
+    close(leaking);
+}
+
+TEST_F(ApplicationLauncherTest, aChildFindsEverySignalAsANewProcessDoes) {
+    const QList<int> ignored{SIGPIPE, SIGINT, SIGHUP, SIGCHLD, SIGUSR1, SIGTERM, SIGTSTP};
+    QList<void (*)(int)> before;
+    for (const int signal : ignored)
+        before.append(std::signal(signal, SIG_IGN));
+    sigset_t all;
+    sigset_t maskBefore;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &maskBefore);
+    const QString tool = path("bin/tool"_L1);
+    writeFile(tool, u"#!/bin/sh\ngrep -E '^Sig(Blk|Ign)' /proc/self/status > '%1.part'\n"
+                    "mv '%1.part' '%1'\n"_s.arg(trace(u"tool"_s)));
+    QFile::setPermissions(tool, QFile::ReadOwner | QFile::ExeOwner);
+    EXPECT_EQ(startTool(tool), QString());
+    EXPECT_EQ(Trace(trace(u"tool"_s)).lines,
+              (QStringList{u"SigBlk:\t0000000000000000"_s, u"SigIgn:\t0000000000000000"_s}));
+    pthread_sigmask(SIG_SETMASK, &maskBefore, nullptr);
+    for (qsizetype i = 0; i < ignored.size(); ++i)
+        std::signal(ignored[i], before[i]);
+}
+
+TEST_F(ApplicationLauncherTest, aChildIsAsUrgentToTheSystemAsWeAre) {
+    const QString tool = path("bin/tool"_L1);
+    writeFile(tool, u"#!/bin/sh\n{ nice; cat /proc/$$/oom_score_adj; } > '%1.part'\n"
+                    "mv '%1.part' '%1'\n"_s.arg(trace(u"tool"_s)));
+    QFile::setPermissions(tool, QFile::ReadOwner | QFile::ExeOwner);
+    EXPECT_EQ(startTool(tool), QString());
+    EXPECT_EQ(Trace(trace(u"tool"_s)).lines,
+              (QStringList{QString::number(getpriority(PRIO_PROCESS, 0)),
+                           readFile(u"/proc/self/oom_score_adj"_s).trimmed()}));
+}
+
+TEST_F(ApplicationLauncherTest, aToolThatCannotBeStartedHasAReason) {
+    EXPECT_FALSE(startTool(path("gone"_L1)).isEmpty());
     writeFile(path("plain"_L1), u"#!/bin/sh\n"_s);
-    EXPECT_FALSE(launcher_->startTool(path("plain"_L1), {}));
+    EXPECT_FALSE(startTool(path("plain"_L1)).isEmpty());
 }
 
 TEST_F(ApplicationLauncherTest, destroyingTheLauncherLetsTheLaunchFinishButDropsItsCompletion) {

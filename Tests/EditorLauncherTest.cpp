@@ -98,7 +98,7 @@ TEST_F(EditorLauncherTest, withoutAToolTheWorkspaceOpensTheFolderWithTheEditor) 
 
 TEST_F(EditorLauncherTest, aToolThatDoesNotStartFallsBackToTheWorkspace) {
     addTool(u"Contents/MacOS/cli"_s);
-    workspace.toolsStart = false;
+    workspace.toolError = u"no such interpreter"_s;
     launcher.open(web, editor());
     EXPECT_EQ(workspace.openedFiles, (std::vector<FakeWorkspace::Opened>{{{web.path}, bundle()}}));
 }

@@ -10,12 +10,16 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <utility>
+#include <vector>
 
 using namespace corvid;
 using namespace corvid::test;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+using Said = std::vector<std::pair<quint32, NextKeys>>;
 
 class HotKeyManagerTest : public ::testing::Test {
 protected:
@@ -168,6 +172,33 @@ TEST_F(HotKeyManagerTest, theHandlerCanAskForThePressesTime) {
     backend.press(4'000'000'000U);
     runLoop();
     EXPECT_EQ(seen, 4'000'000'000U);
+}
+
+TEST_F(HotKeyManagerTest, aPressIsDealtWithOnceTheHandlerHasRun) {
+    manager.registerHotKey(49, 0x800, [&] { EXPECT_TRUE(backend.said.empty()); });
+    backend.press(7);
+    EXPECT_TRUE(backend.said.empty());
+    runLoop();
+    EXPECT_EQ(backend.said, (Said{{7, NextKeys::WhoHasTheKeyboard}}));
+}
+
+TEST_F(HotKeyManagerTest, theHandlerSaysThatTheKeysAfterThisPressAreForOurWindow) {
+    bool shows = true;
+    manager.registerHotKey(49, 0x800, [&] {
+        if (std::exchange(shows, false))
+            manager.expectKeyboard();
+    });
+    backend.press(7);
+    backend.press(8);
+    runLoop();
+    EXPECT_EQ(backend.said, (Said{{7, NextKeys::OurNextWindow}, {8, NextKeys::WhoHasTheKeyboard}}));
+}
+
+TEST_F(HotKeyManagerTest, withoutAHandlerAPressIsDealtWithToo) {
+    manager.registerHotKey(49, 0x800, {});
+    backend.press(7);
+    runLoop();
+    EXPECT_EQ(backend.said, (Said{{7, NextKeys::WhoHasTheKeyboard}}));
 }
 
 TEST_F(HotKeyManagerTest, unregisteringReleasesOnce) {

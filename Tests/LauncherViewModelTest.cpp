@@ -15,6 +15,7 @@ KeyPress command(const QString &characters) {
     return {true, false, characters};
 }
 const KeyPress commandReturn{true, true, {}};
+const KeyPress shiftReturn{false, true, {}, true};
 
 class LauncherViewModelTest : public ::testing::Test {
 protected:
@@ -173,6 +174,36 @@ TEST_F(LauncherViewModelTest, keysWithoutCommandAreNotConsumed) {
     EXPECT_FALSE(model.handleKeyEvent({false, false, u"1"_s}));
     EXPECT_FALSE(model.handleKeyEvent({false, true, {}}));
     EXPECT_FALSE(model.handleKeyEvent({false, false, u"c"_s}));
+    EXPECT_TRUE(world.actions.empty());
+}
+
+TEST_F(LauncherViewModelTest, shiftReturnOpensAnApplicationInANewWindowAndIsRecordedLikeReturn) {
+    model.setQuery(u" FOO"_s);
+    EXPECT_TRUE(model.handleKeyEvent(shiftReturn));
+    EXPECT_EQ(world.actions, (std::vector<LauncherAction>{OpenApp{foo1, OpenApp::Window::New}}));
+    EXPECT_EQ(world.hides, 1);
+    EXPECT_EQ(world.stats.counts().value(usageKey(foo1)), 1);
+    EXPECT_EQ(world.defaults.value(u"queryLatches"_s), (QJsonObject{{u"foo"_s, usageKey(foo1)}}));
+}
+
+TEST_F(LauncherViewModelTest, shiftReturnOnAnyOtherRowDoesWhatReturnDoes) {
+    for (const QString &query : {u"2+3"_s, u"fooproject"_s, u"no such thing"_s}) {
+        model.setQuery(query);
+        model.submit();
+        EXPECT_TRUE(model.handleKeyEvent(shiftReturn));
+        ASSERT_EQ(world.actions.size(), 2U) << qPrintable(query);
+        EXPECT_EQ(world.actions[0], world.actions[1]) << qPrintable(query);
+        world.actions.clear();
+    }
+    model.setQuery(u"ai question"_s);
+    EXPECT_TRUE(model.handleKeyEvent(shiftReturn));
+    EXPECT_TRUE(world.actions.empty());
+}
+
+TEST_F(LauncherViewModelTest, returnAndOtherKeysWithShiftAreLeftToTheField) {
+    model.setQuery(u"foo"_s);
+    EXPECT_FALSE(model.handleKeyEvent({false, true, {}}));
+    EXPECT_FALSE(model.handleKeyEvent({false, false, u"A"_s, true}));
     EXPECT_TRUE(world.actions.empty());
 }
 

@@ -178,6 +178,15 @@ TEST_F(LauncherViewTest, controlAndSuperAreCommand) {
                                                           OpenApp{makeApp(u"foo2"_s)}}));
 }
 
+TEST_F(LauncherViewTest, shiftReturnAsksForANewWindow) {
+    type(u"foo1"_s);
+    press(Qt::Key_Return, Qt::ShiftModifier);
+    EXPECT_EQ(world.actions,
+              (std::vector<LauncherAction>{OpenApp{makeApp(u"foo1"_s), OpenApp::Window::New}}));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(world.actions.size(), 1U) << "submitted twice";
+}
+
 TEST_F(LauncherViewTest, whileComposingNoKeyIsTheLaunchers) {
     type(u"foo"_s);
     compose(u"か"_s);

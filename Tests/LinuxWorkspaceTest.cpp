@@ -85,6 +85,23 @@ TEST_F(LinuxWorkspaceTest, whatWeLaunchIsKnownToRunAndIsThenBroughtToTheFront) {
     EXPECT_TRUE(eventually([&] { return pids().size() == 2; }));
 }
 
+TEST_F(LinuxWorkspaceTest, whatEndedAnInstantAgoIsStartedAnew) {
+    EXPECT_EQ(open(), QString());
+    EXPECT_TRUE(eventually([&] { return !workspace_->runningApplications().isEmpty(); }));
+    kill(pids().first().toInt(), SIGKILL);
+    EXPECT_FALSE(workspace_->runningApplications().isEmpty()) << "we cannot know yet";
+    EXPECT_EQ(open(), QString());
+    EXPECT_TRUE(eventually([&] { return pids().size() == 2; }));
+}
+
+TEST_F(LinuxWorkspaceTest, aNewWindowIsOneEvenWhereTheApplicationRuns) {
+    EXPECT_EQ(open(), QString());
+    EXPECT_TRUE(eventually([&] { return !workspace_->runningApplications().isEmpty(); }));
+    std::optional<QString> result;
+    workspace_->openNewWindow(entry_, [&](const QString &error) { result = error; });
+    EXPECT_TRUE(eventually([&] { return result && pids().size() == 2; }));
+}
+
 TEST_F(LinuxWorkspaceTest, filesGoToTheProgramEvenWhereItRuns) {
     EXPECT_EQ(open(), QString());
     EXPECT_TRUE(eventually([&] { return !workspace_->runningApplications().isEmpty(); }));

@@ -85,13 +85,14 @@ TEST_F(PortalAppearanceTest, anAccentOutsideTheColoursMeansThatThereIsNone) {
 }
 
 TEST_F(PortalAppearanceTest, valuesOfAWrongTypeAreTheDefaults) {
-    Portal portal({appearance, u"accent-color"_s, u"'red'"_s, appearance, u"contrast"_s,
-                   u"'high'"_s, interface, u"enable-animations"_s, u"uint32 0"_s, interface,
-                   u"font-name"_s, u"11"_s});
+    Portal portal({appearance, u"contrast"_s, u"'high'"_s, interface, u"enable-animations"_s,
+                   u"uint32 0"_s, interface, u"font-name"_s, u"11"_s, appearance, u"accent-color"_s,
+                   u"(1.0, 0.0, 0.0)"_s});
     const PortalAppearance settings;
-    portal.change("org.freedesktop.appearance accent-color (1.0, 0.0, 0.0)");
     ASSERT_TRUE(waitUntil([&] { return settings.current().accent.has_value(); }));
     EXPECT_EQ(settings.current(), (Appearance{0xFF0000, {}, false, true}));
+    portal.change("org.freedesktop.appearance accent-color 'red'");
+    EXPECT_TRUE(waitUntil([&] { return settings.current() == Appearance{}; }));
 }
 
 TEST_F(PortalAppearanceTest, underKdeTheFontIsQtsMatter) {

@@ -220,6 +220,48 @@ TEST_F(ProjectIndexTest, aCacheWithoutWholeRecordsIsIgnored) {
     }
 }
 
+std::vector<ProjectEntry> manyProjects() {
+    std::vector<ProjectEntry> many;
+    for (int i = 0; i < 10'000; ++i) {
+        const QString name = u"project number %1"_s.arg(i);
+        many.push_back({name, u"/somewhere/"_s + name, {u"git"_s}});
+    }
+    return many;
+}
+
+TEST_F(ProjectIndexTest, aLargeCacheIsReadInTheBackground) {
+    project(u"src/web"_s);
+    gate_.shut(at(u"src"_s));
+    writeCacheBytes(encodeRecords(manyProjects()));
+    ProjectIndex index(defaults_, gate_);
+    int updates = 0;
+    index.onUpdate = [&] { ++updates; };
+    index.load();
+    EXPECT_EQ(updates, 0) << "not within the call";
+    EXPECT_TRUE(index.scanning());
+    EXPECT_TRUE(waitUntil([&] { return updates == 1; }));
+    EXPECT_EQ(index.projects(), manyProjects());
+    EXPECT_TRUE(index.scanning());
+    gate_.open(at(u"src"_s));
+    EXPECT_TRUE(waitUntil([&] { return updates == 2; }));
+    EXPECT_EQ(names(index), QStringList{u"web"_s});
+}
+
+TEST_F(ProjectIndexTest, aLargeCacheThatIsSlowerThanTheScanIsNotShown) {
+    project(u"src/web"_s);
+    writeCacheBytes(encodeRecords(manyProjects()));
+    ProjectIndex index(defaults_, volumes_);
+    QList<QStringList> updates;
+    index.onUpdate = [&] { updates.append(names(index)); };
+    index.load();
+    // Both results wait for the event loop; whichever came first, the scan's is the last.
+    ASSERT_TRUE(waitUntil([&] { return !index.scanning(); }));
+    EXPECT_TRUE(cacheFollows(index));
+    EXPECT_FALSE(waitUntil([&] { return names(index) != QStringList{u"web"_s}; },
+                           std::chrono::milliseconds(300)));
+    EXPECT_EQ(updates.last(), QStringList{u"web"_s});
+}
+
 TEST_F(ProjectIndexTest, anEmptyCacheDoesNotReplaceAListThatIsShown) {
     project(u"src/web"_s);
     ProjectIndex index(defaults_, gate_);

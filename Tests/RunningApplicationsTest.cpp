@@ -50,6 +50,14 @@ protected:
     bool becomes(const QStringList &ids) {
         return eventually([&] { return running_->ids() == QSet<QString>(ids.begin(), ids.end()); });
     }
+    /** Whether the application comes to the front; not when nobody tells. */
+    bool activates(const QString &path) {
+        std::optional<bool> result;
+        EXPECT_TRUE(running_->activate(path, [&](bool activated) { result = activated; }));
+        EXPECT_FALSE(result) << "told inside the call";
+        EXPECT_TRUE(eventually([&] { return result.has_value(); }));
+        return result.value_or(false);
+    }
     static QString xdotool(const XServer &server, const QStringList &arguments) {
         QProcess process;
         process.setProcessEnvironment(server.environment());
@@ -72,6 +80,7 @@ protected:
 
 const QString one = u"org.example.One"_s;
 const QString two = u"org.example.Two"_s;
+const QString pathOfOne = u"/apps/org.example.One.desktop"_s;
 
 } // namespace
 
@@ -130,7 +139,7 @@ TEST_F(RunningApplicationsTest, withoutADisplayNothingRuns) {
          {QByteArray(), QByteArray(":987654"), QByteArray("nonsense")}) {
         watch(display);
         EXPECT_FALSE(eventually([&] { return !running_->ids().isEmpty(); }, 50));
-        EXPECT_FALSE(running_->activate(u"/apps/org.example.One.desktop"_s));
+        EXPECT_FALSE(running_->activate(u"/apps/org.example.One.desktop"_s, [](bool) {}));
     }
     EXPECT_EQ(entries_.listings, 0);
 }
@@ -161,7 +170,7 @@ TEST_F(RunningApplicationsTest, aBundleIsRecognizedByTheProgramThatRuns) {
     watch(server.display());
     const XClient client(server, {u"x"_s, u"X"_s}, program);
     EXPECT_TRUE(becomes({u"com.example.my"_s}));
-    EXPECT_TRUE(running_->activate(bundle));
+    EXPECT_TRUE(activates(bundle));
 }
 
 TEST_F(RunningApplicationsTest, anApplicationComesToTheFrontWithTheWindowSeenLast) {
@@ -174,10 +183,101 @@ TEST_F(RunningApplicationsTest, anApplicationComesToTheFrontWithTheWindowSeenLas
     for (const XClient *seenLast : {&second, &first}) {
         clickOn(server, *seenLast);
         clickOn(server, front);
-        EXPECT_TRUE(running_->activate(u"/apps/org.example.One.desktop"_s));
+        EXPECT_TRUE(activates(pathOfOne));
         EXPECT_TRUE(becomesActive(server, *seenLast));
     }
-    EXPECT_FALSE(running_->activate(u"/apps/other.desktop"_s));
+    EXPECT_FALSE(running_->activate(u"/apps/other.desktop"_s, [](bool) {}));
+}
+
+class ActivationTest : public RunningApplicationsTest,
+                       public ::testing::WithParamInterface<XServer::Manager> {};
+
+INSTANTIATE_TEST_SUITE_P(EachManager, ActivationTest,
+                         ::testing::Values(XServer::Manager::Openbox, XServer::Manager::Xfwm4));
+
+TEST_P(ActivationTest, aMinimisedWindowIsRestored) {
+    const XServer server(GetParam());
+    watch(server.display());
+    const XClient first(server, {u"x"_s, u"OneWindow"_s});
+    const XClient front(server, {u"x"_s, u"X"_s, u"--gtk-id"_s, two});
+    EXPECT_TRUE(becomes({one, two}));
+    xdotool(server, {u"windowminimize"_s, u"--sync"_s, first.window()});
+    clickOn(server, front);
+    EXPECT_TRUE(activates(pathOfOne));
+    EXPECT_TRUE(becomesActive(server, first));
+    EXPECT_FALSE(
+        xdotool(server, {u"search"_s, u"--onlyvisible"_s, u"--class"_s, u"OneWindow"_s}).isEmpty());
+}
+
+TEST_P(ActivationTest, theDesktopOfTheWindowIsSwitchedTo) {
+    const XServer server(GetParam());
+    watch(server.display());
+    xdotool(server, {u"set_num_desktops"_s, u"2"_s});
+    const XClient first(server, {u"x"_s, u"OneWindow"_s});
+    const XClient front(server, {u"x"_s, u"X"_s, u"--gtk-id"_s, two});
+    EXPECT_TRUE(becomes({one, two}));
+    EXPECT_TRUE(eventually([&] { return xdotool(server, {u"get_num_desktops"_s}) == u"2"; }));
+    xdotool(server, {u"set_desktop_for_window"_s, first.window(), u"1"_s});
+    EXPECT_TRUE(eventually([&] {
+        return xdotool(server, {u"get_desktop_for_window"_s, first.window()}) == u"1";
+    }));
+    clickOn(server, front);
+    EXPECT_EQ(xdotool(server, {u"get_desktop"_s}), u"0");
+    EXPECT_TRUE(activates(pathOfOne));
+    EXPECT_TRUE(becomesActive(server, first));
+    EXPECT_TRUE(eventually([&] { return xdotool(server, {u"get_desktop"_s}) == u"1"; }));
+}
+
+TEST_P(ActivationTest, anApplicationThatDiedAnInstantAgoDoesNotComeToTheFront) {
+    const XServer server(GetParam());
+    watch(server.display());
+    const XClient front(server, {u"x"_s, u"X"_s, u"--gtk-id"_s, two});
+    for (int round = 0; round < 10; ++round) {
+        XClient first(server, {u"x"_s, u"OneWindow"_s});
+        EXPECT_TRUE(becomes({one, two}));
+        first.kill();
+        // The event loop has not run since: we cannot know yet.
+        EXPECT_FALSE(activates(pathOfOne));
+    }
+}
+
+TEST_F(RunningApplicationsTest, ofAnApplicationThatLosesAWindowAnotherComesToTheFront) {
+    const XServer server;
+    watch(server.display());
+    const XClient rest(server, {u"x"_s, u"OneWindow"_s});
+    const XClient front(server, {u"x"_s, u"X"_s, u"--gtk-id"_s, two});
+    XClient topmost(server, {u"x"_s, u"OneWindow"_s});
+    EXPECT_TRUE(becomes({one, two}));
+    clickOn(server, topmost);
+    clickOn(server, front);
+    topmost.kill();
+    EXPECT_TRUE(activates(pathOfOne));
+    EXPECT_TRUE(becomesActive(server, rest));
+}
+
+TEST_F(RunningApplicationsTest, aWindowThatDoesNotReactIsToldOf) {
+    XServer server;
+    watch(server.display());
+    const XClient first(server, {u"x"_s, u"OneWindow"_s});
+    const XClient front(server, {u"x"_s, u"X"_s, u"--gtk-id"_s, two});
+    EXPECT_TRUE(becomes({one, two}));
+    clickOn(server, front);
+    server.pauseManager();
+    EXPECT_FALSE(activates(pathOfOne));
+}
+
+TEST_F(RunningApplicationsTest, aWishIsAnsweredWhenTheDisplayGoes) {
+    XServer server;
+    watch(server.display());
+    const XClient first(server, {u"x"_s, u"OneWindow"_s});
+    EXPECT_TRUE(becomes({one}));
+    server.pauseManager();
+    server.endServer();
+    std::optional<bool> result;
+    if (running_->activate(pathOfOne, [&](bool activated) { result = activated; })) {
+        EXPECT_TRUE(eventually([&] { return result.has_value(); }));
+    }
+    EXPECT_FALSE(result.value_or(false));
 }
 
 TEST_F(RunningApplicationsTest, destroyingItInTheMiddleOfThingsEndsAtOnce) {

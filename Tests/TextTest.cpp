@@ -44,3 +44,41 @@ TEST(Text, unpairedSurrogatesAndLongStringsSurvive) {
     EXPECT_EQ(characters(QString(QChar(0xd800)) + u'a'), 2);
     EXPECT_EQ(characters(QString(10'000, u'é')), 10'000);
 }
+
+TEST(Text, shownTextKeepsLineFeedsAndTabsAndNoOtherControlCharacter) {
+    QString controls;
+    for (char16_t c = 0; c < 0x20; ++c)
+        controls += QChar(c);
+    for (char16_t c = 0x7f; c < 0xa0; ++c)
+        controls += QChar(c);
+    EXPECT_EQ(displayText(controls), u"\t\n");
+    EXPECT_EQ(displayText(u"one\r\ntwo\u2028three\u2029four"_s), u"one\ntwo\nthree\nfour");
+    EXPECT_EQ(displayText(u"\u001b[31mred"_s), u"[31mred");
+}
+
+TEST(Text, shownTextCannotOverrideTheDirectionOfWriting) {
+    QString overrides;
+    for (char16_t c = 0x202a; c <= 0x202e; ++c)
+        overrides += QChar(c);
+    for (char16_t c = 0x2066; c <= 0x206f; ++c)
+        overrides += QChar(c);
+    EXPECT_EQ(displayText(u"a"_s + overrides + u'b'), u"ab");
+    EXPECT_EQ(displayText(u"open \u202egnp.exe"_s), u"open gnp.exe");
+}
+
+TEST(Text, shownTextHoldsNoMarkersOfTextLayouts) {
+    EXPECT_EQ(displayText(u"a\ufdd0\ufdd1\ufdef\ufff9\ufffa\ufffb\ufffc\ufffe\uffffb"_s), u"ab");
+}
+
+TEST(Text, shownTextKeepsEveryScriptAndEmoji) {
+    const QString text =
+        u"é ß 日本語 שלום \u200fمی\u200cخواهم \U0001F468\u200d\U0001F469 \U0001F44D\U0001F3FD \ufffd"_s;
+    EXPECT_EQ(displayText(text), text);
+    EXPECT_EQ(displayText(QString()), QString());
+}
+
+TEST(Text, shownTextMayBePassedThroughInPieces) {
+    const QString text = u"a\r\n\u202eb\U0001F600\u0007c"_s;
+    for (qsizetype cut = 0; cut <= text.size(); ++cut)
+        EXPECT_EQ(displayText(text.first(cut)) + displayText(text.sliced(cut)), displayText(text));
+}

@@ -9,6 +9,7 @@
 
 #include <linux/input-event-codes.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <memory>
@@ -18,6 +19,7 @@
 
 using namespace corvid;
 using namespace corvid::test;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -28,6 +30,8 @@ struct Free {
 // X key codes of positions on the keyboard.
 constexpr int offset = 8;
 constexpr int spaceKey = KEY_SPACE + offset;
+constexpr int aKey = KEY_A + offset;
+constexpr int bKey = KEY_B + offset;
 constexpr int jKey = KEY_J + offset;
 constexpr int altKey = KEY_LEFTALT + offset;
 constexpr int superKey = KEY_LEFTMETA + offset;
@@ -160,6 +164,8 @@ protected:
         hotKeys_->grab(hotKey, registration_.callbacks());
         return registration_.obtained();
     }
+    /** As if there were no deadline. */
+    void bePatient() { hotKeys_.emplace(server_.display(), 1h); }
     static QString run(const XServer &server, const QString &program,
                        const QStringList &arguments) {
         QProcess process;
@@ -177,6 +183,12 @@ protected:
         run(server_, u"xdotool"_s, arguments);
     }
     void pressWith(int modifier, int key) const { keys({modifier, key, -key, -modifier}); }
+    /** That so many presses were told; the last one is dealt with. */
+    bool pressed(int times) {
+        const bool result = registration_.pressed(times);
+        hotKeys_->dealtWith(registration_.lastTime, NextKeys::WhoHasTheKeyboard);
+        return result;
+    }
     /** That a combination is dead shows in that the next live one is the only press. */
     void pressThatDoesNothing(int modifier, int key) const { pressWith(modifier, key); }
 
@@ -190,11 +202,12 @@ protected:
 TEST_F(X11HotKeysTest, eachPressIsToldOnceWithItsTime) {
     ASSERT_TRUE(grab(optionSpace));
     pressWith(altKey, spaceKey);
-    EXPECT_TRUE(registration_.pressed(1));
+    ASSERT_TRUE(registration_.pressed(1));
     const quint32 first = registration_.lastTime;
+    hotKeys_->dealtWith(first, NextKeys::WhoHasTheKeyboard);
     EXPECT_NE(first, 0U);
     pressWith(altKey, spaceKey);
-    EXPECT_TRUE(registration_.pressed(2));
+    EXPECT_TRUE(pressed(2));
     EXPECT_GE(registration_.lastTime, first);
 }
 
@@ -204,7 +217,7 @@ TEST_F(X11HotKeysTest, itFiresWithCapsLockAndNumLockOn) {
     for (const int lock : {capsLockKey, numLockKey, capsLockKey}) { // Caps, both, Num
         keys({lock, -lock});
         pressWith(altKey, spaceKey);
-        EXPECT_TRUE(registration_.pressed(++presses)) << lock;
+        EXPECT_TRUE(pressed(++presses)) << lock;
     }
 }
 
@@ -215,12 +228,16 @@ TEST_F(X11HotKeysTest, everyModifierIsTheKeyOfItsName) {
                                               {HotKey::control, controlKey}};
     for (const auto &[modifier, key] : modifiers) {
         ASSERT_TRUE(grab({38, modifier}));
-        for (const auto &other : modifiers)
+        for (const auto &other : modifiers) {
             pressWith(other.second, jKey);
+            if (other.second == key) {
+                EXPECT_TRUE(pressed(1)) << modifier;
+            }
+        }
         keys({jKey, -jKey});
         keys({altKey, superKey, jKey, -jKey, -superKey, -altKey});
         pressWith(key, jKey);
-        EXPECT_TRUE(registration_.pressed(2)) << modifier;
+        EXPECT_TRUE(pressed(2)) << modifier;
     }
 }
 
@@ -228,14 +245,14 @@ TEST_F(X11HotKeysTest, allModifiersTogether) {
     ASSERT_TRUE(grab({38, 0x1B00}));
     keys({controlKey, altKey, shiftKey, superKey, jKey, -jKey, -superKey, -shiftKey, -altKey,
           -controlKey});
-    EXPECT_TRUE(registration_.pressed(1));
+    EXPECT_TRUE(pressed(1));
 }
 
 TEST_F(X11HotKeysTest, aKeyWithoutModifiersCanBeGrabbed) {
     ASSERT_TRUE(grab({105, 0})); // F13
     const int f13 = KEY_F13 + offset;
     keys({f13, -f13});
-    EXPECT_TRUE(registration_.pressed(1));
+    EXPECT_TRUE(pressed(1));
 }
 
 TEST_F(X11HotKeysTest, holdingTheKeyDownFiresOnce) {
@@ -243,10 +260,11 @@ TEST_F(X11HotKeysTest, holdingTheKeyDownFiresOnce) {
     program.takeFocus();
     ASSERT_TRUE(grab(optionSpace));
     keys({altKey, spaceKey});
+    EXPECT_TRUE(pressed(1));
     // Each repeat takes the keyboard for a moment, which shows that it does repeat.
     ASSERT_TRUE(eventually([&] { return program.keyboardGrabs() >= 5; }));
     keys({-spaceKey, spaceKey, -spaceKey, -altKey});
-    EXPECT_TRUE(registration_.pressed(2)) << "the second press comes after the release";
+    EXPECT_TRUE(pressed(2)) << "the second press comes after the release";
     EXPECT_TRUE(program.keys() == std::vector<int>{altKey}) << "repeats are no input either";
 }
 
@@ -258,7 +276,7 @@ TEST_F(X11HotKeysTest, aCombinationThatIsStillHeldWhenRegisteredFiresAtTheNextPr
     ASSERT_TRUE(eventually([&] { return program.keyboardGrabs() >= 2; }));
     EXPECT_EQ(registration_.presses, 0);
     keys({-spaceKey, spaceKey, -spaceKey, -altKey});
-    EXPECT_TRUE(registration_.pressed(1));
+    EXPECT_TRUE(pressed(1));
 }
 
 TEST_F(X11HotKeysTest, whatIsTypedBeforeTheHotKeyIsReleasedReachesTheFocusedWindow) {
@@ -266,14 +284,84 @@ TEST_F(X11HotKeysTest, whatIsTypedBeforeTheHotKeyIsReleasedReachesTheFocusedWind
     program.takeFocus();
     ASSERT_TRUE(grab(commandJ));
     keys({superKey, jKey});
-    ASSERT_TRUE(registration_.pressed(1));
+    ASSERT_TRUE(pressed(1));
     // The keyboard is given back at once, though not in the instant of the press.
     ASSERT_TRUE(eventually([&] { return program.keyboardGrabs() == 1; }));
-    const int a = KEY_A + offset;
-    const int b = KEY_B + offset;
-    keys({a, -a, -superKey, b, -b, -jKey});
+    keys({aKey, -aKey, -superKey, bKey, -bKey, -jKey});
     EXPECT_TRUE(eventually([&] { return program.keys().size() >= 3; }));
-    EXPECT_TRUE((program.keys() == std::vector<int>{superKey, a, b}));
+    EXPECT_TRUE((program.keys() == std::vector<int>{superKey, aKey, bKey}));
+}
+
+TEST_F(X11HotKeysTest, whatFollowsAPressGoesToWhoHasTheKeyboardWhenItIsDealtWith) {
+    bePatient();
+    OtherProgram before(server_);
+    before.takeFocus();
+    ASSERT_TRUE(grab(optionSpace));
+    keys({altKey, spaceKey, -spaceKey, -altKey, aKey, -aKey, bKey, -bKey});
+    ASSERT_TRUE(registration_.pressed(1));
+    OtherProgram shown(server_);
+    shown.takeFocus();
+    EXPECT_TRUE(shown.keys().empty());
+    hotKeys_->dealtWith(registration_.lastTime, NextKeys::WhoHasTheKeyboard);
+    EXPECT_TRUE(eventually([&] { return shown.keys().size() >= 2; }));
+    EXPECT_TRUE((shown.keys() == std::vector<int>{aKey, bKey}));
+    EXPECT_TRUE(before.keys() == std::vector<int>{altKey});
+}
+
+TEST_F(X11HotKeysTest, theKeysGoOnThoughNobodyDealsWithThePress) {
+    hotKeys_.emplace(server_.display(), 20ms);
+    OtherProgram program(server_);
+    program.takeFocus();
+    ASSERT_TRUE(grab(optionSpace));
+    for (const int press : {1, 2}) {
+        keys({altKey, spaceKey, -spaceKey, -altKey, aKey, -aKey});
+        EXPECT_TRUE(registration_.pressed(press));
+        EXPECT_TRUE(eventually([&] { return std::ranges::count(program.keys(), aKey) == press; }));
+    }
+}
+
+TEST_F(X11HotKeysTest, aPressBeforeTheEarlierOneIsDealtWithIsAPressOfItsOwn) {
+    bePatient();
+    OtherProgram program(server_);
+    program.takeFocus();
+    ASSERT_TRUE(grab(optionSpace));
+    keys({altKey, spaceKey, -spaceKey, aKey, -aKey, spaceKey, -spaceKey, -altKey, bKey, -bKey});
+    ASSERT_TRUE(registration_.pressed(1));
+    const quint32 first = registration_.lastTime;
+    hotKeys_->dealtWith(first, NextKeys::WhoHasTheKeyboard);
+    EXPECT_TRUE(registration_.pressed(2));
+    hotKeys_->dealtWith(first, NextKeys::WhoHasTheKeyboard);
+    EXPECT_FALSE(eventually([&] { return std::ranges::count(program.keys(), bKey) > 0; }, 100))
+        << "dealing with the first press does not let go what follows the second";
+    EXPECT_TRUE(pressed(2));
+    EXPECT_TRUE(eventually([&] { return program.keys().size() >= 3; }));
+    EXPECT_TRUE((program.keys() == std::vector<int>{altKey, aKey, bKey}));
+}
+
+TEST_F(X11HotKeysTest, releasingOrReplacingLetsTheKeysGo) {
+    bePatient();
+    OtherProgram program(server_);
+    program.takeFocus();
+    ASSERT_TRUE(grab(optionSpace));
+    keys({altKey, spaceKey, -spaceKey, -altKey, aKey, -aKey});
+    ASSERT_TRUE(registration_.pressed(1));
+    ASSERT_TRUE(grab(commandJ));
+    EXPECT_TRUE(eventually([&] { return std::ranges::count(program.keys(), aKey) == 1; }));
+    keys({superKey, jKey, -jKey, -superKey, bKey, -bKey});
+    ASSERT_TRUE(registration_.pressed(1));
+    hotKeys_->release();
+    EXPECT_TRUE(eventually([&] { return std::ranges::count(program.keys(), bKey) == 1; }));
+}
+
+TEST_F(X11HotKeysTest, destroyingItLetsTheKeysGo) {
+    bePatient();
+    OtherProgram program(server_);
+    program.takeFocus();
+    ASSERT_TRUE(grab(optionSpace));
+    keys({altKey, spaceKey, -spaceKey, -altKey, aKey, -aKey});
+    ASSERT_TRUE(registration_.pressed(1));
+    hotKeys_.reset();
+    EXPECT_TRUE(eventually([&] { return std::ranges::count(program.keys(), aKey) == 1; }));
 }
 
 TEST_F(X11HotKeysTest, replacingItAtRunTimeEndsTheOldCombination) {
@@ -281,7 +369,7 @@ TEST_F(X11HotKeysTest, replacingItAtRunTimeEndsTheOldCombination) {
     ASSERT_TRUE(grab(commandJ));
     pressThatDoesNothing(altKey, spaceKey);
     pressWith(superKey, jKey);
-    EXPECT_TRUE(registration_.pressed(1));
+    EXPECT_TRUE(pressed(1));
     OtherProgram program(server_);
     EXPECT_TRUE(program.canGrab(spaceKey, XCB_MOD_MASK_1));
     EXPECT_FALSE(program.canGrab(jKey, XCB_MOD_MASK_4));
@@ -297,7 +385,7 @@ TEST_F(X11HotKeysTest, releasingGivesItBackAndItCanBeHadAgain) {
     program.releaseKeys();
     EXPECT_TRUE(grab(optionSpace));
     pressWith(altKey, spaceKey);
-    EXPECT_TRUE(registration_.pressed(1));
+    EXPECT_TRUE(pressed(1));
 }
 
 TEST_F(X11HotKeysTest, destroyingItGivesItBack) {
@@ -314,7 +402,7 @@ TEST_F(X11HotKeysTest, aTakenCombinationIsSaidToBeTakenAndDoesNoHarm) {
     pressThatDoesNothing(altKey, spaceKey);
     EXPECT_TRUE(grab(commandJ)) << "another one can be had all the same";
     pressWith(superKey, jKey);
-    EXPECT_TRUE(registration_.pressed(1));
+    EXPECT_TRUE(pressed(1));
     program.releaseKeys();
     EXPECT_TRUE(grab(optionSpace));
 }
@@ -333,7 +421,7 @@ TEST_F(X11HotKeysTest, aWindowManagersOwnCombinationIsTaken) {
     EXPECT_FALSE(grab(optionSpace));
     EXPECT_TRUE(grab(commandJ));
     pressWith(superKey, jKey);
-    EXPECT_TRUE(registration_.pressed(1));
+    EXPECT_TRUE(pressed(1));
 }
 
 TEST_F(X11HotKeysTest, theKeysPositionCountsWhateverTheLayout) {
@@ -343,11 +431,11 @@ TEST_F(X11HotKeysTest, theKeysPositionCountsWhateverTheLayout) {
     for (const QString &layout : {u"de"_s, u"fr"_s, u"ru"_s, u"us(dvorak)"_s}) {
         run(server_, u"setxkbmap"_s, {layout});
         pressWith(altKey, z);
-        EXPECT_TRUE(registration_.pressed(++presses)) << qPrintable(layout);
+        EXPECT_TRUE(pressed(++presses)) << qPrintable(layout);
     }
     ASSERT_TRUE(grab(optionSpace)) << "and grabbed under another layout";
     pressWith(altKey, spaceKey);
-    EXPECT_TRUE(registration_.pressed(1));
+    EXPECT_TRUE(pressed(1));
 }
 
 TEST_F(X11HotKeysTest, itFiresInASecondLayoutThatAKeySwitchesTo) {
@@ -356,7 +444,7 @@ TEST_F(X11HotKeysTest, itFiresInASecondLayoutThatAKeySwitchesTo) {
     for (const int press : {1, 2, 3}) {
         keys({capsLockKey, -capsLockKey});
         pressWith(altKey, spaceKey);
-        EXPECT_TRUE(registration_.pressed(press));
+        EXPECT_TRUE(pressed(press));
     }
 }
 
@@ -366,6 +454,7 @@ TEST_F(X11HotKeysTest, itFollowsAModifierThatMovesToAnotherKey) {
     // The exchange reaches us as an event of its own, some time after.
     EXPECT_TRUE(eventually([&] {
         pressWith(superKey, jKey);
+        hotKeys_->dealtWith(registration_.lastTime, NextKeys::WhoHasTheKeyboard);
         return registration_.presses > 0;
     }));
 }
@@ -393,7 +482,7 @@ TEST_F(X11HotKeysTest, itFollowsModifiersThatGetAnotherMeaning) {
     EXPECT_FALSE(program.canGrab(spaceKey, XCB_MOD_MASK_2));
     EXPECT_TRUE(program.canGrab(spaceKey, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1));
     pressWith(altKey, spaceKey);
-    EXPECT_TRUE(registration_.pressed(1));
+    EXPECT_TRUE(pressed(1));
 }
 
 TEST_F(X11HotKeysTest, aKeyThatDoesNotExistCannotBeHad) {
@@ -442,7 +531,7 @@ TEST(X11HotKeysWithoutDisplayTest, nothingCanBeHad) {
 TEST_F(X11HotKeysTest, nothingWakesItWhileOtherKeysAreTyped) {
     ASSERT_TRUE(grab(optionSpace));
     pressWith(altKey, spaceKey);
-    ASSERT_TRUE(registration_.pressed(1));
+    ASSERT_TRUE(pressed(1));
     // Voluntary context switches of all our threads but this one.
     const auto switches = [] {
         qint64 sum = 0;

@@ -4,9 +4,11 @@
 
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <memory>
 #include <vector>
 
@@ -17,19 +19,19 @@ using namespace Qt::Literals::StringLiterals;
 /** An X server of the test's own, with a window manager if asked for. Gone when destroyed. */
 class XServer {
 public:
-    enum class Manager { None, Openbox };
+    enum class Manager { None, Openbox, Xfwm4 };
 
-    explicit XServer(Manager manager = Manager::Openbox) {
+    explicit XServer(Manager manager = Manager::Openbox, const QString &screen = u"800x600x24"_s) {
         makeDependent(server_);
-        server_.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"800x600x24"_s,
+        server_.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, screen,
                                   u"-nolisten"_s, u"tcp"_s, u"-noreset"_s});
         if (!server_.waitForStarted() || !server_.waitForReadyRead(20'000)) {
             ADD_FAILURE() << "no X server";
             return;
         }
         display_ = ':' + server_.readLine().trimmed();
-        if (manager == Manager::Openbox)
-            startManager();
+        if (manager != Manager::None)
+            startManager(manager);
     }
     XServer(const XServer &) = delete;
     XServer &operator=(const XServer &) = delete;
@@ -37,16 +39,22 @@ public:
         for (const auto &window : warmUp_)
             stop(*window);
         stop(manager_);
+        stop(managersBus_);
         stop(server_);
     }
 
     /** Returns when windows are managed. */
-    void startManager() {
+    void startManager(Manager manager = Manager::Openbox) {
         makeDependent(manager_);
-        manager_.setProcessEnvironment(environment());
-        manager_.start(u"openbox"_s, {u"--sm-disable"_s});
+        if (manager == Manager::Xfwm4) {
+            manager_.setProcessEnvironment(environmentWithSettings());
+            manager_.start(u"xfwm4"_s, {u"--compositor=off"_s});
+        } else {
+            manager_.setProcessEnvironment(environment());
+            manager_.start(u"openbox"_s, {u"--sm-disable"_s});
+        }
         EXPECT_TRUE(manager_.waitForStarted());
-        // While openbox starts it may leave a window alone until the next event wakes it. These
+        // While one starts it may leave a window alone until the next event wakes it. These
         // windows stay: a later one with the number of one that is gone may be taken for it.
         for (int attempt = 0; attempt < 40; ++attempt) {
             QProcess &window = *warmUp_.emplace_back(std::make_unique<QProcess>());
@@ -72,9 +80,29 @@ public:
         return result;
     }
 
+    /** The manager no longer reacts to anything. */
+    void pauseManager() { ::kill(static_cast<pid_t>(manager_.processId()), SIGSTOP); }
+
     void endServer() { stop(server_); }
 
 private:
+    // xfwm4 reads its settings from a service on the session bus, which keeps them in the home
+    // folder; both are its own here.
+    QProcessEnvironment environmentWithSettings() {
+        QProcessEnvironment result = environment();
+        result.insert(u"HOME"_s, managersHome_.path());
+        result.insert(u"NO_AT_BRIDGE"_s, u"1"_s);
+        for (const QString &name : {u"XDG_CONFIG_HOME"_s, u"XDG_CACHE_HOME"_s, u"XDG_DATA_HOME"_s})
+            result.remove(name);
+        makeDependent(managersBus_);
+        managersBus_.setProcessEnvironment(result);
+        managersBus_.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
+        EXPECT_TRUE(managersBus_.waitForReadyRead(20'000)) << "no session bus";
+        result.insert(u"DBUS_SESSION_BUS_ADDRESS"_s,
+                      QString::fromLatin1(managersBus_.readLine().trimmed()));
+        return result;
+    }
+
     static void stop(QProcess &process) {
         if (process.state() == QProcess::NotRunning)
             return;
@@ -83,6 +111,8 @@ private:
     }
 
     QProcess server_;
+    QTemporaryDir managersHome_;
+    QProcess managersBus_;
     QProcess manager_;
     std::vector<std::unique_ptr<QProcess>> warmUp_;
     QByteArray display_;
@@ -101,7 +131,10 @@ public:
     }
     XClient(const XClient &) = delete;
     XClient &operator=(const XClient &) = delete;
-    ~XClient() {
+    ~XClient() { kill(); }
+
+    /** Returns when the process is gone; its window may be there a moment longer. */
+    void kill() {
         process_.kill();
         process_.waitForFinished();
     }

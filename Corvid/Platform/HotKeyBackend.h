@@ -33,6 +33,12 @@ struct HotKey {
     bool operator==(const HotKey &) const = default;
 };
 
+/** Whose the keys are that are pressed after the hot key. */
+enum class NextKeys {
+    WhoHasTheKeyboard,
+    OurNextWindow, ///< the window of ours that is about to get the keyboard
+};
+
 /**
  * Takes one key combination from the whole session. Called on the main thread, never waits.
  * Nothing here fails: a combination that cannot be had is never pressed.
@@ -58,6 +64,13 @@ public:
 
     /** Gives the combination back, if there is one. No callback runs once this returned. */
     virtual void release() = 0;
+
+    /** Said once for each press, by its time. Where the window system can, no key that follows a
+        press goes anywhere before this is said; with NextKeys::OurNextWindow, not before a window
+        of ours has the keyboard, and the hot key's own modifiers do not count in it until they
+        are let go. None of this lasts longer than a moment: then the keys go to who has the
+        keyboard, whatever is said. */
+    virtual void dealtWith(quint32 time, NextKeys nextKeys) = 0;
 };
 
 } // namespace corvid

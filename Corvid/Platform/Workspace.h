@@ -40,7 +40,11 @@ public:
     /** The icon that stands in until the real one has been fetched. Immediate, never null. */
     virtual Image genericIcon() const = 0;
 
+    /** Brings the application to the front where it already runs, else starts it. */
     virtual void openApplication(const QString &applicationPath, const Completion &done) = 0;
+
+    /** Opens one more window of an application, by its own way of doing so where it has one. */
+    virtual void openNewWindow(const QString &applicationPath, const Completion &done) = 0;
 
     /** Opens a file or folder with its default handler. */
     virtual void open(const QString &path) = 0;
@@ -55,8 +59,9 @@ public:
     virtual void reveal(const QString &path) = 0;
 
     /** Starts a program as a child with its three standard streams on the null device, and does
-        not wait for it; it outlives us. False when it could not be started. */
-    virtual bool startTool(const QString &executable, const QStringList &arguments) = 0;
+        not wait for its end; it outlives us. `done` tells whether it could be started. */
+    virtual void startTool(const QString &executable, const QStringList &arguments,
+                           const Completion &done) = 0;
 };
 
 } // namespace corvid

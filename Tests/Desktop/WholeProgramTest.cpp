@@ -1,11 +1,8 @@
 // The whole program as a person uses it: a real X server with a window manager, real key presses,
 // real applications and projects.
 
-#include "LaunchWorld.h"
-#include "XServer.h"
+#include "DesktopTest.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
 
@@ -16,102 +13,10 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QString executable = QStringLiteral(CORVID_BUILD_FOLDER "/corvid");
-
-/** A home folder with one application, one editor bundle and one project. */
-class Home {
-public:
-    Home() {
-        writeTracingProgram(path(u"bin/frobnicator"_s), path(u"app.trace"_s));
-        writeFile(path(u".local/share/applications/org.example.Frobnicator.desktop"_s),
-                  u"[Desktop Entry]\nType=Application\nName=Frobnicator\nExec=%1 --new\n"_s.arg(
-                      path(u"bin/frobnicator"_s)));
-        writeFile(path(u"Applications/Editor.app/Contents/Info.plist"_s),
-                  u"<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
-                  "<key>CFBundleIdentifier</key><string>com.microsoft.VSCode</string>"
-                  "<key>CFBundleName</key><string>Visual Studio Code</string></dict></plist>"_s);
-        writeTracingProgram(path(u"Applications/Editor.app/Contents/Resources/app/bin/code"_s),
-                            path(u"editor.trace"_s));
-        writeFile(path(u"Code/my web/package.json"_s), u"{}"_s);
-        writeFile(path(u"Code/frobs/Makefile"_s), QString());
-        // Alt+K: openbox keeps Alt+Space for itself.
-        writeFile(path(u".config/Corvid/defaults.json"_s),
-                  u"{\"hotkeyKeyCode\": 40, \"hotkeyModifiers\": 2048}"_s);
-    }
-
-    QString path(const QString &relative) const { return folder_.filePath(relative); }
-
-    QProcessEnvironment environment(QProcessEnvironment base) const {
-        base.insert(u"HOME"_s, folder_.path());
-        base.insert(u"XDG_DATA_DIRS"_s, folder_.path());
-        for (const QString &name :
-             {u"XDG_DATA_HOME"_s, u"XDG_CONFIG_HOME"_s, u"QT_QPA_PLATFORM"_s, u"WAYLAND_DISPLAY"_s})
-            base.remove(name);
-        return base;
-    }
-
-    /** What the program wrote into its settings. */
-    QJsonObject defaults() const {
-        return QJsonDocument::fromJson(readFile(path(u".config/Corvid/defaults.json"_s)).toUtf8())
-            .object();
-    }
-
-    /** Until the first scans are done there is nothing to be found. */
-    bool waitForCatalogs() const {
-        return eventually([this] {
-            return readFile(path(u".local/share/Corvid/catalog.json"_s)).contains(u"Frobnic"_s) &&
-                   readFile(path(u".local/share/Corvid/projects.json"_s)).contains(u"my web"_s);
-        });
-    }
-
-private:
-    QTemporaryDir folder_;
-};
-
-class WholeProgramTest : public ::testing::Test {
+class WholeProgramTest : public DesktopTest {
 protected:
-    WholeProgramTest() {
-        // The first key of a new server is lost: the keyboard changes devices, and the window
-        // manager grabs its keys anew.
-        press(u"Shift_L"_s);
-        makeDependent(program);
-        program.setProcessEnvironment(home.environment(server.environment()));
-        program.start(executable, {u"--show"_s});
-        EXPECT_TRUE(eventually([this] { return panelHasKeyboard(); })) << "no focused panel";
-        EXPECT_TRUE(home.waitForCatalogs());
-    }
-    ~WholeProgramTest() override {
-        program.terminate();
-        if (!program.waitForFinished(5'000))
-            program.kill();
-        program.waitForFinished();
-    }
-
-    QString xdotool(const QStringList &arguments) const {
-        QProcess tool;
-        tool.setProcessEnvironment(server.environment());
-        tool.start(u"xdotool"_s, arguments);
-        tool.waitForFinished();
-        return QString::fromUtf8(tool.readAllStandardOutput()).trimmed();
-    }
-    // The X focus, not the window manager's word: it announces a window before keys go there.
-    bool panelHasKeyboard() const {
-        return xdotool({u"getwindowfocus"_s, u"getwindowname"_s}) == u"Corvid";
-    }
-    bool panelIsVisible() const {
-        return !xdotool({u"search"_s, u"--onlyvisible"_s, u"--name"_s, u"^Corvid$"_s}).isEmpty();
-    }
-    void type(const QString &text) const { xdotool({u"type"_s, u"--delay"_s, u"1"_s, text}); }
-    void press(const QString &key) const { xdotool({u"key"_s, key}); }
-
-    QStringList startedWith() const { return Trace(home.path(u"app.trace"_s)).arguments(); }
-
-    Home home;
-    XServer server;
-    QProcess program;
+    WholeProgramTest() { launch(); }
 };
-
-const QStringList asItsEntrySays{u"--new"_s};
 
 struct Answer {
     int exitCode = -1;

@@ -23,6 +23,8 @@ public:
         ++releases;
     }
 
+    void dealtWith(quint32 time, NextKeys nextKeys) override { said.emplace_back(time, nextKeys); }
+
     /** Does nothing while nothing is grabbed. */
     void press(quint32 time = 0) const {
         if (grabbed)
@@ -32,6 +34,8 @@ public:
     std::optional<HotKey> grabbed;
     std::vector<HotKey> grabs;
     Callbacks callbacks;
+    /** What was said of each press. */
+    std::vector<std::pair<quint32, NextKeys>> said;
     int releases = 0;
     int replacedWithoutRelease = 0;
 };

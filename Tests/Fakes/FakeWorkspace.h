@@ -36,12 +36,13 @@ public:
     QHash<QString, Image> icons; ///< what icon() answers; other paths have the generic icon
     Image generic = fakeImage(); ///< the generic icon; what is drawn needs a real one
     QString openingError;        ///< what completions are told; empty for success
-    bool toolsStart = true;      ///< what startTool() answers
+    QString toolError;           ///< what startTool()'s completion is told; empty for success
     /// Runs within icon(), on the thread that asks, before it answers.
     std::function<void(const QString &)> whileFetchingIcon;
 
     QStringList calls; ///< "<method> <path or address>" of every opening, in order
     std::vector<Opened> openedApplications;
+    QStringList newWindows; ///< paths given to openNewWindow()
     std::vector<Opened> openedFiles;
     QStringList opened; ///< paths given to open()
     QStringList revealed;
@@ -77,6 +78,13 @@ public:
             done(openingError);
     }
 
+    void openNewWindow(const QString &applicationPath, const Completion &done) override {
+        calls.append(QStringLiteral("openNewWindow ") + applicationPath);
+        newWindows.append(applicationPath);
+        if (done)
+            done(openingError);
+    }
+
     void open(const QString &path) override {
         calls.append(QStringLiteral("open ") + path);
         opened.append(path);
@@ -100,10 +108,12 @@ public:
         revealed.append(path);
     }
 
-    bool startTool(const QString &executable, const QStringList &arguments) override {
+    void startTool(const QString &executable, const QStringList &arguments,
+                   const Completion &done) override {
         calls.append(QStringLiteral("startTool ") + executable);
         tools.push_back({executable, arguments});
-        return toolsStart;
+        if (done)
+            done(toolError);
     }
 
 private:

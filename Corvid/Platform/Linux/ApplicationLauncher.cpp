@@ -1,7 +1,9 @@
 #include "Platform/Linux/ApplicationLauncher.h"
 
-#include "Platform/Linux/DetachedProcess.h"
 #include "Platform/Linux/LaunchTasks.h"
+#include "Platform/Linux/StartupNotifier.h"
+
+#include <utility>
 
 namespace corvid {
 
@@ -11,8 +13,10 @@ void ApplicationLauncher::CancellableUnref::operator()(GCancellable *cancellable
     g_object_unref(cancellable);
 }
 
-ApplicationLauncher::ApplicationLauncher(const QProcessEnvironment &childEnvironment)
-    : environment_(childEnvironment), shutdown_(g_cancellable_new()) {}
+ApplicationLauncher::ApplicationLauncher(const QProcessEnvironment &childEnvironment,
+                                         QByteArray display)
+    : environment_(childEnvironment), display_(std::move(display)), shutdown_(g_cancellable_new()) {
+}
 
 ApplicationLauncher::~ApplicationLauncher() {
     g_cancellable_cancel(shutdown_.get());
@@ -23,36 +27,45 @@ void ApplicationLauncher::launch(const QString &applicationPath, const QStringLi
     QList<QUrl> urls;
     for (const QString &file : files)
         urls.append(QUrl::fromLocalFile(file));
-    tasks_.start([=, this, world = World{environment_, shutdown_.get()}](const std::stop_token &) {
-        const QString error = launching::launchApplication(world, applicationPath, urls);
+    start([=](const World &world) { return launchApplication(world, applicationPath, urls); },
+          done);
+}
+
+void ApplicationLauncher::launchNewWindow(const QString &applicationPath,
+                                          const Workspace::Completion &done) {
+    start([=](const World &world) { return launching::launchNewWindow(world, applicationPath); },
+          done);
+}
+
+void ApplicationLauncher::start(const std::function<QString(const World &)> &launch,
+                                const Workspace::Completion &done) {
+    tasks_.start([=, this, environment = environment_, display = display_,
+                  shutdown = shutdown_.get()](const std::stop_token &) {
+        StartupNotifier startups(display);
+        const QString error = launch({environment, shutdown, &startups});
         if (done)
             QMetaObject::invokeMethod(
                 &receiver_, [done, error] { done(error); }, Qt::QueuedConnection);
+        GPollFD ended;
+        if (g_cancellable_make_pollfd(shutdown, &ended)) {
+            startups.finish(ended.fd);
+            g_cancellable_release_fd(shutdown);
+        }
     });
 }
 
 void ApplicationLauncher::openWithDefault(const QUrl &url) {
-    tasks_.start([url, world = World{environment_, shutdown_.get()}](const std::stop_token &) {
-        launching::openWithDefault(world, url);
-    });
+    start([url](const World &world) { return launching::openWithDefault(world, url); }, {});
 }
 
 void ApplicationLauncher::reveal(const QString &path) {
-    tasks_.start([path, world = World{environment_, shutdown_.get()}](const std::stop_token &) {
-        launching::reveal(world, path);
-    });
+    start([path](const World &world) { return launching::reveal(world, path); }, {});
 }
 
-bool ApplicationLauncher::startTool(const QString &executable, const QStringList &arguments) {
-    const DetachedProcess process =
-        startDetached({QStringList{executable} + arguments, environment_, {}, {}});
-    if (!process.error.isEmpty())
-        return false;
-    tasks_.start([pid = process.pid, name = executable.section(u'/', -1),
-                  world = World{environment_, shutdown_.get()}](const std::stop_token &) {
-        launching::moveToScope(world, pid, name);
-    });
-    return true;
+void ApplicationLauncher::startTool(const QString &executable, const QStringList &arguments,
+                                    const Workspace::Completion &done) {
+    start([=](const World &world) { return launching::startTool(world, executable, arguments); },
+          done);
 }
 
 } // namespace corvid

@@ -60,9 +60,9 @@ void prepareChild(gpointer data) {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    std::signal(SIGPIPE, SIG_DFL);
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGHUP, SIG_DFL);
+    // Handlers end with the program that had them, but what is ignored would stay ignored.
+    for (int signal = 1; signal < NSIG; ++signal)
+        std::signal(signal, SIG_DFL);
 
     // The environment in this copy of our memory is what the program will be given.
     auto *digits = static_cast<char *>(data);
@@ -93,6 +93,8 @@ DetachedProcess startDetached(const DetachedCommand &command) {
         variables.remove(name);
     if (!command.desktopFile.isEmpty())
         variables.insert(u"GIO_LAUNCHED_DESKTOP_FILE"_s, command.desktopFile);
+    if (!command.startupId.isEmpty())
+        variables.insert(u"DESKTOP_STARTUP_ID"_s, QString::fromUtf8(command.startupId));
     const QStringList definitions = variables.toStringList();
     for (const QString &definition : definitions)
         environment.add(QFile::encodeName(definition));

@@ -2,14 +2,17 @@
 
 #include "Locations.h"
 #include "Platform/Linux/BundleProperties.h"
+#include "Platform/Linux/BusActivation.h"
 #include "Platform/Linux/DesktopSettings.h"
 #include "Platform/Linux/DetachedProcess.h"
 #include "Platform/Linux/ExecLine.h"
 #include "Platform/Linux/SessionBus.h"
+#include "Platform/Linux/StartupNotifier.h"
 #include "Platform/Linux/TerminalCommand.h"
 
 #include <gio/gdesktopappinfo.h>
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
@@ -21,7 +24,11 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int scopeTimeoutMs = 2'000;
-constexpr int activationTimeoutMs = 25'000; // a slow application's start is no failure
+constexpr int fileManagerTimeoutMs = 25'000; // it may have to be started first
+
+struct KeyFileUnref {
+    void operator()(GKeyFile *file) const { g_key_file_unref(file); }
+};
 
 bool isInstalled(const World &world, const QString &program) {
     const QStringList folders = world.environment.value(u"PATH"_s).split(u':', Qt::SkipEmptyParts);
@@ -33,25 +40,64 @@ QString stringOf(GDesktopAppInfo *entry, const char *key) {
     return QString::fromUtf8(value.get());
 }
 
+/** Moves a process that was just started into a systemd scope of its own, so that it does not
+    end with our service. Without a user manager there is nothing to do and nothing is done. */
+void moveToScope(const World &world, qint64 pid, const QString &application) {
+    const GObjectPointer<GDBusConnection> bus = sessionBus(world.shutdown);
+    if (!bus)
+        return;
+    GVariantBuilder pids;
+    g_variant_builder_init(&pids, G_VARIANT_TYPE("au"));
+    g_variant_builder_add(&pids, "u", static_cast<guint32>(pid));
+    GVariantBuilder properties;
+    g_variant_builder_init(&properties, G_VARIANT_TYPE("a(sv)"));
+    g_variant_builder_add(&properties, "(sv)", "PIDs", g_variant_builder_end(&pids));
+    g_variant_builder_add(&properties, "(sv)", "Slice", g_variant_new_string("app.slice"));
+    g_variant_builder_add(&properties, "(sv)", "CollectMode",
+                          g_variant_new_string("inactive-or-failed"));
+    // Not waking a manager that is not there, and not caring: the session of its own remains.
+    GErrorHolder error;
+    GVariant *reply = g_dbus_connection_call_sync(
+        bus.get(), "org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+        "org.freedesktop.systemd1.Manager", "StartTransientUnit",
+        g_variant_new("(ssa(sv)@a(sa(sv)))", scopeName(application, pid).toUtf8().constData(),
+                      "fail", &properties,
+                      g_variant_new_array(G_VARIANT_TYPE("(sa(sv))"), nullptr, 0)),
+        nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, scopeTimeoutMs, world.shutdown, error.out());
+    if (reply)
+        g_variant_unref(reply);
+}
+
 /** Starts one command line in the home folder, or in `folder` when that is not empty. */
 QString start(const World &world, const QStringList &arguments, const QString &folder,
-              const QString &application, const QString &desktopFile) {
+              const QString &application, const QString &desktopFile,
+              const QByteArray &startupId = {}) {
     QString workingFolder = folder;
     if (workingFolder.isEmpty() && QFileInfo(locations::home()).isDir())
         workingFolder = locations::home();
     const DetachedProcess process =
-        startDetached({arguments, world.environment, workingFolder, desktopFile});
+        startDetached({arguments, world.environment, workingFolder, desktopFile, startupId});
     if (process.error.isEmpty())
         moveToScope(world, process.pid, application);
     return process.error;
 }
 
+StartupNotifier::Application startingApplication(GDesktopAppInfo *entry, const QString &path) {
+    return {path, QString::fromUtf8(g_app_info_get_name(G_APP_INFO(entry))),
+            stringOf(entry, G_KEY_FILE_DESKTOP_KEY_ICON),
+            stringOf(entry, G_KEY_FILE_DESKTOP_KEY_STARTUP_WM_CLASS)};
+}
+
+bool saysWhenStarted(GDesktopAppInfo *entry) {
+    return g_desktop_app_info_get_boolean(entry, G_KEY_FILE_DESKTOP_KEY_STARTUP_NOTIFY) != FALSE;
+}
+
 QString startByExec(const World &world, GDesktopAppInfo *entry, const QString &path,
-                    const QString &id, const QList<QUrl> &urls) {
+                    const QString &exec, const QList<QUrl> &urls) {
+    const QString id = QFileInfo(path).completeBaseName();
     const ExecFields fields{QString::fromUtf8(g_app_info_get_name(G_APP_INFO(entry))),
                             stringOf(entry, G_KEY_FILE_DESKTOP_KEY_ICON), path};
-    std::vector<QStringList> lines =
-        expandExec(stringOf(entry, G_KEY_FILE_DESKTOP_KEY_EXEC), fields, urls);
+    std::vector<QStringList> lines = expandExec(exec, fields, urls);
     if (lines.empty())
         return u"“%1” does not say what to run."_s.arg(path);
 
@@ -67,25 +113,20 @@ QString startByExec(const World &world, GDesktopAppInfo *entry, const QString &p
             line = *inUsersTerminal;
         }
         // The process of an entry that runs in a terminal is the terminal, not the application.
+        // As GIO does: one that knows nothing of the id would hand it on to its own children, whose
+        // windows would then be taken for old ones.
+        QByteArray startupId;
+        if (!inTerminal && saysWhenStarted(entry))
+            startupId = world.startups->begin(startingApplication(entry, path),
+                                              StartupNotifier::Announcement::Public);
         QString error = start(world, line, stringOf(entry, G_KEY_FILE_DESKTOP_KEY_PATH), id,
-                              inTerminal ? QString() : path);
+                              inTerminal ? QString() : path, startupId);
+        if (!error.isEmpty())
+            world.startups->cancel(startupId);
         if (!error.isEmpty())
             return error;
     }
     return {};
-}
-
-bool meansNoService(int code) {
-    switch (code) {
-    case G_DBUS_ERROR_SERVICE_UNKNOWN:
-    case G_DBUS_ERROR_NAME_HAS_NO_OWNER:
-    case G_DBUS_ERROR_UNKNOWN_METHOD:
-    case G_DBUS_ERROR_UNKNOWN_OBJECT:
-    case G_DBUS_ERROR_UNKNOWN_INTERFACE:
-        return true;
-    default: // the bus has one code for each way in which starting the service can fail
-        return code >= G_DBUS_ERROR_SPAWN_EXEC_FAILED && code <= G_DBUS_ERROR_SPAWN_NO_MEMORY;
-    }
 }
 
 bool meansNoAnswer(const GError *error) {
@@ -94,47 +135,29 @@ bool meansNoAnswer(const GError *error) {
            g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED);
 }
 
-enum class Activation { Done, ServiceMissing, Failed };
-
-/** org.freedesktop.Application, of which an entry's id is both the bus name and the object. */
-Activation activateByBus(const World &world, const QString &id, const QList<QUrl> &urls,
-                         GErrorHolder &error) {
-    const QByteArray name = id.toUtf8();
-    if (!g_dbus_is_name(name.constData()) || g_dbus_is_unique_name(name.constData()))
-        return Activation::ServiceMissing;
-    const GObjectPointer<GDBusConnection> bus = sessionBus(world.shutdown);
-    if (!bus)
-        return Activation::ServiceMissing;
-
-    QByteArray object = "/" + name;
-    object.replace('.', '/').replace('-', '_');
-    GVariantBuilder platformData;
-    g_variant_builder_init(&platformData, G_VARIANT_TYPE_VARDICT);
-    GVariant *arguments = nullptr;
-    if (urls.isEmpty()) {
-        arguments = g_variant_new("(a{sv})", &platformData);
-    } else {
-        GVariantBuilder uris;
-        g_variant_builder_init(&uris, G_VARIANT_TYPE_STRING_ARRAY);
-        for (const QUrl &url : urls)
-            g_variant_builder_add(&uris, "s", url.toEncoded().constData());
-        arguments = g_variant_new("(asa{sv})", &uris, &platformData);
-    }
-    GVariant *reply = g_dbus_connection_call_sync(
-        bus.get(), name.constData(), object.constData(), "org.freedesktop.Application",
-        urls.isEmpty() ? "Activate" : "Open", arguments, nullptr, G_DBUS_CALL_FLAGS_NONE,
-        activationTimeoutMs, world.shutdown, error.out());
-    if (reply) {
-        g_variant_unref(reply);
-        return Activation::Done;
-    }
-    // Anything else may come from an application that is there and busy: starting it once more
-    // would open it twice.
-    const bool missing = error.get()->domain == G_DBUS_ERROR && meansNoService(error.get()->code);
-    return missing ? Activation::ServiceMissing : Activation::Failed;
+/** The id of the entry's action for a new window; empty when it has none. */
+QByteArray newWindowAction(GDesktopAppInfo *entry) {
+    const gchar *const *actions = g_desktop_app_info_list_actions(entry);
+    for (const char *name : {"new-window", "new-empty-window", "NewWindow"})
+        if (g_strv_contains(actions, name))
+            return name;
+    return {};
 }
 
-QString launchEntry(const World &world, const QString &path, const QList<QUrl> &urls) {
+/** The Exec line of one of the entry's actions; empty when it has none. */
+QString execOfAction(const QString &path, const QByteArray &action) {
+    const std::unique_ptr<GKeyFile, KeyFileUnref> file(g_key_file_new());
+    g_key_file_load_from_file(file.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE,
+                              nullptr);
+    const GFreePointer<gchar> exec(g_key_file_get_string(file.get(), "Desktop Action " + action,
+                                                         G_KEY_FILE_DESKTOP_KEY_EXEC, nullptr));
+    return QString::fromUtf8(exec.get());
+}
+
+enum class Window { AsUsual, New };
+
+QString launchEntry(const World &world, const QString &path, const QList<QUrl> &urls,
+                    Window window = Window::AsUsual) {
     const GObjectPointer<GDesktopAppInfo> entry(
         g_desktop_app_info_new_from_filename(QFile::encodeName(path).constData()));
     if (!entry && !QFileInfo::exists(path))
@@ -142,20 +165,39 @@ QString launchEntry(const World &world, const QString &path, const QList<QUrl> &
     if (!entry)
         return u"“%1” is no desktop entry, or its program is not installed."_s.arg(path);
 
-    const QString id = QFileInfo(path).completeBaseName();
-    if (g_desktop_app_info_get_boolean(entry.get(), "DBusActivatable")) {
+    QString exec = stringOf(entry.get(), G_KEY_FILE_DESKTOP_KEY_EXEC);
+    bool byBus = g_desktop_app_info_get_boolean(entry.get(), "DBusActivatable") != FALSE;
+    BusRequest request{urls, {}, {}};
+    if (window == Window::New) {
+        const QByteArray action = newWindowAction(entry.get());
+        if (!action.isEmpty()) {
+            request.action = action;
+            if (const QString ofAction = execOfAction(path, action); !ofAction.isEmpty())
+                exec = ofAction;
+        } else if (!exec.isEmpty()) {
+            // Activating shows the window that is there already; the program may open another.
+            byBus = false;
+        }
+    }
+    if (byBus) {
+        request.startupId = world.startups->begin(startingApplication(entry.get(), path),
+                                                  saysWhenStarted(entry.get())
+                                                      ? StartupNotifier::Announcement::Public
+                                                      : StartupNotifier::Announcement::Silent);
         GErrorHolder error;
-        switch (activateByBus(world, id, urls, error)) {
-        case Activation::Done:
+        switch (activateByBus(QFileInfo(path).completeBaseName(), request, world.shutdown, error)) {
+        case BusActivation::Done:
             return {};
-        case Activation::Failed:
+        case BusActivation::Failed:
+            world.startups->cancel(request.startupId);
             g_dbus_error_strip_remote_error(error.get());
             return error.message();
-        case Activation::ServiceMissing:
+        case BusActivation::ServiceMissing:
+            world.startups->cancel(request.startupId);
             break;
         }
     }
-    return startByExec(world, entry.get(), path, id, urls);
+    return startByExec(world, entry.get(), path, exec, urls);
 }
 
 QString launchBundle(const World &world, const QString &path, const QList<QUrl> &urls) {
@@ -193,6 +235,12 @@ QString launchApplication(const World &world, const QString &applicationPath,
     return launchBundle(world, applicationPath, urls);
 }
 
+QString launchNewWindow(const World &world, const QString &applicationPath) {
+    if (applicationPath.endsWith(".desktop"_L1))
+        return launchEntry(world, applicationPath, {}, Window::New);
+    return launchBundle(world, applicationPath, {});
+}
+
 QString openWithDefault(const World &world, const QUrl &url) {
     sessionBus(world.shutdown);
     QString error = u"Nothing is installed that opens “%1”."_s.arg(url.toString());
@@ -220,7 +268,7 @@ QString reveal(const World &world, const QString &path) {
         GVariant *reply = g_dbus_connection_call_sync(
             bus.get(), "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
             "org.freedesktop.FileManager1", "ShowItems", g_variant_new("(ass)", &uris, ""), nullptr,
-            G_DBUS_CALL_FLAGS_NONE, activationTimeoutMs, world.shutdown, error.out());
+            G_DBUS_CALL_FLAGS_NONE, fileManagerTimeoutMs, world.shutdown, error.out());
         if (reply) {
             g_variant_unref(reply);
             return {};
@@ -232,30 +280,9 @@ QString reveal(const World &world, const QString &path) {
     return openWithDefault(world, QUrl::fromLocalFile(QFileInfo(path).path()));
 }
 
-void moveToScope(const World &world, qint64 pid, const QString &application) {
-    const GObjectPointer<GDBusConnection> bus = sessionBus(world.shutdown);
-    if (!bus)
-        return;
-    GVariantBuilder pids;
-    g_variant_builder_init(&pids, G_VARIANT_TYPE("au"));
-    g_variant_builder_add(&pids, "u", static_cast<guint32>(pid));
-    GVariantBuilder properties;
-    g_variant_builder_init(&properties, G_VARIANT_TYPE("a(sv)"));
-    g_variant_builder_add(&properties, "(sv)", "PIDs", g_variant_builder_end(&pids));
-    g_variant_builder_add(&properties, "(sv)", "Slice", g_variant_new_string("app.slice"));
-    g_variant_builder_add(&properties, "(sv)", "CollectMode",
-                          g_variant_new_string("inactive-or-failed"));
-    // Not waking a manager that is not there, and not caring: the session of its own remains.
-    GErrorHolder error;
-    GVariant *reply = g_dbus_connection_call_sync(
-        bus.get(), "org.freedesktop.systemd1", "/org/freedesktop/systemd1",
-        "org.freedesktop.systemd1.Manager", "StartTransientUnit",
-        g_variant_new("(ssa(sv)@a(sa(sv)))", scopeName(application, pid).toUtf8().constData(),
-                      "fail", &properties,
-                      g_variant_new_array(G_VARIANT_TYPE("(sa(sv))"), nullptr, 0)),
-        nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, scopeTimeoutMs, world.shutdown, error.out());
-    if (reply)
-        g_variant_unref(reply);
+QString startTool(const World &world, const QString &executable, const QStringList &arguments) {
+    return start(world, QStringList{executable} + arguments, QDir::currentPath(),
+                 QFileInfo(executable).fileName(), {});
 }
 
 } // namespace corvid::launching

@@ -1,8 +1,11 @@
 #include "Platform/Linux/LinuxDesktop.h"
 
-#include <QGuiApplication>
+#include "Platform/Linux/X11ClickMonitor.h"
+#include "Platform/Linux/X11PanelSurface.h"
 
-#include <memory>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWindow>
 
 #include <xcb/xcb.h>
 
@@ -10,22 +13,18 @@ namespace corvid {
 
 namespace {
 
-struct FreeReply {
-    void operator()(void *reply) const { free(reply); }
+class PlainPanelSurface final : public PanelSurface {
+public:
+    Behind behind() const override { return Behind::Desktop; }
+    QRect visibleFrame(const QScreen &screen) const override { return screen.availableGeometry(); }
+    void prepare(QWindow & /*panel*/, qreal /*cornerRadius*/, quint32 /*time*/) override {}
+    bool hasKeyboard(const QWindow &panel) const override { return panel.isActive(); }
 };
-template <typename Reply>
-using ReplyPointer = std::unique_ptr<Reply, FreeReply>;
 
-// Compositing managers own the selection _NET_WM_CM_S<screen> as long as they run.
-bool selectionHasOwner(xcb_connection_t *connection) {
-    constexpr char name[] = "_NET_WM_CM_S0";
-    const ReplyPointer<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, false, sizeof name - 1, name), nullptr));
-    if (!atom)
-        return false;
-    const ReplyPointer<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
-        connection, xcb_get_selection_owner(connection, atom->atom), nullptr));
-    return owner && owner->owner != XCB_NONE;
+// Null where the application does not run on X11.
+xcb_connection_t *x11Connection() {
+    const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return x11 ? x11->connection() : nullptr;
 }
 
 } // namespace
@@ -41,10 +40,15 @@ bool displayIsReachable() {
     return reachable;
 }
 
-bool LinuxDesktop::hasCompositor() const {
-    const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    // Every other platform plugin composes translucent windows.
-    return !x11 || selectionHasOwner(x11->connection());
+std::unique_ptr<PanelSurface> makePanelSurface() {
+    if (xcb_connection_t *connection = x11Connection())
+        return std::make_unique<X11PanelSurface>(connection);
+    return std::make_unique<PlainPanelSurface>();
+}
+
+std::unique_ptr<ClickMonitor> makeClickMonitor() {
+    xcb_connection_t *connection = x11Connection();
+    return connection ? std::make_unique<X11ClickMonitor>(connection) : nullptr;
 }
 
 } // namespace corvid

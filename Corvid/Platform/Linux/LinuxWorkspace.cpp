@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 LinuxWorkspace::LinuxWorkspace(const DesktopEntries &entries, const Options &options)
     : icons_(desktopsettings::iconTheme, {iconBaseFolders(), {u"/usr/share/pixmaps"_s}},
              options.devicePixelRatio),
-      running_(entries, options.display), launcher_(options.childEnvironment) {}
+      running_(entries, options.display), launcher_(options.childEnvironment, options.display) {}
 
 void LinuxWorkspace::start() {
     running_.start();
@@ -29,13 +29,19 @@ Image LinuxWorkspace::genericIcon() const {
 }
 
 void LinuxWorkspace::openApplication(const QString &applicationPath, const Completion &done) {
-    if (!running_.activate(applicationPath)) {
+    const bool runs = running_.activate(applicationPath, [=, this](bool activated) {
+        // It has ended meanwhile, or hangs.
+        if (!activated)
+            launcher_.launch(applicationPath, {}, done);
+        else if (done)
+            done({});
+    });
+    if (!runs)
         launcher_.launch(applicationPath, {}, done);
-        return;
-    }
-    if (done)
-        QMetaObject::invokeMethod(
-            &receiver_, [done] { done({}); }, Qt::QueuedConnection);
+}
+
+void LinuxWorkspace::openNewWindow(const QString &applicationPath, const Completion &done) {
+    launcher_.launchNewWindow(applicationPath, done);
 }
 
 void LinuxWorkspace::open(const QString &path) {
@@ -55,8 +61,9 @@ void LinuxWorkspace::reveal(const QString &path) {
     launcher_.reveal(path);
 }
 
-bool LinuxWorkspace::startTool(const QString &executable, const QStringList &arguments) {
-    return launcher_.startTool(executable, arguments);
+void LinuxWorkspace::startTool(const QString &executable, const QStringList &arguments,
+                               const Completion &done) {
+    launcher_.startTool(executable, arguments, done);
 }
 
 } // namespace corvid

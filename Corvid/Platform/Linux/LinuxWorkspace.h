@@ -37,18 +37,19 @@ public:
 
     /** Brings the application to the front when it has a window, else starts it. */
     void openApplication(const QString &applicationPath, const Completion &done) override;
+    void openNewWindow(const QString &applicationPath, const Completion &done) override;
     void open(const QString &path) override;
     void openFiles(const QStringList &paths, const QString &applicationPath,
                    const Completion &done) override;
     void openUrl(const QUrl &url) override;
     void reveal(const QString &path) override;
-    bool startTool(const QString &executable, const QStringList &arguments) override;
+    void startTool(const QString &executable, const QStringList &arguments,
+                   const Completion &done) override;
 
 private:
     IconLoader icons_;
     RunningApplications running_;
     ApplicationLauncher launcher_;
-    QObject receiver_; ///< completions addressed to it are dropped with us
 };
 
 } // namespace corvid

@@ -5,16 +5,29 @@
 #include "Platform/Linux/WindowMatcher.h"
 #include "Platform/Linux/X11Clients.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 #include <unordered_map>
+#include <utility>
 
 namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto reactionTime = 2s; // of a window manager that is asked to activate a window
+// A program that has just died may still have its window, and even the focus.
+constexpr auto settlingTime = 100ms;
+
+} // namespace
 
 /** The thread's own state. */
 class RunningApplications::Watcher {
@@ -24,29 +37,30 @@ public:
 
     struct Result {
         QSet<QString> ids;
-        QHash<QString, Windows> windowsByPath;
+        QSet<QString> activatable;
     };
 
     bool connected() const { return clients_ != nullptr; }
 
-    /** Sleeps until the list of windows may have changed or the other descriptor is readable. */
+    /** Sleeps until something may have changed, the other descriptor is readable, or a wish is
+        due. */
     X11Clients::Events wait(int wakeDescriptor) {
         // An answer may have brought events along, which the descriptor no longer announces.
         auto events = clients_->takeEvents();
         if (events == X11Clients::Events::Nothing) {
             std::array<pollfd, 2> sources{
                 {{clients_->fileDescriptor(), POLLIN, 0}, {wakeDescriptor, POLLIN, 0}}};
-            poll(sources.data(), sources.size(), -1);
+            poll(sources.data(), sources.size(), pollTimeout());
             events = clients_->takeEvents();
         }
         return events;
     }
 
     Result look() {
-        const std::vector<X11Clients::Window> windows = clients_->list();
+        windows_ = clients_->list();
         std::vector<X11Clients::Window> added;
         std::unordered_map<X11Clients::Window, Application> kept;
-        for (const auto window : windows) {
+        for (const auto window : windows_) {
             if (const auto known = applications_.find(window); known != applications_.end())
                 kept.insert(*known);
             else
@@ -57,20 +71,94 @@ public:
 
         const bool canActivate = clients_->canActivate();
         Result result;
-        for (const auto window : windows) {
+        for (const auto window : windows_) {
             const auto application = applications_.find(window);
             if (application == applications_.end() || application->second.id.isEmpty())
                 continue;
             result.ids.insert(application->second.id);
             if (canActivate)
-                result.windowsByPath[application->second.path].push_back(window);
+                result.activatable.insert(application->second.path);
         }
         return result;
     }
 
-    void activate(const Windows &windows) { clients_->activate(windows); }
+    /** Begins to carry out a wish; look() must have been called just before. */
+    void begin(const Wish &wish) { pending_.push_back({wish, 0, {}, false}); }
+
+    struct Answer {
+        Wish wish;
+        bool activated;
+    };
+
+    /** Goes on with the wishes; those that have been decided are returned. */
+    std::vector<Answer> goOn() {
+        std::vector<Answer> answers;
+        if (pending_.empty())
+            return answers;
+        const auto now = Clock::now();
+        const auto active = applications_.find(clients_->active());
+        std::erase_if(pending_, [&](Pending &pending) {
+            const auto windows = windowsOf(pending.wish.path);
+            if (windows.empty()) {
+                answers.push_back({pending.wish, false});
+                return true;
+            }
+            if (std::find(windows.begin(), windows.end(), pending.target) == windows.end()) {
+                pending.target = clients_->activateTopmost(windows);
+                pending.due = now + reactionTime;
+                pending.reacted = false;
+                return false;
+            }
+            // Or another of its windows: a dialog comes before the window that it belongs to.
+            if (!pending.reacted && active != applications_.end() &&
+                active->second.path == pending.wish.path) {
+                pending.reacted = true;
+                pending.due = now + settlingTime;
+            }
+            if (now < pending.due)
+                return false;
+            answers.push_back({pending.wish, pending.reacted});
+            return true;
+        });
+        return answers;
+    }
+
+    std::vector<Wish> giveUp() {
+        std::vector<Wish> wishes;
+        for (const Pending &pending : pending_)
+            wishes.push_back(pending.wish);
+        pending_.clear();
+        return wishes;
+    }
 
 private:
+    struct Pending {
+        Wish wish;
+        X11Clients::Window target = 0;
+        Clock::time_point due;
+        bool reacted = false; ///< the application has the focus
+    };
+
+    int pollTimeout() const {
+        if (pending_.empty())
+            return -1;
+        const auto next = std::min_element(
+            pending_.begin(), pending_.end(),
+            [](const Pending &one, const Pending &other) { return one.due < other.due; });
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(next->due - Clock::now());
+        return static_cast<int>(std::max(rest, 0ms).count());
+    }
+
+    std::vector<X11Clients::Window> windowsOf(const QString &path) const {
+        std::vector<X11Clients::Window> result;
+        for (const auto window : windows_) {
+            const auto application = applications_.find(window);
+            if (application != applications_.end() && application->second.path == path)
+                result.push_back(window);
+        }
+        return result;
+    }
+
     /** What a window belongs to; empty when that is not known. */
     using Application = WindowMatcher::Match;
 
@@ -98,8 +186,7 @@ private:
     }
 
     bool listEntriesAnew() {
-        using namespace std::chrono_literals;
-        const auto now = std::chrono::steady_clock::now();
+        const auto now = Clock::now();
         if (listed_ && now - *listed_ < 1min)
             return false;
         matcher_ = WindowMatcher(entries_.list());
@@ -110,8 +197,10 @@ private:
     const DesktopEntries &entries_;
     std::unique_ptr<X11Clients> clients_;
     WindowMatcher matcher_;
-    std::optional<std::chrono::steady_clock::time_point> listed_;
+    std::optional<Clock::time_point> listed_;
+    std::vector<X11Clients::Window> windows_;
     std::unordered_map<X11Clients::Window, Application> applications_;
+    std::vector<Pending> pending_;
 };
 
 RunningApplications::RunningApplications(const DesktopEntries &entries, QByteArray display)
@@ -129,47 +218,65 @@ RunningApplications::~RunningApplications() {
 void RunningApplications::start() {
     thread_ = std::jthread([this](const std::stop_token &stop) {
         Watcher watcher(entries_, display_);
-        if (!watcher.connected())
-            return;
-        const auto publish = [this](Watcher::Result result) {
-            QMetaObject::invokeMethod(
-                &receiver_,
-                [this, result = std::move(result)] {
-                    ids_ = result.ids;
-                    windowsByPath_ = result.windowsByPath;
-                },
-                Qt::QueuedConnection);
-        };
-        publish(watcher.look());
-        while (!stop.stop_requested()) {
-            const auto events = watcher.wait(wakeDescriptor_);
-            if (events == X11Clients::Events::ConnectionLost) {
-                publish({});
-                return;
-            }
-            if (events == X11Clients::Events::ListChanged)
-                publish(watcher.look());
-
-            eventfd_t count = 0;
-            eventfd_read(wakeDescriptor_, &count);
-            std::vector<Windows> wishes;
-            {
-                const std::scoped_lock lock(mutex_);
-                wishes.swap(toActivate_);
-            }
-            for (const Windows &windows : wishes)
-                watcher.activate(windows);
-        }
+        if (watcher.connected())
+            watch(watcher, stop);
     });
 }
 
-bool RunningApplications::activate(const QString &applicationPath) {
-    const auto windows = windowsByPath_.constFind(applicationPath);
-    if (windows == windowsByPath_.constEnd())
+void RunningApplications::watch(Watcher &watcher, const std::stop_token &stop) {
+    const auto publish = [this](Watcher::Result result) {
+        QMetaObject::invokeMethod(
+            &receiver_,
+            [this, result = std::move(result)] {
+                ids_ = result.ids;
+                activatable_ = result.activatable;
+            },
+            Qt::QueuedConnection);
+    };
+    const auto takeWishes = [this](bool last) {
+        eventfd_t count = 0;
+        eventfd_read(wakeDescriptor_, &count);
+        const std::scoped_lock lock(mutex_);
+        deaf_ = last;
+        return std::exchange(wishes_, {});
+    };
+    takeWishes(false);
+    publish(watcher.look());
+    while (!stop.stop_requested()) {
+        const auto events = watcher.wait(wakeDescriptor_);
+        const bool lost = events == X11Clients::Events::ConnectionLost;
+        const std::vector<Wish> wishes = takeWishes(lost);
+        if (lost) {
+            publish({});
+            for (const Wish &wish : watcher.giveUp())
+                answer(wish, false);
+            for (const Wish &wish : wishes)
+                answer(wish, false);
+            return;
+        }
+        // What is known may be older than the wish.
+        if (events == X11Clients::Events::ListChanged || !wishes.empty())
+            publish(watcher.look());
+        for (const Wish &wish : wishes)
+            watcher.begin(wish);
+        for (const auto &[wish, activated] : watcher.goOn())
+            answer(wish, activated);
+    }
+}
+
+void RunningApplications::answer(const Wish &wish, bool activated) {
+    QMetaObject::invokeMethod(
+        &receiver_, [done = wish.done, activated] { done(activated); }, Qt::QueuedConnection);
+}
+
+bool RunningApplications::activate(const QString &applicationPath, const Activated &done) {
+    if (!activatable_.contains(applicationPath))
         return false;
     {
         const std::scoped_lock lock(mutex_);
-        toActivate_.push_back(*windows);
+        if (deaf_)
+            return false;
+        wishes_.push_back({applicationPath, done});
     }
     wake();
     return true;

@@ -3,12 +3,11 @@
 #include "Platform/DesktopEntries.h"
 
 #include <QByteArray>
-#include <QHash>
 #include <QObject>
 #include <QSet>
 #include <QString>
 
-#include <cstdint>
+#include <functional>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -36,25 +35,36 @@ public:
         the event loop. */
     const QSet<QString> &ids() const { return ids_; }
 
+    /** Called on the main thread: whether the application came to the front. */
+    using Activated = std::function<void(bool)>;
+
     /** Brings the application's topmost window to the front; it is named by the path of its
-        entry or bundle. False when it has no window, or when nobody here can do that. */
-    bool activate(const QString &applicationPath);
+        entry or bundle. False when it has no window, or when nobody here can do that; `done` is
+        not called then. Else it is, from the event loop: with false when the window turns out to
+        be gone or does not react within two seconds. Not called once this is destroyed. */
+    bool activate(const QString &applicationPath, const Activated &done);
 
 private:
-    using Windows = std::vector<std::uint32_t>;
+    struct Wish {
+        QString path; ///< of the application
+        Activated done;
+    };
 
     class Watcher;
 
     void wake() const;
+    void watch(Watcher &watcher, const std::stop_token &stop);
+    void answer(const Wish &wish, bool activated);
 
     const DesktopEntries &entries_;
     QByteArray display_;
 
     QSet<QString> ids_;
-    QHash<QString, Windows> windowsByPath_; ///< empty where no window can be brought to the front
+    QSet<QString> activatable_; ///< paths; empty where no window can be brought to the front
 
-    std::mutex mutex_;                ///< guards what follows
-    std::vector<Windows> toActivate_; ///< wishes that the thread has not taken yet
+    std::mutex mutex_;         ///< guards what follows
+    std::vector<Wish> wishes_; ///< that the thread has not taken yet
+    bool deaf_ = true;         ///< the thread takes no wishes
 
     int wakeDescriptor_ = -1; ///< an eventfd that wakes the thread
     QObject receiver_;        ///< results addressed to it are dropped with us

@@ -36,7 +36,8 @@ TerminationSignals::TerminationSignals()
     : readEnd_(openPipe()), notifier_(readEnd_, QSocketNotifier::Read) {
     QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] {
         notifier_.setEnabled(false);
-        QCoreApplication::quit();
+        // quit() would ask every window first, and the panel hides where others close.
+        QCoreApplication::exit();
     });
     struct sigaction action = {};
     action.sa_handler = noteSignal;

@@ -1,53 +1,41 @@
 #include "Platform/Linux/X11Clients.h"
 
-#include <xcb/xcb.h>
+#include "Platform/Linux/X11Replies.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace corvid {
+
+using x11::bytesOf;
+using x11::numbersOf;
+using x11::Reply;
 
 namespace {
 
 constexpr std::uint32_t longestText = 1024;  // 32-bit units
 constexpr std::uint32_t longestList = 65536; // windows
 
-struct Free {
-    void operator()(void *memory) const { std::free(memory); }
-};
-template <typename T>
-using Reply = std::unique_ptr<T, Free>;
-
-QByteArray bytesOf(const xcb_get_property_reply_t *reply) {
-    if (!reply || reply->format != 8)
-        return {};
-    return {static_cast<const char *>(xcb_get_property_value(reply)),
-            xcb_get_property_value_length(reply)};
-}
-
-std::vector<std::uint32_t> numbersOf(const xcb_get_property_reply_t *reply) {
-    if (!reply || reply->format != 32)
-        return {};
-    std::vector<std::uint32_t> numbers(
-        static_cast<std::size_t>(xcb_get_property_value_length(reply)) / sizeof(std::uint32_t));
-    std::memcpy(numbers.data(), xcb_get_property_value(reply),
-                numbers.size() * sizeof(std::uint32_t));
-    return numbers;
+bool announces(const xcb_generic_event_t &event, xcb_atom_t property) {
+    return x11::typeOf(event) == XCB_PROPERTY_NOTIFY &&
+           x11::as<xcb_property_notify_event_t>(event).atom == property;
 }
 
 } // namespace
 
 struct X11Clients::Atoms {
-    xcb_atom_t clientList, clientListStacking, activeWindow, supported, pid, gtkApplicationId,
-        bamfDesktopFile, utf8String;
+    xcb_atom_t clientList, clientListStacking, activeWindow, currentDesktop, windowDesktop,
+        supported, pid, gtkApplicationId, bamfDesktopFile, utf8String;
 
     explicit Atoms(xcb_connection_t *connection) {
         const std::pair<xcb_atom_t *, const char *> names[]{
             {&clientList, "_NET_CLIENT_LIST"},
             {&clientListStacking, "_NET_CLIENT_LIST_STACKING"},
             {&activeWindow, "_NET_ACTIVE_WINDOW"},
+            {&currentDesktop, "_NET_CURRENT_DESKTOP"},
+            {&windowDesktop, "_NET_WM_DESKTOP"},
             {&supported, "_NET_SUPPORTED"},
             {&pid, "_NET_WM_PID"},
             {&gtkApplicationId, "_GTK_APPLICATION_ID"},
@@ -88,6 +76,7 @@ X11Clients::X11Clients(xcb_connection_t *connection, int screen) : connection_(c
     // Only the root's properties: those of the windows change with every title.
     const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(connection_, root_, XCB_CW_EVENT_MASK, &mask);
+    hiddenWindow_ = x11::makeHiddenWindow(connection_, root_);
     xcb_flush(connection_);
 }
 
@@ -100,29 +89,23 @@ int X11Clients::fileDescriptor() const {
 }
 
 X11Clients::Events X11Clients::takeEvents() {
-    Events result = Events::Nothing;
-    while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) {
-        constexpr std::uint8_t sentBit = 0x80;
-        if ((event->response_type & ~sentBit) != XCB_PROPERTY_NOTIFY)
-            continue;
-        xcb_property_notify_event_t change;
-        std::memcpy(&change, event.get(), sizeof change);
-        if (change.atom == atoms_->clientList)
-            result = Events::ListChanged;
-    }
-    return xcb_connection_has_error(connection_) ? Events::ConnectionLost : result;
+    while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)})
+        listChanged_ |= announces(*event, atoms_->clientList);
+    if (xcb_connection_has_error(connection_))
+        return Events::ConnectionLost;
+    return std::exchange(listChanged_, false) ? Events::ListChanged : Events::Nothing;
 }
 
-std::vector<std::uint32_t> X11Clients::rootProperty(std::uint32_t property,
-                                                    std::uint32_t type) const {
+std::vector<std::uint32_t> X11Clients::property(Window window, std::uint32_t name,
+                                                std::uint32_t type) const {
     const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        connection_, xcb_get_property(connection_, 0, root_, property, type, 0, longestList),
+        connection_, xcb_get_property(connection_, 0, window, name, type, 0, longestList),
         nullptr));
     return numbersOf(reply.get());
 }
 
 std::vector<X11Clients::Window> X11Clients::list() const {
-    return rootProperty(atoms_->clientList, XCB_ATOM_WINDOW);
+    return property(root_, atoms_->clientList, XCB_ATOM_WINDOW);
 }
 
 std::vector<X11Clients::Client> X11Clients::describe(const std::vector<Window> &windows) const {
@@ -163,32 +146,55 @@ std::vector<X11Clients::Client> X11Clients::describe(const std::vector<Window> &
 }
 
 bool X11Clients::canActivate() const {
-    const std::vector<std::uint32_t> supported = rootProperty(atoms_->supported, XCB_ATOM_ATOM);
+    const std::vector<std::uint32_t> supported = property(root_, atoms_->supported, XCB_ATOM_ATOM);
     return std::find(supported.begin(), supported.end(), atoms_->activeWindow) != supported.end();
 }
 
-void X11Clients::activate(const std::vector<Window> &windows) const {
+X11Clients::Window X11Clients::active() const {
+    const std::vector<Window> window = property(root_, atoms_->activeWindow, XCB_ATOM_WINDOW);
+    return window.empty() ? 0 : window.front();
+}
+
+X11Clients::Window X11Clients::activateTopmost(const std::vector<Window> &windows) {
     // Bottom to top, so the last of ours is the one that the user saw last.
-    const std::vector<Window> stack = rootProperty(atoms_->clientListStacking, XCB_ATOM_WINDOW);
+    const std::vector<Window> stack = property(root_, atoms_->clientListStacking, XCB_ATOM_WINDOW);
     const auto top = std::find_if(stack.rbegin(), stack.rend(), [&](Window window) {
         return std::find(windows.begin(), windows.end(), window) != windows.end();
     });
     const Window window = top != stack.rend() ? *top : windows.back();
 
+    // Without the time of the wish it may be taken for one that has long been overtaken.
+    const xcb_timestamp_t time =
+        x11::serverTime(connection_, hiddenWindow_, [this](const xcb_generic_event_t &event) {
+            listChanged_ |= announces(event, atoms_->clientList);
+        });
+    // Some managers would only make a window on another desktop blink.
+    const std::vector<std::uint32_t> desktop =
+        property(window, atoms_->windowDesktop, XCB_ATOM_CARDINAL);
+    const std::vector<std::uint32_t> current =
+        property(root_, atoms_->currentDesktop, XCB_ATOM_CARDINAL);
+    constexpr std::uint32_t everyDesktop = 0xffffffff;
+    if (!desktop.empty() && desktop.front() != everyDesktop && desktop != current)
+        tellManager(root_, atoms_->currentDesktop, {desktop.front(), time});
     constexpr std::uint32_t fromUser = 2; // a window manager may ignore what applications ask
+    tellManager(window, atoms_->activeWindow, {fromUser, time});
+    xcb_flush(connection_);
+    return window;
+}
+
+void X11Clients::tellManager(Window window, std::uint32_t type,
+                             const std::array<std::uint32_t, 2> &data) const {
     xcb_client_message_event_t message = {};
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
     message.window = window;
-    message.type = atoms_->activeWindow;
-    message.data.data32[0] = fromUser;
-    message.data.data32[1] = XCB_CURRENT_TIME;
+    message.type = type;
+    std::copy(data.begin(), data.end(), std::begin(message.data.data32));
     std::array<char, 32> bytes{};
     std::memcpy(bytes.data(), &message, sizeof message);
     xcb_send_event(connection_, 0, root_,
                    XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
                    bytes.data());
-    xcb_flush(connection_);
 }
 
 } // namespace corvid

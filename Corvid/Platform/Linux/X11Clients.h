@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -51,17 +52,26 @@ public:
     /** Whether the window manager brings windows to the front when asked. */
     bool canActivate() const;
 
-    /** Brings the topmost of these windows to the front. */
-    void activate(const std::vector<Window> &windows) const;
+    /** The window that has the focus; 0 for none. */
+    Window active() const;
+
+    /** Asks the window manager to bring the topmost of these windows to the front: to restore it
+        if it is minimised and to switch to its desktop. Returns that window. */
+    Window activateTopmost(const std::vector<Window> &windows);
 
 private:
     struct Atoms;
 
     explicit X11Clients(xcb_connection_t *connection, int screen);
-    std::vector<std::uint32_t> rootProperty(std::uint32_t property, std::uint32_t type) const;
+    std::vector<std::uint32_t> property(Window window, std::uint32_t name,
+                                        std::uint32_t type) const;
+    void tellManager(Window window, std::uint32_t type,
+                     const std::array<std::uint32_t, 2> &data) const;
 
     xcb_connection_t *connection_;
     Window root_ = 0;
+    Window hiddenWindow_ = 0;
+    bool listChanged_ = false; ///< since takeEvents() last told
     std::unique_ptr<Atoms> atoms_;
 };
 

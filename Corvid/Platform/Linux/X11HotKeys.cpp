@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/X11KeyGrab.h"
 
+#include <algorithm>
 #include <array>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -9,8 +10,11 @@
 
 namespace corvid {
 
-X11HotKeys::X11HotKeys(QByteArray display)
-    : display_(std::move(display)), wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+using namespace std::chrono;
+
+X11HotKeys::X11HotKeys(QByteArray display, milliseconds patience)
+    : display_(std::move(display)), patience_(patience),
+      wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 X11HotKeys::~X11HotKeys() {
     release();
@@ -29,6 +33,27 @@ void X11HotKeys::grab(const HotKey &hotKey, Callbacks callbacks) {
 
 void X11HotKeys::release() {
     makeWish(std::nullopt, {});
+}
+
+void X11HotKeys::dealtWith(quint32 time, NextKeys nextKeys) {
+    if (nextKeys == NextKeys::WhoHasTheKeyboard) {
+        letGo(time);
+        return;
+    }
+    std::uint16_t modifiers = 0;
+    {
+        const std::scoped_lock lock(mutex_);
+        modifiers = pressModifiers_;
+    }
+    handover_.await(modifiers, [this, time] { letGo(time); });
+}
+
+void X11HotKeys::letGo(quint32 time) {
+    {
+        const std::scoped_lock lock(mutex_);
+        letGo_ = time;
+    }
+    wake();
 }
 
 void X11HotKeys::makeWish(std::optional<HotKey> hotKey, Callbacks callbacks) {
@@ -50,16 +75,26 @@ void X11HotKeys::run(const std::stop_token &stop) {
     const auto answer = [&](bool obtained) {
         tell([obtained](const Callbacks &callbacks) { callbacks.answered(obtained); });
     };
-    const auto press = [&](std::uint32_t time) {
-        tell([time](const Callbacks &callbacks) { callbacks.pressed(time); });
+    // The latest press, and when the keys after it go on whether or not it was dealt with.
+    std::uint32_t lastPress = 0;
+    std::optional<steady_clock::time_point> deadline;
+    const auto press = [&](const X11KeyGrab::Press &event) {
+        lastPress = event.time;
+        deadline = steady_clock::now() + patience_;
+        tell([&](const Callbacks &callbacks) {
+            pressModifiers_ = event.modifiers;
+            callbacks.pressed(event.time);
+        });
     };
     while (!stop.stop_requested()) {
         eventfd_t count = 0;
         eventfd_read(wakeDescriptor_, &count);
         std::optional<HotKey> wanted;
+        std::optional<quint32> letGo;
         bool changed = false;
         {
             const std::scoped_lock lock(mutex_);
+            letGo = std::exchange(letGo_, std::nullopt);
             changed = std::exchange(granted, wish_.number) != wish_.number;
             wanted = wish_.hotKey;
         }
@@ -69,6 +104,13 @@ void X11HotKeys::run(const std::stop_token &stop) {
             answer(keyGrab && keyGrab->grab(*wanted));
         } else if (changed && keyGrab) {
             keyGrab->release();
+        }
+        if (deadline && steady_clock::now() >= *deadline)
+            letGo = lastPress;
+        if (letGo && *letGo == lastPress) {
+            deadline.reset();
+            if (keyGrab)
+                keyGrab->letGo(lastPress);
         }
         if (keyGrab) {
             // Before sleeping too: an answer may have brought events along, which the descriptor
@@ -83,7 +125,10 @@ void X11HotKeys::run(const std::stop_token &stop) {
         }
         std::array<pollfd, 2> sources{
             {{wakeDescriptor_, POLLIN, 0}, {keyGrab ? keyGrab->fileDescriptor() : -1, POLLIN, 0}}};
-        poll(sources.data(), sources.size(), -1);
+        // Rounded up, so that it does not wake before the deadline.
+        const auto timeout =
+            deadline ? std::max(0ms, ceil<milliseconds>(*deadline - steady_clock::now())) : -1ms;
+        poll(sources.data(), sources.size(), static_cast<int>(timeout.count()));
     }
 }
 

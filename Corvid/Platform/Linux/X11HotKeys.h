@@ -1,9 +1,11 @@
 #pragma once
 
 #include "Platform/HotKeyBackend.h"
+#include "Platform/Linux/X11KeyHandover.h"
 
 #include <QByteArray>
 
+#include <chrono>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -18,12 +20,20 @@ namespace corvid {
  */
 class X11HotKeys final : public HotKeyBackend {
 public:
-    /** An empty name is no display. */
-    explicit X11HotKeys(QByteArray display);
+    /** How long the keys that follow a press are kept back at most, should nobody deal with the
+        press: long enough for a loaded machine to show a window, too short for a person to think
+        that the keyboard is dead. The one thing that the thread cannot see to is a process that
+        is stopped as a whole, in a debugger say, in just that moment: then the session's keyboard
+        waits until the process runs on or ends. */
+    static constexpr std::chrono::milliseconds usualPatience{500};
+
+    /** An empty name is no display. Needs the application object. */
+    explicit X11HotKeys(QByteArray display, std::chrono::milliseconds patience = usualPatience);
     ~X11HotKeys() override;
 
     void grab(const HotKey &hotKey, Callbacks callbacks) override;
     void release() override;
+    void dealtWith(quint32 time, NextKeys nextKeys) override;
 
 private:
     struct Wish {
@@ -32,15 +42,22 @@ private:
         std::uint64_t number = 0;
     };
 
+    void letGo(quint32 time);
     void makeWish(std::optional<HotKey> hotKey, Callbacks callbacks);
     void run(const std::stop_token &stop);
     void wake() const;
 
     const QByteArray display_;
+    const std::chrono::milliseconds patience_;
     const int wakeDescriptor_;
     /** Held while a callback runs, so that none runs after it was withdrawn. */
     std::mutex mutex_;
     Wish wish_;
+    /** The press that has been dealt with. */
+    std::optional<quint32> letGo_;
+    /** Of the latest press. */
+    std::uint16_t pressModifiers_ = 0;
+    X11KeyHandover handover_;
     std::jthread thread_;
 };
 

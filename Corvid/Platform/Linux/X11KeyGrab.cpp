@@ -95,26 +95,29 @@ void X11KeyGrab::release() {
     if (!hotKey_)
         return;
     ungrabKey();
+    if (keptSince_)
+        letGo(*keptSince_);
     watchReleases(false);
     held_ = false;
     hotKey_.reset();
     xcb_flush(connection_);
 }
 
-X11KeyGrab::Events X11KeyGrab::takeEvents(const std::function<void(std::uint32_t time)> &pressed) {
+X11KeyGrab::Events X11KeyGrab::takeEvents(const std::function<void(const Press &)> &pressed) {
     Events result;
     bool mappingChanged = false;
     const auto take = [&](const xcb_generic_event_t &event) {
         switch (event.response_type & eventCode) {
         case XCB_KEY_PRESS: {
+            // The press grabbed the whole keyboard and froze it.
             const auto &press = as<xcb_key_press_event_t>(event);
-            // The press grabbed the whole keyboard until the key's release. What is typed until
-            // then belongs to whoever has the focus.
-            xcb_ungrab_keyboard(connection_, press.time);
-            xcb_flush(connection_);
+            keptSince_ = press.time;
             if (isCombination(press) && !held_) {
-                pressed(press.time);
-                noteHeld();
+                pressed({press.time, stateOf(*hotKey_)});
+                held_ = inputOpcode_.has_value();
+                watchReleases(held_);
+            } else {
+                letGo(press.time);
             }
             break;
         }
@@ -142,6 +145,17 @@ X11KeyGrab::Events X11KeyGrab::takeEvents(const std::function<void(std::uint32_t
     }
     result.connectionLost = xcb_connection_has_error(connection_) != 0;
     return result;
+}
+
+// Giving the grab up, rather than only thawing it: the hot key may be held while other keys follow.
+void X11KeyGrab::letGo(std::uint32_t time) {
+    if (keptSince_ != time)
+        return;
+    keptSince_.reset();
+    xcb_ungrab_keyboard(connection_, time);
+    if (held_)
+        noteHeld(); // the key may have gone up while nothing was told
+    xcb_flush(connection_);
 }
 
 // Which of the eight modifiers the keys that are called Alt, Super and Num Lock set.
@@ -210,7 +224,7 @@ bool X11KeyGrab::grabKey() {
             for (const std::uint32_t num : {0U, std::uint32_t{modifiers_.numLock}}) {
                 cookies.push_back(xcb_grab_key_checked(
                     connection_, 0, root, static_cast<std::uint16_t>(state | caps | num), keyCode_,
-                    XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+                    XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_SYNC));
             }
         }
     }

@@ -40,14 +40,24 @@ public:
 
     void release();
 
+    struct Press {
+        std::uint32_t time;
+        /** As the events of keys tell them. */
+        std::uint16_t modifiers;
+    };
     struct Events {
         /** Set when the keyboard's mapping changed so that the combination was grabbed anew. */
         std::optional<bool> regrabbed;
         bool connectionLost = false;
     };
-    /** Takes what has happened since the last call; does not wait for more. `pressed` gets the
-        time of each press, auto-repeat left out. */
-    Events takeEvents(const std::function<void(std::uint32_t time)> &pressed);
+    /** Takes what has happened since the last call; does not wait for more. `pressed` gets each
+        press, auto-repeat left out. From then on the display keeps back every key, pressed or
+        released, until letGo(). */
+    Events takeEvents(const std::function<void(const Press &)> &pressed);
+
+    /** Lets the keys go that followed the press of this time, to who has the keyboard now. Does
+        nothing when they went already. */
+    void letGo(std::uint32_t time);
 
 private:
     struct Modifiers {
@@ -72,7 +82,8 @@ private:
     Modifiers modifiers_;
     std::optional<HotKey> hotKey_;
     std::uint8_t keyCode_ = 0;
-    bool obtained_ = false;
+    /** The time of the press after which the keys are kept back. */
+    std::optional<std::uint32_t> keptSince_;
     /** From a press to the release of the key: what comes meanwhile is auto-repeat. */
     bool held_ = false;
 };

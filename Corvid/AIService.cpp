@@ -1,0 +1,203 @@
+#include "AIService.h"
+
+#include "ChatProtocol.h"
+#include "Platform/SecretStore.h"
+#include "Platform/UserDefaults.h"
+#include "ServerSentEvents.h"
+
+#include <QCoreApplication>
+#include <QJsonValue>
+
+#include <utility>
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr qsizetype maxIntentReply = 1 << 20; // bytes
+
+const SecretStore *sharedSecrets = nullptr;
+std::unique_ptr<AIService> sharedService;
+
+bool isWeb(const QUrl &url) {
+    return url.scheme() == "http"_L1 || url.scheme() == "https"_L1;
+}
+
+QString storedText(const UserDefaults &defaults, const QString &key, const QString &absent) {
+    return defaults.value(key).toString(absent);
+}
+
+} // namespace
+
+AIService::Task::Task(Task &&other) noexcept
+    : service_(std::exchange(other.service_, nullptr)), id_(other.id_) {}
+
+AIService::Task &AIService::Task::operator=(Task &&other) noexcept {
+    if (this != &other) {
+        cancel();
+        service_ = std::exchange(other.service_, nullptr);
+        id_ = other.id_;
+    }
+    return *this;
+}
+
+void AIService::Task::cancel() {
+    if (AIService *service = std::exchange(service_, nullptr))
+        service->cancel(id_);
+}
+
+bool AIService::Task::active() const {
+    return service_ && service_->calls_.contains(id_);
+}
+
+AIService::AIService(const UserDefaults &defaults, const SecretStore *secrets, Timeouts timeouts)
+    : defaults_(defaults), secrets_(secrets), timeouts_(timeouts) {}
+
+AIService::AIService(const UserDefaults &defaults, const SecretStore *secrets)
+    : AIService(defaults, secrets, Timeouts()) {}
+
+AIService::~AIService() {
+    // Callbacks may own tasks, which then find nothing left to cancel.
+    std::exchange(calls_, {}).clear();
+}
+
+AIService &AIService::shared() {
+    if (!sharedService) {
+        sharedService = std::make_unique<AIService>(UserDefaults::standard(), sharedSecrets);
+        // Its thread must not outlive the application object.
+        qAddPostRoutine([] { sharedService.reset(); });
+    }
+    return *sharedService;
+}
+
+void AIService::installSecrets(const SecretStore *secrets) {
+    sharedSecrets = secrets;
+}
+
+AIService::Config AIService::config() const {
+    return {storedText(defaults_, u"aiBaseURL"_s, u"https://api.openai.com/v1"_s),
+            storedText(defaults_, u"aiModel"_s, u"gpt-4o-mini"_s),
+            secrets_ ? secrets_->get(u"ai-api-key"_s).value_or(QString()) : QString()};
+}
+
+template <typename Function>
+void AIService::later(Function function) {
+    QMetaObject::invokeMethod(this, std::move(function), Qt::QueuedConnection);
+}
+
+quint64 AIService::add(Call call) {
+    const quint64 id = ++lastId_;
+    calls_.emplace(id, std::make_shared<const Call>(std::move(call)));
+    return id;
+}
+
+AIService::Task AIService::stream(const QString &prompt, OnElement onElement,
+                                  OnFinished onFinished) {
+    const quint64 id = add({std::move(onElement), std::move(onFinished), nullptr});
+    const Config config = this->config();
+    const auto tell = [this, id](const QStringList &elements, const std::optional<QString> &error) {
+        later([this, id, elements, error] {
+            deliver(id, elements);
+            finish(id, error);
+        });
+    };
+    if (config.apiKey.isEmpty()) {
+        tell({chat::noKeyText()}, std::nullopt);
+        return {this, id};
+    }
+    const std::optional<QUrl> url = chat::endpoint(config.baseURL);
+    if (!url)
+        qFatal("the base address of the AI endpoint is not a URL");
+    const std::optional<QByteArray> authorization = chat::authorization(config.apiKey);
+    if (!authorization) {
+        tell({}, u"The API key holds a character that cannot be sent."_s);
+        return {this, id};
+    }
+    if (!isWeb(*url)) {
+        tell({}, u"The base URL is not an http or https address."_s);
+        return {this, id};
+    }
+    const auto events = std::make_shared<ServerSentEvents>();
+    transport_.start(
+        id, {*url, *authorization, chat::answerBody(config.model, prompt), timeouts_.stream},
+        {.onBytes =
+             [this, id, events](QByteArrayView bytes) {
+                 QStringList elements;
+                 const ServerSentEvents::State state = events->read(bytes, elements);
+                 if (!elements.isEmpty())
+                     later([this, id, elements] { deliver(id, elements); });
+                 return state == ServerSentEvents::State::Reading;
+             },
+         .onEnd =
+             [tell, events, baseURL = config.baseURL](const ChatTransfer::End &end) {
+                 QStringList elements;
+                 if (end.refusal)
+                     elements = {chat::httpErrorText(*end.refusal, baseURL)};
+                 else if (!end.error)
+                     events->finish(elements);
+                 tell(elements, end.error);
+             }});
+    return {this, id};
+}
+
+AIService::Task AIService::intent(const QString &query, const QStringList &apps,
+                                  const QStringList &projects, const QStringList &editors,
+                                  OnIntent onIntent) {
+    const quint64 id = add({nullptr, nullptr, std::move(onIntent)});
+    const Config config = this->config();
+    const auto tell = [this, id](const std::optional<Intent> &intent) {
+        later([this, id, intent] { finish(id, intent); });
+    };
+    const std::optional<QUrl> url = chat::endpoint(config.baseURL);
+    const std::optional<QByteArray> authorization = chat::authorization(config.apiKey);
+    if (config.apiKey.isEmpty() || !url || !isWeb(*url) || !authorization) {
+        tell(std::nullopt);
+        return {this, id};
+    }
+    const auto body = std::make_shared<QByteArray>();
+    transport_.start(
+        id,
+        {*url, *authorization, chat::intentBody(config.model, query, apps, projects, editors),
+         timeouts_.intent},
+        {.onBytes =
+             [body](QByteArrayView bytes) {
+                 body->append(bytes);
+                 return body->size() <= maxIntentReply;
+             },
+         .onEnd =
+             [tell, body](const ChatTransfer::End &end) {
+                 const bool whole = !end.refusal && !end.error && body->size() <= maxIntentReply;
+                 tell(whole ? intentFromReply(*body) : std::nullopt);
+             }});
+    return {this, id};
+}
+
+void AIService::deliver(quint64 id, const QStringList &elements) {
+    for (const QString &element : elements) {
+        const auto call = calls_.find(id);
+        if (call == calls_.end())
+            return;
+        // The callback may end its own call.
+        const std::shared_ptr<const Call> kept = call->second;
+        kept->onElement(element);
+    }
+}
+
+void AIService::finish(quint64 id, const std::optional<QString> &error) {
+    if (const auto call = calls_.extract(id))
+        call.mapped()->onFinished(error);
+}
+
+void AIService::finish(quint64 id, const std::optional<Intent> &intent) {
+    if (const auto call = calls_.extract(id))
+        call.mapped()->onIntent(intent);
+}
+
+void AIService::cancel(quint64 id) {
+    if (const auto call = calls_.extract(id))
+        transport_.cancel(id);
+}
+
+} // namespace corvid

@@ -1,0 +1,117 @@
+#pragma once
+
+#include "ChatTransport.h"
+#include "IntentReply.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <unordered_map>
+
+namespace corvid {
+
+class SecretStore;
+class UserDefaults;
+
+/**
+ * The program's only network client: asks an OpenAI-compatible chat endpoint, with the user's
+ * own key, for a streamed answer or for what a query means. Main thread only; never blocks.
+ * Holds no configuration: every call reads it afresh. Callbacks arrive from the event loop, never
+ * from within the call itself.
+ */
+class AIService final : public QObject {
+    Q_OBJECT
+
+public:
+    /** The longest silence of a server before a call gives up. */
+    struct Timeouts {
+        std::chrono::milliseconds stream = std::chrono::seconds(60);
+        std::chrono::milliseconds intent = std::chrono::seconds(20);
+    };
+
+    /** A call under way. Ends it when destroyed: the connection is closed and nothing is called
+        afterwards. May be destroyed from within the call's own callbacks and may outlive the
+        service. */
+    class Task {
+    public:
+        Task() = default;
+        Task(Task &&other) noexcept;
+        Task &operator=(Task &&other) noexcept;
+        ~Task() { cancel(); }
+
+        /** Does nothing when the call has ended or there is none. */
+        void cancel();
+        /** The call may still call back. */
+        bool active() const;
+
+    private:
+        friend AIService;
+        Task(AIService *service, quint64 id) : service_(service), id_(id) {}
+        QPointer<AIService> service_;
+        quint64 id_ = 0;
+    };
+
+    /** A piece of the answer, to be appended to those before. Text as the server sent it: show it
+        through displayText(). */
+    using OnElement = std::function<void(const QString &)>;
+    /** The end of an answer; with what went wrong, for people, if something did. */
+    using OnFinished = std::function<void(const std::optional<QString> &error)>;
+    using OnIntent = std::function<void(const std::optional<Intent> &)>;
+
+    /** Without secrets there is never a key. Both outlive the service. */
+    AIService(const UserDefaults &defaults, const SecretStore *secrets, Timeouts timeouts);
+    AIService(const UserDefaults &defaults, const SecretStore *secrets);
+    ~AIService() override;
+
+    /** The process-wide instance, on the standard user defaults and the secrets that the platform
+        installed before anything asked for it. Ends with the application object. */
+    static AIService &shared();
+    static void installSecrets(const SecretStore *secrets);
+
+    /** Asks a question. A missing key and a refusal of the endpoint are answers of one element; an
+        answer without end is cut off with a last element that says so. A base address that is no
+        URL is a fatal error. */
+    [[nodiscard]] Task stream(const QString &prompt, OnElement onElement, OnFinished onFinished);
+
+    /** Asks which of the named things a query means. Every failure is no intent. */
+    [[nodiscard]] Task intent(const QString &query, const QStringList &apps,
+                              const QStringList &projects, const QStringList &editors,
+                              OnIntent onIntent);
+
+private:
+    struct Config {
+        QString baseURL;
+        QString model;
+        QString apiKey; ///< empty when there is none
+    };
+    struct Call {
+        OnElement onElement;
+        OnFinished onFinished;
+        OnIntent onIntent;
+    };
+
+    Config config() const;
+    quint64 add(Call call);
+    void deliver(quint64 id, const QStringList &elements);
+    void finish(quint64 id, const std::optional<QString> &error);
+    void finish(quint64 id, const std::optional<Intent> &intent);
+    void cancel(quint64 id);
+    /** Runs later in the main thread, called from any. */
+    template <typename Function>
+    void later(Function function);
+
+    const UserDefaults &defaults_;
+    const SecretStore *secrets_;
+    const Timeouts timeouts_;
+    std::unordered_map<quint64, std::shared_ptr<const Call>> calls_;
+    quint64 lastId_ = 0;
+    ChatTransport transport_; ///< last: its thread calls into this object until it has ended
+};
+
+} // namespace corvid

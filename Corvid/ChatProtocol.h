@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QLatin1StringView>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+#include <optional>
+
+/**
+ * The chat-completions wire format, once for the whole program. Pure functions, any thread.
+ */
+namespace corvid::chat {
+
+/** Where requests go: the base address without slashes at its ends, and the path of the call.
+    Nothing when that is no URL. A lenient reading: characters that a URL cannot hold are
+    escaped. The result need not be an http address. */
+std::optional<QUrl> endpoint(const QString &baseURL);
+
+/** The value of the Authorization header. Nothing for a key with a character that a header
+    cannot carry as it stands (a line break would begin another header). */
+std::optional<QByteArray> authorization(const QString &key);
+
+/** Asks for a streamed answer. */
+QByteArray answerBody(const QString &model, const QString &prompt);
+
+/** Asks which of the named things a query means. */
+QByteArray intentBody(const QString &model, const QString &query, const QStringList &apps,
+                      const QStringList &projects, const QStringList &editors);
+
+/** The text in the first choice's `part` ("delta" of a streamed piece, "message" of a whole
+    reply). Nothing when the JSON is damaged or anything on the way there is of another type. */
+std::optional<QString> content(QByteArrayView json, QLatin1StringView part);
+
+/** The answer of a stream for which there is no key. */
+QString noKeyText();
+
+/** The answer of a stream that the endpoint refused. Names the address as it was entered. */
+QString httpErrorText(int status, const QString &baseURL);
+
+} // namespace corvid::chat

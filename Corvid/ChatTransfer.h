@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <QUrl>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+
+class QNetworkAccessManager;
+class QNetworkReply;
+
+namespace corvid {
+
+/**
+ * One POST to a chat endpoint. Lives in the thread of its network access manager, where its
+ * callbacks arrive, never from within the constructor. Destroying it closes the connection, and
+ * nothing is called afterwards.
+ *
+ * The authorization goes to the origin (scheme, host, port) of the request only: of redirects,
+ * 307 and 308 within the origin are followed, any other counts as the status that it is. TLS
+ * is verified. No cookies, no caches, no asking for credentials.
+ */
+class ChatTransfer final : public QObject {
+public:
+    struct Request {
+        QUrl url;
+        QByteArray authorization;
+        QByteArray body;
+        std::chrono::milliseconds silence; ///< the longest wait for the next byte
+    };
+
+    /** How a transfer ended; neither: the whole body is here. */
+    struct End {
+        std::optional<int> refusal;   ///< an HTTP status outside 200–299
+        std::optional<QString> error; ///< for people; holds no secret
+    };
+
+    struct Handlers {
+        /** The next bytes of a body with a status of 200–299, decompressed. False: enough, the
+            transfer ends as if this were the whole body. */
+        std::function<bool(QByteArrayView)> onBytes;
+        /** Called last and once. The transfer may be destroyed in it. */
+        std::function<void(const End &)> onEnd;
+    };
+
+    ChatTransfer(QNetworkAccessManager &manager, Request request, Handlers handlers);
+    ~ChatTransfer() override;
+
+private:
+    void post(const QUrl &url);
+    void headArrived();
+    bool readBody();
+    void finished();
+    bool follow(int status);
+    void closeReply();
+    void end(const End &how);
+    bool complete() const;
+    QString errorText() const;
+
+    QNetworkAccessManager &manager_;
+    const Request request_;
+    const Handlers handlers_;
+    QNetworkReply *reply_ = nullptr;
+    int redirects_ = 0;
+    qint64 received_ = 0; ///< bytes of the body
+    QTimer silence_;
+};
+
+} // namespace corvid

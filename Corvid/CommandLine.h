@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Platform/Instance.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+#include <vector>
+
+namespace corvid {
+
+/** What the program was started for. */
+struct CommandLine {
+    /** Printed instead of anything else. */
+    enum class Text { None, Help, Version };
+
+    bool show = false;
+    bool toggle = false;
+    bool settings = false;
+    bool sticky = false;
+    bool bench = false;
+    std::optional<QString> query; ///< also when it is empty; absent where no text follows
+    Text text = Text::None;
+    std::optional<QString> error; ///< one line; what was understood before it does not count
+
+    /** A process of its own that answers on standard error, beside the one that people use. */
+    bool isDiagnostic() const { return bench || query; }
+
+    /** What a Corvid that starts does for them, in order. Without one it stays hidden. */
+    std::vector<Wish> wishes() const;
+    /** What a Corvid that runs already does instead: the same, and without one it shows itself, as
+        anybody expects who clicks on a program's icon. */
+    std::vector<Wish> wishesOfRunning() const;
+};
+
+/**
+ * Reads the arguments without the program's own name. Options are whole arguments, in any order;
+ * what follows "--query" is its text, whatever it looks like, and the first such text counts. The
+ * first help, version or unknown argument ends the reading.
+ *
+ * The toolkit's own options are unknown, too: it would take them out of a query's text, and needs a
+ * display to do so. Its environment variables do the same.
+ */
+CommandLine parseCommandLine(const QStringList &arguments);
+
+/** Several lines, the last one ended. */
+QString helpText();
+/** One line, ended. */
+QString versionText();
+
+} // namespace corvid

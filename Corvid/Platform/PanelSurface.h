@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QRect>
+
+class QScreen;
+class QWindow;
+
+namespace corvid {
+
+/** How the session's window system carries the panel's window. Main thread only. */
+class PanelSurface {
+public:
+    /** What a translucent window lets through. */
+    enum class Behind {
+        Nothing,        ///< nothing: without a compositor it would be black there
+        Desktop,        ///< what lies behind it, as it is
+        BlurredDesktop, ///< what lies behind it, blurred by the compositor
+    };
+
+    PanelSurface() = default;
+    PanelSurface(const PanelSurface &) = delete;
+    PanelSurface &operator=(const PanelSurface &) = delete;
+    virtual ~PanelSurface() = default;
+
+    /** May be another one at each show. */
+    virtual Behind behind() const = 0;
+
+    /** What docks and bars leave of a screen, in device-independent pixels as
+        QScreen::geometry(); the whole screen when nobody tells. */
+    virtual QRect visibleFrame(const QScreen &screen) const = 0;
+
+    /** Readies the window, just before each show: above everything, on every desktop, in no task
+        bar, pager or window cycling, and entitled to the keyboard. The radius of its rounded
+        corners is in device-independent pixels. `time` is the window system's time of what the
+        user did to summon it, in its own milliseconds; 0 means now. Nothing here fails: a window
+        system that refuses a wish shows a plainer panel. */
+    virtual void prepare(QWindow &panel, qreal cornerRadius, quint32 time) = 0;
+
+    /** Whether the keys go to the panel at this moment, whatever was told of it so far. */
+    virtual bool hasKeyboard(const QWindow &panel) const = 0;
+};
+
+} // namespace corvid

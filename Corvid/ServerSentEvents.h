@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QString>
+#include <QStringList>
+
+namespace corvid {
+
+/**
+ * Reads a streamed chat answer: bytes in any portions in, pieces of text out. Lines end in LF,
+ * CRLF or CR and count as soon as their end is here; a character may be cut between two
+ * portions. Keeps at most maxLine bytes, whatever a server sends. Nothing here fails: what
+ * cannot be read is skipped. Any one thread.
+ */
+class ServerSentEvents {
+public:
+    static constexpr qsizetype maxLine = 1 << 20;   ///< bytes of one line
+    static constexpr qsizetype maxAnswer = 1 << 20; ///< UTF-16 units of all pieces together
+
+    enum class State {
+        Reading,
+        Ended, ///< the answer is complete or was cut off; further bytes mean nothing
+    };
+
+    /** The last piece of an answer that outgrew its bounds. */
+    static QString cutOffText();
+
+    /** Takes the next bytes and appends the pieces of text that they complete. */
+    State read(QByteArrayView bytes, QStringList &pieces);
+
+    /** The server sent everything: what stands of an unfinished line is a line. */
+    void finish(QStringList &pieces);
+
+    /** Bytes kept of the unfinished line. */
+    qsizetype buffered() const { return line_.size(); }
+
+private:
+    void keep(QByteArrayView part, QStringList &pieces);
+    void endLine(QByteArrayView rest, QStringList &pieces);
+    void takeLine(QByteArrayView line, QStringList &pieces);
+    void cutOff(QStringList &pieces);
+
+    QByteArray line_;           ///< the beginning of the unfinished line
+    bool ignoringLine_ = false; ///< that line is not a data line
+    bool afterCarriageReturn_ = false;
+    qsizetype answerSize_ = 0;
+    State state_ = State::Reading;
+};
+
+} // namespace corvid

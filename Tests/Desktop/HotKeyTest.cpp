@@ -1,0 +1,383 @@
+// No key is lost: what a person types after the hot key lands in the search field, in order and
+// completely, however fast it comes. The whole program with real key presses.
+
+#include "LaunchWorld.h"
+#include "XServer.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <gtest/gtest.h>
+
+#include <linux/input-event-codes.h>
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+using namespace corvid::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString executable = QStringLiteral(CORVID_BUILD_FOLDER "/corvid");
+
+struct Free {
+    void operator()(void *memory) const { std::free(memory); }
+};
+
+template <typename T>
+using Reply = std::unique_ptr<T, Free>;
+
+// Modifiers of a hot key, as they are stored.
+constexpr int super = 0x100;
+constexpr int alt = 0x800;
+constexpr int control = 0x1000;
+
+// X key codes of positions on the keyboard; negative ones are released.
+using Keys = std::vector<int>;
+constexpr int offset = 8;
+constexpr int altKey = KEY_LEFTALT + offset;
+constexpr int superKey = KEY_LEFTMETA + offset;
+constexpr int controlKey = KEY_LEFTCTRL + offset;
+constexpr int shiftKey = KEY_LEFTSHIFT + offset;
+constexpr int kKey = KEY_K + offset;
+constexpr int escapeKey = KEY_ESC + offset;
+constexpr int returnKey = KEY_ENTER + offset;
+constexpr int capsLockKey = KEY_CAPSLOCK + offset;
+constexpr int numLockKey = KEY_NUMLOCK + offset;
+
+Keys operator+(Keys first, const Keys &second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+Keys stroke(int key) {
+    return {key, -key};
+}
+
+const Keys hotKey{altKey, kKey, -kKey, -altKey};
+const Keys submit = stroke(returnKey);
+constexpr int rounds = 20;
+
+constexpr std::array<int, 26> letterKeys{
+    KEY_A, KEY_B, KEY_C, KEY_D, KEY_E, KEY_F, KEY_G, KEY_H, KEY_I, KEY_J, KEY_K, KEY_L, KEY_M,
+    KEY_N, KEY_O, KEY_P, KEY_Q, KEY_R, KEY_S, KEY_T, KEY_U, KEY_V, KEY_W, KEY_X, KEY_Y, KEY_Z};
+
+/** Strokes of the keys that have these letters on a US keyboard. */
+Keys typing(const QString &letters) {
+    Keys result;
+    for (const QChar letter : letters)
+        result = result + stroke(letterKeys.at(letter.unicode() - u'a') + offset);
+    return result;
+}
+
+bool isNoLetter(int key) {
+    return std::find(letterKeys.begin(), letterKeys.end(), key - offset) == letterKeys.end();
+}
+
+/** Twelve letters, others in every round. */
+QString twelveLetters(int round) {
+    QString result;
+    for (int i = 0; i < 12; ++i)
+        result += QChar(u'a' + (round * 5 + i * (1 + round % 3 * 2)) % 26);
+    return result;
+}
+
+/** Some other program's window, which has the keyboard before the panel; and the keyboard. */
+class OtherProgram {
+public:
+    explicit OtherProgram(const XServer &server)
+        : connection_(xcb_connect(server.display().constData(), nullptr)) {
+        EXPECT_EQ(xcb_connection_has_error(connection_), 0);
+        const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
+        root_ = screen->root;
+        window_ = xcb_generate_id(connection_);
+        const std::uint32_t values[]{screen->white_pixel, XCB_EVENT_MASK_KEY_PRESS};
+        xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, root_, 0, 0, 100, 100, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                          XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values);
+        constexpr char userTime[] = "_NET_WM_USER_TIME";
+        const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
+            connection_, xcb_intern_atom(connection_, 0, sizeof userTime - 1, userTime), nullptr));
+        userTime_ = atom->atom;
+        xcb_map_window(connection_, window_);
+        xcb_flush(connection_);
+    }
+    OtherProgram(const OtherProgram &) = delete;
+    OtherProgram &operator=(const OtherProgram &) = delete;
+    ~OtherProgram() { xcb_disconnect(connection_); }
+
+    /** All at once: faster than any person. */
+    void press(const Keys &keys) {
+        for (const int key : keys)
+            xcb_test_fake_input(connection_, key > 0 ? XCB_KEY_PRESS : XCB_KEY_RELEASE,
+                                static_cast<std::uint8_t>(std::abs(key)), XCB_CURRENT_TIME, root_,
+                                0, 0, 0);
+        xcb_flush(connection_);
+    }
+
+    bool hasKeyboard() { return focus() == window_; }
+    bool panelHasKeyboard() {
+        const Reply<xcb_get_property_reply_t> name(xcb_get_property_reply(
+            connection_,
+            xcb_get_property(connection_, 0, focus(), XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 0, 16),
+            nullptr));
+        return name && QByteArray(static_cast<const char *>(xcb_get_property_value(name.get())),
+                                  xcb_get_property_value_length(name.get())) == "Corvid";
+    }
+
+    /** The keys that were pressed while the window had the keyboard. */
+    const Keys &keys() {
+        focus(); // a round trip
+        while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) {
+            if (event->response_type != XCB_KEY_PRESS)
+                continue;
+            const auto &press = reinterpret_cast<const xcb_key_press_event_t &>(*event);
+            keys_.push_back(press.detail);
+            // As programs do: a window manager gives no focus to what is older.
+            xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, userTime_,
+                                XCB_ATOM_CARDINAL, 32, 1, &press.time);
+        }
+        xcb_flush(connection_);
+        return keys_;
+    }
+    void forgetKeys() {
+        keys();
+        keys_.clear();
+    }
+
+private:
+    xcb_window_t focus() {
+        const Reply<xcb_get_input_focus_reply_t> reply(
+            xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+        return reply ? reply->focus : xcb_window_t{XCB_NONE};
+    }
+
+    xcb_connection_t *connection_;
+    xcb_window_t root_;
+    xcb_window_t window_;
+    xcb_atom_t userTime_;
+    Keys keys_;
+};
+
+class HotKeyTest : public ::testing::TestWithParam<const char *> {
+protected:
+    HotKeyTest() {
+        QProcessEnvironment environment = server.environment();
+        environment.insert(u"NO_AT_BRIDGE"_s, u"1"_s);
+        manager_.setProcessEnvironment(environment);
+        makeDependent(manager_);
+        if (std::string_view(GetParam()) == "openbox")
+            manager_.start(u"openbox"_s, {u"--sm-disable"_s});
+        else // it reads its settings over the session bus
+            manager_.start(u"dbus-run-session"_s, {u"--"_s, u"xfwm4"_s, u"--compositor=off"_s});
+        EXPECT_TRUE(manager_.waitForStarted());
+        // While a window manager starts it may leave a window alone.
+        EXPECT_TRUE(eventually([this] {
+            other.emplace(server);
+            return eventually([this] { return other->hasKeyboard(); }, 500);
+        })) << "no window manager";
+    }
+    ~HotKeyTest() override {
+        stop();
+        server.endServer();
+        manager_.waitForFinished();
+    }
+
+    void start(int modifiers = alt) {
+        writeFile(defaults(), u"{\"hotkeyKeyCode\": 40, \"hotkeyModifiers\": %1}"_s.arg(modifiers));
+        QProcessEnvironment environment = server.environment();
+        environment.insert(u"HOME"_s, home_.path());
+        environment.insert(u"XDG_DATA_DIRS"_s, home_.path());
+        for (const QString &name : {u"XDG_DATA_HOME"_s, u"XDG_CONFIG_HOME"_s, u"QT_QPA_PLATFORM"_s})
+            environment.remove(name);
+        program.setProcessEnvironment(environment);
+        makeDependent(program);
+        program.start(executable, {});
+        const Keys modifierKey{modifiers == alt     ? altKey
+                               : modifiers == super ? superKey
+                                                    : controlKey};
+        ASSERT_TRUE(eventually([&] {
+            other->press({modifierKey.front(), kKey, -kKey, -modifierKey.front()});
+            return eventually([&] { return other->panelHasKeyboard(); }, 500);
+        }));
+        other->press(stroke(escapeKey));
+        ASSERT_TRUE(eventually([this] { return other->hasKeyboard(); }));
+        other->forgetKeys();
+    }
+
+    void stop() {
+        program.terminate();
+        if (!program.waitForFinished(5'000))
+            program.kill();
+        program.waitForFinished();
+    }
+
+    void xdotool(const QStringList &arguments) const {
+        QProcess tool;
+        tool.setProcessEnvironment(server.environment());
+        tool.start(u"xdotool"_s, arguments);
+        EXPECT_TRUE(tool.waitForFinished());
+    }
+
+    void pressAndExpect(const Keys &keys, const QString &text) {
+        other->press(keys);
+        expect(text);
+    }
+    /** That Return was pressed on exactly this text, and who had the keyboard before and has it
+        again got none of it. */
+    void expect(const QString &text) {
+        ASSERT_TRUE(eventually([&] { return queries().contains(text); }))
+            << qPrintable(text) << " is not among " << qPrintable(queries().join(u' '));
+        ASSERT_TRUE(eventually([this] { return other->hasKeyboard(); }));
+        for (const int key : other->keys())
+            ASSERT_TRUE(isNoLetter(key)) << key;
+        // What a person typed there last, which a window manager may think of when the panel
+        // wants the focus.
+        other->press(stroke(KEY_1 + offset));
+        ASSERT_TRUE(eventually([this] { return !other->keys().empty(); }));
+    }
+    QStringList queries() const {
+        return QJsonDocument::fromJson(readFile(defaults()).toUtf8())
+            .object()[u"queryLatches"_s]
+            .toObject()
+            .keys();
+    }
+
+    XServer server{XServer::Manager::None};
+    std::optional<OtherProgram> other;
+    QProcess program;
+
+private:
+    QString defaults() const { return home_.filePath(u".config/Corvid/defaults.json"_s); }
+
+    QTemporaryDir home_;
+    QProcess manager_;
+};
+
+INSTANTIATE_TEST_SUITE_P(Under, HotKeyTest, ::testing::Values("openbox", "xfwm4"),
+                         [](const auto &tested) { return std::string(tested.param); });
+
+} // namespace
+
+TEST_P(HotKeyTest, theHotKeyAndTwelveLettersAtOnce) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    for (int round = 0; round < rounds; ++round) {
+        const QString letters = twelveLetters(round);
+        ASSERT_NO_FATAL_FAILURE(pressAndExpect(hotKey + typing(letters) + submit, letters));
+    }
+}
+
+TEST_P(HotKeyTest, theHotKeyAndTwelveLettersFromAToolThatWaitsForNothing) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    for (int round = 0; round < rounds; ++round) {
+        const QString letters = twelveLetters(round);
+        QStringList arguments{u"key"_s, u"--delay"_s, u"0"_s, u"alt+k"_s};
+        for (const QChar letter : letters)
+            arguments << QString(letter);
+        xdotool(arguments << u"Return"_s);
+        ASSERT_NO_FATAL_FAILURE(expect(letters));
+    }
+}
+
+TEST_P(HotKeyTest, aLoadedMachineLosesNoKeyEither) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    std::array<QProcess, 4> load;
+    for (QProcess &process : load) {
+        makeDependent(process);
+        process.start(u"sh"_s, {u"-c"_s, u"while :; do :; done"_s});
+        ASSERT_TRUE(process.waitForStarted());
+    }
+    for (int round = 0; round < rounds; ++round) {
+        const QString letters = twelveLetters(round);
+        ASSERT_NO_FATAL_FAILURE(pressAndExpect(hotKey + typing(letters) + submit, letters));
+    }
+    for (QProcess &process : load) {
+        process.kill();
+        process.waitForFinished();
+    }
+}
+
+TEST_P(HotKeyTest, lettersThatComeBeforeTheHotKeyIsReleasedArePlainText) {
+    for (const auto &[modifiers, modifier] :
+         {std::pair{alt, altKey}, {super, superKey}, {control, controlKey}}) {
+        ASSERT_NO_FATAL_FAILURE(start(modifiers));
+        // None that is a combination of its own with one of the modifiers: K is the hot key again,
+        // and openbox takes Super with D and E.
+        for (const QString &letters : {u"abcfghijlmno"_s, u"zyxwvutsrqpo"_s}) {
+            ASSERT_NO_FATAL_FAILURE(pressAndExpect(Keys{modifier, kKey} + typing(letters.left(6)) +
+                                                       Keys{-kKey} + typing(letters.mid(6)) +
+                                                       submit + Keys{-modifier},
+                                                   letters))
+                << modifiers;
+        }
+        stop();
+    }
+}
+
+TEST_P(HotKeyTest, capsLockAndNumLockDoNotMatter) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    int round = 0;
+    for (const int lock : {capsLockKey, numLockKey, capsLockKey}) { // Caps, both, Num
+        other->press(stroke(lock));
+        for (int i = 0; i < 3; ++i) {
+            const QString letters = twelveLetters(++round);
+            ASSERT_NO_FATAL_FAILURE(pressAndExpect(hotKey + typing(letters) + submit, letters))
+                << lock;
+        }
+    }
+}
+
+TEST_P(HotKeyTest, lettersArriveInTheSecondLayoutThatIsInUse) {
+    const QString keys = u"abdefghijlmn"_s;
+    const QString letters = u"фивуапршодьт"_s;
+    ASSERT_NO_FATAL_FAILURE(start(control));
+    QProcess layouts;
+    layouts.setProcessEnvironment(server.environment());
+    layouts.start(u"setxkbmap"_s, {u"us,ru"_s, u"-option"_s, u"grp:caps_toggle"_s});
+    ASSERT_TRUE(layouts.waitForFinished());
+    other->press(stroke(capsLockKey));
+    // The other programs hear of the new keyboard some time after.
+    ASSERT_TRUE(eventually([&] {
+        other->press(Keys{controlKey, kKey, -kKey, -controlKey} + typing(keys) + submit);
+        return eventually([&] { return queries().contains(letters); }, 500);
+    }));
+    ASSERT_TRUE(eventually([this] { return other->hasKeyboard(); }));
+    ASSERT_NO_FATAL_FAILURE(pressAndExpect(Keys{controlKey, kKey} + typing(keys.right(6)) + submit +
+                                               Keys{-kKey, -controlKey},
+                                           letters.right(6)));
+}
+
+TEST_P(HotKeyTest, showingHidingAndShowingAtOnce) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    for (int round = 0; round < rounds; ++round) {
+        const QString letters = twelveLetters(round);
+        ASSERT_NO_FATAL_FAILURE(
+            pressAndExpect(hotKey + hotKey + hotKey + typing(letters) + submit, letters));
+    }
+}
+
+TEST_P(HotKeyTest, aStoppedProgramGetsItsKeysWhenItRunsOn) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    kill(static_cast<pid_t>(program.processId()), SIGSTOP);
+    other->press(hotKey + typing(u"meanwhile"_s) + submit);
+    EXPECT_EQ(other->keys(), Keys{altKey});
+    kill(static_cast<pid_t>(program.processId()), SIGCONT);
+    ASSERT_NO_FATAL_FAILURE(expect(u"meanwhile"_s));
+}
+
+TEST_P(HotKeyTest, aProgramThatDiesGivesTheKeyboardBack) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    kill(static_cast<pid_t>(program.processId()), SIGSTOP);
+    other->press(hotKey + typing(u"ab"_s));
+    EXPECT_EQ(other->keys(), Keys{altKey});
+    program.kill();
+    EXPECT_TRUE(eventually([this] {
+        return other->keys() == Keys{altKey, KEY_A + offset, KEY_B + offset};
+    }));
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Platform/PanelSurface.h"
+
+#include <QScreen>
+#include <QWindow>
+
+#include <vector>
+
+namespace corvid {
+
+/** Leaves the window alone and remembers what it was asked. */
+class FakePanelSurface final : public PanelSurface {
+public:
+    struct Prepared {
+        bool visible = false;
+        quint32 time = 0;
+        bool operator==(const Prepared &) const = default;
+    };
+
+    Behind behind() const override { return whatIsBehind; }
+    QRect visibleFrame(const QScreen &screen) const override { return screen.availableGeometry(); }
+    void prepare(QWindow &panel, qreal /*cornerRadius*/, quint32 time) override {
+        prepared.push_back({panel.isVisible(), time});
+    }
+    bool hasKeyboard(const QWindow & /*panel*/) const override { return keyboard; }
+
+    bool keyboard = false;
+    Behind whatIsBehind = Behind::Desktop;
+    std::vector<Prepared> prepared;
+};
+
+} // namespace corvid
