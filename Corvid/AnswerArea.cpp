@@ -3,6 +3,7 @@
 #include "ProgressIndicator.h"
 #include "Style.h"
 #include "Symbol.h"
+#include "Text.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QContextMenuEvent>
@@ -101,7 +102,7 @@ void AnswerArea::setQuestion(const QString &question) {
     QTextBlockFormat questionBlock;
     questionBlock.setBottomMargin(style::answerSpacing);
     cursor.setBlockFormat(questionBlock);
-    cursor.insertText(question.simplified(), headline);
+    cursor.insertText(displayLine(question).simplified(), headline);
     QTextBlockFormat answerBlock;
     answerBlock.setLineHeight(style::answerLineHeight, QTextBlockFormat::ProportionalHeight);
     cursor.insertBlock(answerBlock, QTextCharFormat());
