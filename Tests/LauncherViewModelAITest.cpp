@@ -69,23 +69,30 @@ public:
     Feed() = default;
     Feed(const Feed &) = delete;
     Feed &operator=(const Feed &) = delete;
-    ~Feed() { end(); }
+    /** Ends the answer and waits for those who serve it. */
+    ~Feed() {
+        end();
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return serving_ == 0; });
+    }
 
     void push(const QString &text) { put(chunk(text)); }
     void end() { put({}); }
 
     void serve(Connection &connection) {
-        connection.send(streamHead);
-        for (;;) {
-            std::unique_lock lock(mutex_);
-            changed_.wait(lock, [this] { return !pieces_.empty(); });
-            const QByteArray piece = pieces_.front();
-            if (piece.isEmpty())
-                return;
-            pieces_.pop_front();
+        std::unique_lock lock(mutex_);
+        ++serving_;
+        QByteArray piece = streamHead;
+        while (!piece.isEmpty()) {
             lock.unlock();
             connection.send(piece);
+            lock.lock();
+            changed_.wait(lock, [this] { return !pieces_.empty(); });
+            piece = pieces_.front();
+            pieces_.pop_front();
         }
+        --serving_;
+        changed_.notify_all();
     }
 
 private:
@@ -97,7 +104,8 @@ private:
 
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::deque<QByteArray> pieces_;
+    std::deque<QByteArray> pieces_; ///< an empty one is the end
+    int serving_ = 0;
 };
 
 /** The applications Alpha, Code (an editor) and Beta and the projects api and web, found by real
