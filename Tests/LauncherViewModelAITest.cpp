@@ -604,13 +604,65 @@ TEST_F(LauncherViewModelAITest, twoAnswersAtOnceBothAppendAndTheSecondBeginsEmpt
     EXPECT_TRUE(waitUntil([this] { return model.aiResponse() == u"bcd"; }));
 }
 
-TEST_F(LauncherViewModelAITest, theSameQuestionTwiceIsAskedTwice) {
-    serve([](Connection &connection, const Request &) { connection.waitForClose(); });
+TEST_F(LauncherViewModelAITest, theSameQuestionTwiceIsAskedTwiceAndTheSecondBeginsEmpty) {
+    serve([](Connection &connection, const Request &) {
+        connection.send(streamHead + chunk(u"text"_s));
+        connection.waitForClose();
+    });
     model.setQuery(u"ai why"_s);
     model.submit();
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"text"; }));
     model.submit();
-    ASSERT_TRUE(waitUntil([this] { return server->requests().size() == 2; }));
+    EXPECT_EQ(model.aiResponse(), QString());
+    EXPECT_TRUE(model.aiBusy());
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"text"; }));
     EXPECT_EQ(prompts(), QStringList({u"why"_s, u"why"_s}));
+}
+
+TEST_F(LauncherViewModelAITest, afterAnyBadServerTheNextQuestionIsAnswered) {
+    const QString refusal = u"HTTP %1 from %2. Check endpoint, key, and model name."_s;
+    struct Row {
+        QByteArray reply;
+        int refusal = 0;      ///< its status, if it is one
+        bool isError = false; ///< else the answer is this:
+        QString answer = {};
+    };
+    const QByteArray ok = "HTTP/1.1 200 OK\r\n\r\n";
+    const QList<Row> rows{
+        {"HTTP/1.1 401 No\r\nWWW-Authenticate: Basic realm=\"x\"\r\nContent-Length: 0\r\n\r\n",
+         401},
+        {"HTTP/1.1 404 No\r\nContent-Length: 9\r\n\r\nnot found", 404},
+        {"HTTP/1.1 429 No\r\nRetry-After: 3600\r\nContent-Length: 0\r\n\r\n", 429},
+        {"HTTP/1.1 500 No\r\n\r\nhalf a bo", 500},
+        {"HTTP/1.1 302 Go\r\nLocation: http://127.0.0.1:1/\r\nContent-Length: 0\r\n\r\n", 302},
+        {"", 0, true},
+        {"SSH-2.0-OpenSSH_9.2\r\n", 0, true},
+        {"HTTP/1.1 200 OK\r\nContent-Length: 99\r\n\r\n" + chunk(u"half"_s), 0, true},
+        {ok},
+        {ok + "<!DOCTYPE html><title>Welcome</title>\n"},
+        {ok + R"(data: {"choices":[{"delta":{"cont)"},
+        {ok + "data: []\ndata: {\"choices\":{}}\ndata: {\"choices\":[1]}\n"
+              "data: {\"choices\":[{\"delta\":{\"content\":7}}]}\n"},
+        {ok + chunk(u"data"_s).replace("data: ", "data:")},
+        {ok + chunk(u"before"_s) + "data: [DONE]\n" + chunk(u"after"_s), 0, false, u"before"_s},
+    };
+    for (const Row &row : rows) {
+        serve([&](Connection &connection, const Request &request) {
+            connection.send(promptOf(request) == "good"_L1 ? ok + chunk(u"fine"_s) : row.reply);
+        });
+        model.askAI(u"bad"_s);
+        ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); })) << row.reply.constData();
+        if (row.isError)
+            EXPECT_TRUE(model.aiResponse().startsWith(u"Error: "_s)) << row.reply.constData();
+        else if (row.refusal != 0)
+            EXPECT_EQ(model.aiResponse(), refusal.arg(row.refusal).arg(server->baseURL()));
+        else
+            EXPECT_EQ(model.aiResponse(), row.answer) << row.reply.constData();
+        EXPECT_TRUE(model.aiMode());
+        model.askAI(u"good"_s);
+        ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); })) << row.reply.constData();
+        EXPECT_EQ(model.aiResponse(), u"fine") << row.reply.constData();
+    }
 }
 
 TEST_F(LauncherViewModelAITest, escapeEndsEveryTransferAndKeepsThePanelAndASecondOneHides) {
