@@ -77,11 +77,11 @@ protected:
     FakeAppearanceSettings appearance;
     AIService ai{defaults, nullptr};
     std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
-    std::optional<AppDelegate> owned{
-        std::in_place,
-        AppDelegate::Platform{defaults, workspace, pasteboard, secrets, log, entries, volumes,
-                              panelSurface, &clickMonitor, hotKeys, instance, tray, appearance, ai,
-                              [this] { return now; }}};
+    std::optional<AppDelegate> owned{std::in_place,
+                                     AppDelegate::Platform{defaults, workspace, pasteboard, secrets,
+                                                           log, entries, volumes, panelSurface,
+                                                           &clickMonitor, hotKeys, instance, tray,
+                                                           appearance, ai, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
