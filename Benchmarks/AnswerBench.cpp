@@ -9,8 +9,10 @@
 //
 //   first    median and p95: from the sending of an answer's first words to the change of pixels
 //            where they stand
-//   idle     median, p99 and longest: how long the window takes to answer a ping, one each
+//   idle     median, p99, longest: how long the window takes to answer a ping, one each
 //            millisecond, while a short answer stands in it for ten seconds
+//            and how much the main thread worked at most within one of these waits: what a longest
+//            wait has beyond that, the machine had something better to do
 //   stream   the same, while an answer grows by a thousand words a second
 //   tokens   so many were sent
 //   end      from the sending of the last word to the last change of pixels
@@ -165,6 +167,7 @@ double firstWordsTime(Display &display, xcb_window_t window, Endpoint &endpoint,
 
 struct Waits {
     std::vector<double> milliseconds;
+    double mostWork = 0;
     Clock::time_point lastDamage;
 };
 
@@ -172,7 +175,8 @@ struct Waits {
  */
 class Pinger {
 public:
-    Pinger(Display &display, xcb_window_t window) : display_(display), window_(window) {
+    Pinger(Display &display, xcb_window_t window, const Program &program)
+        : display_(display), window_(window), program_(program) {
         ping_ = atom("_NET_WM_PING");
         protocols_ = atom("WM_PROTOCOLS");
         // Toolkits differ in whom they send the answer to.
@@ -183,7 +187,7 @@ public:
 
     Waits run(const std::function<bool()> &goesOn) {
         Waits waits;
-        std::unordered_map<uint32_t, Clock::time_point> sent;
+        std::unordered_map<uint32_t, Ping> sent;
         uint32_t number = 0;
         Clock::time_point next = Clock::now();
         Clock::time_point end = next + longestWait;
@@ -194,7 +198,8 @@ public:
             if (pinging && Clock::now() >= next) {
                 next += pingInterval;
                 ++number;
-                sent[number] = send(number);
+                const double cpu = program_.mainThreadCpu();
+                sent[number] = {send(number), cpu};
                 pinging = goesOn();
                 end = Clock::now() + longestWait;
             }
@@ -204,8 +209,12 @@ public:
                 if (display_.isDamage(*event))
                     waits.lastDamage = now;
                 else if (const std::optional<uint32_t> answered = answeredPing(*event))
-                    if (const auto found = sent.extract(*answered))
-                        waits.milliseconds.push_back(Milliseconds(now - found.mapped()).count());
+                    if (const auto found = sent.extract(*answered)) {
+                        const Ping &ping = found.mapped();
+                        waits.milliseconds.push_back(Milliseconds(now - ping.sent).count());
+                        waits.mostWork =
+                            std::max(waits.mostWork, program_.mainThreadCpu() - ping.cpu);
+                    }
             }
             wait(pinging ? next : Clock::now() + 10ms);
         }
@@ -213,6 +222,11 @@ public:
     }
 
 private:
+    struct Ping {
+        Clock::time_point sent;
+        double cpu; ///< of the main thread until then
+    };
+
     xcb_atom_t atom(const char *name) const {
         const Reply<xcb_intern_atom_reply_t> reply(
             xcb_intern_atom_reply(display_.connection(),
@@ -258,14 +272,16 @@ private:
 
     Display &display_;
     xcb_window_t window_;
+    const Program &program_;
     xcb_atom_t ping_ = XCB_ATOM_NONE;
     xcb_atom_t protocols_ = XCB_ATOM_NONE;
 };
 
-void printWaits(const char *name, std::vector<double> waits) {
+void printWaits(const char *name, Waits all) {
+    std::vector<double> &waits = all.milliseconds;
     std::ranges::sort(waits);
-    std::printf(", \"%s\": [%.2f, %.2f, %.2f]", name, waits[waits.size() / 2],
-                waits[waits.size() * 99 / 100], waits.back());
+    std::printf(", \"%s\": [%.2f, %.2f, %.2f, %.2f]", name, waits[waits.size() / 2],
+                waits[waits.size() * 99 / 100], waits.back(), all.mostWork);
 }
 
 /** Words at their times, whatever the sending of one took. */
@@ -342,17 +358,17 @@ int main(int argc, char **argv) {
     const auto [median, p95] = summary(firsts);
     std::printf("{\"first\": [%.2f, %.2f]", median, p95);
 
-    Pinger pinger(display, *window);
+    Pinger pinger(display, *window, program);
     Endpoint::Question asked(endpoint);
     display.tap(keyReturn);
     Connection &connection = asked.connection();
     connection.send(piece("begin "));
     display.settled(500ms);
     const Clock::time_point idleEnd = Clock::now() + idleTime;
-    printWaits("idle", pinger.run([&] { return Clock::now() < idleEnd; }).milliseconds);
+    printWaits("idle", pinger.run([&] { return Clock::now() < idleEnd; }));
     const Stream stream(connection, length);
     const Waits waits = pinger.run([&] { return stream.goesOn(); });
-    printWaits("stream", waits.milliseconds);
+    printWaits("stream", waits);
     std::printf(", \"tokens\": %d, \"end\": %.2f}\n", stream.tokens(),
                 Milliseconds(waits.lastDamage - stream.last()).count());
 }

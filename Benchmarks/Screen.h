@@ -215,7 +215,6 @@ public:
     Program &operator=(const Program &) = delete;
 
     Clock::time_point started() const { return started_; }
-    pid_t id() const { return id_; }
 
     double pss() const {
         std::ifstream file(folder() / "smaps_rollup");
@@ -247,6 +246,14 @@ public:
             sum += nanoseconds / 1e6;
         }
         return sum;
+    }
+
+    /** The same of the main thread alone. */
+    double mainThreadCpu() const {
+        std::ifstream file(folder() / "task" / std::to_string(id_) / "schedstat");
+        double nanoseconds = 0;
+        file >> nanoseconds;
+        return nanoseconds / 1e6;
     }
 
 private:
