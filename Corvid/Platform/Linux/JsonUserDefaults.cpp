@@ -52,12 +52,10 @@ Content readContent(const QString &path) {
     const QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError)
         return {FileState::Unreadable, {}};
-    if (bytes.isEmpty())
-        return {};
-    const QJsonDocument document = QJsonDocument::fromJson(bytes);
-    if (!document.isObject())
+    std::optional<QJsonObject> object = decodeDefaults(bytes);
+    if (!object)
         return {FileState::Damaged, {}};
-    return {FileState::Readable, document.object()};
+    return {FileState::Readable, *std::move(object)};
 }
 
 // Moved, not copied: what somebody is just writing into the file is kept as well.
@@ -86,6 +84,15 @@ bool lockWithin(int descriptor, std::chrono::milliseconds patience) {
 }
 
 } // namespace
+
+std::optional<QJsonObject> decodeDefaults(const QByteArray &bytes) {
+    if (bytes.isEmpty())
+        return QJsonObject();
+    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    if (!document.isObject())
+        return std::nullopt;
+    return document.object();
+}
 
 std::optional<JsonUserDefaults::Stamp> JsonUserDefaults::Stamp::of(const QString &file) {
     struct stat status = {};

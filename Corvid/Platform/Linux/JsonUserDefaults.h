@@ -3,6 +3,7 @@
 #include "Locations.h"
 #include "Platform/UserDefaults.h"
 
+#include <QByteArray>
 #include <QHash>
 #include <QJsonObject>
 
@@ -14,6 +15,10 @@
 #include <thread>
 
 namespace corvid {
+
+/** The object that the bytes of a defaults file stand for; no bytes stand for an empty one. Absent
+    when they are damaged. Pure. */
+std::optional<QJsonObject> decodeDefaults(const QByteArray &bytes);
 
 /**
  * The user defaults as one JSON object in a file that people edit by hand and several processes

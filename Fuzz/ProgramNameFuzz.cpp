@@ -1,0 +1,22 @@
+// The program that a line runs has a name that can be typed, and a wrapper more in front of the
+// line does not change it.
+#include "FuzzInput.h"
+#include "ProgramName.h"
+
+using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+using fuzz::require;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    const QString line = QString::fromUtf8(fuzz::bytesOf(data, size));
+    const std::optional<QString> name = programName(line);
+    if (!name)
+        return 0;
+    require(!name->isEmpty(), "a name is not empty");
+    for (const QChar c : *name)
+        require(!QStringView(u"/$`<>(){}*?\"\n\t").contains(c), "a name can be typed");
+    // A program called like an option would be one behind a wrapper.
+    if (!line.contains(u'-'))
+        require(programName(u"env "_s + line) == name, "wrappers are looked through");
+    return 0;
+}
