@@ -3,10 +3,9 @@
 #include "DesktopEntryMapping.h"
 #include "NameOrder.h"
 #include "PropertyList.h"
+#include "RegularFile.h"
 
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
 
 #include <map>
 
@@ -17,21 +16,13 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr auto bundleSuffix = ".app"_L1;
-
-QByteArray readPropertyList(const QString &path) {
-    constexpr qint64 largest = 16 * 1024 * 1024;
-    // Opening a pipe or a device could block for ever.
-    const QFileInfo info(path);
-    QFile file(path);
-    if (!info.isFile() || info.size() > largest || !file.open(QIODevice::ReadOnly))
-        return {};
-    return file.read(largest);
-}
+constexpr qint64 largestPropertyList = 16 * 1024 * 1024;
 
 std::optional<AppEntry> readBundle(const QString &folder, const QString &fileName,
                                    const RoleCatalog &catalog) {
     const QString path = folder + u'/' + fileName;
-    const auto info = decodePropertyList(readPropertyList(path + "/Contents/Info.plist"_L1));
+    const auto bytes = readRegularFile(path + "/Contents/Info.plist"_L1, largestPropertyList);
+    const auto info = decodePropertyList(bytes.value_or(QByteArray()));
     if (!info || !info->contains(u"CFBundleIdentifier"_s))
         return std::nullopt;
     AppEntry app;

@@ -2,9 +2,9 @@
 
 #include "AtomicFile.h"
 #include "Records.h"
+#include "RegularFile.h"
 #include "TaskGroup.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -40,13 +40,12 @@ QByteArray encodeRecords(const std::vector<Record> &records) {
     return QJsonDocument(array).toJson(QJsonDocument::Compact);
 }
 
-/** Empty when the file is missing, unreadable or damaged. Blocks on the disk; any thread. */
+/** Empty when the file is missing, unreadable, damaged or unreasonably large. Blocks on the disk;
+    any thread. */
 template <typename Record>
 std::vector<Record> readCache(const QString &path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return decodeRecords<Record>(file.readAll());
+    constexpr qint64 most = 256 * 1024 * 1024; // some hundred times what anybody's holds
+    return decodeRecords<Record>(readRegularFile(path, most).value_or(QByteArray()));
 }
 
 /** Whether reading the cache, and preparing what it holds for searching, takes so little time (4 ms

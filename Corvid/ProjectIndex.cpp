@@ -21,6 +21,12 @@ QString cachePath() {
     return locations::cacheFile(u"projects.json"_s);
 }
 
+// Whoever touches a network mount whose server is gone waits for ever. Where a default root lies on
+// another kind of volume than the home folder, something is there: if not more, the mount point.
+bool isThere(const QString &root, const Volumes &volumes, const VolumeProperties &homeVolume) {
+    return volumes.properties(root) != homeVolume || QFileInfo::exists(root);
+}
+
 // Anything but a list of strings reads as absent, i.e. as an empty list.
 QStringList storedRoots(const QJsonValue &value) {
     QStringList roots;
@@ -42,9 +48,11 @@ QStringList ProjectIndex::roots() const {
     QStringList roots = storedRoots(defaults_.value(u"projectRoots"_s));
     if (!roots.isEmpty())
         return roots;
+    const QString home = locations::home();
+    const VolumeProperties homeVolume = volumes_.properties(home);
     for (const QLatin1StringView name : defaultRoots) {
-        const QString path = locations::home() + u'/' + name;
-        if (QFileInfo::exists(path))
+        const QString path = home + u'/' + name;
+        if (isThere(path, volumes_, homeVolume))
             roots.append(path);
     }
     return roots;

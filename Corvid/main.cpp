@@ -6,6 +6,7 @@
 #include "Platform/Linux/BusInstance.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
 #include "Platform/Linux/CoreDumps.h"
+#include "Platform/Linux/ExitDeadline.h"
 #include "Platform/Linux/GioDesktopEntries.h"
 #include "Platform/Linux/JsonUserDefaults.h"
 #include "Platform/Linux/LinuxDesktop.h"
@@ -27,6 +28,7 @@
 #include <QSessionManager>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <future>
 #include <memory>
@@ -85,6 +87,7 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
         [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); },
         Qt::DirectConnection);
     const TerminationSignals terminationSignals;
+    ExitDeadline exitDeadline;
 
     JsonUserDefaults defaults;
     UserDefaults::installStandard(&defaults);
@@ -111,7 +114,12 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
         delegate.applicationDidFinishLaunching(commandLine, std::move(cachedLists));
     };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
-    return QApplication::exec();
+    const int exitCode = QApplication::exec();
+    // Everything that follows may have to wait for a disk, but what the user did is stored first.
+    constexpr std::chrono::seconds patience(5);
+    exitDeadline.start(patience, exitCode);
+    defaults.synchronize();
+    return exitCode;
 }
 
 } // namespace

@@ -162,10 +162,10 @@ TEST_F(FaultTest, pipesWhereFilesShouldBeKeepNoScanWaiting) {
 
 TEST_F(FaultTest, whileAHundredThousandFilesAreWalkedEveryLetterIsAnswered) {
     furnish();
-    const QByteArray blank = QFile::encodeName(inHome(u"Code/frobs/Makefile"_s));
     for (int folder = 0; folder < 100; ++folder) {
         const QString path = inHome(u"Code/many%1"_s.arg(folder));
-        ASSERT_TRUE(QDir().mkpath(path));
+        write(path + u"/file"_s);
+        const QByteArray blank = QFile::encodeName(path + u"/file"_s);
         // Links to one empty file: entries like any other, made without an inode for each.
         for (int file = 0; file < 1000; ++file)
             ASSERT_EQ(link(blank.constData(),
@@ -216,12 +216,13 @@ TEST_F(MountFaultTest, aRootThatNeverAnswersHoldsUpNeitherTheStartNorAnyLetter) 
     furnish();
     write(cacheFile(u"projects"_s),
           R"([{"name":"frobs","path":"/last/time/frobs","stack":["make"]}])");
-    const auto hanging = std::make_unique<Hanging>(inHome(u"Code"_s));
-    if (!hanging->mounted())
+    std::unique_ptr<Program> program; // ends after what it waits for
+    const Hanging hanging(inHome(u"Code"_s));
+    if (!hanging.mounted())
         GTEST_SKIP() << "there is no FUSE here";
     // Links lead there, too.
     ASSERT_TRUE(QFile::link(inHome(u"Code/deep"_s), inHome(u"Projects"_s)));
-    auto program = std::make_unique<Program>();
+    program = std::make_unique<Program>();
     ASSERT_TRUE(waitUntil([&] { return program->applicationsAreScanned(); }));
     EXPECT_EQ(program->typed(u"frob"_s), bothFound) << "those of the last run";
     program->choose(u"frob"_s);
@@ -307,15 +308,16 @@ TEST_F(FaultTest, namesOfAnyCharactersAndLengthAreFoundAndKept) {
     EXPECT_EQ(storedLaunches(u"long|"_s + inHome(u".local/share/applications/long.desktop"_s)), 2);
 }
 
-TEST_F(FaultTest, aQueryOfAHundredThousandCharactersIsAnswered) {
+TEST_F(FaultTest, aQueryAsLongAsTheFieldTakesIsAnswered) {
     furnish();
     Program program;
     ASSERT_TRUE(program.waitForScans());
+    constexpr qsizetype longest = 32'767;
     for (const QString &piece :
          {u"frob"_s, u"("_s, u"1+"_s, u"é\u0301"_s, u" in "_s, u"\n\x01"_s}) {
         QElapsedTimer timer;
         timer.start();
-        program.model.setQuery(piece.repeated(100'000 / piece.size()));
+        program.model.setQuery(piece.repeated(longest / piece.size()));
         EXPECT_LT(timer.elapsed(), 1000) << qPrintable(piece);
         EXPECT_FALSE(program.model.results().empty());
     }

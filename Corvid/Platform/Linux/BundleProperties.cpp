@@ -1,8 +1,8 @@
 #include "Platform/Linux/BundleProperties.h"
 
 #include "PropertyList.h"
+#include "RegularFile.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 namespace corvid {
@@ -11,10 +11,8 @@ using namespace Qt::Literals::StringLiterals;
 
 QString bundleProperty(const QString &bundlePath, const QString &key) {
     constexpr qint64 maximumSize = 8 * 1024 * 1024;
-    QFile file(bundlePath + "/Contents/Info.plist"_L1);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > maximumSize)
-        return {};
-    const auto properties = decodePropertyList(file.readAll());
+    const auto bytes = readRegularFile(bundlePath + "/Contents/Info.plist"_L1, maximumSize);
+    const auto properties = decodePropertyList(bytes.value_or(QByteArray()));
     return properties ? properties->value(key) : QString();
 }
 

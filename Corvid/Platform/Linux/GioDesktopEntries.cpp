@@ -1,6 +1,7 @@
 #include "Platform/Linux/GioDesktopEntries.h"
 
 #include "Locations.h"
+#include "RegularFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -70,23 +71,14 @@ std::vector<EntryFile> entryFiles(const QString &root) {
     return files;
 }
 
-QByteArray readEntryFile(const QString &path) {
-    constexpr qint64 largest = 1024 * 1024;
-    // Opening a pipe or a device could block for ever.
-    const QFileInfo info(path);
-    QFile file(path);
-    if (!info.isFile() || info.size() > largest || !file.open(QIODevice::ReadOnly))
-        return {};
-    return file.read(largest);
-}
-
 QString keyFileText(GKeyFile *file, const char *key) {
     const GText value(g_key_file_get_string(file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr));
     return QString::fromUtf8(value.get());
 }
 
 std::optional<DesktopEntry> readEntry(const EntryFile &source) {
-    const QByteArray bytes = readEntryFile(source.path);
+    constexpr qint64 largest = 1024 * 1024;
+    const QByteArray bytes = readRegularFile(source.path, largest).value_or(QByteArray());
     const KeyFile file(g_key_file_new());
     if (bytes.isEmpty() ||
         !g_key_file_load_from_data(file.get(), bytes.constData(), static_cast<gsize>(bytes.size()),

@@ -5,9 +5,9 @@
 #include "Platform/Linux/GLibPointers.h"
 #include "Platform/Linux/IconDrawing.h"
 #include "Platform/Linux/IconTheme.h"
+#include "RegularFile.h"
 
 #include <QBuffer>
-#include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QImageReader>
@@ -30,11 +30,7 @@ constexpr std::chrono::seconds checkInterval{2};
 
 /** The content of a file, decompressed if need be; empty when it is larger than reasonable. */
 QByteArray contentOf(const QString &path) {
-    QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) ||
-        file.size() > maximumFileSize)
-        return {};
-    QByteArray bytes = file.read(maximumFileSize);
+    QByteArray bytes = readRegularFile(path, maximumFileSize).value_or(QByteArray());
     if (!bytes.startsWith("\x1f\x8b"))
         return bytes;
 
@@ -157,9 +153,11 @@ std::shared_ptr<const IconTheme> IconLoader::theme() const {
 Image IconLoader::entryIcon(const QString &path) const {
     const std::unique_ptr<GKeyFile, decltype(&g_key_file_free)> file(g_key_file_new(),
                                                                      &g_key_file_free);
+    const auto bytes = readRegularFile(path, maximumFileSize);
     GErrorHolder error;
-    if (!g_key_file_load_from_file(file.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE,
-                                   error.out()))
+    if (!bytes ||
+        !g_key_file_load_from_data(file.get(), bytes->constData(),
+                                   static_cast<gsize>(bytes->size()), G_KEY_FILE_NONE, error.out()))
         return nullptr;
     const GFreePointer<gchar> name(g_key_file_get_locale_string(
         file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_ICON, nullptr, error.out()));

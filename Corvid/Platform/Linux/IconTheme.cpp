@@ -2,6 +2,7 @@
 
 #include "Locations.h"
 #include "Platform/Linux/GLibPointers.h"
+#include "RegularFile.h"
 
 #include <QFile>
 #include <QHashFunctions>
@@ -31,9 +32,12 @@ using KeyFile = std::unique_ptr<GKeyFile, KeyFileFree>;
 
 KeyFile readIndex(const QString &path) {
     KeyFile file(g_key_file_new());
+    constexpr qint64 largest = 4 * 1024 * 1024;
+    const auto bytes = readRegularFile(path, largest);
     GErrorHolder error;
-    if (!g_key_file_load_from_file(file.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE,
-                                   error.out()))
+    if (!bytes ||
+        !g_key_file_load_from_data(file.get(), bytes->constData(),
+                                   static_cast<gsize>(bytes->size()), G_KEY_FILE_NONE, error.out()))
         return nullptr;
     return file;
 }
