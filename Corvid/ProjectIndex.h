@@ -26,7 +26,7 @@ class ProjectIndex final : public QObject {
     Q_OBJECT
 
 public:
-    /** Both references outlive the index. The volumes are asked on another thread. */
+    /** Both references outlive the index. The volumes are asked on any thread. */
     ProjectIndex(const UserDefaults &defaults, const Volumes &volumes, QObject *parent = nullptr);
 
     /** The present list. Valid until the next replacement. */

@@ -1,5 +1,7 @@
 #include "PropertyList.h"
 
+#include "ModestXml.h"
+
 #include <QXmlStreamReader>
 
 #include <algorithm>
@@ -64,6 +66,8 @@ std::optional<Strings> readDictionary(QXmlStreamReader &xml) {
 }
 
 std::optional<Strings> decodeXml(const QByteArray &bytes) {
+    if (!isModestXml(bytes))
+        return std::nullopt;
     QXmlStreamReader xml(bytes);
     if (!xml.readNextStartElement() || xml.name() != "plist"_L1)
         return std::nullopt;

@@ -80,6 +80,15 @@ TEST(ExecLine, fieldCodesExpandAsTheDesktopEntryRulesSay) {
         {"a lone percent sign at the end stays", u"edit 5%"_s, {}, {{u"edit"_s, u"5%"_s}}},
         {"empty line", QString(), {first}, {}},
         {"quotes that do not match", u"edit \"a"_s, {}, {}},
+        {"an option is no program", u"%i"_s, {}, {}},
+        {"a program without a name", u"\"\" edit"_s, {}, {}},
+        {"a code that stands for nothing is no program, and the next word is none either",
+         u"%m edit"_s,
+         {first},
+         {}},
+        {"a file is no program", u"%f"_s, {first}, {}},
+        {"nor without files", u"%U edit"_s, {}, {}},
+        {"nor in another word", u"./%f"_s, {first}, {}},
     };
     for (const Row &row : rows)
         EXPECT_EQ(expandExec(row.exec, fields, row.urls), row.lines) << row.rule;

@@ -13,6 +13,8 @@
 
 #include <thread>
 
+#include <sys/stat.h>
+
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
 
@@ -156,6 +158,65 @@ TEST_F(IconLoaderTest, aFileThatUnpacksToGigabytesIsNoPicture) {
     ASSERT_LT(QFileInfo(path(u"bomb.svgz"_s)).size(), 1'000'000);
     const IconLoader icons = loader();
     EXPECT_EQ(icons.icon(entry(path(u"bomb.svgz"_s))), icons.genericIcon());
+}
+
+TEST_F(IconLoaderTest, picturesThatAreMeantToDoHarmDoNone) {
+    const auto svg = [](const QByteArray &content) {
+        return "<svg xmlns=\"http://www.w3.org/2000/svg\" "
+               "xmlns:xlink=\"http://www.w3.org/1999/xlink\" viewBox=\"0 0 32 32\">" +
+               content + "</svg>";
+    };
+    const QByteArray pipe = QFile::encodeName(path(u"pipe"_s));
+    ASSERT_EQ(mkfifo(pipe.constData(), 0600), 0);
+    QByteArray rules;
+    for (int i = 0; i < 40'000; ++i)
+        rules += ".c" + QByteArray::number(i) + "{fill:red}";
+    QByteArray attributes;
+    for (int i = 0; i < 500'000; ++i)
+        attributes += " a" + QByteArray::number(i) + "=''";
+    const QByteArray shape = "<rect class='c1' width='32' height='32'/>";
+    file(u"many.svg"_s, svg(QByteArray("<g/>").repeated(1'900'000)));
+    file(u"deep.svg"_s, svg(QByteArray("<g>").repeated(900'000)));
+    file(u"styles.svg"_s, svg("<style>" + rules + "</style>" + shape.repeated(20'000)));
+    file(u"stops.svg"_s, svg("<linearGradient id='g'>" + QByteArray("<stop/>").repeated(500'000) +
+                             "</linearGradient>"));
+    file(u"attributes.svg"_s, svg("<rect" + attributes + "/>"));
+    file(u"dashes.svg"_s, svg(QByteArray("<circle r='1e6' cx='-1e6' stroke='red' "
+                                         "stroke-dasharray='1e-3'/>")
+                                  .repeated(40'000)));
+    file(u"header.png"_s, QByteArray::fromHex("89504e470d0a1a0a0000000d49484452"
+                                              "7fffffff7fffffff0800000000"
+                                              "00000000"));
+    file(u"colours.xpm"_s,
+         "/* XPM */\nstatic char *x[] = {\n\"4096 4096 16777216 4\",\n\"a c #000000\"};\n");
+    const IconLoader icons = loader();
+    for (const QString &name :
+         {u"many.svg"_s, u"deep.svg"_s, u"styles.svg"_s, u"stops.svg"_s, u"attributes.svg"_s,
+          u"dashes.svg"_s, u"header.png"_s, u"colours.xpm"_s, u"pipe"_s})
+        EXPECT_EQ(icons.icon(entry(path(name))), icons.genericIcon()) << qPrintable(name);
+
+    // What these refer to is left out, and the rest is drawn.
+    const QByteArray blueShape = "<rect fill='#0000ff' width='32' height='32'/>";
+    file(u"picture.svg"_s,
+         svg("<image width='32' height='32' xlink:href='" + pipe + "'/>" + blueShape));
+    file(u"sheet.svg"_s,
+         "<?xml-stylesheet type=\"text/css\" href=\"" + pipe + "\"?>" + svg(blueShape));
+    for (const QString &name : {u"picture.svg"_s, u"sheet.svg"_s})
+        EXPECT_EQ(middle(icons.icon(entry(path(name)))), blue) << qPrintable(name);
+}
+
+TEST_F(IconLoaderTest, filesOfAThemeThatArePipesKeepNobodyWaiting) {
+    const QString index = path(u"themes/t/index.theme"_s);
+    ASSERT_TRUE(QFile::remove(index));
+    for (const QString &pipe : {index, path(u"app.desktop"_s)})
+        ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    const QString bundle = path(u"My.app/Contents"_s);
+    ASSERT_TRUE(QDir().mkpath(bundle));
+    ASSERT_EQ(mkfifo(QFile::encodeName(bundle + u"/Info.plist"_s).constData(), 0600), 0);
+    const IconLoader icons = loader();
+    EXPECT_EQ(icons.icon(path(u"app.desktop"_s)), icons.genericIcon());
+    EXPECT_EQ(icons.icon(path(u"My.app"_s)), icons.genericIcon());
+    EXPECT_EQ(icons.named(u"any"_s), nullptr);
 }
 
 TEST_F(IconLoaderTest, aBundlesIconIsTheOneItsPropertiesName) {

@@ -128,6 +128,15 @@ TEST_F(UserDefaultsFile, aByteOrderMarkIsNoDamage) {
     EXPECT_EQ(JsonUserDefaults(file()).value(u"a"_s), QJsonValue(1));
 }
 
+TEST_F(UserDefaultsFile, aByteOrderMarkWithinATextIsAPartOfIt) {
+    for (const QByteArray &text : {QByteArray("\xef\xbb\xbfx"), QByteArray("\\ufeffx")}) {
+        const auto object = decodeDefaults("\xef\xbb\xbf{\"theirs\": \"" + text + "\"}");
+        ASSERT_TRUE(object);
+        EXPECT_EQ(object->value(u"theirs"_s), QJsonValue(u"\ufeffx"_s));
+        EXPECT_EQ(decodeDefaults(encodeDefaults(*object)), object);
+    }
+}
+
 TEST_F(UserDefaultsFile, anEditInTheFileIsSeenAtTheNextUse) {
     edit(R"({"a": 1})");
     const JsonUserDefaults defaults(file());

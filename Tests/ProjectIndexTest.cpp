@@ -8,11 +8,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <condition_variable>
 #include <memory>
@@ -41,6 +43,9 @@ public:
     }
 
     VolumeProperties properties(const QString &path) const override {
+        // The roots are asked for on the main thread, which nothing holds up.
+        if (QThread::currentThread() == QCoreApplication::instance()->thread())
+            return {};
         std::unique_lock lock(mutex_);
         waiting_.append(path);
         changed_.wait(lock, [&] { return !closed_.contains(path); });
@@ -137,6 +142,19 @@ TEST_F(ProjectIndexTest, defaultRootsThatDoNotExistAreLeftOut) {
     EXPECT_EQ(ProjectIndex(defaults_, volumes_).roots(),
               (QStringList{at(u"Projects"_s), at(u"src"_s)}))
         << "a file exists as well";
+}
+
+TEST_F(ProjectIndexTest, aDefaultRootOnAnotherKindOfVolumeThanTheHomeFolderCountsAsExisting) {
+    // To ask a mount whose server is gone would take for ever.
+    volumes_.known[locations::home()] = {true, false};
+    for (const QString &name :
+         {u"Developer"_s, u"Code"_s, u"code"_s, u"Projects"_s, u"dev"_s, u"src"_s, u"Github"_s})
+        volumes_.known[at(name)] = {true, false};
+    volumes_.known[at(u"Code"_s)] = {false, false};
+    volumes_.known[at(u"dev"_s)] = {std::nullopt, false};
+    volumes_.known[at(u"src"_s)] = {true, true};
+    EXPECT_EQ(ProjectIndex(defaults_, volumes_).roots(),
+              (QStringList{at(u"Code"_s), at(u"dev"_s), at(u"src"_s)}));
 }
 
 TEST_F(ProjectIndexTest, anEmptyListOfRootsFallsBackToTheDefaults) {

@@ -330,6 +330,14 @@ TEST(PropertyListBinary, survivesRandomChanges) {
     survivesMutations(binary, 100'000, binary.size());
 }
 
+TEST(PropertyListXml, megabytesOfAttributesAreNoPropertyList) {
+    // The XML reader compares each with each: this would take it hours.
+    QByteArray attributes;
+    for (int i = 0; i < 1'000'000; ++i)
+        attributes += " a" + QByteArray::number(i) + "=''";
+    EXPECT_EQ(decodePropertyList("<plist><dict" + attributes + "></dict></plist>"), std::nullopt);
+}
+
 TEST(PropertyListXml, survivesRandomChanges) {
     survivesMutations(xml, 20'000, xml.size());
 }

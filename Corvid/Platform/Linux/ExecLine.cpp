@@ -108,7 +108,10 @@ QStringList expandWords(const QStringList &words, const ExecFields &fields,
 std::vector<QStringList> expandExec(const QString &exec, const ExecFields &fields,
                                     const QList<QUrl> &urls) {
     const QStringList words = unquoted(exec);
-    if (words.isEmpty())
+    // What is opened must not become the program; nor must the second word, where the first one
+    // stands for nothing.
+    if (words.isEmpty() || hasCode({words.first()}, u"FUfuick") ||
+        expandWord(words.first(), fields, {}).value(0).isEmpty())
         return {};
     if (urls.isEmpty() || hasCode(words, u"FU"))
         return {expandWords(words, fields, urls)};

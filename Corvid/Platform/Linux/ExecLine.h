@@ -21,7 +21,7 @@ struct ExecFields {
  * the line takes a single file (%f, %u) or names none, else one for all. No shell looks at them.
  * A line without a code for files gets the file appended. Codes that stand for nothing vanish.
  *
- * Pure. Empty when the line is empty or its quotes do not match.
+ * Pure. Empty when the line is empty, names no program, or its quotes do not match.
  */
 std::vector<QStringList> expandExec(const QString &exec, const ExecFields &fields,
                                     const QList<QUrl> &urls);

@@ -3,6 +3,7 @@
 #include "Locations.h"
 #include "Platform/Linux/BundleProperties.h"
 #include "Platform/Linux/GLibPointers.h"
+#include "Platform/Linux/HarmlessSvg.h"
 #include "Platform/Linux/IconDrawing.h"
 #include "Platform/Linux/IconTheme.h"
 #include "RegularFile.h"
@@ -65,8 +66,9 @@ QImage renderSvg(const QByteArray &bytes, int pixels) {
     // Text in a picture needs fonts, and Qt ends a process that asks for them without a screen.
     if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
         return {};
+    const std::optional<QByteArray> harmless = harmlessSvg(bytes);
     QSvgRenderer renderer;
-    if (!renderer.load(bytes))
+    if (!harmless || !renderer.load(*harmless))
         return {};
     renderer.setAspectRatioMode(Qt::KeepAspectRatio);
     QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);

@@ -22,6 +22,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr QByteArrayView byteOrderMark = "\xef\xbb\xbf";
+constexpr QByteArrayView escapedByteOrderMark = "\\ufeff";
+
 enum class FileState { Readable, Damaged, Unreadable };
 
 struct Content {
@@ -88,10 +91,22 @@ bool lockWithin(int descriptor, std::chrono::milliseconds patience) {
 std::optional<QJsonObject> decodeDefaults(const QByteArray &bytes) {
     if (bytes.isEmpty())
         return QJsonObject();
-    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    // Qt drops a byte-order mark also where it begins a text, or a part of one. At the beginning of
+    // the file it is no part of the content.
+    QByteArray escaped = bytes;
+    if (escaped.startsWith(byteOrderMark))
+        escaped.remove(0, byteOrderMark.size());
+    escaped.replace(byteOrderMark, escapedByteOrderMark);
+    const QJsonDocument document = QJsonDocument::fromJson(escaped);
     if (!document.isObject())
         return std::nullopt;
     return document.object();
+}
+
+QByteArray encodeDefaults(const QJsonObject &object) {
+    return QJsonDocument(object)
+        .toJson(QJsonDocument::Indented)
+        .replace(byteOrderMark, escapedByteOrderMark);
 }
 
 std::optional<JsonUserDefaults::Stamp> JsonUserDefaults::Stamp::of(const QString &file) {
@@ -220,7 +235,7 @@ bool JsonUserDefaults::write(const std::deque<PendingChange> &changes) const {
             continue;
         if (present.state == FileState::Damaged && !keepAside(file_))
             return false;
-        return writeFileAtomically(file_, QJsonDocument(object).toJson(QJsonDocument::Indented));
+        return writeFileAtomically(file_, encodeDefaults(object));
     }
 }
 

@@ -20,6 +20,9 @@ namespace corvid {
     when they are damaged. Pure. */
 std::optional<QJsonObject> decodeDefaults(const QByteArray &bytes);
 
+/** The bytes of a file that holds the object, indented for the eye. Pure. */
+QByteArray encodeDefaults(const QJsonObject &object);
+
 /**
  * The user defaults as one JSON object in a file that people edit by hand and several processes
  * share. A missing, unreadable or damaged file reads as empty.
