@@ -13,6 +13,7 @@
 #include "RoleCatalog.h"
 #include "StatusItem.h"
 #include "Style.h"
+#include "Text.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -267,8 +268,10 @@ void AppDelegate::dumpQuery(const QString &query) {
     QTimer::singleShot(queryDumpPause, this, [this, ask] {
         ask();
         QTimer::singleShot(queryDumpPause, this, [this] {
+            // A name comes from outside: it neither makes rows of its own nor steers a terminal.
             for (const ResultItem &row : viewModel_.results())
-                printError(row.badge + u'\t' + row.title + u'\t' + row.subtitle);
+                printError(displayLine(row.badge) + u'\t' + displayLine(row.title) + u'\t' +
+                           displayLine(row.subtitle));
             printError(u"-- end --"_s);
         });
     });

@@ -6,6 +6,8 @@
 
 namespace corvid {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 constexpr qsizetype portion = 4096;
@@ -17,10 +19,16 @@ constexpr qsizetype deepestNesting = 512;
 // has an equals sign; so few are looked at in no time, and only once.
 constexpr qsizetype mostEqualsSignsAtOnce = 4096;
 
+bool isNamespace(const QXmlStreamAttribute &attribute) {
+    return attribute.qualifiedName().startsWith("xmlns"_L1);
+}
+
 } // namespace
 
 bool isModestXml(const QByteArray &bytes) {
     QXmlStreamReader xml;
+    // A mistake with a prefix ends the reading for some readers, and for others it is none.
+    xml.setNamespaceProcessing(false);
     qsizetype depth = 0;
     qsizetype namespaces = 0;
     qsizetype equalsSigns = 0; // in what was not understood yet
@@ -39,9 +47,10 @@ bool isModestXml(const QByteArray &bytes) {
             equalsSigns = std::min(equalsSigns, equalsSignsOfPiece);
             if (token == QXmlStreamReader::StartElement) {
                 inProlog = false;
-                namespaces += xml.namespaceDeclarations().size();
+                const QXmlStreamAttributes attributes = xml.attributes();
+                namespaces += std::count_if(attributes.begin(), attributes.end(), isNamespace);
                 if (++depth > deepestNesting || namespaces > mostNamespaces ||
-                    xml.attributes().size() > mostAttributes)
+                    attributes.size() > mostAttributes)
                     return false;
             } else if (token == QXmlStreamReader::EndElement) {
                 --depth;

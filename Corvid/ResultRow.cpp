@@ -36,11 +36,16 @@ QString symbolOf(const ResultItem &item) {
     return {};
 }
 
+// A name comes from outside and must neither break the row nor pass for another one; nor keep us
+// busy, so what a row has no room for in any script is not even laid out.
+QString elided(const QFontMetrics &metrics, const QString &text, int width) {
+    constexpr qsizetype mostCharacters = 1000;
+    return metrics.elidedText(displayLine(text.left(mostCharacters)), Qt::ElideRight, width);
+}
+
 void drawElided(QPainter &painter, const QRect &line, const QString &text) {
-    // A name comes from outside and must neither break the row nor pass for another one.
-    const QString elided =
-        painter.fontMetrics().elidedText(displayLine(text), Qt::ElideRight, line.width());
-    painter.drawText(line, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine, elided);
+    painter.drawText(line, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
+                     elided(painter.fontMetrics(), text, line.width()));
 }
 
 } // namespace
@@ -113,7 +118,7 @@ void ResultRow::paint(QPainter *painter, const QStyleOptionViewItem &option,
     if (!item.badge.isEmpty()) {
         const QFontMetrics metrics(badgeFont_);
         const int longest = row.width() / 2;
-        const QString text = metrics.elidedText(displayLine(item.badge), Qt::ElideRight, longest);
+        const QString text = elided(metrics, item.badge, longest);
         const int width = metrics.horizontalAdvance(text) + 2 * style::badgePaddingX;
         const int height = metrics.height() + 2 * style::badgePaddingY;
         const QRect badge =

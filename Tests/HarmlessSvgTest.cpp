@@ -99,7 +99,7 @@ TEST(HarmlessSvg, thereIsNoPictureWhereDrawingCouldTakeVeryLong) {
 }
 
 TEST(HarmlessSvg, whatIsNoSoundXmlIsNoPicture) {
-    for (const char *bytes :
-         {"", "text", "<svg", "<svg></g>", "<svg>&unknown;</svg>", "<svg/><svg/>"})
+    for (const char *bytes : {"", "text", "<svg", "<svg></g>", "<svg>&unknown;</svg>",
+                              "<svg/><svg/>", "<image href='x'/>"})
         EXPECT_FALSE(harmlessSvg(bytes)) << bytes;
 }

@@ -41,6 +41,11 @@ TEST(ModestXml, thousandsOfAttributesOfOneElementAreNot) {
     EXPECT_FALSE(isModestXml("<p><q " + numbered("a%='' ", 1'000'000) + "/></p>"));
 }
 
+TEST(ModestXml, behindAPrefixWithoutANamespaceEither) {
+    // Some readers take it for a mistake and read no further, others go on.
+    EXPECT_FALSE(isModestXml("<p><x:q/><r " + numbered("a%='' ", 1'000'000) + "/></p>"));
+}
+
 TEST(ModestXml, inAnyEncoding) {
     const QString text = QString::fromLatin1("<p " + numbered("a%='' ", 1'000'000) + "/>");
     QByteArray bytes("\xff\xfe");

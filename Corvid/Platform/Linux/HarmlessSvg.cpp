@@ -52,7 +52,7 @@ public:
                 elements_ > (hasDashes_ ? mostElementsWithDashes : mostElements))
                 return std::nullopt;
         }
-        if (xml_.hasError())
+        if (xml_.hasError() || result_.isEmpty())
             return std::nullopt;
         return result_;
     }

@@ -1,0 +1,126 @@
+// The whole program in broken worlds: it starts, it answers, and it ends when it is told to.
+
+#include "DesktopTest.h"
+#include "PrivateMounts.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+using namespace corvid::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class FaultyWorldTest : public ::testing::Test {
+protected:
+    ~FaultyWorldTest() override {
+        program_.kill();
+        program_.waitForFinished();
+    }
+
+    /** What the program prints for a query where there is no display. */
+    QString answerTo(const QString &query, const QProcessEnvironment &environment,
+                     const QStringList &wrapper = {}) {
+        makeDependent(program_);
+        program_.setProcessEnvironment(environment);
+        const QStringList line = wrapper + QStringList{executable, u"--query"_s, query};
+        program_.start(line.first(), line.mid(1));
+        QString answer;
+        EXPECT_TRUE(eventually([&] {
+            answer += QString::fromUtf8(program_.readAllStandardError());
+            return answer.contains(u"-- end --"_s) || program_.state() == QProcess::NotRunning;
+        })) << qPrintable(answer);
+        return answer;
+    }
+    QString answerTo(const QString &query) { return answerTo(query, environment()); }
+    bool endsWhenAsked() {
+        program_.terminate();
+        return eventually([this] { return program_.state() == QProcess::NotRunning; }) &&
+               program_.exitStatus() == QProcess::NormalExit && program_.exitCode() == 0;
+    }
+    QProcessEnvironment environment() const {
+        QProcessEnvironment result = home.environment(QProcessEnvironment::systemEnvironment());
+        result.remove(u"DISPLAY"_s);
+        return result;
+    }
+
+    Home home;
+    QProcess program_;
+};
+
+class FaultyMountTest : public FaultyWorldTest {
+protected:
+    void SetUp() override {
+        if (!enterPrivateMounts())
+            GTEST_SKIP() << "mounting is not permitted here";
+    }
+};
+
+} // namespace
+
+TEST_F(FaultyMountTest, aFolderOfProjectsThatNeverAnswersHoldsUpNeitherTheAnswerNorTheEnd) {
+    const Hanging hanging(home.path(u"Code"_s));
+    if (!hanging.mounted())
+        GTEST_SKIP() << "there is no FUSE here";
+    EXPECT_TRUE(answerTo(u"frob"_s).contains(u"App\tFrobnicator"_s));
+    EXPECT_TRUE(endsWhenAsked());
+}
+
+TEST_F(FaultyMountTest, aReadOnlyHomeIsNotMissed) {
+    const ReadOnly readOnly(home.path({}));
+    ASSERT_TRUE(readOnly.mounted());
+    const QString answer = answerTo(u"frob"_s);
+    EXPECT_TRUE(answer.contains(u"App\tFrobnicator"_s)) << qPrintable(answer);
+    EXPECT_TRUE(answer.contains(u"frobs"_s)) << qPrintable(answer);
+    EXPECT_TRUE(endsWhenAsked());
+}
+
+TEST_F(FaultyMountTest, aFullDiskIsNotMissed) {
+    const SmallDisk disk(home.path(u".local/share"_s), 64);
+    ASSERT_TRUE(disk.mounted());
+    QFile filler(home.path(u".local/share/filler"_s));
+    ASSERT_TRUE(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    while (filler.write(QByteArray(4096, 'x')) > 0) {
+    }
+    EXPECT_TRUE(answerTo(u"frob"_s).contains(u"make\tfrobs"_s));
+    EXPECT_TRUE(endsWhenAsked());
+}
+
+TEST_F(FaultyWorldTest, whoHasNoHomeAndNoAccountGetsAnAnswer) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "it takes an administrator to be somebody else";
+    QProcessEnvironment nobodys = environment();
+    nobodys.remove(u"HOME"_s);
+    // Installed for everybody, unlike the rest of this home.
+    writeFile(home.path(u"applications/frob.desktop"_s),
+              u"[Desktop Entry]\nType=Application\nName=Frobnicator\nExec=true\n"_s);
+    for (const QString &path : {QString(), u"applications"_s})
+        ASSERT_EQ(chmod(QFile::encodeName(home.path(path)).constData(), 0755), 0);
+    const QString answer =
+        answerTo(u"frob"_s, nobodys,
+                 {u"setpriv"_s, u"--reuid=54321"_s, u"--regid=54321"_s, u"--clear-groups"_s});
+    EXPECT_TRUE(answer.contains(u"App\tFrobnicator"_s)) << qPrintable(answer);
+    EXPECT_TRUE(endsWhenAsked());
+}
+
+TEST_F(FaultyWorldTest, cachesAndSettingsThatArePipesAreNotWaitedFor) {
+    const QString settings = home.path(u".config/Corvid/defaults.json"_s);
+    ASSERT_TRUE(QFile::remove(settings));
+    ASSERT_TRUE(QDir().mkpath(home.path(u".local/share/Corvid"_s)));
+    for (const QString &path : {settings, home.path(u".local/share/Corvid/catalog.json"_s),
+                                home.path(u".local/share/Corvid/projects.json"_s)})
+        ASSERT_EQ(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    const QString answer = answerTo(u"frob"_s);
+    EXPECT_TRUE(answer.contains(u"App\tFrobnicator"_s)) << qPrintable(answer);
+    EXPECT_TRUE(endsWhenAsked());
+}
+
+TEST_F(FaultyWorldTest, namesOfManyLinesAndDirectionsStayOnTheirLine) {
+    writeFile(home.path(u".local/share/applications/strange.desktop"_s),
+              u"[Desktop Entry]\nType=Application\nExec=true\n"
+              "Name=strange\\nApp\\tFake\u202egnirts\x1b[31m\n"_s);
+    const QString answer = answerTo(u"strange"_s);
+    EXPECT_EQ(answer.count(u'\n'), 2) << qPrintable(answer);
+    EXPECT_FALSE(answer.contains(QChar(0x202e)) || answer.contains(QChar(0x1b)));
+}
