@@ -1,7 +1,6 @@
 #include "AppDelegate.h"
 #include "CommandLine.h"
 #include "HotKeyManager.h"
-#include "Platform/ClickMonitor.h"
 #include "Platform/Linux/BusInstance.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
 #include "Platform/Linux/GioDesktopEntries.h"
@@ -11,9 +10,9 @@
 #include "Platform/Linux/LinuxTrayWatch.h"
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
+#include "Platform/Linux/PlatformChoice.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/X11HotKeys.h"
-#include "Platform/PanelSurface.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
@@ -53,7 +52,7 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         // Standard error is the answer: no word of Qt's about the surroundings goes there.
         QLoggingCategory::setFilterRules(QStringLiteral("*.warning=false"));
-    } else if (!displayIsReachable()) {
+    } else if (!choosePlatform()) {
         std::fputs("Corvid needs a display: start it in a desktop session, or set DISPLAY or "
                    "WAYLAND_DISPLAY.\n",
                    stderr);
@@ -78,8 +77,7 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     LinuxSystemLog log;
     const GioDesktopEntries desktopEntries;
     const LinuxVolumes volumes;
-    const std::unique_ptr<PanelSurface> panelSurface = makePanelSurface();
-    const std::unique_ptr<ClickMonitor> clickMonitor = makeClickMonitor();
+    const PanelDesktop panelDesktop = makePanelDesktop();
     LinuxWorkspace workspace(desktopEntries,
                              {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
     workspace.start();
@@ -89,7 +87,7 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     HotKeyManager::installBackend(&hotKeys);
 
     AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes,
-                          *panelSurface, clickMonitor.get(), HotKeyManager::shared(), instance,
+                          *panelDesktop.surface, panelDesktop.clickMonitor.get(), HotKeyManager::shared(), instance,
                           tray});
     const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Platform/ClickMonitor.h"
+#include "Platform/Linux/LayerShell.h"
+
+#include <memory>
+#include <vector>
+
+union wl_argument;
+struct wl_buffer;
+struct wl_message;
+struct wl_pointer;
+struct wl_touch;
+
+namespace corvid {
+
+/**
+ * Transparent surfaces over all outputs, which get the clicks that are not the panel's: on Wayland
+ * nobody sees clicks that go to others. The panel's own surface comes above them when it is made
+ * after them. Such a click does not reach what lies below. Main thread only.
+ */
+class LayerCovers {
+public:
+    explicit LayerCovers(std::shared_ptr<const LayerShell> shell);
+    LayerCovers(const LayerCovers &) = delete;
+    LayerCovers &operator=(const LayerCovers &) = delete;
+    ~LayerCovers();
+
+    /** Asks the compositor for them; they are there after LayerShell::roundTrip(). Where it
+        cannot scale a pixel to an output there are none. */
+    void spread();
+    /** Takes them away. */
+    void clear();
+
+    /** Called at a press of the left or right button, or a touch, on one of them. */
+    std::function<void()> onPress;
+
+private:
+    class Cover;
+
+    bool isOurs(const void *surface) const;
+    void listen();
+    static int dispatch(const void *self, void *target, std::uint32_t opcode,
+                        const wl_message *message, wl_argument *arguments);
+    void hear(const char *event, const wl_argument *arguments);
+
+    std::shared_ptr<const LayerShell> shell_;
+    wl_buffer *pixel_ = nullptr; ///< one transparent pixel
+    std::vector<std::unique_ptr<Cover>> covers_;
+    wl_pointer *pointer_ = nullptr; ///< null while there are none, or no mouse
+    wl_touch *touch_ = nullptr;
+    bool pointerIsOver_ = false;
+};
+
+} // namespace corvid
