@@ -89,7 +89,7 @@ void LauncherPanel::position() {
                        area);
     }
     if (const std::optional<QPoint> origin = panelOrigin(QCursor::pos(), screens, card().size()))
-        move(*origin - card().topLeft());
+        move(origin_ = *origin - card().topLeft());
 }
 
 void LauncherPanel::present(quint32 time) {
@@ -97,7 +97,7 @@ void LauncherPanel::present(quint32 time) {
     winId(); // there is no window to prepare before it was first asked for
     surface_.prepare(*windowHandle(), style::cardRadius, time);
     show();
-    surface_.appeared(*windowHandle(), card());
+    surface_.appeared(*windowHandle(), origin_, card());
     raise();
     activateWindow();
     if (SearchField *field = SearchField::current()) {

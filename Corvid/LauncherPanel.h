@@ -65,6 +65,7 @@ private:
 
     PanelSurface &surface_;
     QMargins shadowRoom_;
+    QPoint origin_; ///< where position() put it
     CardShadow shadow_;
     LauncherView *view_;
 };

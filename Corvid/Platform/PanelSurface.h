@@ -41,8 +41,10 @@ public:
     virtual void prepare(QWindow &panel, qreal cornerRadius, quint32 time) = 0;
 
     /** Does what can be done only to a window that is shown, just after each show and before it is
-        painted. The card lies there in the window, in device-independent pixels. */
-    virtual void appeared(QWindow & /*panel*/, const QRect & /*card*/) {}
+        painted. Its top left corner belongs at `origin`, which Qt forgets on some window systems;
+        the card lies at `card` in it. Device-independent pixels. */
+    virtual void appeared(QWindow & /*panel*/, const QPoint & /*origin*/, const QRect & /*card*/) {
+    }
 
     /** Undoes what was done to show the window, just before each hide. */
     virtual void withdraw(QWindow & /*panel*/) {}

@@ -26,7 +26,7 @@ public:
     }
     bool hasKeyboard(const QWindow & /*panel*/) const override { return keyboard; }
 
-    void appeared(QWindow &panel, const QRect &card) override {
+    void appeared(QWindow &panel, const QPoint & /*origin*/, const QRect &card) override {
         appearedVisibly.push_back(panel.isVisible());
         cardInWindow = card;
     }

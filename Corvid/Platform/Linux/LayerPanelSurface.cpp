@@ -45,7 +45,7 @@ void LayerPanelSurface::prepare(QWindow &panel, qreal /*cornerRadius*/, quint32 
 }
 
 // A hidden window has no surface that could be given a role, and a painted one is too late.
-void LayerPanelSurface::appeared(QWindow &panel, const QRect &card) {
+void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRect &card) {
     if (role_)
         return;
     panel.setMask(card); // clicks on the shadow are clicks elsewhere
@@ -53,8 +53,8 @@ void LayerPanelSurface::appeared(QWindow &panel, const QRect &card) {
     LayerSurface::Place place;
     place.edges = LayerSurface::Top | LayerSurface::Left;
     place.size = panel.size();
-    place.top = panel.y();
-    place.left = panel.x();
+    place.top = origin.y();
+    place.left = origin.x();
     place.keyboard = LayerSurface::Keyboard::Always;
     role_ = std::make_unique<LayerSurface>(*shell_, surfaceOf(panel), nullptr, place);
     shell_->roundTrip();

@@ -22,7 +22,7 @@ public:
     /** Of the active output, whichever the screen is, and from its own top left corner. */
     QRect visibleFrame(const QScreen &screen) const override;
     void prepare(QWindow &panel, qreal cornerRadius, quint32 time) override;
-    void appeared(QWindow &panel, const QRect &card) override;
+    void appeared(QWindow &panel, const QPoint &origin, const QRect &card) override;
     void withdraw(QWindow &panel) override;
     bool hasKeyboard(const QWindow &panel) const override;
 
