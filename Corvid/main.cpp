@@ -1,3 +1,4 @@
+#include "AIService.h"
 #include "AppDelegate.h"
 #include "CommandLine.h"
 #include "HotKeyManager.h"
@@ -11,6 +12,7 @@
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
 #include "Platform/Linux/PlatformChoice.h"
+#include "Platform/Linux/PortalAppearance.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/X11HotKeys.h"
 
@@ -23,6 +25,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+
+#include <malloc.h>
 
 namespace {
 
@@ -78,17 +82,21 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     const GioDesktopEntries desktopEntries;
     const LinuxVolumes volumes;
     const PanelDesktop panelDesktop = makePanelDesktop();
-    LinuxWorkspace workspace(desktopEntries,
-                             {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
+    LinuxWorkspace workspace(desktopEntries, {environment,
+                                              {qgetenv("DISPLAY"), qgetenv("WAYLAND_DISPLAY")},
+                                              panelDesktop.activationToken,
+                                              highestDevicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
     LinuxTrayWatch tray;
+    PortalAppearance appearance;
     X11HotKeys hotKeys(qgetenv("DISPLAY"));
     HotKeyManager::installBackend(&hotKeys);
 
     AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes,
-                          *panelDesktop.surface, panelDesktop.clickMonitor.get(), HotKeyManager::shared(), instance,
-                          tray});
+                          *panelDesktop.surface, panelDesktop.clickMonitor.get(),
+                          HotKeyManager::shared(), instance, tray, appearance,
+                          AIService::shared()});
     const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
     return QApplication::exec();
@@ -97,6 +105,10 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
 } // namespace
 
 int main(int argc, char **argv) {
+    // Heaps of their own for the threads would keep what the scans once needed: some 7 MB. They are
+    // too short-lived to get in each other's way in a shared one.
+    mallopt(M_ARENA_MAX, 1);
+
     const CommandLine commandLine = parseCommandLine(argumentsOf(argc, argv));
     if (commandLine.error) {
         std::fprintf(stderr, "corvid: %s\nTry 'corvid --help'.\n",

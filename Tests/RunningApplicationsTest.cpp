@@ -43,7 +43,7 @@ protected:
     }
 
     RunningApplications &watch(const QByteArray &display) {
-        running_.emplace(entries_, display);
+        running_.emplace(entries_, RunningApplications::Displays{display, {}});
         running_->start();
         return *running_;
     }
@@ -286,7 +286,7 @@ TEST_F(RunningApplicationsTest, destroyingItInTheMiddleOfThingsEndsAtOnce) {
     for (int i = 0; i < 50; ++i)
         watch(server.display());
     running_.reset();
-    RunningApplications neverStarted(entries_, server.display());
+    RunningApplications neverStarted(entries_, {server.display(), {}});
 }
 
 TEST_F(RunningApplicationsTest, nothingWakesUsWhileNothingHappens) {

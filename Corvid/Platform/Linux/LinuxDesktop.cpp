@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/LayerClickMonitor.h"
 #include "Platform/Linux/LayerPanelSurface.h"
+#include "Platform/Linux/WaylandActivation.h"
 #include "Platform/Linux/X11ClickMonitor.h"
 #include "Platform/Linux/X11PanelSurface.h"
 
@@ -31,13 +32,19 @@ xcb_connection_t *x11Connection() {
     return x11 ? x11->connection() : nullptr;
 }
 
-// Null where the application does not run on Wayland, or the compositor has none.
-std::shared_ptr<const LayerShell> layerShell() {
+// Null where the application does not run on Wayland.
+wl_display *waylandDisplay() {
     if (!QGuiApplication::platformName().startsWith("wayland"_L1))
         return nullptr;
-    auto *display = static_cast<wl_display *>(
+    return static_cast<wl_display *>(
         QGuiApplication::platformNativeInterface()->nativeResourceForIntegration("wl_display"));
-    return display ? LayerShell::bind(display) : nullptr;
+}
+
+std::function<QByteArray()> activationTokens(wl_display *display) {
+    const std::shared_ptr<const WaylandActivation> activation = WaylandActivation::bind(display);
+    if (!activation)
+        return nullptr;
+    return [activation] { return activation->token(); };
 }
 
 } // namespace
@@ -45,13 +52,18 @@ std::shared_ptr<const LayerShell> layerShell() {
 PanelDesktop makePanelDesktop() {
     if (xcb_connection_t *connection = x11Connection())
         return {std::make_unique<X11PanelSurface>(connection),
-                std::make_unique<X11ClickMonitor>(connection)};
-    if (auto shell = layerShell()) {
+                std::make_unique<X11ClickMonitor>(connection), nullptr};
+    PanelDesktop desktop{std::make_unique<PlainPanelSurface>(), nullptr, nullptr};
+    wl_display *display = waylandDisplay();
+    if (!display)
+        return desktop;
+    desktop.activationToken = activationTokens(display);
+    if (auto shell = LayerShell::bind(display)) {
         auto surface = std::make_unique<LayerPanelSurface>(std::move(shell));
-        auto clicks = std::make_unique<LayerClickMonitor>(surface->covers());
-        return {std::move(surface), std::move(clicks)};
+        desktop.clickMonitor = std::make_unique<LayerClickMonitor>(surface->covers());
+        desktop.surface = std::move(surface);
     }
-    return {std::make_unique<PlainPanelSurface>(), nullptr};
+    return desktop;
 }
 
 } // namespace corvid

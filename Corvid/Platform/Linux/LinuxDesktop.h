@@ -3,6 +3,9 @@
 #include "Platform/ClickMonitor.h"
 #include "Platform/PanelSurface.h"
 
+#include <QByteArray>
+
+#include <functional>
 #include <memory>
 
 namespace corvid {
@@ -14,6 +17,10 @@ struct PanelDesktop {
     std::unique_ptr<PanelSurface> surface;
     /** Null where nothing sees clicks elsewhere. */
     std::unique_ptr<ClickMonitor> clickMonitor;
+    /** Tells a new token by which a program that is started may come to the front; empty when
+        there is none at this moment. Null where the window system has no such tokens. Main
+        thread. */
+    std::function<QByteArray()> activationToken;
 };
 
 /** To be gone before the application object. */
