@@ -152,6 +152,7 @@ private:
         QFile file(path(u"sway.conf"_s));
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         file.write("xwayland disable\n");
+        file.write("seat * hide_cursor 100\n"); // it would be in the pictures
         for (const QString &line : settings)
             file.write(line.toUtf8() + '\n');
     }

@@ -15,7 +15,7 @@ namespace {
 
 // The shadow darkens it, but only what is not a shadow has any green.
 const QString magenta = u"output * bg #ff00ff solid_color"_s;
-const QStringList bindings{magenta, u"bindsym Mod4+space exec %1 --toggle"_s.arg(executable),
+const QStringList bindings{magenta, u"default_border none"_s, u"bindsym Mod4+space exec %1 --toggle"_s.arg(executable),
                            u"bindsym Mod4+q kill"_s};
 
 /** The smallest rectangle around all that has any green; empty when nothing has. */
@@ -196,9 +196,11 @@ TEST_F(WaylandTest, aClickOnItOrTheWheelElsewhereDoesNotHideIt) {
     launch();
     summon();
     sway.click({400, 600});
+    EXPECT_TRUE(stays()) << "click";
     sway.turnWheel(outside, 1);
+    EXPECT_TRUE(stays()) << "wheel";
     sway.click(outside, 274);
-    EXPECT_TRUE(stays());
+    EXPECT_TRUE(stays()) << "middle";
     sway.type(u"frobn"_s);
     sway.press(u"Return"_s);
     EXPECT_EQ(startedWith(), asItsEntrySays) << "it has kept the keyboard";

@@ -4,6 +4,7 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <QWindow>
 
 #include <qpa/qplatformnativeinterface.h>
 
@@ -45,6 +46,7 @@ public:
         LayerSurface::Place everywhere;
         everywhere.room = LayerSurface::Room::Whole;
         role_ = std::make_unique<LayerSurface>(shell, surface_, output, everywhere);
+        role_->attend(); // made at any moment, not only where the shell waits for answers
         role_->onSize = [this, pixel](const QSize &size) {
             if (size.isEmpty())
                 return;
@@ -69,6 +71,44 @@ private:
     std::unique_ptr<LayerSurface> role_;
 };
 
+// Which of two surfaces of the same layer lies above the other is each compositor's own rule, so on
+// the panel's output it is a part of the panel's, reaching beyond its edges.
+class LayerCovers::Backing {
+public:
+    Backing(const LayerShell &shell, wl_buffer *pixel, QWindow &panel)
+        : surface_(wl_compositor_create_surface(shell.compositor())),
+          viewport_(wp_viewporter_get_viewport(shell.viewporter(), surface_)) {
+        auto *above = static_cast<wl_surface *>(
+            QGuiApplication::platformNativeInterface()->nativeResourceForWindow("surface", &panel));
+        part_ = wl_subcompositor_get_subsurface(shell.subcompositor(), surface_, above);
+        int reach = 0;
+        const QList<QScreen *> screens = QGuiApplication::screens();
+        for (const QScreen *screen : screens)
+            reach = std::max({reach, screen->size().width(), screen->size().height()});
+        wl_subsurface_place_below(part_, above);
+        wl_subsurface_set_position(part_, -reach, -reach);
+        wl_subsurface_set_desync(part_);
+        wp_viewport_set_destination(viewport_, panel.width() + 2 * reach,
+                                    panel.height() + 2 * reach);
+        wl_surface_attach(surface_, pixel, 0, 0);
+        wl_surface_commit(surface_);
+    }
+    Backing(const Backing &) = delete;
+    Backing &operator=(const Backing &) = delete;
+    ~Backing() {
+        wp_viewport_destroy(viewport_);
+        wl_subsurface_destroy(part_);
+        wl_surface_destroy(surface_);
+    }
+
+    const void *surface() const { return surface_; }
+
+private:
+    wl_surface *surface_;
+    wp_viewport *viewport_;
+    wl_subsurface *part_;
+};
+
 LayerCovers::LayerCovers(std::shared_ptr<const LayerShell> shell) : shell_(std::move(shell)) {
     if (shell_->viewporter())
         pixel_ = makeTransparentPixel(shell_->shm());
@@ -80,18 +120,29 @@ LayerCovers::~LayerCovers() {
         wl_buffer_destroy(pixel_);
 }
 
-void LayerCovers::spread() {
+void LayerCovers::spread(QWindow &panel) {
     clear();
     if (!pixel_)
         return;
+    backing_ = std::make_unique<Backing>(*shell_, pixel_, panel);
+    // The compositor chooses the panel's output, and tells when the panel is painted on it.
+    screenChange_ = QObject::connect(&panel, &QWindow::screenChanged,
+                                     [this](const QScreen *screen) { coverOthers(screen); });
+    coverOthers(panel.screen());
+    listen();
+}
+
+void LayerCovers::coverOthers(const QScreen *screen) {
+    covers_.clear();
     QPlatformNativeInterface *native = QGuiApplication::platformNativeInterface();
     const QList<QScreen *> screens = QGuiApplication::screens();
-    for (QScreen *screen : screens) {
+    for (QScreen *other : screens) {
+        if (other == screen)
+            continue;
         if (auto *output =
-                static_cast<wl_output *>(native->nativeResourceForScreen("output", screen)))
+                static_cast<wl_output *>(native->nativeResourceForScreen("output", other)))
             covers_.push_back(std::make_unique<Cover>(*shell_, pixel_, output));
     }
-    listen();
 }
 
 void LayerCovers::clear() {
@@ -100,7 +151,9 @@ void LayerCovers::clear() {
     if (touch_)
         wl_proxy_destroy(reinterpret_cast<wl_proxy *>(std::exchange(touch_, nullptr)));
     pointerIsOver_ = false;
+    QObject::disconnect(screenChange_);
     covers_.clear();
+    backing_.reset();
 }
 
 // Qt hears of these presses too, and ignores what is on surfaces that are not its own.
@@ -121,6 +174,8 @@ void LayerCovers::listen() {
 }
 
 bool LayerCovers::isOurs(const void *surface) const {
+    if (backing_ && backing_->surface() == surface)
+        return true;
     return std::any_of(covers_.begin(), covers_.end(),
                        [&](const auto &cover) { return cover->surface() == surface; });
 }

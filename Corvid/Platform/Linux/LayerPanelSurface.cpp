@@ -49,7 +49,7 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
     if (role_)
         return;
     panel.setMask(card); // clicks on the shadow are clicks elsewhere
-    covers_->spread();   // first, for later surfaces lie above
+    covers_->spread(panel);
     LayerSurface::Place place;
     place.edges = LayerSurface::Top | LayerSurface::Left;
     place.size = panel.size();

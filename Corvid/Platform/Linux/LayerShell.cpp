@@ -17,7 +17,7 @@ struct Global {
 };
 
 struct Globals {
-    Global wanted[4];
+    Global wanted[5];
 };
 
 void bindGlobal(void *data, wl_registry *registry, std::uint32_t name, const char *interface,
@@ -49,13 +49,14 @@ std::shared_ptr<const LayerShell> LayerShell::bind(wl_display *display) {
     wl_proxy_wrapper_destroy(wrapper);
     Globals globals{{{&wl_compositor_interface, 4, slot(shell->compositor_)},
                      {&wl_shm_interface, 1, slot(shell->shm_)},
+                     {&wl_subcompositor_interface, 1, slot(shell->subcompositor_)},
                      {&wp_viewporter_interface, 1, slot(shell->viewporter_)},
                      {&zwlr_layer_shell_v1_interface, 4, slot(shell->shell_)}}};
     static constexpr wl_registry_listener listener{bindGlobal, forgetGlobal};
     wl_registry_add_listener(registry, &listener, &globals);
     shell->roundTrip();
     wl_registry_destroy(registry);
-    if (!shell->shell_ || !shell->compositor_ || !shell->shm_)
+    if (!shell->shell_ || !shell->compositor_ || !shell->shm_ || !shell->subcompositor_)
         return nullptr;
     return shell;
 }
@@ -63,6 +64,8 @@ std::shared_ptr<const LayerShell> LayerShell::bind(wl_display *display) {
 LayerShell::~LayerShell() {
     if (viewporter_)
         wp_viewporter_destroy(viewporter_);
+    if (subcompositor_)
+        wl_subcompositor_destroy(subcompositor_);
     if (shm_)
         wl_shm_destroy(shm_);
     if (compositor_)

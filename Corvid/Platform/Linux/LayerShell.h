@@ -12,6 +12,7 @@ struct wl_display;
 struct wl_event_queue;
 struct wl_output;
 struct wl_shm;
+struct wl_subcompositor;
 struct wl_surface;
 struct wp_viewporter;
 struct zwlr_layer_shell_v1;
@@ -37,6 +38,7 @@ public:
 
     wl_compositor *compositor() const { return compositor_; }
     wl_shm *shm() const { return shm_; }
+    wl_subcompositor *subcompositor() const { return subcompositor_; }
     /** Null where the compositor has none. */
     wp_viewporter *viewporter() const { return viewporter_; }
     zwlr_layer_shell_v1 *shell() const { return shell_; }
@@ -48,6 +50,7 @@ private:
     wl_event_queue *queue_ = nullptr;
     wl_compositor *compositor_ = nullptr;
     wl_shm *shm_ = nullptr;
+    wl_subcompositor *subcompositor_ = nullptr;
     wp_viewporter *viewporter_ = nullptr;
     zwlr_layer_shell_v1 *shell_ = nullptr;
 };
