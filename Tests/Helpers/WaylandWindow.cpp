@@ -1,13 +1,15 @@
 // A window for tests on a Wayland compositor:
 //
-//   corvid_wayland_window <application id> <rrggbb> [--fullscreen | --bar <height>]
+//   corvid_wayland_window <application id> <rrggbb> [--fullscreen | --bar <height> | --token <token>]
 //
 // fills its window with the colour, prints a line once it is shown, and one more, "active" or
-// "inactive", whenever that changes. A bar reserves room at the top of the output. Ends when it is
-// killed or asked to close.
+// "inactive", whenever that changes. A bar reserves room at the top of the output. With an activation
+// token it asks to come to the front when it can read a line. Ends when it is killed or asked to
+// close.
 
 #include "Platform/Linux/LayerShellProtocol.h"
 #include "viewporter-client-protocol.h"
+#include "xdg-activation-v1-client-protocol.h"
 #include "xdg-shell-client-protocol.h"
 
 #include <wayland-client.h>
@@ -30,6 +32,7 @@ struct Window {
     wp_viewporter *viewporter = nullptr;
     xdg_wm_base *shell = nullptr;
     zwlr_layer_shell_v1 *layers = nullptr;
+    xdg_activation_v1 *activation = nullptr;
 
     wl_surface *surface = nullptr;
     wl_buffer *pixel = nullptr;
@@ -71,6 +74,7 @@ void bindGlobal(void *data, wl_registry *registry, std::uint32_t name, const cha
     bind(window.shm, wl_shm_interface, 1);
     bind(window.viewporter, wp_viewporter_interface, 1);
     bind(window.shell, xdg_wm_base_interface, 1);
+    bind(window.activation, xdg_activation_v1_interface, 1);
     bind(window.layers, zwlr_layer_shell_v1_interface, 1);
 }
 constexpr wl_registry_listener registryListener{
@@ -161,6 +165,11 @@ int main(int argc, char **argv) {
     wl_display_roundtrip(display); // shown
     window.shown = true;
     say(window.active ? "active" : "inactive");
+    if (kind == "--token" && argc > 4) {
+        std::getchar();
+        xdg_activation_v1_activate(window.activation, argv[4], window.surface);
+        wl_display_flush(display);
+    }
     while (wl_display_dispatch(display) >= 0) {
     }
     return 0;
