@@ -43,8 +43,7 @@ public:
     /** Does what can be done only to a window that is shown, just after each show and before it is
         painted. Its top left corner belongs at `origin`, which Qt forgets on some window systems;
         the card lies at `card` in it. Device-independent pixels. */
-    virtual void appeared(QWindow & /*panel*/, const QPoint & /*origin*/, const QRect & /*card*/) {
-    }
+    virtual void appeared(QWindow & /*panel*/, const QPoint & /*origin*/, const QRect & /*card*/) {}
 
     /** Undoes what was done to show the window, just before each hide. */
     virtual void withdraw(QWindow & /*panel*/) {}

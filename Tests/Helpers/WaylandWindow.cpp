@@ -1,11 +1,12 @@
 // A window for tests on a Wayland compositor:
 //
-//   corvid_wayland_window <application id> <rrggbb> [--fullscreen | --bar <height> | --token <token>]
+//   corvid_wayland_window <application id> <rrggbb> [--fullscreen | --bar <height> | --token
+//   <token>]
 //
 // fills its window with the colour, prints a line once it is shown, and one more, "active" or
-// "inactive", whenever that changes. A bar reserves room at the top of the output. With an activation
-// token it asks to come to the front when it can read a line. Ends when it is killed or asked to
-// close.
+// "inactive", whenever that changes. A bar reserves room at the top of the output. With an
+// activation token it asks to come to the front when it can read a line. Ends when it is killed or
+// asked to close.
 
 #include "Platform/Linux/LayerShellProtocol.h"
 #include "viewporter-client-protocol.h"
@@ -20,8 +21,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
-#include <type_traits>
 #include <sys/mman.h>
+#include <type_traits>
 #include <unistd.h>
 
 namespace {

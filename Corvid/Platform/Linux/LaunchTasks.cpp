@@ -75,9 +75,8 @@ QString start(const World &world, const QStringList &arguments, const QString &f
     QString workingFolder = folder;
     if (workingFolder.isEmpty() && QFileInfo(locations::home()).isDir())
         workingFolder = locations::home();
-    const DetachedProcess process =
-        startDetached({arguments, world.environment, workingFolder, desktopFile, startupId,
-                       world.activationToken});
+    const DetachedProcess process = startDetached({arguments, world.environment, workingFolder,
+                                                   desktopFile, startupId, world.activationToken});
     if (process.error.isEmpty())
         moveToScope(world, process.pid, application);
     return process.error;

@@ -52,11 +52,11 @@ private:
     void hear(const char *event, const wl_argument *arguments);
 
     std::shared_ptr<const LayerShell> shell_;
-    wl_buffer *pixel_ = nullptr; ///< one transparent pixel
-    std::unique_ptr<Backing> backing_; ///< on the panel's output
+    wl_buffer *pixel_ = nullptr;                 ///< one transparent pixel
+    std::unique_ptr<Backing> backing_;           ///< on the panel's output
     std::vector<std::unique_ptr<Cover>> covers_; ///< on the others
     QMetaObject::Connection screenChange_;       ///< of the panel
-    wl_pointer *pointer_ = nullptr; ///< null while there are none, or no mouse
+    wl_pointer *pointer_ = nullptr;              ///< null while there are none, or no mouse
     wl_touch *touch_ = nullptr;
     bool pointerIsOver_ = false;
 };

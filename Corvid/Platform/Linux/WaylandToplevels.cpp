@@ -57,8 +57,8 @@ void WaylandToplevels::listen() {
                                      std::min(version, knownVersion)));
             }
             if (!self->seat_ && std::strcmp(interface, wl_seat_interface.name) == 0)
-                self->seat_ = static_cast<wl_seat *>(
-                    wl_registry_bind(registry, name, &wl_seat_interface, 1));
+                self->seat_ =
+                    static_cast<wl_seat *>(wl_registry_bind(registry, name, &wl_seat_interface, 1));
         },
         [](void * /*data*/, wl_registry * /*registry*/, std::uint32_t /*name*/) {}};
     wl_registry *registry = wl_display_get_registry(display_);

@@ -45,7 +45,7 @@ private:
     const Toplevel *find(Window window) const;
 
     wl_display *display_;
-    wl_seat *seat_ = nullptr;                              ///< null where there is none
+    wl_seat *seat_ = nullptr;                             ///< null where there is none
     zwlr_foreign_toplevel_manager_v1 *manager_ = nullptr; ///< null once it has finished
     std::vector<std::unique_ptr<Toplevel>> toplevels_;    ///< oldest first
     Window newest_ = 0;
