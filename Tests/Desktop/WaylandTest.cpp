@@ -301,6 +301,18 @@ TEST_F(WaylandTest, whatItStartsMayComeToTheFront) {
     EXPECT_TRUE(eventually([this] { return workspace() == u"1"; }));
 }
 
+TEST_F(WaylandTest, aWindowSystemThatIsAskedForAndNotThereIsNotReplaced) {
+    QProcess other;
+    Sway::prepare(other);
+    QProcessEnvironment without = environment();
+    without.insert(u"CORVID_PLATFORM"_s, u"xcb"_s);
+    other.setProcessEnvironment(without);
+    other.start(executable, {u"--show"_s});
+    ASSERT_TRUE(other.waitForFinished());
+    EXPECT_EQ(other.exitCode(), 1);
+    EXPECT_TRUE(other.readAllStandardError().contains("needs a display"));
+}
+
 class TwoOutputsTest : public WaylandTest {
 protected:
     TwoOutputsTest()
