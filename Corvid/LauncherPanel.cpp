@@ -55,8 +55,10 @@ LauncherPanel::LauncherPanel(LauncherViewModel &viewModel, PanelSurface &surface
     whole->addWidget(view_);
 }
 
-// The window system is told of the hiding while there still is a panel to ask.
+// The window system is told of the hiding while there still is a panel to ask. Its owner, who is
+// going too, is not told that the keyboard goes with it.
 LauncherPanel::~LauncherPanel() {
+    onResignKey = nullptr;
     setVisible(false);
 }
 

@@ -19,6 +19,10 @@ Compositor lookAtCompositor() {
     // The descriptor that it names can be used once only, and Qt needs it.
     if (qEnvironmentVariableIsSet("WAYLAND_SOCKET"))
         return Compositor::LayerShell;
+    // The library would complain on standard error about what is no fault on X11.
+    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR") &&
+        !qgetenv("WAYLAND_DISPLAY").startsWith('/'))
+        return Compositor::None;
     wl_display *display = wl_display_connect(nullptr);
     if (!display)
         return Compositor::None;
