@@ -3,27 +3,25 @@
 #include "Benchmark.h"
 #include "CommandLine.h"
 #include "HotKeyManager.h"
-#include "Locations.h"
 #include "Platform/Appearance.h"
 #include "Platform/Instance.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
 #include "RoleCatalog.h"
+#include "SettingsWindow.h"
 #include "StatusItem.h"
+#include "StoredSettings.h"
 #include "Style.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QJsonObject>
-#include <QLocale>
 #include <QPointer>
 #include <QTimer>
 #include <QUrl>
 
 #include <chrono>
 #include <cstdio>
-#include <limits>
 
 namespace corvid {
 
@@ -42,17 +40,6 @@ void printError(const QString &line) {
     const QByteArray bytes = line.toUtf8() + '\n';
     std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
     std::fflush(stderr);
-}
-
-// 0, which is also what anything but an integer reads as, means that nothing is stored.
-quint32 storedNumber(const UserDefaults &defaults, const QString &key, quint32 otherwise) {
-    const QJsonValue value = defaults.value(key);
-    const double number = value.toDouble();
-    if (number < 0 || number > std::numeric_limits<quint32>::max())
-        qFatal("the stored %s is %s; it must be from 0 to 4294967295", qPrintable(key),
-               QByteArray::number(number, 'g', QLocale::FloatingPointShortest).constData());
-    const auto stored = static_cast<quint32>(value.toInteger());
-    return stored == 0 ? otherwise : stored;
 }
 
 template <typename... Functions>
@@ -82,6 +69,8 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) 
     platform_.appearance.onChange = [this] {
         style::setAppearance(platform_.appearance.current());
         panel_->applyStyle();
+        if (settingsWindow_)
+            settingsWindow_->applyStyle();
     };
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
@@ -180,9 +169,9 @@ void AppDelegate::fulfil(const Wish &wish) {
 }
 
 void AppDelegate::applyHotkey() {
-    const quint32 keyCode = storedNumber(platform_.defaults, u"hotkeyKeyCode"_s, defaultKeyCode);
+    const quint32 keyCode = settings::hotkeyKeyCode(platform_.defaults).value_or(defaultKeyCode);
     const quint32 modifiers =
-        storedNumber(platform_.defaults, u"hotkeyModifiers"_s, defaultModifiers);
+        settings::hotkeyModifiers(platform_.defaults).value_or(defaultModifiers);
     platform_.hotKeys.registerHotKey(keyCode, modifiers, [delegate = QPointer(this)] {
         if (!delegate)
             return;
@@ -238,13 +227,16 @@ void AppDelegate::openLastProject() {
 }
 
 void AppDelegate::openSettings() {
-    const QString path = locations::configuration() + u"/Corvid/defaults.json"_s;
-    if (!QFile::exists(path)) {
-        // An editor needs a file to open; switching AI on is what its absence means anyway.
-        platform_.defaults.set(u"aiEnabled"_s, true);
-        platform_.defaults.synchronize();
+    if (!settingsWindow_) {
+        settingsWindow_ = std::make_unique<SettingsWindow>(
+            SettingsView::Environment{.defaults = platform_.defaults,
+                                      .projects = projects_,
+                                      .hotKeys = platform_.hotKeys,
+                                      .folderDialog = platform_.folderDialog,
+                                      .onHotkeyChanged = [this] { applyHotkey(); }},
+            platform_.panelSurface);
     }
-    platform_.workspace.open(path);
+    settingsWindow_->present();
 }
 
 void AppDelegate::runBenchmark() {

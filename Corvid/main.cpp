@@ -12,6 +12,7 @@
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
 #include "Platform/Linux/PortalAppearance.h"
+#include "Platform/Linux/PortalFolderDialog.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/X11HotKeys.h"
 #include "Platform/PanelSurface.h"
@@ -89,12 +90,13 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     ClipboardPasteboard pasteboard;
     LinuxTrayWatch tray;
     PortalAppearance appearance;
+    PortalFolderDialog folderDialog;
     X11HotKeys hotKeys(qgetenv("DISPLAY"));
     HotKeyManager::installBackend(&hotKeys);
 
     AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes,
                           *panelSurface, clickMonitor.get(), HotKeyManager::shared(), instance,
-                          tray, appearance});
+                          tray, appearance, folderDialog});
     const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
     return QApplication::exec();

@@ -36,6 +36,10 @@ public:
         system that refuses a wish shows a plainer panel. */
     virtual void prepare(QWindow &panel, qreal cornerRadius, quint32 time) = 0;
 
+    /** Says that the user wants an ordinary window of ours, which gets the keyboard when it is
+       shown or activated next. Where the window system needs no such word, nothing happens. */
+    virtual void claimKeyboard() {}
+
     /** Whether the keys go to the panel at this moment, whatever was told of it so far. */
     virtual bool hasKeyboard(const QWindow &panel) const = 0;
 };
