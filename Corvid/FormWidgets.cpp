@@ -8,9 +8,12 @@
 
 namespace corvid {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 constexpr int cardRadius = 8;
+constexpr int lineInset = 12;
 constexpr int headingGap = 6;
 constexpr int headingInset = 2;
 constexpr qreal captionScale = 0.9;
@@ -31,7 +34,7 @@ protected:
         painter.setRenderHint(QPainter::Antialiasing, false);
         for (int i = 1; i < layout()->count(); ++i) {
             const QRect row = layout()->itemAt(i)->geometry();
-            painter.fillRect(row.left() + cardRadius, row.top(), row.width() - 2 * cardRadius, 1,
+            painter.fillRect(row.left() + lineInset, row.top(), row.width() - 2 * lineInset, 1,
                              style::hairline(palette()));
         }
     }
@@ -59,6 +62,7 @@ FormSection::FormSection(const QString &heading, QWidget *parent) : QWidget(pare
 
 void FormSection::addRow(QWidget *row, int before) {
     rows_->insertWidget(before, row);
+    row->show(); // the layout would do it, but later, which flickers
 }
 
 QWidget *FormSection::row(int number) const {
@@ -95,7 +99,9 @@ void ElidedLabel::paintEvent(QPaintEvent * /*event*/) {
 QLabel *makeCaption(const QString &text) {
     auto *caption = new QLabel;
     caption->setTextFormat(Qt::PlainText);
-    caption->setText(text);
+    // No line ends within the beginning of an address.
+    caption->setText(QString(text).replace(u"://"_s, u"://\u2060"_s));
+    caption->setAccessibleName(text);
     caption->setWordWrap(true);
     caption->setForegroundRole(QPalette::PlaceholderText);
     QFont small;

@@ -23,11 +23,13 @@ public:
     void prepare(QWindow &panel, qreal /*cornerRadius*/, quint32 time) override {
         prepared.push_back({panel.isVisible(), time});
     }
+    void claimKeyboard() override { ++claims; }
     bool hasKeyboard(const QWindow & /*panel*/) const override { return keyboard; }
 
     bool keyboard = false;
     Behind whatIsBehind = Behind::Desktop;
     std::vector<Prepared> prepared;
+    int claims = 0;
 };
 
 } // namespace corvid
