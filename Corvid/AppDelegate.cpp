@@ -54,7 +54,7 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 AppDelegate::AppDelegate(const Platform &platform)
     : platform_(platform),
       viewModel_({platform.defaults, UsageStats::shared(), RoleCatalog::shared(),
-                  platform.workspace, platform.pasteboard, nullptr}),
+                  platform.workspace, platform.pasteboard, nullptr, platform.ai}),
       catalog_(platform.workspace, platform.desktopEntries, RoleCatalog::shared()),
       projects_(platform.defaults, platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}

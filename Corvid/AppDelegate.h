@@ -18,6 +18,7 @@
 namespace corvid {
 
 struct CommandLine;
+class AIService;
 class AppearanceSettings;
 class DesktopEntries;
 class FolderDialog;
@@ -58,6 +59,7 @@ public:
         TrayWatch &tray;
         AppearanceSettings &appearance;
         FolderDialog &folderDialog;
+        AIService &ai;
         /** Never goes backwards, whatever is done to the clock on the wall. */
         std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
     };

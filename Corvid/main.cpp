@@ -1,3 +1,4 @@
+#include "AIService.h"
 #include "AppDelegate.h"
 #include "CommandLine.h"
 #include "HotKeyManager.h"
@@ -96,7 +97,7 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
 
     AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes,
                           *panelSurface, clickMonitor.get(), HotKeyManager::shared(), instance,
-                          tray, appearance, folderDialog});
+                          tray, appearance, folderDialog, AIService::shared()});
     const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
     return QApplication::exec();

@@ -82,11 +82,12 @@ protected:
     FakeTrayWatch tray;
     FakeAppearanceSettings appearance;
     FakeFolderDialog folderDialog;
+    AIService ai{defaults, nullptr};
     std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
     std::optional<AppDelegate> owned{
         std::in_place, AppDelegate::Platform{defaults, workspace, pasteboard, log, entries, volumes,
                                              panelSurface, &clickMonitor, hotKeys, instance, tray,
-                                             appearance, folderDialog, [this] { return now; }}};
+                                             appearance, folderDialog, ai, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 

@@ -92,7 +92,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(EachManager, StartupTest,
-                         ::testing::Values(XServer::Manager::Openbox, XServer::Manager::Xfwm));
+                         ::testing::Values(XServer::Manager::Openbox, XServer::Manager::Xfwm4));
 
 class AnnouncementTest : public StartupTest {
 protected:
@@ -123,10 +123,10 @@ private:
 
 class PreventionTest : private FocusStealingPrevention, public StartupTest {
 protected:
-    PreventionTest() : StartupTest(XServer::Manager::Xfwm) {}
+    PreventionTest() : StartupTest(XServer::Manager::Xfwm4) {}
 };
 
-INSTANTIATE_TEST_SUITE_P(Xfwm, PreventionTest, ::testing::Values(XServer::Manager::Xfwm));
+INSTANTIATE_TEST_SUITE_P(Xfwm, PreventionTest, ::testing::Values(XServer::Manager::Xfwm4));
 
 } // namespace
 
