@@ -46,6 +46,11 @@ public:
     void pause();
     void resume();
 
+    /** What is registered, also while it is paused. */
+    std::optional<HotKey> registered() const {
+        return registered_ ? std::optional(hotKey_) : std::nullopt;
+    }
+
     /** Whether the registered combination could be had; absent while that is not known yet or
         nothing is registered. */
     std::optional<bool> obtained() const { return obtained_; }

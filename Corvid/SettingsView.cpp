@@ -118,8 +118,7 @@ FormSection *SettingsView::makeHotkeySection() {
         else
             startRecording();
     });
-    hotkeyHint_ = makeCaption(u"Not available: another program may use it. You can bind the "
-                              "command corvid --toggle to a key in your desktop's settings."_s);
+    hotkeyHint_ = makeCaption({});
     hotkeyHint_->setContentsMargins(rowPaddingX, 0, rowPaddingX, rowPaddingY);
 
     auto *row = new QWidget;
@@ -249,7 +248,17 @@ void SettingsView::showRecording() {
 }
 
 void SettingsView::showHotkeyHint() {
-    hotkeyHint_->setVisible(environment_.hotKeys.obtained() == false);
+    const std::optional<HotKey> hotKey = environment_.hotKeys.registered();
+    const bool refused = hotKey && environment_.hotKeys.obtained() == false;
+    if (refused) {
+        const QString name = HotKeyManager::describe(hotKey->keyCode, hotKey->modifiers).trimmed();
+        const QString hint =
+            name + u" is not available here, or another program uses it. Change it, or bind "
+                   "the command \"corvid --toggle\" to a key in the desktop's settings."_s;
+        hotkeyHint_->setText(hint);
+        hotkeyHint_->setAccessibleName(hint);
+    }
+    hotkeyHint_->setVisible(refused);
 }
 
 void SettingsView::showProjectCount() {
@@ -327,6 +336,7 @@ void SettingsView::pickFolderInOurDialog() {
 
 void SettingsView::addRoots(const QStringList &folders) {
     addButton_->setEnabled(true);
+    addButton_->setFocus(); // which went elsewhere meanwhile
     if (folders.isEmpty())
         return;
     changeRoots(roots_ + folders);

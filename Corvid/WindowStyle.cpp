@@ -39,13 +39,14 @@ QPalette darkPalette() {
 } // namespace
 
 QPalette windowPalette(const QPalette &desktop) {
-    if (appearance().colorScheme == ColorScheme::Dark && !isDark(desktop))
-        return darkPalette();
-    QPalette palette = desktop;
+    const bool darken = appearance().colorScheme == ColorScheme::Dark && !isDark(desktop);
+    QPalette palette = darken ? darkPalette() : desktop;
     if (appearance().accent) {
         palette.setColor(QPalette::Highlight, accent());
         palette.setColor(QPalette::HighlightedText, Qt::white);
     }
+    if (appearance().highContrast)
+        palette.setColor(QPalette::PlaceholderText, palette.color(QPalette::WindowText));
     return palette;
 }
 

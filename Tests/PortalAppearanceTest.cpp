@@ -57,7 +57,8 @@ TEST_F(PortalAppearanceTest, everySettingIsRead) {
                          u"color-scheme"_s, u"uint32 1"_s});
     const PortalAppearance settings;
     EXPECT_TRUE(waitUntil([&] {
-        return settings.current() == Appearance{0x3366FF, u"Cantarell"_s, true, false, ColorScheme::Dark};
+        return settings.current() ==
+               Appearance{0x3366FF, u"Cantarell"_s, true, false, ColorScheme::Dark};
     }));
 }
 

@@ -471,7 +471,8 @@ TEST_F(SettingsViewTest, aHotKeyThatCannotBeHadIsSaidWithTheOtherWay) {
     show();
     backend.callbacks.answered(false);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
-    EXPECT_TRUE(hints());
+    EXPECT_TRUE(says(u"⌥ Space is not available here, or another program uses it. Change it, or "
+                     "bind the command \"corvid --toggle\" to a key in the desktop's settings."_s));
     backend.callbacks.answered(true);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
     EXPECT_FALSE(hints());
@@ -480,6 +481,14 @@ TEST_F(SettingsViewTest, aHotKeyThatCannotBeHadIsSaidWithTheOtherWay) {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
     window->present();
     EXPECT_TRUE(hints());
+    view().startRecording();
+    EXPECT_FALSE(hints()) << "about to be another";
+}
+
+TEST_F(SettingsViewTest, withoutAHotKeyNothingIsSaidOfIt) {
+    hotKeys.unregister();
+    show();
+    EXPECT_FALSE(hints());
 }
 
 // --- Folders
@@ -507,6 +516,7 @@ TEST_F(SettingsViewTest, aFolderAddedTwiceIsListedTwiceAndRemovedAltogether) {
         folderDialog.done(QStringList{u"/new"_s, u"/one"_s});
         EXPECT_TRUE(scanned());
     }
+    EXPECT_EQ(window->focusWidget(), button(u"Add folder..."_s)) << "the keyboard stays there";
     const QStringList all{u"/one"_s, u"/two"_s, u"/new"_s, u"/one"_s, u"/new"_s, u"/one"_s};
     EXPECT_EQ(rows(), all);
     EXPECT_EQ(storedRoots(), QJsonValue(QJsonArray::fromStringList(all)));
@@ -678,9 +688,24 @@ TEST(WindowStyleTest, aLightDesktopThatWantsDarkProgramsGetsADarkWindow) {
         EXPECT_EQ(style::windowPalette(dark).color(QPalette::Window), dark.color(QPalette::Window))
             << "a theme that is dark by itself stays";
     }
-    appearance.colorScheme = ColorScheme::Light;
+    style::setAppearance({});
+}
+
+TEST(WindowStyleTest, theUsersAccentAndContrastHoldInLightAndDark) {
+    const QPalette light(QColor(0xEF, 0xEF, 0xEF));
+    Appearance appearance;
     appearance.accent = 0x884422;
-    style::setAppearance(appearance);
-    EXPECT_EQ(style::windowPalette(light).color(QPalette::Highlight), QColor(0x88, 0x44, 0x22));
+    for (const ColorScheme scheme : {ColorScheme::Light, ColorScheme::Dark}) {
+        appearance.colorScheme = scheme;
+        appearance.highContrast = false;
+        style::setAppearance(appearance);
+        QPalette palette = style::windowPalette(light);
+        EXPECT_EQ(palette.color(QPalette::Highlight), QColor(0x88, 0x44, 0x22));
+        EXPECT_NE(palette.color(QPalette::PlaceholderText), palette.color(QPalette::WindowText));
+        appearance.highContrast = true;
+        style::setAppearance(appearance);
+        palette = style::windowPalette(light);
+        EXPECT_EQ(palette.color(QPalette::PlaceholderText), palette.color(QPalette::WindowText));
+    }
     style::setAppearance({});
 }
