@@ -4,6 +4,7 @@
 
 #include <QBoxLayout>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QStyle>
 
 namespace corvid {
@@ -37,6 +38,17 @@ protected:
             painter.fillRect(row.left() + lineInset, row.top(), row.width() - 2 * lineInset, 1,
                              style::hairline(palette()));
         }
+    }
+};
+
+/** As wide as its place, one pixel high. */
+class Hairline final : public QWidget {
+public:
+    Hairline() { setFixedHeight(1); }
+
+protected:
+    void paintEvent(QPaintEvent * /*event*/) override {
+        QPainter(this).fillRect(rect(), style::hairline(palette()));
     }
 };
 
@@ -96,11 +108,16 @@ void ElidedLabel::paintEvent(QPaintEvent * /*event*/) {
                           palette(), isEnabled(), shown, foregroundRole());
 }
 
+QWidget *makeHairline() {
+    return new Hairline;
+}
+
 QLabel *makeCaption(const QString &text) {
     auto *caption = new QLabel;
     caption->setTextFormat(Qt::PlainText);
-    // No line ends within the beginning of an address.
-    caption->setText(QString(text).replace(u"://"_s, u"://\u2060"_s));
+    // No line ends within an address.
+    static const QRegularExpression joints(u"(?<=[:/])(?=\\S)"_s);
+    caption->setText(QString(text).replace(joints, u"\u2060"_s));
     caption->setAccessibleName(text);
     caption->setWordWrap(true);
     caption->setForegroundRole(QPalette::PlaceholderText);

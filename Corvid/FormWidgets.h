@@ -39,6 +39,9 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 };
 
+/** A thin line from side to side. */
+QWidget *makeHairline();
+
 /** An explanation in small letters, as many lines high as it needs. */
 QLabel *makeCaption(const QString &text);
 

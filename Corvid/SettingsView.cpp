@@ -18,6 +18,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QScrollBar>
 
 #include <algorithm>
 #include <utility>
@@ -67,6 +68,13 @@ SettingsView::SettingsView(Environment environment, QWidget *parent)
     scrollArea_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scrollArea_->setWidgetResizable(true);
     scrollArea_->setWidget(makeForm());
+    // The scroll bar takes its place from the margin, so that nothing moves when it appears.
+    const QScrollBar *scrollBar = scrollArea_->verticalScrollBar();
+    connect(scrollBar, &QScrollBar::rangeChanged, this, [this, scrollBar](int /*least*/, int most) {
+        const int taken = most > 0 ? scrollBar->sizeHint().width() : 0;
+        scrollArea_->widget()->layout()->setContentsMargins(margin, margin,
+                                                            std::max(0, margin - taken), margin / 2);
+    });
     // The window's own ground shows through.
     scrollArea_->viewport()->setAutoFillBackground(false);
     scrollArea_->widget()->setAutoFillBackground(false);
@@ -83,6 +91,7 @@ SettingsView::SettingsView(Environment environment, QWidget *parent)
     whole->setContentsMargins(0, 0, 0, 0);
     whole->setSpacing(0);
     whole->addWidget(scrollArea_, 1);
+    whole->addWidget(makeHairline());
     whole->addLayout(saveBar);
 
     connect(&environment_.projects, &ProjectIndex::projectsChanged, this,

@@ -255,11 +255,11 @@ TEST_F(DefaultsFileTest, launchCountsOfAnotherTypeAreAbsentAltogether) {
 
 TEST_F(DefaultsFileTest, aNegativeLaunchCountCountsAgainstWhatWasLaunched) {
     const QString query = u"zed"_s;
-    const qint64 without = score(query, zed, UsageStats::shared());
+    const qint64 without = SearchEngine::score(query, zed, UsageStats::shared());
     edit(R"({"launchCounts": {"id.Zed|/Applications/Zed.app": -2}})");
-    EXPECT_EQ(score(query, zed, UsageStats::shared()), without - 30);
+    EXPECT_EQ(SearchEngine::score(query, zed, UsageStats::shared()), without - 30);
     edit(R"({"launchCounts": {"id.Zed|/Applications/Zed.app": 614891469123651720}})");
-    EXPECT_EQ(score(query, zed, UsageStats::shared()), without + 150) << "the most";
+    EXPECT_EQ(SearchEngine::score(query, zed, UsageStats::shared()), without + 150) << "the most";
 }
 
 TEST_F(DefaultsFileDeathTest, aLaunchCountThatOverflowsStopsCorvidWhenItIsFound) {
@@ -353,9 +353,7 @@ const QByteArray others = R"({"hotkeyKeyCode": 40, "hotkeyModifiers": 256, "aiEn
     "launchCounts": {"a": 7}, "queryLatches": {"q": "a"},
     "lastProject": {"project": "/x", "editor": "/y"}})";
 
-} // namespace
-
-class FreshnessTest : public DefaultsFileTest, public ::testing::WithParamInterface<const char *> {
+class FreshnessTest : public DefaultsFileTest {
 protected:
     void expectNothing() {
         EXPECT_EQ(hotKey(), altSpace);
@@ -379,15 +377,18 @@ protected:
     }
 };
 
-TEST_P(FreshnessTest, everythingIsSeenAtItsNextUse) {
+} // namespace
+
+TEST_F(FreshnessTest, anEditByHandIsSeenAtTheNextUse) {
     expectNothing();
-    if (GetParam() == "anEditByHand"_L1)
-        edit(others);
-    else
-        write(others);
+    edit(others);
     expectOthers();
+    edit("{}");
+    expectNothing();
 }
 
-INSTANTIATE_TEST_SUITE_P(After, FreshnessTest,
-                         ::testing::Values("anEditByHand", "aWriteByAnotherProcess"),
-                         [](const auto &how) { return std::string(how.param); });
+TEST_F(FreshnessTest, aWriteByAnotherProcessIsSeenAtTheNextUse) {
+    expectNothing();
+    write(others);
+    expectOthers();
+}

@@ -9,13 +9,11 @@
 #include "Fakes/FakePanelSurface.h"
 #include "Fakes/LauncherWorld.h"
 #include "HotKeyManager.h"
-#include "OwnFolderDialog.h"
 #include "SettingsWindow.h"
 #include "Style.h"
 
 #include <QApplication>
 #include <QDir>
-#include <QFileDialog>
 #include <QJsonArray>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -53,22 +51,22 @@ int main(int argc, char **argv) {
     if (!folder.mkpath(u"."_s))
         return 1;
 
-    LauncherWorld world({}, {makeProject(u"web"_s), makeProject(u"api"_s)});
-    FakeHotKeyBackend backend;
-    HotKeyManager hotKeys(backend);
-    FakeFolderDialog folderDialog;
-    FakePanelSurface surface;
     bool taken = true;
     for (const auto &[scheme, name] :
          {std::pair{ColorScheme::Light, u"light"_s}, std::pair{ColorScheme::Dark, u"dark"_s}}) {
         Appearance appearance;
         appearance.colorScheme = scheme;
         style::setAppearance(appearance);
+        LauncherWorld world({}, {makeProject(u"web"_s), makeProject(u"api"_s)});
+        FakeHotKeyBackend backend;
+        HotKeyManager hotKeys(backend);
+        FakeFolderDialog folderDialog;
+        FakePanelSurface surface;
         SettingsWindow window({.defaults = world.defaults,
                                .projects = world.projects,
                                .hotKeys = hotKeys,
                                .folderDialog = folderDialog,
-                               .storedKey = [] { return u"sk-0123456789abcdef"_s; }},
+                               .keychain = world.keychain},
                               surface);
         auto *scrollBar = window.findChild<QScrollArea *>()->verticalScrollBar();
         enum class At { Top, Bottom };
@@ -77,35 +75,27 @@ int main(int argc, char **argv) {
             for (int i = 0; i < 5; ++i)
                 QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
             scrollBar->setValue(at == At::Top ? 0 : scrollBar->maximum());
-            taken = taken && window.grab().save(folder.filePath(name + u'-' + what + u".png"_s));
+            taken = taken && window.grab().save(folder.filePath(what + u'-' + name + u".png"_s));
         };
-        world.defaults.set(u"hotkeyKeyCode"_s, 0);
         world.defaults.set(u"projectRoots"_s, QJsonArray());
         window.present();
-        scene(u"fresh"_s, At::Top);
-        scene(u"fresh-end"_s, At::Bottom);
+        scene(u"settings-no-folders"_s, At::Top);
         window.close();
 
+        world.secrets.set(KeychainHelper::aiApiKey, u"sk-0123456789abcdef"_s);
         world.defaults.set(u"hotkeyKeyCode"_s, 49);
-        world.defaults.set(u"hotkeyModifiers"_s, 0x1B00);
+        world.defaults.set(u"hotkeyModifiers"_s, 0x900);
         world.defaults.set(u"projectRoots"_s, folders(30));
         window.present();
-        scene(u"thirty-folders"_s, At::Top);
-        scene(u"thirty-folders-end"_s, At::Bottom);
         window.view().startRecording();
-        scene(u"recording"_s, At::Top);
+        scene(u"settings-recording"_s, At::Top);
         window.view().stopRecording();
-        hotKeys.registerHotKey(49, 0x1B00, [] {});
+        scene(u"settings-thirty-folders"_s, At::Bottom);
+        hotKeys.registerHotKey(49, 0x900, [] {});
         backend.callbacks.answered(false);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
-        scene(u"not-obtained"_s, At::Top);
+        scene(u"settings-hot-key-taken"_s, At::Top);
         hotKeys.unregister();
-
-        QFileDialog *dialog = makeOwnFolderDialog(&window, u"Add"_s);
-        dialog->open();
-        QCoreApplication::processEvents();
-        taken = taken && dialog->grab().save(folder.filePath(name + u"-folder-dialog.png"_s));
-        dialog->close();
     }
     return taken ? 0 : 1;
 }
