@@ -6,6 +6,7 @@
 #include "Platform/Appearance.h"
 #include "Platform/Instance.h"
 #include "Platform/Pasteboard.h"
+#include "Platform/SecretStore.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
 #include "RoleCatalog.h"
@@ -52,9 +53,9 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 } // namespace
 
 AppDelegate::AppDelegate(const Platform &platform)
-    : platform_(platform),
+    : platform_(platform), keychain_(platform.secrets),
       viewModel_({platform.defaults, UsageStats::shared(), RoleCatalog::shared(),
-                  platform.workspace, platform.pasteboard, nullptr, platform.ai}),
+                  platform.workspace, platform.pasteboard, keychain_, platform.ai}),
       catalog_(platform.workspace, platform.desktopEntries, RoleCatalog::shared()),
       projects_(platform.defaults, platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}
@@ -78,6 +79,15 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) 
     viewModel_.onOpenSettings = [this] { openSettings(); };
     catalog_.onUpdate = [this] { viewModel_.refresh(); };
     projects_.onUpdate = [this] { viewModel_.refresh(); };
+    platform_.secrets.onChange = [delegate = QPointer(this)] {
+        if (!delegate)
+            return;
+        // Only what is typed can depend on the key.
+        if (!delegate->viewModel_.query().isEmpty())
+            delegate->viewModel_.refresh();
+        if (delegate->settingsWindow_)
+            delegate->settingsWindow_->view().loadKey();
+    };
     connect(&catalog_, &AppCatalog::iconArrived, &viewModel_, [this](const QString &path) {
         viewModel_.updateIcon(path, catalog_.icons().value(path));
     });
@@ -233,6 +243,7 @@ void AppDelegate::openSettings() {
                                       .projects = projects_,
                                       .hotKeys = platform_.hotKeys,
                                       .folderDialog = platform_.folderDialog,
+                                      .keychain = keychain_,
                                       .onHotkeyChanged = [this] { applyHotkey(); }},
             platform_.panelSurface);
     }

@@ -2,6 +2,7 @@
 
 #include "AppCatalog.h"
 #include "EditorLauncher.h"
+#include "KeychainHelper.h"
 #include "LauncherPanel.h"
 #include "LauncherViewModel.h"
 #include "Platform/ClickMonitor.h"
@@ -26,6 +27,7 @@ class HotKeyManager;
 class Instance;
 class PanelSurface;
 class Pasteboard;
+class SecretStore;
 class SettingsWindow;
 class StatusItem;
 class SystemLog;
@@ -48,6 +50,7 @@ public:
         UserDefaults &defaults;
         Workspace &workspace;
         Pasteboard &pasteboard;
+        SecretStore &secrets;
         SystemLog &log;
         const DesktopEntries &desktopEntries;
         const Volumes &volumes;
@@ -109,6 +112,7 @@ private:
     void dumpQuery(const QString &query);
 
     Platform platform_;
+    KeychainHelper keychain_;
     LauncherViewModel viewModel_;
     AppCatalog catalog_;
     ProjectIndex projects_;

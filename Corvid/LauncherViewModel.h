@@ -14,10 +14,10 @@
 namespace corvid {
 
 class AppCatalog;
+class KeychainHelper;
 class Pasteboard;
 class ProjectIndex;
 class RoleCatalog;
-class SecretStore;
 class UserDefaults;
 class Workspace;
 
@@ -45,7 +45,7 @@ public:
         const RoleCatalog &roles;
         Workspace &workspace;
         Pasteboard &pasteboard;
-        const SecretStore *secrets; ///< null where the desktop offers no store
+        const KeychainHelper &keychain;
         AIService &ai;
     };
 

@@ -2,6 +2,7 @@
 
 #include "FormWidgets.h"
 #include "HotKeyManager.h"
+#include "KeychainHelper.h"
 #include "OwnFolderDialog.h"
 #include "Platform/FolderDialog.h"
 #include "Platform/UserDefaults.h"
@@ -72,8 +73,8 @@ SettingsView::SettingsView(Environment environment, QWidget *parent)
     const QScrollBar *scrollBar = scrollArea_->verticalScrollBar();
     connect(scrollBar, &QScrollBar::rangeChanged, this, [this, scrollBar](int /*least*/, int most) {
         const int taken = most > 0 ? scrollBar->sizeHint().width() : 0;
-        scrollArea_->widget()->layout()->setContentsMargins(margin, margin,
-                                                            std::max(0, margin - taken), margin / 2);
+        scrollArea_->widget()->layout()->setContentsMargins(
+            margin, margin, std::max(0, margin - taken), margin / 2);
     });
     // The window's own ground shows through.
     scrollArea_->viewport()->setAutoFillBackground(false);
@@ -211,8 +212,7 @@ void SettingsView::load() {
 void SettingsView::loadKey() {
     if (apiKey_->isModified())
         return;
-    apiKey_->setText(environment_.storedKey ? environment_.storedKey().value_or(QString())
-                                            : QString());
+    apiKey_->setText(environment_.keychain.get(KeychainHelper::aiApiKey).value_or(QString()));
 }
 
 void SettingsView::save() {
@@ -220,8 +220,9 @@ void SettingsView::save() {
     defaults.set(u"aiBaseURL"_s, baseURL_->text());
     defaults.set(u"aiModel"_s, model_->text());
     defaults.set(u"aiEnabled"_s, aiEnabled_->isChecked());
-    if (!apiKey_->text().isEmpty() && environment_.saveKey)
-        environment_.saveKey(apiKey_->text());
+    // Nobody can tell a field that was cleared from a key that could not be read.
+    if (!apiKey_->text().isEmpty())
+        environment_.keychain.save(KeychainHelper::aiApiKey, apiKey_->text());
     changeRoots(roots_);
     saved_ = true;
     window()->close();

@@ -19,6 +19,7 @@ namespace corvid {
 class FolderDialog;
 class FormSection;
 class HotKeyManager;
+class KeychainHelper;
 class ProjectIndex;
 class UserDefaults;
 
@@ -37,10 +38,7 @@ public:
         ProjectIndex &projects;
         HotKeyManager &hotKeys;
         FolderDialog &folderDialog;
-        /** The stored key of the AI endpoint. Empty where none can be stored. */
-        std::function<std::optional<QString>()> storedKey = {};
-        /** Stores that key; called with no empty one. Empty where none can be stored. */
-        std::function<void(const QString &key)> saveKey = {};
+        KeychainHelper &keychain;
         /** Called after a new hot key has been stored. May be empty. */
         std::function<void()> onHotkeyChanged = {};
     };

@@ -5,9 +5,11 @@
 #include "Platform/ClickMonitor.h"
 #include "Platform/Linux/BusInstance.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
+#include "Platform/Linux/CoreDumps.h"
 #include "Platform/Linux/GioDesktopEntries.h"
 #include "Platform/Linux/JsonUserDefaults.h"
 #include "Platform/Linux/LinuxDesktop.h"
+#include "Platform/Linux/LinuxSecretStore.h"
 #include "Platform/Linux/LinuxSystemLog.h"
 #include "Platform/Linux/LinuxTrayWatch.h"
 #include "Platform/Linux/LinuxVolumes.h"
@@ -89,13 +91,15 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
                              {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
+    LinuxSecretStore secrets;
+    AIService::installSecrets(&secrets);
     LinuxTrayWatch tray;
     PortalAppearance appearance;
     PortalFolderDialog folderDialog;
     X11HotKeys hotKeys(qgetenv("DISPLAY"));
     HotKeyManager::installBackend(&hotKeys);
 
-    AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes,
+    AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
                           *panelSurface, clickMonitor.get(), HotKeyManager::shared(), instance,
                           tray, appearance, folderDialog, AIService::shared()});
     const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
@@ -122,6 +126,7 @@ int main(int argc, char **argv) {
         return 0;
     }
 
+    forbidCoreDumps();
     BusInstance instance;
     if (!commandLine.isDiagnostic()) {
         switch (instance.claim(commandLine.wishesOfRunning(), ActivationToken::fromEnvironment())) {

@@ -152,8 +152,9 @@ protected:
     FakeAppearanceSettings appearance;
     FakeFolderDialog folderDialog;
     AIService ai{defaults, &secrets};
-    AppDelegate delegate{{defaults, workspace, pasteboard, log, entries, volumes, panelSurface,
-                          nullptr, hotKeys, instance, tray, appearance, folderDialog, ai}};
+    AppDelegate delegate{{defaults, workspace, pasteboard, secrets, log, entries, volumes,
+                          panelSurface, nullptr, hotKeys, instance, tray, appearance, folderDialog,
+                          ai}};
 };
 
 class DefaultsFileDeathTest : public DefaultsFileTest {

@@ -1,5 +1,6 @@
 #include "Platform/Linux/DetachedProcess.h"
 
+#include "Platform/Linux/CoreDumps.h"
 #include "Platform/Linux/GLibPointers.h"
 
 #include <QFile>
@@ -55,6 +56,7 @@ private:
 // Runs in the forked child, where only async-signal-safe calls are allowed.
 void prepareChild(gpointer data) {
     setsid();
+    allowCoreDumpsInChild();
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
