@@ -120,7 +120,7 @@ QWidget *SettingsView::makeForm() {
 FormSection *SettingsView::makeHotkeySection() {
     hotkeyText_ = new QLabel;
     hotkeyText_->setTextFormat(Qt::PlainText);
-    hotkeyText_->setAccessibleName(u"Hotkey"_s);
+    hotkeyText_->setAccessibleDescription(u"Hotkey"_s); // its name is what it says
     recordButton_ = makeButton({});
     connect(recordButton_, &QPushButton::clicked, this, [this] {
         if (recording())

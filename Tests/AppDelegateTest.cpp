@@ -22,11 +22,14 @@
 #include <QImage>
 #include <QJsonArray>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QTimer>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
@@ -119,6 +122,20 @@ TEST_F(AppDelegateTest, aKeyThatArrivesWhileAQueryIsShownChangesItsList) {
     secrets.set(u"ai-api-key"_s, u"secret"_s);
     secrets.onChange();
     EXPECT_TRUE(delegate.viewModel().results().empty());
+}
+
+TEST_F(AppDelegateTest, aKeyThatArrivesWhileTheSettingsAreShownIsInTheirField) {
+    launch({u"--settings"_s});
+    const auto fields = delegate.settingsWindow()->findChildren<QLineEdit *>();
+    const auto key = std::ranges::find(fields, QLineEdit::Password, &QLineEdit::echoMode);
+    ASSERT_NE(key, fields.end());
+    EXPECT_EQ((*key)->text(), QString());
+    secrets.set(u"ai-api-key"_s, u"secret"_s);
+    secrets.onChange();
+    EXPECT_EQ((*key)->text(), u"secret");
+    (*key)->setText(u"other"_s);
+    delegate.settingsWindow()->view().save();
+    EXPECT_EQ(secrets.get(u"ai-api-key"_s), u"other");
 }
 
 TEST_F(AppDelegateTest, aKeyThatArrivesAfterTheDelegateIsGoneDoesNothing) {

@@ -80,7 +80,7 @@ protected:
     QCheckBox *enable() { return window->findChild<QCheckBox *>(); }
     QLabel *hotkeyText() {
         for (QLabel *label : visible<QLabel>())
-            if (label->accessibleName() == u"Hotkey")
+            if (label->accessibleDescription() == u"Hotkey")
                 return label;
         return nullptr;
     }
@@ -228,6 +228,9 @@ TEST_F(SettingsViewTest, everyControlHasANameForThoseWhoDoNotSeeIt) {
     EXPECT_EQ(nameOf(field(u"API key (stored in Keychain)"_s)), u"API key (stored in Keychain)");
     EXPECT_EQ(nameOf(enable()), u"Enable AI features (`ai` prefix)");
     EXPECT_EQ(nameOf(remove(u"/two"_s)), u"Remove /two");
+    view().startRecording();
+    press(&*window, KEY_K, Qt::Key_K, Qt::MetaModifier);
+    EXPECT_EQ(nameOf(hotkeyText()), u"⌘ K");
 }
 
 TEST_F(SettingsViewTest, aLongPathGivesUpItsMiddleAndIsWholeInItsTooltip) {

@@ -31,7 +31,6 @@ private:
 class AccessibilityTest : public DesktopTest {
 protected:
     AccessibilityTest() {
-        QProcessEnvironment additional;
         additional.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, bus.address());
         // What a desktop says over the bus when a screen reader runs.
         additional.insert(u"QT_LINUX_ACCESSIBILITY_ALWAYS_ON"_s, u"1"_s);
@@ -71,6 +70,7 @@ protected:
     }
 
     BusOfServices bus;
+    QProcessEnvironment additional;
 };
 
 } // namespace
@@ -102,4 +102,35 @@ TEST_F(AccessibilityTest, theClearButtonIsAButtonWithAName) {
 
 TEST_F(AccessibilityTest, theHintsOfTheFooterCanBeRead) {
     EXPECT_TRUE(lineWith({u"navigate"_s}).startsWith(u"label"_s));
+}
+
+TEST_F(AccessibilityTest, everyControlOfTheSettingsHasItsName) {
+    type(u"ai"_s);
+    press(u"Return"_s);
+    const QString rows[][2]{{u"push button"_s, u"| Change |"_s},
+                            {u"check box"_s, u"| Enable AI features (`ai` prefix) |"_s},
+                            {u"text"_s, u"| Base URL |"_s},
+                            {u"text"_s, u"| Model |"_s},
+                            {u"password text"_s, u"| API key (stored in Keychain) |"_s},
+                            {u"push button"_s, u"| Remove "_s + home.path(u"Code"_s) + u" |"_s},
+                            {u"push button"_s, u"| Add folder... |"_s},
+                            {u"push button"_s, u"| Save |"_s}};
+    for (const auto &[role, name] : rows)
+        EXPECT_TRUE(lineWith({name}).startsWith(role)) << qPrintable(name);
+    EXPECT_TRUE(lineWith({u"| Change |"_s, u"focused"_s}).contains(u"showing"_s));
+    EXPECT_TRUE(lineWith({u"| ⌥ K | Hotkey |"_s}).startsWith(u"label"_s));
+    EXPECT_FALSE(tree().join(u'\n').contains(u"corvid --toggle"_s));
+}
+
+TEST_F(AccessibilityTest, theSettingsSayThatTheHotKeyCouldNotBeHadAndWhatElseSummons) {
+    program.terminate();
+    EXPECT_TRUE(program.waitForFinished());
+    writeFile(home.path(u".config/Corvid/defaults.json"_s), u"{}"_s); // so it is the manager's key
+    QProcessEnvironment environment = home.environment(server.environment());
+    environment.insert(additional);
+    program.setProcessEnvironment(environment);
+    program.start(executable, {u"--settings"_s});
+    const QString hint = lineWith({u"corvid --toggle"_s});
+    EXPECT_TRUE(hint.startsWith(u"label | ⌥ Space is not available here"_s)) << qPrintable(hint);
+    EXPECT_TRUE(hint.contains(u"showing"_s));
 }

@@ -1,6 +1,10 @@
 // The settings as a person uses them: a real X server with a window manager and real keys.
 
 #include "DesktopTest.h"
+#include "FileChooser.h"
+
+#include <QDirIterator>
+#include <QJsonArray>
 
 #include <gtest/gtest.h>
 
@@ -10,6 +14,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 const QString settings = u"Corvid Settings"_s;
+
+[[maybe_unused]] auto *const sessionBus = ::testing::AddGlobalTestEnvironment(new PrivateBus);
 
 class SettingsTest : public DesktopTest {
 protected:
@@ -27,9 +33,19 @@ protected:
     /** Starts with the settings and another window, which had the keyboard before. */
     void openSettings() {
         makeDependent(program);
-        program.setProcessEnvironment(home.environment(server.environment()));
+        program.setProcessEnvironment(environment());
         program.start(executable, {u"--settings"_s});
         ASSERT_TRUE(settingsHaveKeyboard());
+    }
+    /** The program's: without a bus. */
+    virtual QProcessEnvironment environment() const {
+        return home.environment(server.environment());
+    }
+    void focusOther() {
+        xdotool({u"windowactivate"_s, u"--sync"_s, other.window()});
+        EXPECT_TRUE(eventually([this] {
+            return xdotool({u"getwindowfocus"_s, u"getwindowname"_s}) != settings;
+        }));
     }
     bool stored(int keyCode, int modifiers) const {
         return eventually([&] {
@@ -62,6 +78,73 @@ protected:
     }
 
     XClient other{server, {u"other"_s, u"Other"_s, u"--managed"_s}};
+};
+
+/** With the services of a session bus. */
+class SettingsOnBusTest : public SettingsTest {
+protected:
+    QProcessEnvironment environment() const override {
+        QProcessEnvironment result = SettingsTest::environment();
+        result.insert(u"DBUS_SESSION_BUS_ADDRESS"_s,
+                      qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"));
+        return result;
+    }
+    int openAgain() {
+        QProcess second;
+        second.setProcessEnvironment(environment());
+        second.start(executable, {u"--settings"_s});
+        second.waitForFinished();
+        return second.exitCode();
+    }
+    void quit() {
+        program.terminate();
+        EXPECT_TRUE(program.waitForFinished());
+    }
+};
+
+/** A keyring that is unlocked, as after logging in. Its files are below the program's home. */
+class Keyring {
+public:
+    explicit Keyring(const QProcessEnvironment &environment, const QString &controlFolder)
+        : environment_(environment) {
+        makeDependent(daemon_);
+        daemon_.setProcessEnvironment(environment);
+        daemon_.start(u"gnome-keyring-daemon"_s,
+                      {u"--foreground"_s, u"--unlock"_s, u"--components=secrets"_s,
+                       u"--control-directory="_s + controlFolder});
+        daemon_.write("password");
+        daemon_.closeWriteChannel();
+        EXPECT_TRUE(eventually([this] {
+            return run(u"dbus-send"_s,
+                       {u"--session"_s, u"--print-reply"_s, u"--dest=org.freedesktop.secrets"_s,
+                        u"/org/freedesktop/secrets/collection/login"_s,
+                        u"org.freedesktop.DBus.Peer.Ping"_s})
+                .contains("method return");
+        }));
+    }
+    Keyring(const Keyring &) = delete;
+    Keyring &operator=(const Keyring &) = delete;
+    ~Keyring() {
+        daemon_.terminate();
+        daemon_.waitForFinished();
+    }
+
+    QByteArray key() const {
+        return run(u"secret-tool"_s, {u"lookup"_s, u"service"_s, u"app.corvid.launcher"_s,
+                                      u"account"_s, u"ai-api-key"_s});
+    }
+
+private:
+    QByteArray run(const QString &program, const QStringList &arguments) const {
+        QProcess process;
+        process.setProcessEnvironment(environment_);
+        process.start(program, arguments);
+        process.waitForFinished();
+        return process.readAllStandardOutput();
+    }
+
+    QProcessEnvironment environment_;
+    QProcess daemon_;
 };
 
 } // namespace
@@ -141,10 +224,7 @@ TEST_F(SettingsTest, theRowThatSetsUpAIOpensThemInFront) {
 
 TEST_F(SettingsTest, openingThemAgainBringsThemToTheFrontWithTheKeyboard) {
     ASSERT_NO_FATAL_FAILURE(openSettings());
-    xdotool({u"windowactivate"_s, u"--sync"_s, other.window()});
-    EXPECT_TRUE(eventually([this] {
-        return xdotool({u"getwindowfocus"_s, u"getwindowname"_s}) != settings;
-    }));
+    focusOther();
     press(u"alt+k"_s);
     EXPECT_TRUE(panelComes());
     type(u"ai"_s);
@@ -164,4 +244,87 @@ TEST_F(SettingsTest, theWindowHasItsSizeAndItsPlaceAmidTheScreen) {
     constexpr int frame = 30;
     EXPECT_NEAR(number(u"X="_s), (800 - 480) / 2, frame);
     EXPECT_NEAR(number(u"Y="_s), (600 - 420) / 2, frame);
+}
+
+TEST_F(SettingsOnBusTest, theKeyIsInTheKeyringAfterSaveAndInNoFileAndAnEmptyFieldLeavesIt) {
+    const Keyring keyring(environment(), home.path(u"control"_s));
+    const QByteArray key = "sk-typed-0123456789";
+    const auto enterKey = [this](const QString &text) {
+        for (int i = 0; i < 4; ++i) // from the button on which the keyboard is at first
+            press(u"Tab"_s);
+        press(u"ctrl+a"_s);
+        press(u"BackSpace"_s);
+        if (!text.isEmpty())
+            type(text);
+        save();
+    };
+    ASSERT_NO_FATAL_FAILURE(openSettings());
+    enterKey(QString::fromUtf8(key));
+    EXPECT_TRUE(eventually([&] { return keyring.key() == key; }));
+    EXPECT_EQ(openAgain(), 0);
+    ASSERT_TRUE(settingsHaveKeyboard());
+    enterKey(QString());
+    quit(); // returns when all is stored
+    EXPECT_EQ(keyring.key(), key);
+    EXPECT_EQ(home.defaults()[u"aiModel"_s], u"gpt-4o-mini") << "saved all the same";
+    int files = 0;
+    QDirIterator all(home.path({}), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (all.hasNext()) {
+        QFile file(all.next());
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        EXPECT_FALSE(file.readAll().contains(key)) << qPrintable(file.fileName());
+        ++files;
+    }
+    EXPECT_GE(files, 5) << "among them the settings, both caches and the keyring";
+}
+
+TEST_F(SettingsOnBusTest, foldersComeFromTheDesktopsOwnDialogAboveTheWindow) {
+    FileChooser chooser(3, environment());
+    ASSERT_NO_FATAL_FAILURE(openSettings());
+    press(u"alt+a"_s);
+    ASSERT_TRUE(chooser.was(u"OpenFile"_s));
+    const QString window = xdotool({u"search"_s, u"--name"_s, settings});
+    EXPECT_TRUE(chooser.told().contains(u"('x11:%1'"_s.arg(window.toULongLong(), 0, 16)))
+        << qPrintable(chooser.told());
+    chooser.answer("0 file:///one file:///t%20wo");
+    const QJsonArray roots{home.path(u"Code"_s), u"/one"_s, u"/t wo"_s};
+    EXPECT_TRUE(eventually([&] { return home.defaults()[u"projectRoots"_s] == roots; }));
+}
+
+TEST_F(SettingsOnBusTest, theTraysMenuOpensThemInFront) {
+    QProcess tray;
+    makeDependent(tray);
+    tray.setProcessEnvironment(environment());
+    tray.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_status_watcher"), {});
+    QString told;
+    makeDependent(program);
+    program.setProcessEnvironment(environment());
+    ASSERT_TRUE(tray.waitForReadyRead(10'000));
+    program.start(executable, {u"--show"_s});
+    ASSERT_TRUE(eventually([&] {
+        told += QString::fromUtf8(tray.readAllStandardOutput());
+        return told.contains(u"item "_s);
+    }));
+    const QString item = told.section(u"item "_s, 1).section(u'\n', 0, 0);
+    const auto askMenu = [&](const QStringList &arguments) {
+        QProcess process;
+        process.setProcessEnvironment(environment());
+        process.start(u"dbus-send"_s, QStringList{u"--session"_s, u"--print-reply"_s,
+                                                  u"--dest="_s + item, u"/MenuBar"_s} +
+                                          arguments);
+        process.waitForFinished();
+        return QString::fromUtf8(process.readAllStandardOutput());
+    };
+    const QString layout = askMenu({u"com.canonical.dbusmenu.GetLayout"_s, u"int32:0"_s,
+                                    u"int32:-1"_s, u"array:string:label"_s});
+    const QString before = layout.section(u"Settings…"_s, 0, 0);
+    const QString number = before.sliced(before.lastIndexOf(u"int32 "_s) + 6).section(u'\n', 0, 0);
+    for (int round = 0; round < 2; ++round) {
+        focusOther();
+        askMenu({u"com.canonical.dbusmenu.Event"_s, u"int32:"_s + number, u"string:clicked"_s,
+                 u"variant:string:"_s, u"uint32:0"_s});
+        EXPECT_TRUE(settingsHaveKeyboard()) << round;
+    }
+    tray.kill();
+    tray.waitForFinished();
 }
