@@ -266,7 +266,7 @@ TEST_F(SettingsOnBusTest, theKeyIsInTheKeyringAfterSaveAndInNoFileAndAnEmptyFiel
     enterKey(QString());
     quit(); // returns when all is stored
     EXPECT_EQ(keyring.key(), key);
-    EXPECT_EQ(home.defaults()[u"aiModel"_s], u"gpt-4o-mini") << "saved all the same";
+    EXPECT_EQ(home.defaults()[u"aiModel"_s].toString(), u"gpt-4o-mini") << "saved all the same";
     int files = 0;
     QDirIterator all(home.path({}), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
     while (all.hasNext()) {

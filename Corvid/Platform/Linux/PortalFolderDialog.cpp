@@ -62,7 +62,7 @@ public:
             nullptr);
         const bool asked =
             call("OpenFile",
-                 g_variant_new("(ssa{sv})", window_.constData(), "Add folders", options()),
+                 g_variant_new("(ss@a{sv})", window_.constData(), "Add folders", options()),
                  chooserInterface, "(o)") != nullptr;
         while (asked && !chosen_ && !stop.stop_requested())
             g_main_context_iteration(context_.get(), TRUE);
