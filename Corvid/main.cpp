@@ -69,8 +69,8 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     // Our arguments are not the toolkit's: it would take some of them out of a query's text.
     int argc = 1;
     QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("corvid"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Corvid"));
+    // Not as the display name, which the toolkit adds to the titles of windows.
+    QApplication::setApplicationName(QStringLiteral("Corvid"));
     QApplication::setQuitOnLastWindowClosed(false);
     // The session starts us by its autostart; brought back by the session manager as well, the
     // second one would show its panel at every login.

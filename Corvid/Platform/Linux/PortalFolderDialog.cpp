@@ -19,7 +19,6 @@ constexpr const char *portalName = "org.freedesktop.portal.Desktop";
 constexpr const char *portalPath = "/org/freedesktop/portal/desktop";
 constexpr const char *chooserInterface = "org.freedesktop.portal.FileChooser";
 constexpr const char *requestInterface = "org.freedesktop.portal.Request";
-constexpr const char *requestToken = "corvid_folders";
 constexpr guint32 firstWithFolders = 3; // version of the interface
 constexpr int patienceMs = 3'000;       // the portal may have to be started
 
@@ -34,8 +33,9 @@ using VariantPointer = std::unique_ptr<GVariant, VariantUnref>;
 /** Asks the portal once, on the thread that makes it. */
 class Request {
 public:
-    Request(QByteArray window, QByteArray prompt, GCancellable *cancellable)
-        : window_(std::move(window)), prompt_(std::move(prompt)), cancellable_(cancellable) {
+    Request(quint64 choice, QByteArray window, QByteArray prompt, GCancellable *cancellable)
+        : token_("corvid_folders_" + QByteArray::number(choice)), window_(std::move(window)),
+          prompt_(std::move(prompt)), cancellable_(cancellable) {
         g_main_context_push_thread_default(context_.get());
     }
     Request(const Request &) = delete;
@@ -52,7 +52,7 @@ public:
         // Before asking, so that no answer falls in between.
         QByteArray sender = g_dbus_connection_get_unique_name(bus_.get()) + 1;
         const QByteArray path =
-            QByteArray(portalPath) + "/request/" + sender.replace('.', '_') + '/' + requestToken;
+            QByteArray(portalPath) + "/request/" + sender.replace('.', '_') + '/' + token_;
         const guint response = g_dbus_connection_signal_subscribe(
             bus_.get(), portalName, requestInterface, "Response", path.constData(), nullptr,
             G_DBUS_SIGNAL_FLAGS_NONE, &answered, this, nullptr);
@@ -66,8 +66,12 @@ public:
                  chooserInterface, "(o)") != nullptr;
         while (asked && !chosen_ && !stop.stop_requested())
             g_main_context_iteration(context_.get(), TRUE);
-        if (asked && !chosen_)
-            call("Close", nullptr, requestInterface, "()", path.constData());
+        // Nobody waits for the answer; the cancellable would keep us from asking. Stopped amid the
+        // call, the portal may have it all the same.
+        if (!chosen_ && stop.stop_requested())
+            g_dbus_connection_call(bus_.get(), portalName, path.constData(), requestInterface,
+                                   "Close", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, patienceMs,
+                                   nullptr, nullptr, nullptr);
         g_dbus_connection_signal_unsubscribe(bus_.get(), owner);
         g_dbus_connection_signal_unsubscribe(bus_.get(), response);
         return chosen_;
@@ -75,10 +79,10 @@ public:
 
 private:
     VariantPointer call(const char *method, GVariant *arguments, const char *interface,
-                        const char *replyType, const char *path = portalPath) const {
+                        const char *replyType) const {
         return VariantPointer(g_dbus_connection_call_sync(
-            bus_.get(), portalName, path, interface, method, arguments, G_VARIANT_TYPE(replyType),
-            G_DBUS_CALL_FLAGS_NONE, patienceMs, cancellable_, nullptr));
+            bus_.get(), portalName, portalPath, interface, method, arguments,
+            G_VARIANT_TYPE(replyType), G_DBUS_CALL_FLAGS_NONE, patienceMs, cancellable_, nullptr));
     }
 
     bool choosesFolders() const {
@@ -96,7 +100,8 @@ private:
     GVariant *options() const {
         GVariantBuilder options;
         g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
-        g_variant_builder_add(&options, "{sv}", "handle_token", g_variant_new_string(requestToken));
+        g_variant_builder_add(&options, "{sv}", "handle_token",
+                              g_variant_new_string(token_.constData()));
         g_variant_builder_add(&options, "{sv}", "accept_label",
                               g_variant_new_string(prompt_.constData()));
         for (const char *wish : {"modal", "directory", "multiple"})
@@ -133,6 +138,7 @@ private:
         static_cast<Request *>(self)->chosen_ = QStringList();
     }
 
+    QByteArray token_; ///< of its own for each, for the one before may just be closing
     QByteArray window_;
     QByteArray prompt_;
     GCancellable *cancellable_;
@@ -143,7 +149,7 @@ private:
 
 // How portals call a window; empty for those that they cannot be told of.
 QByteArray portalsNameOf(const QWindow &window) {
-    if (!qGuiApp->nativeInterface<QNativeInterface::QX11Application>())
+    if (QGuiApplication::platformName() != "xcb"_L1)
         return {};
     return "x11:" + QByteArray::number(window.winId(), 16);
 }
@@ -160,7 +166,7 @@ void PortalFolderDialog::choose(const QWindow &window, const QString &prompt, Do
                             done = std::move(done)](const std::stop_token &stop) {
         const GObjectPointer<GCancellable> cancellable(g_cancellable_new());
         const std::stop_callback cancel(stop, [&] { g_cancellable_cancel(cancellable.get()); });
-        Request request(name, prompt, cancellable.get());
+        Request request(choice, name, prompt, cancellable.get());
         const std::stop_callback wake(stop, [&] { g_main_context_wakeup(request.context()); });
         const std::optional<QStringList> folders = request.run(stop);
         if (stop.stop_requested())
