@@ -53,7 +53,8 @@ TEST(CoreDumps, areAllowedAgainInWhatWeStart) {
     startDetached({{u"/bin/sh"_s, u"-c"_s, script},
                    QProcessEnvironment::systemEnvironment(),
                    QString(),
-                   QString()});
+                   QString(),
+                   QByteArray()});
     EXPECT_TRUE(eventually([&] { return QFile::exists(result); }));
     const QString expected =
         limit.rlim_max == RLIM_INFINITY ? u"unlimited"_s : QString::number(limit.rlim_max);

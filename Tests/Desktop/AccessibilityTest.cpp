@@ -105,7 +105,8 @@ TEST_F(AccessibilityTest, theHintsOfTheFooterCanBeRead) {
 }
 
 TEST_F(AccessibilityTest, everyControlOfTheSettingsHasItsName) {
-    type(u"ai"_s);
+    type(u"ai x"_s);
+    press(u"Down"_s);
     press(u"Return"_s);
     const QString rows[][2]{{u"push button"_s, u"| Change |"_s},
                             {u"check box"_s, u"| Enable AI features (`ai` prefix) |"_s},

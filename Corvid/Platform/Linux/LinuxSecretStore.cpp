@@ -4,6 +4,7 @@
 #include "Platform/Linux/GLibPointers.h"
 #include "Platform/Linux/SecretServiceStore.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstring>
 #include <deque>
@@ -151,17 +152,24 @@ private:
     bool workOnce(Stores &stores) {
         g_main_context_iteration(context_, FALSE);
         std::optional<Job> job;
+        bool superseded = false;
         {
             const std::scoped_lock lock(mutex_);
             if (!jobs_.empty()) {
                 job = std::move(jobs_.front());
                 jobs_.pop_front();
+                superseded = std::any_of(jobs_.begin(), jobs_.end(), [&](const Job &later) {
+                    return later.secretToSave && later.account == job->account;
+                });
             } else if (ending_) {
                 return false;
             }
         }
         if (job && job->secretToSave) {
-            save(stores, job->account, *job->secretToSave);
+            if (superseded)
+                publish_({Report::Cause::Saved, job->account, std::nullopt, true});
+            else
+                save(stores, job->account, *job->secretToSave);
             wipe(job->secretToSave);
         } else if (job)
             look(stores, job->account, SecretServiceStore::Start::IfNeeded, Report::Cause::Looked);
