@@ -119,10 +119,15 @@ public:
                        u"--control-directory="_s + controlFolder});
         daemon_.write("password");
         daemon_.closeWriteChannel();
+        // Asked earlier, the bus would start another one.
         EXPECT_TRUE(eventually([this] {
-            return run(u"dbus-send"_s,
-                       {u"--session"_s, u"--print-reply"_s, u"--dest=org.freedesktop.secrets"_s,
-                        u"/org/freedesktop/secrets/collection/login"_s,
+            return ask(u"org.freedesktop.DBus"_s, {u"/"_s, u"org.freedesktop.DBus.NameHasOwner"_s,
+                                                   u"string:org.freedesktop.secrets"_s})
+                .contains("boolean true");
+        }));
+        EXPECT_TRUE(eventually([this] {
+            return ask(u"org.freedesktop.secrets"_s,
+                       {u"/org/freedesktop/secrets/collection/login"_s,
                         u"org.freedesktop.DBus.Peer.Ping"_s})
                 .contains("method return");
         }));
@@ -140,6 +145,11 @@ public:
     }
 
 private:
+    QByteArray ask(const QString &service, const QStringList &arguments) const {
+        return run(u"dbus-send"_s,
+                   QStringList{u"--session"_s, u"--print-reply"_s, u"--dest="_s + service} +
+                       arguments);
+    }
     QByteArray run(const QString &program, const QStringList &arguments) const {
         QProcess process;
         process.setProcessEnvironment(environment_);
