@@ -263,6 +263,29 @@ TEST_F(SettingsViewTest, manyFoldersScrollAndSaveStaysInSight) {
     EXPECT_EQ(window->findChild<QScrollArea *>()->verticalScrollBar()->value(), 0);
 }
 
+TEST_F(SettingsViewTest, nothingMovesSidewaysWhenTheFoldersScroll) {
+    show();
+    const auto right = [this] {
+        QCoreApplication::sendPostedEvents();
+        QPushButton *change = button(u"Change"_s);
+        return change->mapTo(&*window, QPoint(change->width(), 0)).x();
+    };
+    const int before = right();
+    button(u"Add folder..."_s)->click();
+    folderDialog.done(QStringList(30, u"/x"_s));
+    EXPECT_EQ(right(), before);
+    EXPECT_TRUE(window->findChild<QScrollArea *>()->verticalScrollBar()->isVisible());
+}
+
+TEST_F(SettingsViewTest, noLineEndsWithinTheAddressInTheCaption) {
+    show();
+    QString caption;
+    for (const QLabel *label : visible<QLabel>())
+        if (label->accessibleName().startsWith(u"Any OpenAI"_s))
+            caption = label->text();
+    EXPECT_TRUE(caption.contains(u"(http:\u2060/\u2060/\u2060localhost:\u206011434/\u2060v1)"_s));
+}
+
 // --- load()
 
 TEST_F(SettingsViewTest, aFreshInstallationShowsTheDefaultsAndNoHotKey) {
@@ -627,6 +650,7 @@ TEST_F(SettingsViewTest, savingStoresTheAISettingsAlsoUnchangedAndScansEachTime)
         button(u"Save"_s)->click();
         EXPECT_TRUE(scanned());
         window->present();
+        EXPECT_TRUE(view().saved()) << "for good";
     }
     EXPECT_EQ(defaults.value(u"aiBaseURL"_s), QJsonValue(u"https://api.openai.com/v1"_s));
     EXPECT_EQ(defaults.value(u"aiModel"_s), QJsonValue(u"gpt-4o-mini"_s));

@@ -108,16 +108,13 @@ TEST_F(AccessibilityTest, everyControlOfTheSettingsHasItsName) {
     type(u"ai x"_s);
     press(u"Down"_s);
     press(u"Return"_s);
-    const QString rows[][2]{{u"push button"_s, u"| Change |"_s},
-                            {u"check box"_s, u"| Enable AI features (`ai` prefix) |"_s},
-                            {u"text"_s, u"| Base URL |"_s},
-                            {u"text"_s, u"| Model |"_s},
-                            {u"password text"_s, u"| API key (stored in Keychain) |"_s},
-                            {u"push button"_s, u"| Remove "_s + home.path(u"Code"_s) + u" |"_s},
-                            {u"push button"_s, u"| Add folder... |"_s},
-                            {u"push button"_s, u"| Save |"_s}};
-    for (const auto &[role, name] : rows)
-        EXPECT_TRUE(lineWith({name}).startsWith(role)) << qPrintable(name);
+    for (const QString &control :
+         {u"push button | Change |"_s, u"check box | Enable AI features (`ai` prefix) |"_s,
+          u"text | Base URL |"_s, u"text | Model |"_s,
+          u"password text | API key (stored in Keychain) |"_s,
+          u"push button | Remove %1 |"_s.arg(home.path(u"Code"_s)),
+          u"push button | Add folder... |"_s, u"push button | Save |"_s})
+        EXPECT_TRUE(lineWith({control}).startsWith(control)) << qPrintable(control);
     EXPECT_TRUE(lineWith({u"| Change |"_s, u"focused"_s}).contains(u"showing"_s));
     EXPECT_TRUE(lineWith({u"| ⌥ K | Hotkey |"_s}).startsWith(u"label"_s));
     EXPECT_FALSE(tree().join(u'\n').contains(u"corvid --toggle"_s));
