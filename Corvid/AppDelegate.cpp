@@ -64,7 +64,7 @@ AppDelegate::~AppDelegate() {
     platform_.appearance.onChange = nullptr;
 }
 
-void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) {
+void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, CachedLists lists) {
     style::setAppearance(platform_.appearance.current());
     panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.panelSurface);
     platform_.appearance.onChange = [this] {
@@ -94,8 +94,8 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) 
     viewModel_.catalog = &catalog_;
     viewModel_.projects = &projects_;
     viewModel_.refresh();
-    catalog_.load();
-    projects_.load();
+    catalog_.load(std::move(lists.apps));
+    projects_.load(std::move(lists.projects));
     // A process that answers on standard error and shows nothing must not take the hot key from
     // the one that people use, nor a place in the tray.
     if (commandLine.show || !commandLine.isDiagnostic()) {

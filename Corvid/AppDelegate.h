@@ -70,8 +70,20 @@ public:
     explicit AppDelegate(const Platform &platform);
     ~AppDelegate() override;
 
+    /** What the last run knew. */
+    struct CachedLists {
+        AppCatalog::CachedList apps;
+        ProjectIndex::CachedList projects;
+    };
+
+    /** Starts to read them; needs no application object. */
+    static CachedLists readCachedLists() {
+        return {AppCatalog::readCachedList(), ProjectIndex::readCachedList()};
+    }
+
     /** Start-up, once the event loop can run. */
-    void applicationDidFinishLaunching(const CommandLine &commandLine);
+    void applicationDidFinishLaunching(const CommandLine &commandLine,
+                                       CachedLists lists = readCachedLists());
 
     /** Brings the panel up; afresh when it was hidden for more than ten seconds. `time` is the
         window system's of the key press or click that asked for it; 0 means now. */

@@ -150,6 +150,7 @@ private:
 
     void cancelIntent();
     void applyIntent(const Intent &intent, const QString &query, const Rows &baseItems);
+    void appendToAnswer(const QString &text);
     void cancelAnswers();
 
     void publish(Rows rows);

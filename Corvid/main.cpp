@@ -19,6 +19,7 @@
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/X11HotKeys.h"
 #include "Platform/PanelSurface.h"
+#include "RoleCatalog.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
@@ -28,6 +29,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <future>
 #include <memory>
 
 #include <malloc.h>
@@ -66,6 +68,11 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
                    stderr);
         return 1;
     }
+    // Decoding what is stored takes about as long as the toolkit needs to start: side by side.
+    const std::future<void> roles =
+        std::async(std::launch::async, [] { static_cast<void>(RoleCatalog::shared()); });
+    AppDelegate::CachedLists cachedLists = AppDelegate::readCachedLists();
+
     // Our arguments are not the toolkit's: it would take some of them out of a query's text.
     int argc = 1;
     QApplication application(argc, argv);
@@ -102,7 +109,9 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
                           *panelSurface, clickMonitor.get(), HotKeyManager::shared(), instance,
                           tray, appearance, folderDialog, AIService::shared()});
-    const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
+    const auto finishLaunching = [&] {
+        delegate.applicationDidFinishLaunching(commandLine, std::move(cachedLists));
+    };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
     return QApplication::exec();
 }
