@@ -8,6 +8,7 @@
 #include <QBoxLayout>
 #include <QCursor>
 #include <QScreen>
+#include <QWindow>
 
 namespace corvid {
 
@@ -45,7 +46,8 @@ void SettingsWindow::present() {
         }
         centred_ = true;
     }
-    surface_.claimKeyboard();
+    winId(); // makes the window if need be
+    surface_.claimKeyboard(*windowHandle());
     setWindowState(windowState() & ~Qt::WindowMinimized);
     show();
     raise();

@@ -25,6 +25,7 @@
 #include <QProcessEnvironment>
 #include <QScreen>
 #include <QSessionManager>
+#include <QThread>
 
 #include <algorithm>
 #include <cstdio>
@@ -67,6 +68,8 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
                    stderr);
         return 1;
     }
+    // The toolkit takes the first thread that asks this for the main one.
+    static_cast<void>(QThread::currentThread());
     // Decoding what is stored takes about as long as the toolkit needs to start: side by side.
     const std::future<void> roles =
         std::async(std::launch::async, [] { static_cast<void>(RoleCatalog::shared()); });

@@ -245,6 +245,17 @@ TEST_F(SettingsTest, openingThemAgainBringsThemToTheFrontWithTheKeyboard) {
     EXPECT_TRUE(settingsHaveKeyboard());
 }
 
+TEST_F(SettingsTest, openingThemSaysNothingOnStandardError) {
+    ASSERT_NO_FATAL_FAILURE(openSettings());
+    save();
+    program.terminate();
+    EXPECT_TRUE(program.waitForFinished());
+    QStringList lines =
+        QString::fromUtf8(program.readAllStandardError()).split(u'\n', Qt::SkipEmptyParts);
+    lines.removeIf([](const QString &line) { return line.contains(u"XDG_RUNTIME_DIR"_s); });
+    EXPECT_EQ(lines, QStringList()) << "the toolkit complains";
+}
+
 TEST_F(SettingsTest, theWindowHasItsSizeAndItsPlaceAmidTheScreen) {
     ASSERT_NO_FATAL_FAILURE(openSettings());
     const QStringList geometry =

@@ -100,9 +100,10 @@ protected:
         const std::function<QString(const QJsonObject &)> find = [&](const QJsonObject &node) {
             if (node["focused"_L1].toBool())
                 return node["name"_L1].toString(node["app_id"_L1].toString());
-            for (const QJsonValue &child : node["nodes"_L1].toArray())
-                if (const QString name = find(child.toObject()); !name.isEmpty())
-                    return name;
+            for (const QString &children : {u"nodes"_s, u"floating_nodes"_s})
+                for (const QJsonValue &child : node[children].toArray())
+                    if (const QString name = find(child.toObject()); !name.isEmpty())
+                        return name;
             return QString();
         };
         return find(QJsonDocument::fromJson(sway.ask({u"-t"_s, u"get_tree"_s})).object());
@@ -319,13 +320,16 @@ TEST_F(WaylandTest, whatItStartsMayComeToTheFront) {
 }
 
 TEST_F(WaylandTest, theSettingsComeToTheFrontFromTheRowAndFromAnotherProcess) {
-    openWindow({u"other"_s, u"00ff00"_s});
+    openWindow({u"other"_s, u"800080"_s});
     launch();
     summon();
     sway.type(u"ai x"_s);
     sway.press(u"Down"_s);
     sway.press(u"Return"_s);
     EXPECT_TRUE(settingsHaveKeyboard());
+    for (int i = 0; i < 3; ++i)
+        sway.press(u"Tab"_s);
+    sway.type(u"entered"_s);
     for (int round = 0; round < 2; ++round) {
         sway.tell(u"[app_id=other] focus"_s);
         EXPECT_TRUE(eventually([this] { return focused() == u"other"; }));
@@ -336,6 +340,10 @@ TEST_F(WaylandTest, theSettingsComeToTheFrontFromTheRowAndFromAnotherProcess) {
         second.waitForFinished();
         EXPECT_TRUE(settingsHaveKeyboard()) << round;
     }
+    sway.press(u"Return"_s);
+    EXPECT_TRUE(eventually([this] {
+        return home.defaults()[u"aiModel"_s].toString() == u"entered";
+    })) << "it is still there";
 }
 
 TEST_F(WaylandTest, aWindowSystemThatIsAskedForAndNotThereIsNotReplaced) {

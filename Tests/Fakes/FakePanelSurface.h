@@ -24,7 +24,7 @@ public:
     void prepare(QWindow &panel, qreal /*cornerRadius*/, quint32 time) override {
         prepared.push_back({panel.isVisible(), time});
     }
-    void claimKeyboard() override { ++claims; }
+    void claimKeyboard(QWindow & /*window*/) override { ++claims; }
     bool hasKeyboard(const QWindow & /*panel*/) const override { return keyboard; }
 
     void appeared(QWindow &panel, const QPoint & /*origin*/, const QRect &card) override {

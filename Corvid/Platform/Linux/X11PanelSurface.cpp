@@ -118,7 +118,7 @@ void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) 
 }
 
 // The wish may have come over the bus, of which Qt knows no time.
-void X11PanelSurface::claimKeyboard() {
+void X11PanelSurface::claimKeyboard(QWindow & /*window*/) {
     QX11Info::setAppTime(QX11Info::getTimestamp());
 }
 
