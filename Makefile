@@ -8,7 +8,7 @@ PRESET ?= dev
 # Seconds for each fuzz target.
 TIME ?= 60
 
-.PHONY: run test bench fuzz lint package check-package check-sanitizers build-tests
+.PHONY: run test bench fuzz lint package check-package check-sanitizers screenshots build-tests
 
 run:
 	@scripts/run $(ARGS)
@@ -21,8 +21,15 @@ build-tests:
 test: build-tests
 	@cd build && ctest --output-on-failure --progress -j2
 
+screenshots: build-tests
+	@scripts/setup screenshots
+	@scripts/screenshots
+
+# Rounds of showing, typing and hiding, for what grows with time.
+SOAK ?= 0
+
 bench: build-tests
-	@scripts/bench
+	@scripts/bench $(SOAK)
 
 fuzz:
 	@scripts/setup run fuzz

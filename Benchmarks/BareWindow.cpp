@@ -71,8 +71,7 @@ public:
     explicit HotKey(BareWindow &window) : window_(window) {
         xcb_connection_t *connection =
             qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
-        const xcb_window_t root =
-            xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
         xcb_grab_key(connection, false, root, XCB_MOD_MASK_1, keyCodeOfK, XCB_GRAB_MODE_ASYNC,
                      XCB_GRAB_MODE_ASYNC);
         xcb_flush(connection);

@@ -124,15 +124,14 @@ public:
     }
 
     bool isViewable(xcb_window_t window) const {
-        const Reply<xcb_get_window_attributes_reply_t> attributes(
-            xcb_get_window_attributes_reply(
-                connection_, xcb_get_window_attributes(connection_, window), nullptr));
+        const Reply<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
+            connection_, xcb_get_window_attributes(connection_, window), nullptr));
         return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
     }
 
     bool hasFocus(xcb_window_t window) const {
-        const Reply<xcb_get_input_focus_reply_t> focus(xcb_get_input_focus_reply(
-            connection_, xcb_get_input_focus(connection_), nullptr));
+        const Reply<xcb_get_input_focus_reply_t> focus(
+            xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
         // Toolkits give the focus to a window within theirs, too.
         xcb_window_t at = root_;
         if (focus)
@@ -169,9 +168,10 @@ private:
             connection_,
             xcb_get_property(connection_, false, window, XCB_ATOM_WM_NAME, XCB_ATOM_ANY, 0, 64),
             nullptr));
-        if (name && std::string(static_cast<const char *>(xcb_get_property_value(name.get())),
-                                static_cast<std::size_t>(
-                                    xcb_get_property_value_length(name.get()))) == title &&
+        if (name &&
+            std::string(static_cast<const char *>(xcb_get_property_value(name.get())),
+                        static_cast<std::size_t>(xcb_get_property_value_length(name.get()))) ==
+                title &&
             isLarge(window))
             return window;
         const Reply<xcb_query_tree_reply_t> tree(
@@ -186,8 +186,8 @@ private:
     }
     // Toolkits have helper windows of the same name.
     bool isLarge(xcb_window_t window) const {
-        const Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(
-            connection_, xcb_get_geometry(connection_, window), nullptr));
+        const Reply<xcb_get_geometry_reply_t> geometry(
+            xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
         return geometry && geometry->width >= 400;
     }
 
@@ -378,8 +378,7 @@ int main(int argc, char **argv) {
             for (const xcb_keycode_t letter : letters)
                 display.tap(letter);
             display.tap(keyK, true);
-            Display::await("the window does not hide",
-                           [&] { return !display.isViewable(window); });
+            Display::await("the window does not hide", [&] { return !display.isViewable(window); });
         };
         const auto state = [&](const char *when) {
             std::this_thread::sleep_for(1s);

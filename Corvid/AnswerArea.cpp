@@ -31,8 +31,8 @@ enum BlockState { EndOfParagraph = -1, Continued = 1 };
 
 } // namespace
 
-AnswerArea::AnswerArea(QWidget *parent)
-    : QTextEdit(parent), progress_(new ProgressIndicator(viewport())),
+AnswerArea::AnswerArea(std::function<const QString &()> answer, QWidget *parent)
+    : QTextEdit(parent), answer_(std::move(answer)), progress_(new ProgressIndicator(viewport())),
       copy_(new Symbol(u"copy"_s, style::copySymbolSize, this)) {
     setReadOnly(true);
     setUndoRedoEnabled(false);
@@ -64,7 +64,7 @@ AnswerArea::AnswerArea(QWidget *parent)
 
     nextFrame_.setSingleShot(true);
     nextFrame_.setTimerType(Qt::PreciseTimer);
-    connect(&nextFrame_, &QTimer::timeout, this, &AnswerArea::showPending);
+    connect(&nextFrame_, &QTimer::timeout, this, &AnswerArea::showAnswer);
     applyStyle();
 }
 
@@ -84,8 +84,7 @@ void AnswerArea::setQuestion(const QString &question) {
     nextFrame_.stop();
     // The first words of an answer wait for no frame.
     sinceShown_.invalidate();
-    answer_.clear();
-    shown_ = 0;
+    shown_.clear();
     followsEnd_ = false;
     clear();
 
@@ -114,17 +113,11 @@ void AnswerArea::setQuestion(const QString &question) {
     placeControls();
 }
 
-void AnswerArea::setAnswer(const QString &answer) {
-    const bool continues = answer.size() >= answer_.size() && answer.startsWith(answer_);
-    if (!continues) {
-        const QString question = document()->firstBlock().text();
-        setQuestion(question);
-    }
-    answer_ = answer;
+void AnswerArea::answerChanged() {
     if (nextFrame_.isActive())
         return;
     if (!sinceShown_.isValid() || sinceShown_.elapsed() >= frame.count())
-        showPending();
+        showAnswer();
     else
         nextFrame_.start(frame);
 }
@@ -134,12 +127,15 @@ void AnswerArea::setBusy(bool busy) {
     placeControls();
 }
 
-void AnswerArea::showPending() {
-    if (shown_ == answer_.size())
+void AnswerArea::showAnswer() {
+    const QString answer = answer_();
+    if (!answer.startsWith(shown_))
+        setQuestion(QString(document()->firstBlock().text()));
+    if (answer.size() == shown_.size())
         return;
-    const bool first = shown_ == 0;
-    append(answer_.sliced(shown_));
-    shown_ = answer_.size();
+    const bool first = shown_.isEmpty();
+    append(answer.sliced(shown_.size()));
+    shown_ = answer;
     sinceShown_.start();
     if (first)
         placeControls();
@@ -187,13 +183,13 @@ void AnswerArea::settleLongBlock() {
 
 void AnswerArea::placeControls() {
     const QTextBlock answer = document()->firstBlock().next();
-    const bool waiting = busy_ && shown_ == 0;
+    const bool waiting = busy_ && shown_.isEmpty();
     if (waiting && answer.isValid()) {
         const QRectF at = document()->documentLayout()->blockBoundingRect(answer);
         progress_->move(style::answerPadding, qRound(at.top()));
     }
     progress_->setVisible(waiting);
-    copy_->setVisible(shown_ > 0);
+    copy_->setVisible(!shown_.isEmpty());
     const int x = layoutDirection() == Qt::RightToLeft
                       ? style::answerPadding
                       : width() - style::answerPadding - copy_->width();

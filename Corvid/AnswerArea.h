@@ -20,13 +20,14 @@ class AnswerArea final : public QTextEdit {
     Q_OBJECT
 
 public:
-    explicit AnswerArea(QWidget *parent = nullptr);
+    /** `answer` gives the answer as far as it has come, for as long as the area lives. */
+    explicit AnswerArea(std::function<const QString &()> answer, QWidget *parent = nullptr);
 
     /** Shows another question; what was there goes. */
     void setQuestion(const QString &question);
-    /** Shows the answer as far as it has come. A text that continues the one shown is appended,
-        at most once a frame however fast it grows; any other replaces it. */
-    void setAnswer(const QString &answer);
+    /** The answer is another one. A text that continues the one shown is appended, at most once a
+        frame however fast it grows; any other replaces it. */
+    void answerChanged();
     /** Whether an answer is awaited, which shows as long as there is none. */
     void setBusy(bool busy);
 
@@ -51,13 +52,13 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
-    void showPending();
+    void showAnswer();
     void append(const QString &text);
     void settleLongBlock();
     void placeControls();
 
-    QString answer_;      ///< as it was last set
-    qsizetype shown_ = 0; ///< how much of it the document holds
+    std::function<const QString &()> answer_;
+    QString shown_; ///< what of it the document holds
     bool busy_ = false;
     bool followsEnd_ = false; ///< the end was in sight when the answer last grew
     QElapsedTimer sinceShown_;

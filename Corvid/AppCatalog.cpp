@@ -114,9 +114,11 @@ void AppCatalog::applyCache(const QString &path) {
     tasks_.start([this, read, generation = generation_](const std::stop_token &) {
         QMetaObject::invokeMethod(
             this,
-            [this, generation, cached = read()] {
+            [this, generation, cached = SharedSnapshot(read())]() mutable {
                 if (generation == generation_ && !cached->apps.empty())
-                    apply(cached);
+                    apply(std::move(cached));
+                else
+                    discard(std::move(cached));
             },
             Qt::QueuedConnection);
     });
@@ -142,12 +144,16 @@ Image AppCatalog::iconForPath(const QString &path) {
 }
 
 void AppCatalog::apply(SharedSnapshot snapshot) {
-    // Taking a long list apart takes long, too.
-    tasks_.start([old = std::exchange(snapshot_, std::move(snapshot))](const std::stop_token &) {});
+    discard(std::exchange(snapshot_, std::move(snapshot)));
     prewarmIcons();
     Q_EMIT appsChanged();
     if (onUpdate)
         onUpdate();
+}
+
+// Taking a long list apart takes long, too.
+void AppCatalog::discard(SharedSnapshot snapshot) {
+    tasks_.start([snapshot = std::move(snapshot)](const std::stop_token &) {});
 }
 
 void AppCatalog::prewarmIcons() {

@@ -81,6 +81,7 @@ private:
 
     void applyCache(const QString &path);
     void apply(SharedSnapshot snapshot);
+    void discard(SharedSnapshot snapshot);
     void prewarmIcons();
     void fetchIcons(const QStringList &paths);
     void storeIcon(const QString &path, const Image &image);

@@ -4,12 +4,14 @@
 #include "CommandLine.h"
 #include "HotKeyManager.h"
 #include "Locations.h"
+#include "Platform/Appearance.h"
 #include "Platform/Instance.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
 #include "RoleCatalog.h"
 #include "StatusItem.h"
+#include "Style.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -65,15 +67,22 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 AppDelegate::AppDelegate(const Platform &platform)
     : platform_(platform),
       viewModel_({platform.defaults, UsageStats::shared(), RoleCatalog::shared(),
-                  platform.workspace, platform.pasteboard, nullptr}),
+                  platform.workspace, platform.pasteboard, nullptr, platform.ai}),
       catalog_(platform.workspace, platform.desktopEntries, RoleCatalog::shared()),
       projects_(platform.defaults, platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}
 
-AppDelegate::~AppDelegate() = default;
+AppDelegate::~AppDelegate() {
+    platform_.appearance.onChange = nullptr;
+}
 
 void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) {
+    style::setAppearance(platform_.appearance.current());
     panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.panelSurface);
+    platform_.appearance.onChange = [this] {
+        style::setAppearance(platform_.appearance.current());
+        panel_->applyStyle();
+    };
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
     panel_->onClose = [this] { hide(); };

@@ -18,6 +18,8 @@
 namespace corvid {
 
 struct CommandLine;
+class AIService;
+class AppearanceSettings;
 class DesktopEntries;
 class HotKeyManager;
 class Instance;
@@ -53,6 +55,8 @@ public:
         HotKeyManager &hotKeys;
         Instance &instance;
         TrayWatch &tray;
+        AppearanceSettings &appearance;
+        AIService &ai;
         /** Never goes backwards, whatever is done to the clock on the wall. */
         std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
     };

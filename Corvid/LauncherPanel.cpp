@@ -89,6 +89,10 @@ void LauncherPanel::fitBackdrop() {
     view_->setBackdrop(Backdrop::Opaque);
 }
 
+void LauncherPanel::applyStyle() {
+    view_->applyStyle();
+}
+
 // Hiding is its owner's matter, who keeps count of it.
 void LauncherPanel::closeEvent(QCloseEvent *event) {
     event->ignore();

@@ -42,6 +42,9 @@ public:
         system's of what the user did to summon it; 0 means now. */
     void present(quint32 time);
 
+    /** Takes over changed colours and fonts. */
+    void applyStyle();
+
     /** Called when the window manager asks the panel to close. */
     std::function<void()> onClose;
     /** Called when the panel loses the keyboard, other than to a modal window of its own. */

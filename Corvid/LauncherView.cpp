@@ -101,7 +101,9 @@ LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
       searchSymbol_(new Symbol(u"search"_s, style::searchSymbolSize, searchBar_)),
       field_(new SearchField(searchBar_)),
       clear_(new Symbol(u"clear"_s, style::searchSymbolSize, searchBar_)),
-      listArea_(new QWidget(this)), list_(new ResultList(listArea_)), answer_(new AnswerArea(this)),
+      listArea_(new QWidget(this)), list_(new ResultList(listArea_)),
+      answer_(
+          new AnswerArea([this]() -> const QString & { return viewModel_.aiResponse(); }, this)),
       footer_(new QWidget(this)), status_(makeFooterLabel(footer_)),
       product_(makeFooterLabel(footer_)), keys_(new KeyCatcher(this)) {
     buildSearchBar();
@@ -190,7 +192,7 @@ void LauncherView::observe() {
     connect(&viewModel_, &LauncherViewModel::aiModeChanged, this, &LauncherView::showMode);
     connect(&viewModel_, &LauncherViewModel::aiQuestionChanged, this, &LauncherView::showAnswer);
     connect(&viewModel_, &LauncherViewModel::aiResponseChanged, this,
-            [this] { answer_->setAnswer(viewModel_.aiResponse()); });
+            [this] { answer_->answerChanged(); });
     connect(&viewModel_, &LauncherViewModel::aiBusyChanged, this,
             [this] { answer_->setBusy(viewModel_.aiBusy()); });
     connect(&viewModel_, &LauncherViewModel::displayFlushRequested, this, [this] {
@@ -239,7 +241,7 @@ void LauncherView::showMode() {
 
 void LauncherView::showAnswer() {
     answer_->setQuestion(viewModel_.aiQuestion());
-    answer_->setAnswer(viewModel_.aiResponse());
+    answer_->answerChanged();
     answer_->setBusy(viewModel_.aiBusy());
 }
 
@@ -278,11 +280,9 @@ bool LauncherView::offerAnswerKey(const QKeyEvent &event) {
 
 // What the reader has marked, else the whole answer.
 void LauncherView::copyAnswer() {
-    const QString marked = answer_->markedText();
-    const QString &text = marked.isEmpty() ? viewModel_.aiResponse() : marked;
-    if (text.isEmpty() || !viewModel_.onAction)
+    if (viewModel_.aiResponse().isEmpty())
         return;
-    viewModel_.onAction(CopyAI{text});
+    viewModel_.copyAnswer(answer_->markedText());
     answer_->confirmCopy();
 }
 

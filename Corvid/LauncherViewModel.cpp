@@ -32,7 +32,10 @@ std::optional<QString> iconPathOf(const LauncherAction &action) {
 
 } // namespace
 
-LauncherViewModel::LauncherViewModel(const Environment &environment) : environment_(environment) {}
+LauncherViewModel::LauncherViewModel(const Environment &environment) : environment_(environment) {
+    intentDebounce_.setSingleShot(true);
+    connect(&intentDebounce_, &QTimer::timeout, this, [this] { askForIntent_(); });
+}
 
 void LauncherViewModel::setQuery(const QString &query) {
     if (query_ == query)
@@ -131,16 +134,7 @@ void LauncherViewModel::submit(OpenApp::Window window) {
     if (lower == "ai"_L1)
         return;
     if (lower.startsWith("ai "_L1)) {
-        // Asking has no effect as long as there is no endpoint client.
-        if (!selectionIsValid())
-            return;
-        const ResultItem row = results_[static_cast<std::size_t>(selected_)];
-        if (row.id == "ai-setup"_L1) {
-            perform(row.action);
-        } else if (!row.id.startsWith("ai-"_L1)) {
-            environment_.stats.recordLaunch(row.id);
-            perform(row.action, window);
-        }
+        submitInAskMode(q, window);
         return;
     }
     if (lower == "open last project"_L1 || lower == "last project"_L1) {
@@ -151,11 +145,34 @@ void LauncherViewModel::submit(OpenApp::Window window) {
         submitSelected(q, window);
 }
 
+// The ask row, or no row, asks. Nothing is latched here: the query is a question.
+void LauncherViewModel::submitInAskMode(const QString &trimmedQuery, OpenApp::Window window) {
+    constexpr qsizetype prefixLength = 3; // "ai "
+    if (!selectionIsValid()) {
+        askAI(trimmedQuery.sliced(prefixLength));
+        return;
+    }
+    // A copy: recording and performing may refresh the list.
+    const ResultItem row = results_[static_cast<std::size_t>(selected_)];
+    if (row.id == "ai-ask"_L1) {
+        askAI(trimmedQuery.sliced(prefixLength));
+        return;
+    }
+    // What the endpoint understood counts for what it opens.
+    if (const auto *app = std::get_if<OpenApp>(&row.action))
+        environment_.stats.recordLaunch(usageKey(app->app));
+    else if (const auto *project = std::get_if<OpenProject>(&row.action))
+        environment_.stats.recordLaunch(usageKey(project->project));
+    perform(row.action, window);
+}
+
 void LauncherViewModel::submitSelected(const QString &trimmedQuery, OpenApp::Window window) {
     // A copy: recording and performing may refresh the list.
     const ResultItem row = results_[static_cast<std::size_t>(selected_)];
-    if (std::holds_alternative<AskAI>(row.action))
+    if (const auto *ask = std::get_if<AskAI>(&row.action)) {
+        askAI(ask->question);
         return;
+    }
     environment_.stats.recordLaunch(row.id);
     environment_.stats.recordLatch(trimmedQuery, row.id);
     perform(row.action, window);
@@ -210,10 +227,13 @@ void LauncherViewModel::cancel() {
         return;
     }
     setAiMode(false);
+    cancelAnswers();
+    setAiBusy(false);
     setAiResponse(QString());
 }
 
 void LauncherViewModel::reset() {
+    cancelAnswers();
     setQuery(QString());
     setAiMode(false);
     setAiResponse(QString());

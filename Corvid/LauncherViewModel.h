@@ -1,9 +1,11 @@
 #pragma once
 
+#include "AIService.h"
 #include "Records.h"
 #include "UsageStats.h"
 
 #include <QObject>
+#include <QTimer>
 #include <QUuid>
 
 #include <functional>
@@ -44,6 +46,7 @@ public:
         Workspace &workspace;
         Pasteboard &pasteboard;
         const SecretStore *secrets; ///< null where the desktop offers no store
+        AIService &ai;
     };
 
     explicit LauncherViewModel(const Environment &environment);
@@ -92,6 +95,13 @@ public:
     void cancel();
     /** Begins a new showing. */
     void reset();
+    /** Starts to find out in the background what a query means; a row for it then stands before
+        the given ones. Replaces what was under way. */
+    void fetchIntent(const QString &query, const std::vector<ResultItem> &baseItems);
+    /** Shows the AI answer to a question as it comes, or what went wrong with it. */
+    void askAI(const QString &question);
+    /** Copies a part of the answer, or all of it where none is given. */
+    void copyAnswer(const QString &part = {});
     /** Puts an icon that has arrived into the rows that show this path. */
     void updateIcon(const QString &path, const Image &icon);
 
@@ -138,6 +148,10 @@ private:
                           const std::optional<AppEntry> &editor) const;
     bool isRunning(const AppEntry &app) const;
 
+    void cancelIntent();
+    void applyIntent(const Intent &intent, const QString &query, const Rows &baseItems);
+    void cancelAnswers();
+
     void publish(Rows rows);
     void setStatusText(const QString &text);
     void clamp();
@@ -145,6 +159,7 @@ private:
     bool selectionIsValid() const;
     void flushDisplay();
     void submitSelected(const QString &trimmedQuery, OpenApp::Window window);
+    void submitInAskMode(const QString &trimmedQuery, OpenApp::Window window);
     void perform(LauncherAction action, OpenApp::Window window = OpenApp::Window::Running);
     void hide();
 
@@ -159,6 +174,12 @@ private:
     QString aiQuestion_;
     QString statusText_;
     QUuid session_ = QUuid::createUuid();
+    AIService::Task aiTask_;
+    std::vector<AIService::Task> replacedTasks_; ///< answers that a newer question did not end
+    QTimer intentDebounce_;
+    std::function<void()> askForIntent_;
+    AIService::Task intentTask_;
+    qint64 intentSeq_ = 0; ///< number of the latest request; an answer to an older one is dropped
 };
 
 } // namespace corvid

@@ -52,6 +52,7 @@ QString webSearchUrl(const QString &query) {
 } // namespace
 
 void LauncherViewModel::refresh() {
+    cancelIntent();
     const QString q = query_.trimmed();
     const QString lower = q.toLower();
     if (lower == "ai"_L1 || lower.startsWith("ai "_L1)) {
@@ -197,7 +198,10 @@ LauncherViewModel::Rows LauncherViewModel::askRows(const QString &trimmedQuery) 
                         // Return in ask mode is submit()'s matter, so the row itself does nothing.
                         CopyAI{QString()}});
     }
-    if (!environment_.secrets || !environment_.secrets->get(u"ai-api-key"_s)) {
+    if (environment_.secrets && environment_.secrets->get(u"ai-api-key"_s)) {
+        if (!question.isEmpty() && aiEnabled())
+            fetchIntent(question, rows);
+    } else {
         rows.push_back({u"ai-setup"_s, nullptr, u"Set up AI"_s,
                         u"Add an OpenAI-compatible API key in Settings"_s, u"Setup"_s,
                         OpenSettings{}});

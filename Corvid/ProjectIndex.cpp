@@ -86,18 +86,24 @@ void ProjectIndex::showCache() {
         SharedSnapshot cached = prepare(readCache<ProjectEntry>(path));
         QMetaObject::invokeMethod(
             this,
-            [=, this, cached = std::move(cached)] {
+            [=, this, cached = std::move(cached)]() mutable {
                 if (generation == generation_)
-                    show(cached);
+                    show(std::move(cached));
+                else
+                    discard(std::move(cached));
             },
             Qt::QueuedConnection);
     });
 }
 
 void ProjectIndex::install(SharedSnapshot snapshot) {
-    // Taking a long list apart takes long, too.
-    tasks_.start([old = std::exchange(snapshot_, std::move(snapshot))](const std::stop_token &) {});
+    discard(std::exchange(snapshot_, std::move(snapshot)));
     Q_EMIT projectsChanged();
+}
+
+// Taking a long list apart takes long, too.
+void ProjectIndex::discard(SharedSnapshot snapshot) {
+    tasks_.start([snapshot = std::move(snapshot)](const std::stop_token &) {});
 }
 
 void ProjectIndex::finish(const SharedSnapshot &snapshot) {

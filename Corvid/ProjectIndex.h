@@ -66,6 +66,7 @@ private:
     static SharedSnapshot prepare(std::vector<ProjectEntry> projects);
     void showCache();
     void install(SharedSnapshot snapshot);
+    void discard(SharedSnapshot snapshot);
     void finish(const SharedSnapshot &snapshot);
     void setScanning(bool scanning);
 

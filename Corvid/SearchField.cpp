@@ -66,6 +66,7 @@ SearchField *SearchField::current() {
 }
 
 void SearchField::keyPressEvent(QKeyEvent *event) {
+    showCaret();
     if (composing_) {
         QLineEdit::keyPressEvent(event);
         // Also what the field has no use for must not reach the panel: it was meant for the

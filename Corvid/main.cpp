@@ -1,3 +1,4 @@
+#include "AIService.h"
 #include "AppDelegate.h"
 #include "CommandLine.h"
 #include "HotKeyManager.h"
@@ -11,6 +12,7 @@
 #include "Platform/Linux/LinuxTrayWatch.h"
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
+#include "Platform/Linux/PortalAppearance.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/X11HotKeys.h"
 #include "Platform/PanelSurface.h"
@@ -24,6 +26,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+
+#include <malloc.h>
 
 namespace {
 
@@ -85,12 +89,13 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     workspace.start();
     ClipboardPasteboard pasteboard;
     LinuxTrayWatch tray;
+    PortalAppearance appearance;
     X11HotKeys hotKeys(qgetenv("DISPLAY"));
     HotKeyManager::installBackend(&hotKeys);
 
     AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes,
                           *panelSurface, clickMonitor.get(), HotKeyManager::shared(), instance,
-                          tray});
+                          tray, appearance, AIService::shared()});
     const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
     return QApplication::exec();
@@ -99,6 +104,10 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
 } // namespace
 
 int main(int argc, char **argv) {
+    // Heaps of their own for the threads would keep what the scans once needed: some 7 MB. They are
+    // too short-lived to get in each other's way in a shared one.
+    mallopt(M_ARENA_MAX, 1);
+
     const CommandLine commandLine = parseCommandLine(argumentsOf(argc, argv));
     if (commandLine.error) {
         std::fprintf(stderr, "corvid: %s\nTry 'corvid --help'.\n",

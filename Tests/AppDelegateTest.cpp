@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 
 #include "CommandLine.h"
+#include "Fakes/FakeAppearanceSettings.h"
 #include "Fakes/FakeClickMonitor.h"
 #include "Fakes/FakeHotKeyBackend.h"
 #include "Fakes/FakeInstance.h"
@@ -11,6 +12,7 @@
 #include "HotKeyManager.h"
 #include "SearchField.h"
 #include "StatusItem.h"
+#include "Style.h"
 #include "Wait.h"
 
 #include <QApplication>
@@ -71,11 +73,13 @@ protected:
     HotKeyManager hotKeys{hotKeyBackend};
     FakeInstance instance;
     FakeTrayWatch tray;
+    FakeAppearanceSettings appearance;
+    AIService ai{defaults, nullptr};
     std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
     std::optional<AppDelegate> owned{
-        std::in_place,
-        AppDelegate::Platform{defaults, workspace, pasteboard, log, entries, volumes, panelSurface,
-                              &clickMonitor, hotKeys, instance, tray, [this] { return now; }}};
+        std::in_place, AppDelegate::Platform{defaults, workspace, pasteboard, log, entries, volumes,
+                                             panelSurface, &clickMonitor, hotKeys, instance, tray,
+                                             appearance, ai, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
@@ -486,6 +490,21 @@ TEST_F(AppDelegateTest, processesThatOnlyAnswerHaveNoStatusItem) {
     EXPECT_EQ(delegate.statusItem(), nullptr);
     launch({u"--query"_s, u"zed"_s, u"--show"_s});
     EXPECT_NE(delegate.statusItem(), nullptr);
+}
+
+TEST_F(AppDelegateTest, aChangedAppearanceReachesThePanel) {
+    appearance.appearance.highContrast = true;
+    launch();
+    EXPECT_EQ(style::secondary(), style::primary());
+    appearance.appearance = {};
+    appearance.appearance.accent = 0x884422;
+    appearance.appearance.fontFamily = u"DejaVu Serif"_s;
+    appearance.onChange();
+    EXPECT_NE(style::secondary(), style::primary());
+    EXPECT_EQ(SearchField::current()->font().family(), u"DejaVu Serif");
+    EXPECT_EQ(SearchField::current()->palette().color(QPalette::Highlight),
+              QColor(0x88, 0x44, 0x22));
+    style::setAppearance({});
 }
 
 TEST_F(AppDelegateTest, theHotKeyIsReleasedAtTermination) {

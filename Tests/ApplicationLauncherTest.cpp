@@ -49,7 +49,7 @@ protected:
         QDir().mkpath(path("bin"_L1));
         QFile::remove(QDir::homePath() + "/trace.folders"_L1);
         QFile::remove(QDir::homePath() + "/trace.web"_L1);
-        launcher_.emplace(environment_);
+        launcher_.emplace(environment_, QByteArray());
     }
 
     QString path(QLatin1StringView name) const { return folder_.path() + u'/' + name; }
@@ -166,7 +166,7 @@ TEST_F(ApplicationLauncherTest, itsEnvironmentIsTheOneWeWereStartedWith) {
     environment_.insert(u"FROM_THE_SESSION"_s, u"yes"_s);
     environment_.insert(u"DESKTOP_STARTUP_ID"_s, u"ours"_s);
     environment_.insert(u"JOURNAL_STREAM"_s, u"ours"_s);
-    launcher_.emplace(environment_);
+    launcher_.emplace(environment_, QByteArray());
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("OUR_TWEAK", "1");
     const QString file = entry(u"app"_s);
@@ -225,7 +225,7 @@ TEST_F(ApplicationLauncherTest, aTerminalApplicationRunsInTheUsersTerminal) {
     program(u"app"_s);
     program(u"myterm"_s);
     environment_.insert(u"TERMINAL"_s, u"myterm --big"_s);
-    launcher_.emplace(environment_);
+    launcher_.emplace(environment_, QByteArray());
     EXPECT_EQ(launch(entry(path("bin/app %f"_L1), u"Terminal=true"_s), {u"/tmp/a b"_s}), QString());
     const Trace terminal(trace(u"myterm"_s));
     EXPECT_EQ(terminal.arguments(),
@@ -237,7 +237,7 @@ TEST_F(ApplicationLauncherTest, aTerminalApplicationRunsInTheUsersTerminal) {
 TEST_F(ApplicationLauncherTest, withoutATerminalATerminalApplicationHasAReason) {
     program(u"app"_s);
     environment_.insert(u"PATH"_s, path("bin"_L1));
-    launcher_.emplace(environment_);
+    launcher_.emplace(environment_, QByteArray());
     EXPECT_TRUE(launch(entry(path("bin/app"_L1), u"Terminal=true"_s)).contains(u"terminal"));
 }
 

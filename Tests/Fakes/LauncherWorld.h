@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AIService.h"
 #include "AppCatalog.h"
 #include "Fakes/FakeDesktopEntries.h"
 #include "Fakes/FakePasteboard.h"
@@ -42,7 +43,7 @@ public:
     LauncherWorld(const std::vector<AppEntry> &apps, const std::vector<ProjectEntry> &projectList,
                   const RoleCatalog::Taxonomy &taxonomy = {})
         : roles(taxonomy), catalog(workspace, desktopEntries, roles), projects(defaults, volumes),
-          model({defaults, stats, roles, workspace, pasteboard, &secrets}) {
+          model({defaults, stats, roles, workspace, pasteboard, &secrets, ai}) {
         // Caches of its own: the scans of an earlier world may still be writing theirs.
         qputenv("XDG_DATA_HOME", folder.path().toLocal8Bit());
         writeCache(locations::cacheFile(QStringLiteral("catalog.json")), apps);
@@ -86,6 +87,7 @@ public:
     RoleCatalog roles;
     AppCatalog catalog;
     ProjectIndex projects;
+    AIService ai{defaults, &secrets};
     LauncherViewModel model;
     std::vector<LauncherAction> actions;
     int hides = 0;

@@ -1,6 +1,9 @@
 #include "Platform/Linux/ApplicationLauncher.h"
 
 #include "Platform/Linux/LaunchTasks.h"
+#include "Platform/Linux/StartupNotifier.h"
+
+#include <utility>
 
 namespace corvid {
 
@@ -10,8 +13,10 @@ void ApplicationLauncher::CancellableUnref::operator()(GCancellable *cancellable
     g_object_unref(cancellable);
 }
 
-ApplicationLauncher::ApplicationLauncher(const QProcessEnvironment &childEnvironment)
-    : environment_(childEnvironment), shutdown_(g_cancellable_new()) {}
+ApplicationLauncher::ApplicationLauncher(const QProcessEnvironment &childEnvironment,
+                                         QByteArray display)
+    : environment_(childEnvironment), display_(std::move(display)), shutdown_(g_cancellable_new()) {
+}
 
 ApplicationLauncher::~ApplicationLauncher() {
     g_cancellable_cancel(shutdown_.get());
@@ -34,24 +39,27 @@ void ApplicationLauncher::launchNewWindow(const QString &applicationPath,
 
 void ApplicationLauncher::start(const std::function<QString(const World &)> &launch,
                                 const Workspace::Completion &done) {
-    tasks_.start([=, this, world = World{environment_, shutdown_.get()}](const std::stop_token &) {
-        const QString error = launch(world);
+    tasks_.start([=, this, environment = environment_, display = display_,
+                  shutdown = shutdown_.get()](const std::stop_token &) {
+        StartupNotifier startups(display);
+        const QString error = launch({environment, shutdown, &startups});
         if (done)
             QMetaObject::invokeMethod(
                 &receiver_, [done, error] { done(error); }, Qt::QueuedConnection);
+        GPollFD ended;
+        if (g_cancellable_make_pollfd(shutdown, &ended)) {
+            startups.finish(ended.fd);
+            g_cancellable_release_fd(shutdown);
+        }
     });
 }
 
 void ApplicationLauncher::openWithDefault(const QUrl &url) {
-    tasks_.start([url, world = World{environment_, shutdown_.get()}](const std::stop_token &) {
-        launching::openWithDefault(world, url);
-    });
+    start([url](const World &world) { return launching::openWithDefault(world, url); }, {});
 }
 
 void ApplicationLauncher::reveal(const QString &path) {
-    tasks_.start([path, world = World{environment_, shutdown_.get()}](const std::stop_token &) {
-        launching::reveal(world, path);
-    });
+    start([path](const World &world) { return launching::reveal(world, path); }, {});
 }
 
 void ApplicationLauncher::startTool(const QString &executable, const QStringList &arguments,

@@ -3,6 +3,7 @@
 #include "Platform/Workspace.h"
 #include "TaskGroup.h"
 
+#include <QByteArray>
 #include <QObject>
 #include <QProcessEnvironment>
 
@@ -24,8 +25,9 @@ struct World;
 class ApplicationLauncher {
 public:
     /** `childEnvironment`: what the started programs are given; the environment that we were
-        started with, before any change of our own. */
-    explicit ApplicationLauncher(const QProcessEnvironment &childEnvironment);
+        started with, before any change of our own. `display`: as in $DISPLAY, the X11 desktop that
+        is told of launches; empty for none. */
+    ApplicationLauncher(const QProcessEnvironment &childEnvironment, QByteArray display);
     ApplicationLauncher(const ApplicationLauncher &) = delete;
     ApplicationLauncher &operator=(const ApplicationLauncher &) = delete;
     /** Lets a launch that has begun come to its end; does not wait for a silent bus. */
@@ -58,6 +60,7 @@ private:
                const Workspace::Completion &done);
 
     QProcessEnvironment environment_;
+    QByteArray display_;
     std::unique_ptr<GCancellable, CancellableUnref> shutdown_;
     QObject receiver_; ///< completions addressed to it are dropped with us
     TaskGroup tasks_;

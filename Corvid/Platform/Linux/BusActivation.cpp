@@ -29,6 +29,12 @@ struct Call {
 Call callFor(const BusRequest &request) {
     GVariantBuilder platformData;
     g_variant_builder_init(&platformData, G_VARIANT_TYPE_VARDICT);
+    if (!request.startupId.isEmpty()) {
+        // The older name and the newer one: toolkits look for either.
+        for (const char *key : {"desktop-startup-id", "activation-token"})
+            g_variant_builder_add(&platformData, "{sv}", key,
+                                  g_variant_new_string(request.startupId.constData()));
+    }
     if (request.action) {
         return {"ActivateAction",
                 g_variant_new("(sava{sv})", request.action->constData(), nullptr, &platformData)};

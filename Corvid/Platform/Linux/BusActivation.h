@@ -15,6 +15,7 @@ namespace corvid::launching {
 struct BusRequest {
     QList<QUrl> urls;                 ///< to open; none for just showing itself
     std::optional<QByteArray> action; ///< one of its entry's actions instead
+    QByteArray startupId;             ///< by which the desktop knows its window; empty for none
 };
 
 enum class BusActivation { Done, ServiceMissing, Failed };

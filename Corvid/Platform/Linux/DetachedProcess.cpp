@@ -91,6 +91,8 @@ DetachedProcess startDetached(const DetachedCommand &command) {
         variables.remove(name);
     if (!command.desktopFile.isEmpty())
         variables.insert(u"GIO_LAUNCHED_DESKTOP_FILE"_s, command.desktopFile);
+    if (!command.startupId.isEmpty())
+        variables.insert(u"DESKTOP_STARTUP_ID"_s, QString::fromUtf8(command.startupId));
     const QStringList definitions = variables.toStringList();
     for (const QString &definition : definitions)
         environment.add(QFile::encodeName(definition));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
@@ -11,6 +12,7 @@ struct DetachedCommand {
     QProcessEnvironment environment; ///< variables that describe how we were started are left out
     QString workingFolder;           ///< empty for ours
     QString desktopFile;             ///< path of the entry that is launched; empty for none
+    QByteArray startupId;            ///< by which the desktop knows its window; empty for none
 };
 
 struct DetachedProcess {

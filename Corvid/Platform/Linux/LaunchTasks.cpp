@@ -7,6 +7,7 @@
 #include "Platform/Linux/DetachedProcess.h"
 #include "Platform/Linux/ExecLine.h"
 #include "Platform/Linux/SessionBus.h"
+#include "Platform/Linux/StartupNotifier.h"
 #include "Platform/Linux/TerminalCommand.h"
 
 #include <gio/gdesktopappinfo.h>
@@ -69,15 +70,26 @@ void moveToScope(const World &world, qint64 pid, const QString &application) {
 
 /** Starts one command line in the home folder, or in `folder` when that is not empty. */
 QString start(const World &world, const QStringList &arguments, const QString &folder,
-              const QString &application, const QString &desktopFile) {
+              const QString &application, const QString &desktopFile,
+              const QByteArray &startupId = {}) {
     QString workingFolder = folder;
     if (workingFolder.isEmpty() && QFileInfo(locations::home()).isDir())
         workingFolder = locations::home();
     const DetachedProcess process =
-        startDetached({arguments, world.environment, workingFolder, desktopFile});
+        startDetached({arguments, world.environment, workingFolder, desktopFile, startupId});
     if (process.error.isEmpty())
         moveToScope(world, process.pid, application);
     return process.error;
+}
+
+StartupNotifier::Application startingApplication(GDesktopAppInfo *entry, const QString &path) {
+    return {path, QString::fromUtf8(g_app_info_get_name(G_APP_INFO(entry))),
+            stringOf(entry, G_KEY_FILE_DESKTOP_KEY_ICON),
+            stringOf(entry, G_KEY_FILE_DESKTOP_KEY_STARTUP_WM_CLASS)};
+}
+
+bool saysWhenStarted(GDesktopAppInfo *entry) {
+    return g_desktop_app_info_get_boolean(entry, G_KEY_FILE_DESKTOP_KEY_STARTUP_NOTIFY) != FALSE;
 }
 
 QString startByExec(const World &world, GDesktopAppInfo *entry, const QString &path,
@@ -101,8 +113,16 @@ QString startByExec(const World &world, GDesktopAppInfo *entry, const QString &p
             line = *inUsersTerminal;
         }
         // The process of an entry that runs in a terminal is the terminal, not the application.
+        // As GIO does: one that knows nothing of the id would hand it on to its own children, whose
+        // windows would then be taken for old ones.
+        QByteArray startupId;
+        if (!inTerminal && saysWhenStarted(entry))
+            startupId = world.startups->begin(startingApplication(entry, path),
+                                              StartupNotifier::Announcement::Public);
         QString error = start(world, line, stringOf(entry, G_KEY_FILE_DESKTOP_KEY_PATH), id,
-                              inTerminal ? QString() : path);
+                              inTerminal ? QString() : path, startupId);
+        if (!error.isEmpty())
+            world.startups->cancel(startupId);
         if (!error.isEmpty())
             return error;
     }
@@ -147,7 +167,7 @@ QString launchEntry(const World &world, const QString &path, const QList<QUrl> &
 
     QString exec = stringOf(entry.get(), G_KEY_FILE_DESKTOP_KEY_EXEC);
     bool byBus = g_desktop_app_info_get_boolean(entry.get(), "DBusActivatable") != FALSE;
-    BusRequest request{urls, {}};
+    BusRequest request{urls, {}, {}};
     if (window == Window::New) {
         const QByteArray action = newWindowAction(entry.get());
         if (!action.isEmpty()) {
@@ -160,14 +180,20 @@ QString launchEntry(const World &world, const QString &path, const QList<QUrl> &
         }
     }
     if (byBus) {
+        request.startupId = world.startups->begin(startingApplication(entry.get(), path),
+                                                  saysWhenStarted(entry.get())
+                                                      ? StartupNotifier::Announcement::Public
+                                                      : StartupNotifier::Announcement::Silent);
         GErrorHolder error;
         switch (activateByBus(QFileInfo(path).completeBaseName(), request, world.shutdown, error)) {
         case BusActivation::Done:
             return {};
         case BusActivation::Failed:
+            world.startups->cancel(request.startupId);
             g_dbus_error_strip_remote_error(error.get());
             return error.message();
         case BusActivation::ServiceMissing:
+            world.startups->cancel(request.startupId);
             break;
         }
     }

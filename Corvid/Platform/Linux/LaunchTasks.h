@@ -12,11 +12,16 @@
  * The steps of launching, each a blocking function for a background thread. An error is the
  * reason in words, empty for success.
  */
+namespace corvid {
+class StartupNotifier;
+}
+
 namespace corvid::launching {
 
 struct World {
     QProcessEnvironment environment; ///< for the programs that are started
     GCancellable *shutdown;          ///< ends every wait for the bus; not owned
+    StartupNotifier *startups;       ///< of this launch; not owned
 };
 
 /** Desktop entry: by D-Bus activation where the entry asks for it and the service exists, else

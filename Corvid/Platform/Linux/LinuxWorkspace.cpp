@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 LinuxWorkspace::LinuxWorkspace(const DesktopEntries &entries, const Options &options)
     : icons_(desktopsettings::iconTheme, {iconBaseFolders(), {u"/usr/share/pixmaps"_s}},
              options.devicePixelRatio),
-      running_(entries, options.display), launcher_(options.childEnvironment) {}
+      running_(entries, options.display), launcher_(options.childEnvironment, options.display) {}
 
 void LinuxWorkspace::start() {
     running_.start();
