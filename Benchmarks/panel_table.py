@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
-"""Prints the panel's figures beside those of a bare window.
+"""Prints the panel's figures beside those of a bare window, and what answers cost.
 
-usage: panel_table.py FLOOR OURS, each the output of PanelBench"""
+usage: panel_table.py FLOOR OURS ANSWERS, the output of PanelBench for each and of AnswerBench"""
 import json
 import sys
 
 ROWS = [("hotkey", "hot key → painted", 1.2, 10), ("key", "key → painted", 2, 5),
         ("start", "start → painted", 1.4, None)]
 PSS_BUDGET = 40
+FIRST_WORDS_BUDGET, BLOCK_BUDGET = 16, 8
 
 
 def verdict(holds):
@@ -15,7 +16,7 @@ def verdict(holds):
 
 
 def main():
-    floor, ours = (json.load(open(path, encoding="utf-8")) for path in sys.argv[1:3])
+    floor, ours, answers = (json.load(open(path, encoding="utf-8")) for path in sys.argv[1:4])
     print(f"{'ms':20} {'floor p50':>10} {'p95':>8} {'ours p50':>10} {'p95':>8}  budget")
     for key, name, factor, worst in ROWS:
         (base, base95), (median, p95) = floor[key], ours[key]
@@ -30,6 +31,14 @@ def main():
     for when in ("early", "late"):
         if when in ours:
             print(f"soak, {when}: {ours[when]}")
+
+    median, p95 = answers["first"]
+    print(f"words → painted      {'':10} {'':8} {median:10.2f} {p95:8.2f}  "
+          f"p95 ≤ {FIRST_WORDS_BUDGET}: {verdict(p95 <= FIRST_WORDS_BUDGET)}")
+    (base, _, base_worst, _), (median, _, worst, work) = answers["idle"], answers["stream"]
+    print(f"{'ping → answered':20} {'idle p50':>10} {'longest':>8} {'ours p50':>10} {'longest':>8}")
+    print(f"{answers['tokens']:6} words come    {base:10.2f} {base_worst:8.2f} {median:10.2f} "
+          f"{worst:8.2f}  longest ≤ {BLOCK_BUDGET}: {verdict(worst <= BLOCK_BUDGET)} (at most {work} of it our own work)")
 
 
 main()

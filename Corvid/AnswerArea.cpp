@@ -3,6 +3,7 @@
 #include "ProgressIndicator.h"
 #include "Style.h"
 #include "Symbol.h"
+#include "Text.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QContextMenuEvent>
@@ -101,7 +102,7 @@ void AnswerArea::setQuestion(const QString &question) {
     QTextBlockFormat questionBlock;
     questionBlock.setBottomMargin(style::answerSpacing);
     cursor.setBlockFormat(questionBlock);
-    cursor.insertText(question.simplified(), headline);
+    cursor.insertText(displayLine(question).simplified(), headline);
     QTextBlockFormat answerBlock;
     answerBlock.setLineHeight(style::answerLineHeight, QTextBlockFormat::ProportionalHeight);
     cursor.insertBlock(answerBlock, QTextCharFormat());
@@ -128,14 +129,16 @@ void AnswerArea::setBusy(bool busy) {
 }
 
 void AnswerArea::showAnswer() {
-    const QString answer = answer_();
+    const QString &answer = answer_();
     if (!answer.startsWith(shown_))
         setQuestion(QString(document()->firstBlock().text()));
     if (answer.size() == shown_.size())
         return;
     const bool first = shown_.isEmpty();
-    append(answer.sliced(shown_.size()));
-    shown_ = answer;
+    const QString added = answer.sliced(shown_.size());
+    append(added);
+    // A copy of its own: a shared one would be copied as a whole when the answer next grows.
+    shown_ += added;
     sinceShown_.start();
     if (first)
         placeControls();

@@ -65,6 +65,14 @@ private:
     bool ended_ = false;
 };
 
+namespace {
+
+QString cachePath() {
+    return locations::cacheFile(u"catalog.json"_s);
+}
+
+} // namespace
+
 AppCatalog::Snapshot::Snapshot(std::vector<AppEntry> list)
     : apps(std::move(list)), searchIndex(apps) {
     byPath.reserve(static_cast<qsizetype>(apps.size()));
@@ -82,46 +90,54 @@ AppCatalog::AppCatalog(const Workspace &workspace, const DesktopEntries &desktop
 
 AppCatalog::~AppCatalog() = default;
 
-void AppCatalog::load() {
-    freshIcons_.clear();
-    ++generation_;
-    const QString cache = locations::cacheFile(u"catalog.json"_s);
-    applyCache(cache);
-    tasks_.start([this, cache, home = locations::home()](const std::stop_token &stop) {
-        std::vector<AppEntry> apps =
-            scanAll({bundleFolders(home), desktopEntries_.list(), roles_}, stop);
-        if (stop.stop_requested())
-            return;
-        const auto scanned = std::make_shared<Snapshot>(std::move(apps));
-        QMetaObject::invokeMethod(
-            this,
-            [this, cache, scanned] {
-                ++generation_;
-                apply(scanned);
-                cacheWriter_.write(tasks_, cache, {scanned, &scanned->apps});
-            },
-            Qt::QueuedConnection);
+AppCatalog::CachedList AppCatalog::readCachedList() {
+    return std::async(std::launch::async, [path = cachePath()] {
+        return std::make_shared<Snapshot>(readCache<AppEntry>(path));
     });
 }
 
-void AppCatalog::applyCache(const QString &path) {
-    const auto read = [path] { return std::make_shared<Snapshot>(readCache<AppEntry>(path)); };
-    if (isQuickToRead(path)) {
-        if (SharedSnapshot cached = read(); !cached->apps.empty())
-            apply(std::move(cached));
+void AppCatalog::load(CachedList cached) {
+    freshIcons_.clear();
+    ++generation_;
+    applyCache(std::move(cached));
+    tasks_.start(
+        [this, home = locations::home()](const std::stop_token &stop) {
+            std::vector<AppEntry> apps =
+                scanAll({bundleFolders(home), desktopEntries_.list(), roles_}, stop);
+            if (stop.stop_requested())
+                return;
+            const auto scanned = std::make_shared<Snapshot>(std::move(apps));
+            QMetaObject::invokeMethod(
+                this,
+                [this, scanned] {
+                    ++generation_;
+                    apply(scanned);
+                    cacheWriter_.write(tasks_, cachePath(), {scanned, &scanned->apps});
+                },
+                Qt::QueuedConnection);
+        },
+        TaskPriority::Utility);
+}
+
+void AppCatalog::applyCache(CachedList cached) {
+    if (isQuickToRead(cachePath())) {
+        if (SharedSnapshot list = cached.get(); !list->apps.empty())
+            apply(std::move(list));
         return;
     }
-    tasks_.start([this, read, generation = generation_](const std::stop_token &) {
-        QMetaObject::invokeMethod(
-            this,
-            [this, generation, cached = SharedSnapshot(read())]() mutable {
-                if (generation == generation_ && !cached->apps.empty())
-                    apply(std::move(cached));
-                else
-                    discard(std::move(cached));
-            },
-            Qt::QueuedConnection);
-    });
+    tasks_.start(
+        [this, generation = generation_,
+         reading = std::make_shared<CachedList>(std::move(cached))](const std::stop_token &) {
+            QMetaObject::invokeMethod(
+                this,
+                [this, generation, list = reading->get()]() mutable {
+                    if (generation == generation_ && !list->apps.empty())
+                        apply(std::move(list));
+                    else
+                        discard(std::move(list));
+                },
+                Qt::QueuedConnection);
+        });
 }
 
 std::optional<AppEntry> AppCatalog::appAtPath(const QString &path) const {

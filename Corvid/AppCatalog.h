@@ -13,6 +13,7 @@
 #include <QSet>
 
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -35,17 +36,26 @@ public:
                const RoleCatalog &roles, QObject *parent = nullptr);
     ~AppCatalog() override;
 
+    struct Snapshot;
+    using SharedSnapshot = std::shared_ptr<Snapshot>;
+    /** The list of the last run, empty when there is none; its destructor waits for it. */
+    using CachedList = std::future<SharedSnapshot>;
+
+    /** Starts to read the cache. For who has something else to do before load(); any thread, and
+        needs no event loop. */
+    static CachedList readCachedList();
+
     /** Applies the cached list, if there is one, and starts a scan, whose result is applied and
-        cached. A cache too large to be read in passing is read in the background and applied
-        unless a scan was faster. Called again, it starts another scan; the one that ends last
-        counts. A list in which a path occurs twice ends the program. */
-    void load();
+        cached. A cache too large to be waited for is applied when it is read, unless a scan was
+        faster. Called again, it starts another scan; the one that ends last counts. A list in
+        which a path occurs twice ends the program. */
+    void load(CachedList cached = readCachedList());
 
     /** Sorted by name. */
-    const std::vector<AppEntry> &apps() const { return snapshot_->apps; }
+    const std::vector<AppEntry> &apps() const;
 
     /** The names of apps(), prepared for matching; replaced with the list. */
-    AppSearchIndex &searchIndex() { return snapshot_->searchIndex; }
+    AppSearchIndex &searchIndex();
 
     /** The application whose path is exactly this one. */
     std::optional<AppEntry> appAtPath(const QString &path) const;
@@ -69,17 +79,7 @@ Q_SIGNALS:
     void iconArrived(const QString &path);
 
 private:
-    /** What the main thread installs as a whole, made in the background. */
-    struct Snapshot {
-        explicit Snapshot(std::vector<AppEntry> list);
-
-        const std::vector<AppEntry> apps;
-        AppSearchIndex searchIndex;         ///< follows the usage, once installed
-        QHash<QString, std::size_t> byPath; ///< index into apps
-    };
-    using SharedSnapshot = std::shared_ptr<Snapshot>;
-
-    void applyCache(const QString &path);
+    void applyCache(CachedList cached);
     void apply(SharedSnapshot snapshot);
     void discard(SharedSnapshot snapshot);
     void prewarmIcons();
@@ -97,5 +97,22 @@ private:
     std::shared_ptr<IconQueue> iconQueue_; // shared with the task that empties it
     TaskGroup tasks_;
 };
+
+/** What the main thread installs as a whole, made in the background. */
+struct AppCatalog::Snapshot {
+    explicit Snapshot(std::vector<AppEntry> list);
+
+    const std::vector<AppEntry> apps;
+    AppSearchIndex searchIndex;         ///< follows the usage, once installed
+    QHash<QString, std::size_t> byPath; ///< index into apps
+};
+
+inline const std::vector<AppEntry> &AppCatalog::apps() const {
+    return snapshot_->apps;
+}
+
+inline AppSearchIndex &AppCatalog::searchIndex() {
+    return snapshot_->searchIndex;
+}
 
 } // namespace corvid

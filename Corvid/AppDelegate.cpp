@@ -7,6 +7,7 @@
 #include "Platform/Appearance.h"
 #include "Platform/Instance.h"
 #include "Platform/Pasteboard.h"
+#include "Platform/SecretStore.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
 #include "RoleCatalog.h"
@@ -65,9 +66,9 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 } // namespace
 
 AppDelegate::AppDelegate(const Platform &platform)
-    : platform_(platform),
+    : platform_(platform), keychain_(platform.secrets),
       viewModel_({platform.defaults, UsageStats::shared(), RoleCatalog::shared(),
-                  platform.workspace, platform.pasteboard, nullptr, platform.ai}),
+                  platform.workspace, platform.pasteboard, keychain_, platform.ai}),
       catalog_(platform.workspace, platform.desktopEntries, RoleCatalog::shared()),
       projects_(platform.defaults, platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}
@@ -76,7 +77,7 @@ AppDelegate::~AppDelegate() {
     platform_.appearance.onChange = nullptr;
 }
 
-void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) {
+void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, CachedLists lists) {
     style::setAppearance(platform_.appearance.current());
     panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.panelSurface);
     platform_.appearance.onChange = [this] {
@@ -89,14 +90,19 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine) 
     viewModel_.onOpenSettings = [this] { openSettings(); };
     catalog_.onUpdate = [this] { viewModel_.refresh(); };
     projects_.onUpdate = [this] { viewModel_.refresh(); };
+    platform_.secrets.onChange = [delegate = QPointer(this)] {
+        // Only what is typed can depend on the key.
+        if (delegate && !delegate->viewModel_.query().isEmpty())
+            delegate->viewModel_.refresh();
+    };
     connect(&catalog_, &AppCatalog::iconArrived, &viewModel_, [this](const QString &path) {
         viewModel_.updateIcon(path, catalog_.icons().value(path));
     });
     viewModel_.catalog = &catalog_;
     viewModel_.projects = &projects_;
     viewModel_.refresh();
-    catalog_.load();
-    projects_.load();
+    catalog_.load(std::move(lists.apps));
+    projects_.load(std::move(lists.projects));
     // A process that answers on standard error and shows nothing must not take the hot key from
     // the one that people use, nor a place in the tray.
     if (commandLine.show || !commandLine.isDiagnostic()) {
@@ -154,9 +160,9 @@ void AppDelegate::installMouseMonitor() {
     mouseMonitor_.reset();
     if (!platform_.clickMonitor)
         return;
-    mouseMonitor_ = platform_.clickMonitor->install([this](const QPoint &pointer) {
+    mouseMonitor_ = platform_.clickMonitor->install([this](const std::optional<QPoint> &pointer) {
         const auto hideUnlessInside = [this, pointer] {
-            if (panel_->isVisible() && !panel_->frameGeometry().contains(pointer))
+            if (panel_->isVisible() && !(pointer && panel_->frameGeometry().contains(*pointer)))
                 hide();
         };
         QMetaObject::invokeMethod(this, hideUnlessInside, Qt::QueuedConnection);

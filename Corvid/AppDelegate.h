@@ -2,6 +2,7 @@
 
 #include "AppCatalog.h"
 #include "EditorLauncher.h"
+#include "KeychainHelper.h"
 #include "LauncherPanel.h"
 #include "LauncherViewModel.h"
 #include "Platform/ClickMonitor.h"
@@ -25,6 +26,7 @@ class HotKeyManager;
 class Instance;
 class PanelSurface;
 class Pasteboard;
+class SecretStore;
 class StatusItem;
 class SystemLog;
 class TrayWatch;
@@ -46,6 +48,7 @@ public:
         UserDefaults &defaults;
         Workspace &workspace;
         Pasteboard &pasteboard;
+        SecretStore &secrets;
         SystemLog &log;
         const DesktopEntries &desktopEntries;
         const Volumes &volumes;
@@ -64,8 +67,20 @@ public:
     explicit AppDelegate(const Platform &platform);
     ~AppDelegate() override;
 
+    /** What the last run knew. */
+    struct CachedLists {
+        AppCatalog::CachedList apps;
+        ProjectIndex::CachedList projects;
+    };
+
+    /** Starts to read them; needs no application object. */
+    static CachedLists readCachedLists() {
+        return {AppCatalog::readCachedList(), ProjectIndex::readCachedList()};
+    }
+
     /** Start-up, once the event loop can run. */
-    void applicationDidFinishLaunching(const CommandLine &commandLine);
+    void applicationDidFinishLaunching(const CommandLine &commandLine,
+                                       CachedLists lists = readCachedLists());
 
     /** Brings the panel up; afresh when it was hidden for more than ten seconds. `time` is the
         window system's of the key press or click that asked for it; 0 means now. */
@@ -104,6 +119,7 @@ private:
     void dumpQuery(const QString &query);
 
     Platform platform_;
+    KeychainHelper keychain_;
     LauncherViewModel viewModel_;
     AppCatalog catalog_;
     ProjectIndex projects_;

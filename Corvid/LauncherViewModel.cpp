@@ -34,6 +34,8 @@ std::optional<QString> iconPathOf(const LauncherAction &action) {
 
 LauncherViewModel::LauncherViewModel(const Environment &environment) : environment_(environment) {
     intentDebounce_.setSingleShot(true);
+    // Any other timer may fire early, and ask for a text that is still being typed.
+    intentDebounce_.setTimerType(Qt::PreciseTimer);
     connect(&intentDebounce_, &QTimer::timeout, this, [this] { askForIntent_(); });
 }
 

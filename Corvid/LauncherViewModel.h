@@ -14,10 +14,10 @@
 namespace corvid {
 
 class AppCatalog;
+class KeychainHelper;
 class Pasteboard;
 class ProjectIndex;
 class RoleCatalog;
-class SecretStore;
 class UserDefaults;
 class Workspace;
 
@@ -45,7 +45,7 @@ public:
         const RoleCatalog &roles;
         Workspace &workspace;
         Pasteboard &pasteboard;
-        const SecretStore *secrets; ///< null where the desktop offers no store
+        const KeychainHelper &keychain;
         AIService &ai;
     };
 
@@ -150,6 +150,7 @@ private:
 
     void cancelIntent();
     void applyIntent(const Intent &intent, const QString &query, const Rows &baseItems);
+    void appendToAnswer(const QString &text);
     void cancelAnswers();
 
     void publish(Rows rows);

@@ -99,8 +99,7 @@ void LauncherViewModel::askAI(const QString &question) {
     if (aiTask_.active())
         replacedTasks_.push_back(std::move(aiTask_));
     aiTask_ = environment_.ai.stream(
-        question,
-        [this](const QString &element) { setAiResponse(aiResponse_ + displayText(element)); },
+        question, [this](const QString &element) { appendToAnswer(displayText(element)); },
         [this](const std::optional<QString> &error) {
             if (error) {
                 setAiResponse(u"Error: "_s + displayText(*error) +
@@ -108,6 +107,14 @@ void LauncherViewModel::askAI(const QString &question) {
             }
             setAiBusy(false);
         });
+}
+
+// In place: a long answer is not copied for every word of it.
+void LauncherViewModel::appendToAnswer(const QString &text) {
+    if (text.isEmpty())
+        return;
+    aiResponse_ += text;
+    Q_EMIT aiResponseChanged();
 }
 
 void LauncherViewModel::cancelAnswers() {

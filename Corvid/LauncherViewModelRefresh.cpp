@@ -3,8 +3,8 @@
 #include "LauncherViewModel.h"
 
 #include "AppCatalog.h"
+#include "KeychainHelper.h"
 #include "Locations.h"
-#include "Platform/SecretStore.h"
 #include "Platform/Workspace.h"
 #include "ProjectIndex.h"
 #include "RoleCatalog.h"
@@ -198,7 +198,7 @@ LauncherViewModel::Rows LauncherViewModel::askRows(const QString &trimmedQuery) 
                         // Return in ask mode is submit()'s matter, so the row itself does nothing.
                         CopyAI{QString()}});
     }
-    if (environment_.secrets && environment_.secrets->get(u"ai-api-key"_s)) {
+    if (environment_.keychain.get(KeychainHelper::aiApiKey)) {
         if (!question.isEmpty() && aiEnabled())
             fetchIntent(question, rows);
     } else {

@@ -46,6 +46,10 @@ QString configuration() {
     return xdgFolder("XDG_CONFIG_HOME", "/.config"_L1);
 }
 
+QString state() {
+    return xdgFolder("XDG_STATE_HOME", "/.local/state"_L1);
+}
+
 QString cacheFile(const QString &name) {
     return applicationSupport() + "/Corvid/"_L1 + name;
 }

@@ -18,6 +18,9 @@ QString applicationSupport();
 /** $XDG_CONFIG_HOME, by default ~/.config. */
 QString configuration();
 
+/** $XDG_STATE_HOME, by default ~/.local/state. */
+QString state();
+
 /** A cache file of ours, e.g. cacheFile("catalog.json"). Its folder need not exist. */
 QString cacheFile(const QString &name);
 

@@ -50,18 +50,26 @@ QStringList ProjectIndex::roots() const {
     return roots;
 }
 
-void ProjectIndex::load() {
+ProjectIndex::CachedList ProjectIndex::readCachedList() {
+    return std::async(std::launch::async,
+                      [path = cachePath()] { return prepare(readCache<ProjectEntry>(path)); });
+}
+
+void ProjectIndex::load(CachedList cached) {
     ++generation_;
-    showCache();
+    showCache(std::move(cached));
     setScanning(true);
-    tasks_.start([this, roots = roots()](const std::stop_token &stop) {
-        SharedSnapshot scanned = prepare(scan(roots, volumes_, stop));
-        // Half a scan is no result; whoever asked it to stop is waiting to be destroyed.
-        if (stop.stop_requested())
-            return;
-        QMetaObject::invokeMethod(
-            this, [this, scanned = std::move(scanned)] { finish(scanned); }, Qt::QueuedConnection);
-    });
+    tasks_.start(
+        [this, roots = roots()](const std::stop_token &stop) {
+            SharedSnapshot scanned = prepare(scan(roots, volumes_, stop));
+            // Half a scan is no result; whoever asked it to stop is waiting to be destroyed.
+            if (stop.stop_requested())
+                return;
+            QMetaObject::invokeMethod(
+                this, [this, scanned = std::move(scanned)] { finish(scanned); },
+                Qt::QueuedConnection);
+        },
+        TaskPriority::Utility);
 }
 
 ProjectIndex::SharedSnapshot ProjectIndex::prepare(std::vector<ProjectEntry> projects) {
@@ -69,31 +77,31 @@ ProjectIndex::SharedSnapshot ProjectIndex::prepare(std::vector<ProjectEntry> pro
     return std::make_shared<const Snapshot>(Snapshot{std::move(projects), std::move(searchIndex)});
 }
 
-void ProjectIndex::showCache() {
-    const auto show = [this](SharedSnapshot cached) {
-        if (cached->projects.empty())
+void ProjectIndex::showCache(CachedList cached) {
+    const auto show = [this](SharedSnapshot list) {
+        if (list->projects.empty())
             return;
-        install(std::move(cached));
+        install(std::move(list));
         if (onUpdate)
             onUpdate();
     };
-    const QString path = cachePath();
-    if (isQuickToRead(path)) {
-        show(prepare(readCache<ProjectEntry>(path)));
+    if (isQuickToRead(cachePath())) {
+        show(cached.get());
         return;
     }
-    tasks_.start([=, this, generation = generation_](const std::stop_token &) {
-        SharedSnapshot cached = prepare(readCache<ProjectEntry>(path));
-        QMetaObject::invokeMethod(
-            this,
-            [=, this, cached = std::move(cached)]() mutable {
-                if (generation == generation_)
-                    show(std::move(cached));
-                else
-                    discard(std::move(cached));
-            },
-            Qt::QueuedConnection);
-    });
+    tasks_.start(
+        [=, this, generation = generation_,
+         reading = std::make_shared<CachedList>(std::move(cached))](const std::stop_token &) {
+            QMetaObject::invokeMethod(
+                this,
+                [=, this, list = reading->get()]() mutable {
+                    if (generation == generation_)
+                        show(std::move(list));
+                    else
+                        discard(std::move(list));
+                },
+                Qt::QueuedConnection);
+        });
 }
 
 void ProjectIndex::install(SharedSnapshot snapshot) {

@@ -10,6 +10,7 @@
 #include <QObject>
 
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -29,10 +30,10 @@ public:
     ProjectIndex(const UserDefaults &defaults, const Volumes &volumes, QObject *parent = nullptr);
 
     /** The present list. Valid until the next replacement. */
-    const std::vector<ProjectEntry> &projects() const { return snapshot_->projects; }
+    const std::vector<ProjectEntry> &projects() const;
 
     /** The names of projects(), prepared for matching; replaced with the list. */
-    ProjectSearchIndex &searchIndex() { return *snapshot_->searchIndex; }
+    ProjectSearchIndex &searchIndex();
 
     /** True from the start of a scan until a scan's result has been applied. */
     bool scanning() const { return scanning_; }
@@ -45,26 +46,27 @@ public:
         otherwise those of the default ones that exist. Paths; possibly none. */
     QStringList roots() const;
 
+    struct Snapshot;
+    using SharedSnapshot = std::shared_ptr<const Snapshot>;
+    /** The list of the last run, empty when there is none; its destructor waits for it. */
+    using CachedList = std::future<SharedSnapshot>;
+
+    /** Starts to read the cache. For who has something else to do before load(); any thread, and
+        needs no event loop. */
+    static CachedList readCachedList();
+
     /** Shows the cached list if there is one, then starts a scan and returns. A cache too large to
-        be read in passing is read in the background and shown unless a scan was faster. May be
-        called again at any time: scans overlap, and the list is that of the scan that ends last. */
-    void load();
+        be waited for is shown when it is read, unless a scan was faster. May be called again at
+        any time: scans overlap, and the list is that of the scan that ends last. */
+    void load(CachedList cached = readCachedList());
 
 Q_SIGNALS:
     void projectsChanged();
     void scanningChanged();
 
 private:
-    /** What the main thread installs as a whole, made in the background. */
-    struct Snapshot {
-        std::vector<ProjectEntry> projects;
-        /** Not shared with other threads once installed, and follows the usage from then on. */
-        std::shared_ptr<ProjectSearchIndex> searchIndex;
-    };
-    using SharedSnapshot = std::shared_ptr<const Snapshot>;
-
     static SharedSnapshot prepare(std::vector<ProjectEntry> projects);
-    void showCache();
+    void showCache(CachedList cached);
     void install(SharedSnapshot snapshot);
     void discard(SharedSnapshot snapshot);
     void finish(const SharedSnapshot &snapshot);
@@ -78,5 +80,20 @@ private:
     CacheWriter<ProjectEntry> cacheWriter_;
     TaskGroup tasks_;
 };
+
+/** What the main thread installs as a whole, made in the background. */
+struct ProjectIndex::Snapshot {
+    std::vector<ProjectEntry> projects;
+    /** Not shared with other threads once installed, and follows the usage from then on. */
+    std::shared_ptr<ProjectSearchIndex> searchIndex;
+};
+
+inline const std::vector<ProjectEntry> &ProjectIndex::projects() const {
+    return snapshot_->projects;
+}
+
+inline ProjectSearchIndex &ProjectIndex::searchIndex() {
+    return *snapshot_->searchIndex;
+}
 
 } // namespace corvid

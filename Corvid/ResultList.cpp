@@ -2,6 +2,7 @@
 
 #include "ResultRow.h"
 #include "Style.h"
+#include "Text.h"
 
 #include <QAccessible>
 #include <QMouseEvent>
@@ -34,11 +35,11 @@ QVariant ResultListModel::data(const QModelIndex &index, int role) const {
     const ResultItem &item = row(index);
     switch (role) {
     case Qt::DisplayRole:
-        return item.title;
+        return displayLine(item.title);
     case Qt::AccessibleTextRole:
-        return item.badge.isEmpty() ? item.title : item.title + u", "_s + item.badge;
+        return displayLine(item.badge.isEmpty() ? item.title : item.title + u", "_s + item.badge);
     case Qt::AccessibleDescriptionRole:
-        return item.subtitle;
+        return displayLine(item.subtitle);
     default:
         return {};
     }

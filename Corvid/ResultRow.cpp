@@ -4,6 +4,7 @@
 #include "Shapes.h"
 #include "Style.h"
 #include "Symbol.h"
+#include "Text.h"
 
 #include <QImage>
 #include <QPainter>
@@ -36,10 +37,9 @@ QString symbolOf(const ResultItem &item) {
 }
 
 void drawElided(QPainter &painter, const QRect &line, const QString &text) {
-    // A line break in a name must not push the rest of the text out of the row.
-    QString oneLine = text;
-    oneLine.replace(u'\n', u' ');
-    const QString elided = painter.fontMetrics().elidedText(oneLine, Qt::ElideRight, line.width());
+    // A name comes from outside and must neither break the row nor pass for another one.
+    const QString elided =
+        painter.fontMetrics().elidedText(displayLine(text), Qt::ElideRight, line.width());
     painter.drawText(line, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine, elided);
 }
 
@@ -113,7 +113,7 @@ void ResultRow::paint(QPainter *painter, const QStyleOptionViewItem &option,
     if (!item.badge.isEmpty()) {
         const QFontMetrics metrics(badgeFont_);
         const int longest = row.width() / 2;
-        const QString text = metrics.elidedText(item.badge, Qt::ElideRight, longest);
+        const QString text = metrics.elidedText(displayLine(item.badge), Qt::ElideRight, longest);
         const int width = metrics.horizontalAdvance(text) + 2 * style::badgePaddingX;
         const int height = metrics.height() + 2 * style::badgePaddingY;
         const QRect badge =

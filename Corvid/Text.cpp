@@ -14,6 +14,10 @@ bool isPlainAscii(QStringView text) {
                        [](QChar c) { return c.unicode() < 0x80 && c != u'\r'; });
 }
 
+bool breaksLine(QChar c) {
+    return c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
+}
+
 bool isDisplayed(char16_t c) {
     if (c < 0x20)
         return c == u'\n' || c == u'\t';
@@ -36,10 +40,26 @@ QString displayText(const QString &text) {
     QString shown;
     shown.reserve(text.size());
     for (const QChar c : text) {
-        if (c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
+        if (breaksLine(c))
             shown += u'\n';
         else if (isDisplayed(c.unicode()))
             shown += c;
+    }
+    return shown;
+}
+
+QString displayLine(const QString &text) {
+    const bool isLine = std::all_of(text.begin(), text.end(), [](QChar c) {
+        // Everything from the space to the delete character is shown as it is.
+        return (c >= u' ' && c < u'\x7f') ||
+               (c > u' ' && !breaksLine(c) && isDisplayed(c.unicode()));
+    });
+    if (isLine)
+        return text;
+    QString shown = displayText(text);
+    for (QChar &c : shown) {
+        if (c == u'\n' || c == u'\t')
+            c = u' ';
     }
     return shown;
 }

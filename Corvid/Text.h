@@ -19,6 +19,10 @@ QString folded(const QString &text);
     each UTF-16 unit by itself, so that a text may be passed through in pieces. */
 QString displayText(const QString &text);
 
+/** The same on one line: line feeds, separators and tabs become spaces. Copies nothing in the
+    usual case that there is nothing to change. */
+QString displayLine(const QString &text);
+
 /**
  * A folded string seen as characters (extended grapheme clusters). Does not own its memory.
  * In nearly every string each character is one UTF-16 unit; then `bounds` is empty and a

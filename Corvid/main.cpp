@@ -2,20 +2,22 @@
 #include "AppDelegate.h"
 #include "CommandLine.h"
 #include "HotKeyManager.h"
-#include "Platform/ClickMonitor.h"
 #include "Platform/Linux/BusInstance.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
+#include "Platform/Linux/CoreDumps.h"
 #include "Platform/Linux/GioDesktopEntries.h"
 #include "Platform/Linux/JsonUserDefaults.h"
 #include "Platform/Linux/LinuxDesktop.h"
+#include "Platform/Linux/LinuxSecretStore.h"
 #include "Platform/Linux/LinuxSystemLog.h"
 #include "Platform/Linux/LinuxTrayWatch.h"
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
+#include "Platform/Linux/PlatformChoice.h"
 #include "Platform/Linux/PortalAppearance.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/X11HotKeys.h"
-#include "Platform/PanelSurface.h"
+#include "RoleCatalog.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
@@ -25,6 +27,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <future>
 #include <memory>
 
 #include <malloc.h>
@@ -57,12 +60,17 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         // Standard error is the answer: no word of Qt's about the surroundings goes there.
         QLoggingCategory::setFilterRules(QStringLiteral("*.warning=false"));
-    } else if (!displayIsReachable()) {
+    } else if (!choosePlatform()) {
         std::fputs("Corvid needs a display: start it in a desktop session, or set DISPLAY or "
                    "WAYLAND_DISPLAY.\n",
                    stderr);
         return 1;
     }
+    // Decoding what is stored takes about as long as the toolkit needs to start: side by side.
+    const std::future<void> roles =
+        std::async(std::launch::async, [] { static_cast<void>(RoleCatalog::shared()); });
+    AppDelegate::CachedLists cachedLists = AppDelegate::readCachedLists();
+
     // Our arguments are not the toolkit's: it would take some of them out of a query's text.
     int argc = 1;
     QApplication application(argc, argv);
@@ -82,21 +90,27 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     LinuxSystemLog log;
     const GioDesktopEntries desktopEntries;
     const LinuxVolumes volumes;
-    const std::unique_ptr<PanelSurface> panelSurface = makePanelSurface();
-    const std::unique_ptr<ClickMonitor> clickMonitor = makeClickMonitor();
-    LinuxWorkspace workspace(desktopEntries,
-                             {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
+    const PanelDesktop panelDesktop = makePanelDesktop();
+    LinuxWorkspace workspace(desktopEntries, {environment,
+                                              {qgetenv("DISPLAY"), qgetenv("WAYLAND_DISPLAY")},
+                                              panelDesktop.activationToken,
+                                              highestDevicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
+    LinuxSecretStore secrets;
+    AIService::installSecrets(&secrets);
     LinuxTrayWatch tray;
     PortalAppearance appearance;
     X11HotKeys hotKeys(qgetenv("DISPLAY"));
     HotKeyManager::installBackend(&hotKeys);
 
-    AppDelegate delegate({defaults, workspace, pasteboard, log, desktopEntries, volumes,
-                          *panelSurface, clickMonitor.get(), HotKeyManager::shared(), instance,
-                          tray, appearance, AIService::shared()});
-    const auto finishLaunching = [&] { delegate.applicationDidFinishLaunching(commandLine); };
+    AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
+                          *panelDesktop.surface, panelDesktop.clickMonitor.get(),
+                          HotKeyManager::shared(), instance, tray, appearance,
+                          AIService::shared()});
+    const auto finishLaunching = [&] {
+        delegate.applicationDidFinishLaunching(commandLine, std::move(cachedLists));
+    };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
     return QApplication::exec();
 }
@@ -120,6 +134,7 @@ int main(int argc, char **argv) {
         return 0;
     }
 
+    forbidCoreDumps();
     BusInstance instance;
     if (!commandLine.isDiagnostic()) {
         switch (instance.claim(commandLine.wishesOfRunning(), ActivationToken::fromEnvironment())) {

@@ -1,6 +1,5 @@
 #include "resource_bundle_accessor.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 
@@ -9,9 +8,11 @@ namespace corvid {
 using namespace Qt::Literals::StringLiterals;
 
 QString resourceBundle() {
-    return chooseResourceBundle(QDir::cleanPath(QCoreApplication::applicationDirPath() +
-                                                "/../share/corvid/Corvid_Corvid.bundle"_L1),
-                                QStringLiteral(CORVID_BUILD_BUNDLE));
+    // Not by the application object: the resources are read while that is being made.
+    const QString folder = QFileInfo(u"/proc/self/exe"_s).canonicalPath();
+    return chooseResourceBundle(
+        QDir::cleanPath(folder + "/../share/corvid/Corvid_Corvid.bundle"_L1),
+        QStringLiteral(CORVID_BUILD_BUNDLE));
 }
 
 QString chooseResourceBundle(const QString &installed, const QString &buildTree) {

@@ -6,9 +6,8 @@ namespace corvid {
 
 /**
  * The folder of the resources shipped with the program, "Corvid_Corvid.bundle": beside the
- * installed data (<folder of the executable>/../share/corvid), else the build tree's. Any thread,
- * once the application object exists. Without it the program was packaged wrongly, and stops
- * saying so.
+ * installed data (<folder of the executable>/../share/corvid), else the build tree's. Any thread.
+ * Without it the program was packaged wrongly, and stops saying so.
  */
 QString resourceBundle();
 

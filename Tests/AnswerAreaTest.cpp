@@ -113,6 +113,11 @@ TEST_F(AnswerAreaTest, markupIsText) {
     EXPECT_EQ(area.document()->firstBlock().text(), u"<h1>q</h1>");
 }
 
+TEST_F(AnswerAreaTest, aQuestionStandsOnOneLineWithoutWhatIsNotSeen) {
+    area.setQuestion(u"what \u202e is\n\tthis\u0007\ufdd0"_s);
+    EXPECT_EQ(area.document()->firstBlock().text(), u"what is this");
+}
+
 TEST_F(AnswerAreaTest, itFollowsItsEndUnlessTheReaderScrolledUp) {
     QString text = u"line\n"_s.repeated(100);
     grow(text);

@@ -64,6 +64,7 @@ protected:
     FakeUserDefaults &defaults = sharedDefaults();
     FakeWorkspace workspace;
     FakePasteboard pasteboard;
+    FakeSecretStore secrets;
     FakeSystemLog log;
     FakeDesktopEntries entries;
     FakeVolumes volumes;
@@ -76,10 +77,11 @@ protected:
     FakeAppearanceSettings appearance;
     AIService ai{defaults, nullptr};
     std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
-    std::optional<AppDelegate> owned{
-        std::in_place, AppDelegate::Platform{defaults, workspace, pasteboard, log, entries, volumes,
-                                             panelSurface, &clickMonitor, hotKeys, instance, tray,
-                                             appearance, ai, [this] { return now; }}};
+    std::optional<AppDelegate> owned{std::in_place,
+                                     AppDelegate::Platform{defaults, workspace, pasteboard, secrets,
+                                                           log, entries, volumes, panelSurface,
+                                                           &clickMonitor, hotKeys, instance, tray,
+                                                           appearance, ai, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
@@ -100,6 +102,22 @@ TEST_F(AppDelegateTest, theFreshScanReplacesTheCachedCatalogAndRefreshes) {
     EXPECT_TRUE(waitUntil([&] {
         return delegate.viewModel().results().front().id == u"web-search"_s;
     })) << "the faked desktop has no applications";
+}
+
+TEST_F(AppDelegateTest, aKeyThatArrivesWhileAQueryIsShownChangesItsList) {
+    launch();
+    delegate.viewModel().setQuery(u"ai"_s);
+    EXPECT_EQ(delegate.viewModel().results().size(), 1U);
+    secrets.set(u"ai-api-key"_s, u"secret"_s);
+    secrets.onChange();
+    EXPECT_TRUE(delegate.viewModel().results().empty());
+}
+
+TEST_F(AppDelegateTest, aKeyThatArrivesAfterTheDelegateIsGoneDoesNothing) {
+    launch();
+    delegate.viewModel().setQuery(u"ai"_s);
+    owned.reset();
+    secrets.onChange();
 }
 
 TEST_F(AppDelegateTest, showOptionShowsThePanelAtStart) {

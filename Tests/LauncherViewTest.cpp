@@ -264,6 +264,27 @@ TEST_F(LauncherViewTest, whatChangesWhileHiddenIsThereWhenShown) {
     EXPECT_EQ(list->currentIndex().row(), 1);
 }
 
+TEST_F(LauncherViewTest, noRowPassesForAnotherByCharactersThatAreNotSeen) {
+    const auto rows = [](const QString &title, const QString &subtitle, const QString &badge) {
+        return std::vector<ResultItem>{{u"id"_s, nullptr, title, subtitle, badge, CopyAI{}}};
+    };
+    const auto grabbed = [this] {
+        QCoreApplication::processEvents();
+        return list->grab().toImage();
+    };
+    list->setRows(rows(u"Open a gnp.exe"_s, u"in here"_s, u"Ap p"_s), 0);
+    const QModelIndex row = list->model()->index(0, 0);
+    const QImage plain = grabbed();
+    list->setRows(rows(u"Open another"_s, u"in here"_s, u"Ap p"_s), 0);
+    EXPECT_NE(grabbed(), plain) << "a row is drawn";
+    list->setRows(
+        rows(u"Open\na \u202egnp.e\u001bxe"_s, u"\u2066in\there\u0007"_s, u"Ap\np\u202d"_s), 0);
+    EXPECT_EQ(grabbed(), plain);
+    EXPECT_EQ(row.data(Qt::DisplayRole), u"Open a gnp.exe"_s);
+    EXPECT_EQ(row.data(Qt::AccessibleTextRole), u"Open a gnp.exe, Ap p"_s);
+    EXPECT_EQ(row.data(Qt::AccessibleDescriptionRole), u"in here"_s);
+}
+
 TEST_F(LauncherViewTest, anEmptyListSaysNoMatches) {
     // The words are painted, so the picture must differ from that of a list with its words off.
     const QImage empty = list->grab().toImage();

@@ -19,6 +19,7 @@ protected:
         qputenv("HOME", home_);
         qunsetenv("XDG_DATA_HOME");
         qunsetenv("XDG_CONFIG_HOME");
+        qunsetenv("XDG_STATE_HOME");
     }
 
     const QByteArray home_;
@@ -62,6 +63,7 @@ TEST_F(Locations, unsetVariablesMeanTheDefaultsBelowHome) {
     qputenv("HOME", "/home/somebody");
     EXPECT_EQ(locations::applicationSupport(), u"/home/somebody/.local/share");
     EXPECT_EQ(locations::configuration(), u"/home/somebody/.config");
+    EXPECT_EQ(locations::state(), u"/home/somebody/.local/state");
 }
 
 TEST_F(Locations, anEmptyOrRelativeVariableCountsAsUnset) {
@@ -69,15 +71,19 @@ TEST_F(Locations, anEmptyOrRelativeVariableCountsAsUnset) {
     for (const char *value : {"", ".", "..", "data", "./data", "~/data", " /data"}) {
         qputenv("XDG_DATA_HOME", value);
         qputenv("XDG_CONFIG_HOME", value);
+        qputenv("XDG_STATE_HOME", value);
         EXPECT_EQ(locations::applicationSupport(), u"/home/somebody/.local/share") << value;
         EXPECT_EQ(locations::configuration(), u"/home/somebody/.config") << value;
+        EXPECT_EQ(locations::state(), u"/home/somebody/.local/state") << value;
     }
 }
 
 TEST_F(Locations, anAbsoluteVariableIsTakenWithoutItsTrailingSlashes) {
     qputenv("XDG_DATA_HOME", "/data//");
     qputenv("XDG_CONFIG_HOME", "/c\xC3\xB6nfig/");
+    qputenv("XDG_STATE_HOME", "/state/");
     EXPECT_EQ(locations::applicationSupport(), u"/data");
+    EXPECT_EQ(locations::state(), u"/state");
     EXPECT_EQ(locations::configuration(), u"/c\u00f6nfig");
 }
 

@@ -105,28 +105,9 @@ INSTANTIATE_TEST_SUITE_P(WithoutManager, AnnouncementTest,
 
 const QString notifies = u"StartupNotify=true"_s;
 
-/** xfwm4's own settings, before it starts. */
-class FocusStealingPrevention {
-public:
-    FocusStealingPrevention() {
-        writeFile(path_, u"<?xml version=\"1.0\"?><channel name=\"xfwm4\" version=\"1.0\">"
-                         "<property name=\"general\" type=\"empty\">"
-                         "<property name=\"prevent_focus_stealing\" type=\"bool\" value=\"true\"/>"
-                         "</property></channel>"_s);
-    }
-    ~FocusStealingPrevention() { QFile::remove(path_); }
+class PreventionTest : public StartupTest {};
 
-private:
-    const QString path_ =
-        QDir::homePath() + "/.config/xfce4/xfconf/xfce-perchannel-xml/xfwm4.xml"_L1;
-};
-
-class PreventionTest : private FocusStealingPrevention, public StartupTest {
-protected:
-    PreventionTest() : StartupTest(XServer::Manager::Xfwm4) {}
-};
-
-INSTANTIATE_TEST_SUITE_P(Xfwm, PreventionTest, ::testing::Values(XServer::Manager::Xfwm4));
+INSTANTIATE_TEST_SUITE_P(Xfwm, PreventionTest, ::testing::Values(XServer::Manager::WaryXfwm4));
 
 } // namespace
 

@@ -7,7 +7,8 @@ int main(int argc, char **argv) {
     ::testing::InitGoogleTest(&argc, argv);
     const QTemporaryDir home;
     qputenv("HOME", home.path().toLocal8Bit());
-    for (const char *variable : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"})
+    for (const char *variable :
+         {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME"})
         qunsetenv(variable);
     const QCoreApplication application(argc, argv);
     return RUN_ALL_TESTS();

@@ -82,3 +82,20 @@ TEST(Text, shownTextMayBePassedThroughInPieces) {
     for (qsizetype cut = 0; cut <= text.size(); ++cut)
         EXPECT_EQ(displayText(text.first(cut)) + displayText(text.sliced(cut)), displayText(text));
 }
+
+TEST(Text, aShownLineIsShownTextOnOneLine) {
+    EXPECT_EQ(displayLine(u"one\r\ntwo\u2028three\u2029four\tfive"_s), u"one two three four five");
+    EXPECT_EQ(displayLine(u"open \u202egnp\u202c\u2066.exe\u0085\u007f\u001b[1m"_s),
+              u"open gnp.exe[1m");
+    for (char16_t c = 1; c != 0; ++c) {
+        const QString text = u"a"_s + QChar(c) + u'b';
+        QString expected = displayText(text);
+        expected.replace(u'\n', u' ').replace(u'\t', u' ');
+        ASSERT_EQ(displayLine(text), expected) << "U+" << std::hex << int(c);
+    }
+}
+
+TEST(Text, aShownLineWithNothingToChangeIsNotCopied) {
+    const QString text = u"Visual Studio é 日本語 \U0001F468\u200d\U0001F469"_s;
+    EXPECT_EQ(displayLine(text).constData(), text.constData());
+}

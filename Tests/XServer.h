@@ -2,6 +2,8 @@
 
 #include "Dependent.h"
 
+#include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
@@ -19,7 +21,12 @@ using namespace Qt::Literals::StringLiterals;
 /** An X server of the test's own, with a window manager if asked for. Gone when destroyed. */
 class XServer {
 public:
-    enum class Manager { None, Openbox, Xfwm4 };
+    enum class Manager {
+        None,
+        Openbox,
+        Xfwm4,
+        WaryXfwm4, ///< lets no window take the focus that the user did not ask for
+    };
 
     explicit XServer(Manager manager = Manager::Openbox, const QString &screen = u"800x600x24"_s) {
         makeDependent(server_);
@@ -46,7 +53,9 @@ public:
     /** Returns when windows are managed. */
     void startManager(Manager manager = Manager::Openbox) {
         makeDependent(manager_);
-        if (manager == Manager::Xfwm4) {
+        if (manager == Manager::Xfwm4 || manager == Manager::WaryXfwm4) {
+            if (manager == Manager::WaryXfwm4)
+                preventFocusStealing();
             manager_.setProcessEnvironment(environmentWithSettings());
             manager_.start(u"xfwm4"_s, {u"--compositor=off"_s});
         } else {
@@ -101,6 +110,17 @@ private:
         result.insert(u"DBUS_SESSION_BUS_ADDRESS"_s,
                       QString::fromLatin1(managersBus_.readLine().trimmed()));
         return result;
+    }
+
+    void preventFocusStealing() {
+        const QString folder =
+            managersHome_.filePath(u".config/xfce4/xfconf/xfce-perchannel-xml"_s);
+        QFile file(folder + "/xfwm4.xml"_L1);
+        ASSERT_TRUE(QDir().mkpath(folder) && file.open(QIODevice::WriteOnly));
+        file.write("<?xml version=\"1.0\"?><channel name=\"xfwm4\" version=\"1.0\">"
+                   "<property name=\"general\" type=\"empty\">"
+                   "<property name=\"prevent_focus_stealing\" type=\"bool\" value=\"true\"/>"
+                   "</property></channel>");
     }
 
     static void stop(QProcess &process) {

@@ -16,6 +16,9 @@ public:
             return std::nullopt;
         return *secret;
     }
+    void set(const QString &account, const QString &secret) override {
+        secrets.insert(account, secret);
+    }
 };
 
 } // namespace corvid

@@ -9,6 +9,7 @@
 #include "Fakes/FakeVolumes.h"
 #include "Fakes/FakeWorkspace.h"
 #include "JsonCache.h"
+#include "KeychainHelper.h"
 #include "LauncherViewModel.h"
 #include "Locations.h"
 #include "ProjectIndex.h"
@@ -43,7 +44,7 @@ public:
     LauncherWorld(const std::vector<AppEntry> &apps, const std::vector<ProjectEntry> &projectList,
                   const RoleCatalog::Taxonomy &taxonomy = {})
         : roles(taxonomy), catalog(workspace, desktopEntries, roles), projects(defaults, volumes),
-          model({defaults, stats, roles, workspace, pasteboard, &secrets, ai}) {
+          model({defaults, stats, roles, workspace, pasteboard, keychain, ai}) {
         // Caches of its own: the scans of an earlier world may still be writing theirs.
         qputenv("XDG_DATA_HOME", folder.path().toLocal8Bit());
         writeCache(locations::cacheFile(QStringLiteral("catalog.json")), apps);
@@ -81,6 +82,7 @@ public:
     FakeWorkspace workspace;
     FakePasteboard pasteboard;
     FakeSecretStore secrets;
+    KeychainHelper keychain{secrets};
     FakeDesktopEntries desktopEntries;
     FakeVolumes volumes;
     UsageStats stats{defaults};

@@ -1,5 +1,6 @@
 #include "Platform/Linux/DetachedProcess.h"
 
+#include "Platform/Linux/CoreDumps.h"
 #include "Platform/Linux/GLibPointers.h"
 
 #include <QFile>
@@ -55,6 +56,7 @@ private:
 // Runs in the forked child, where only async-signal-safe calls are allowed.
 void prepareChild(gpointer data) {
     setsid();
+    allowCoreDumpsInChild();
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -93,6 +95,8 @@ DetachedProcess startDetached(const DetachedCommand &command) {
         variables.insert(u"GIO_LAUNCHED_DESKTOP_FILE"_s, command.desktopFile);
     if (!command.startupId.isEmpty())
         variables.insert(u"DESKTOP_STARTUP_ID"_s, QString::fromUtf8(command.startupId));
+    if (!command.activationToken.isEmpty())
+        variables.insert(u"XDG_ACTIVATION_TOKEN"_s, QString::fromUtf8(command.activationToken));
     const QStringList definitions = variables.toStringList();
     for (const QString &definition : definitions)
         environment.add(QFile::encodeName(definition));

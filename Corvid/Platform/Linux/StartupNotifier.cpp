@@ -126,6 +126,7 @@ public:
     std::vector<QByteArray> idsOfWindows() {
         const auto windows = x11::numbersOf(property(root_, clientList_, longestList).get());
         std::vector<QByteArray> ids;
+        ids.reserve(windows.size());
         for (const std::uint32_t window : windows)
             ids.push_back(x11::bytesOf(property(window, startupId_, longestId).get()));
         return ids;

@@ -1,0 +1,281 @@
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <xcb/damage.h>
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
+
+/** What benchmarks need to look at a program from outside: its display and its process. Whatever
+    goes wrong ends the benchmark. */
+namespace corvid::bench {
+
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::duration<double, std::milli>;
+using namespace std::chrono_literals;
+
+inline constexpr xcb_keycode_t keyAlt = 64;
+inline constexpr xcb_keycode_t keyK = 45;
+inline constexpr auto longestWait = 5s;
+// After the last change within this time a frame counts as complete; the caret blinks more slowly.
+inline constexpr auto quiet = 60ms;
+
+struct Free {
+    void operator()(void *memory) const { std::free(memory); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, Free>;
+
+[[noreturn]] inline void fail(const char *what) {
+    std::fprintf(stderr, "benchmark: %s\n", what);
+    std::exit(1);
+}
+
+/** The display: presses keys, finds windows by their title, tells when pixels change. */
+class Display {
+public:
+    Display() : connection_(xcb_connect(nullptr, nullptr)) {
+        if (xcb_connection_has_error(connection_))
+            fail("no display");
+        root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
+        const auto *extension = xcb_get_extension_data(connection_, &xcb_damage_id);
+        if (!extension->present)
+            fail("the display has no damage extension");
+        damageEvent_ = extension->first_event;
+        const Reply<xcb_damage_query_version_reply_t> version(xcb_damage_query_version_reply(
+            connection_, xcb_damage_query_version(connection_, 1, 1), nullptr));
+        const uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+        xcb_change_window_attributes(connection_, root_, XCB_CW_EVENT_MASK, &mask);
+        xcb_damage_create(connection_, xcb_generate_id(connection_), root_,
+                          XCB_DAMAGE_REPORT_LEVEL_RAW_RECTANGLES);
+        xcb_flush(connection_);
+    }
+    ~Display() { xcb_disconnect(connection_); }
+    Display(const Display &) = delete;
+    Display &operator=(const Display &) = delete;
+
+    xcb_connection_t *connection() const { return connection_; }
+    xcb_window_t root() const { return root_; }
+    bool isDamage(const xcb_generic_event_t &event) const {
+        return (event.response_type & 0x7f) == damageEvent_ + XCB_DAMAGE_NOTIFY;
+    }
+
+    void key(xcb_keycode_t code, bool press) {
+        xcb_test_fake_input(connection_, press ? XCB_KEY_PRESS : XCB_KEY_RELEASE, code,
+                            XCB_CURRENT_TIME, root_, 0, 0, 0);
+    }
+    /** One press and release, sent together; the time is that of the sending. */
+    Clock::time_point tap(xcb_keycode_t code, bool withAlt = false) {
+        if (withAlt)
+            key(keyAlt, true);
+        key(code, true);
+        key(code, false);
+        if (withAlt)
+            key(keyAlt, false);
+        const Clock::time_point sent = Clock::now();
+        xcb_flush(connection_);
+        return sent;
+    }
+
+    /** Waits for pixels to change and to rest again; answers when the last change was reported.
+        Nothing when none comes. Pixels changed by a window that vanishes do not count. */
+    std::optional<Clock::time_point> settled(Clock::duration patience = longestWait) {
+        std::optional<Clock::time_point> last;
+        Clock::time_point deadline = Clock::now() + patience;
+        for (;;) {
+            while (xcb_generic_event_t *event = xcb_poll_for_event(connection_)) {
+                const Reply<xcb_generic_event_t> owned(event);
+                if (isDamage(*event)) {
+                    last = Clock::now();
+                    deadline = *last + quiet;
+                }
+            }
+            const Milliseconds left = deadline - Clock::now();
+            if (left.count() <= 0)
+                return last;
+            pollfd socket{xcb_get_file_descriptor(connection_), POLLIN, 0};
+            poll(&socket, 1, static_cast<int>(left.count()) + 1);
+        }
+    }
+
+    bool isViewable(xcb_window_t window) const {
+        const Reply<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
+            connection_, xcb_get_window_attributes(connection_, window), nullptr));
+        return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+    }
+
+    bool hasFocus(xcb_window_t window) const {
+        const Reply<xcb_get_input_focus_reply_t> focus(
+            xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+        // Toolkits give the focus to a window within theirs, too.
+        xcb_window_t at = root_;
+        if (focus)
+            at = focus->focus;
+        while (at > XCB_INPUT_FOCUS_POINTER_ROOT && at != root_) {
+            if (at == window)
+                return true;
+            const Reply<xcb_query_tree_reply_t> tree(
+                xcb_query_tree_reply(connection_, xcb_query_tree(connection_, at), nullptr));
+            if (!tree)
+                return false;
+            at = tree->parent;
+        }
+        return false;
+    }
+
+    std::optional<xcb_window_t> named(const std::string &title) const {
+        return namedBelow(root_, title);
+    }
+
+    template <typename Condition>
+    static void await(const char *what, const Condition &condition) {
+        const Clock::time_point deadline = Clock::now() + longestWait;
+        while (!condition()) {
+            if (Clock::now() > deadline)
+                fail(what);
+            std::this_thread::sleep_for(1ms);
+        }
+    }
+
+private:
+    std::optional<xcb_window_t> namedBelow(xcb_window_t window, const std::string &title) const {
+        const Reply<xcb_get_property_reply_t> name(xcb_get_property_reply(
+            connection_,
+            xcb_get_property(connection_, false, window, XCB_ATOM_WM_NAME, XCB_ATOM_ANY, 0, 64),
+            nullptr));
+        if (name &&
+            std::string(static_cast<const char *>(xcb_get_property_value(name.get())),
+                        static_cast<std::size_t>(xcb_get_property_value_length(name.get()))) ==
+                title &&
+            isLarge(window))
+            return window;
+        const Reply<xcb_query_tree_reply_t> tree(
+            xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window), nullptr));
+        if (!tree)
+            return std::nullopt;
+        const xcb_window_t *children = xcb_query_tree_children(tree.get());
+        for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i)
+            if (const auto found = namedBelow(children[i], title))
+                return found;
+        return std::nullopt;
+    }
+    // Toolkits have helper windows of the same name.
+    bool isLarge(xcb_window_t window) const {
+        const Reply<xcb_get_geometry_reply_t> geometry(
+            xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
+        return geometry && geometry->width >= 400;
+    }
+
+    xcb_connection_t *connection_;
+    xcb_window_t root_ = XCB_WINDOW_NONE;
+    int damageEvent_ = 0;
+};
+
+/** The program that is measured; ended with the object. */
+class Program {
+public:
+    explicit Program(char *const *command, const char *more = nullptr) {
+        std::vector<char *> arguments;
+        for (; *command; ++command)
+            arguments.push_back(*command);
+        std::string option(more ? more : "");
+        if (more)
+            arguments.push_back(option.data());
+        arguments.push_back(nullptr);
+        started_ = Clock::now();
+        id_ = fork();
+        if (id_ == 0) {
+            const int null = open("/dev/null", O_WRONLY);
+            dup2(null, STDOUT_FILENO);
+            dup2(null, STDERR_FILENO);
+            execv(arguments.front(), arguments.data());
+            _exit(127);
+        }
+    }
+    ~Program() {
+        kill(id_, SIGTERM);
+        waitpid(id_, nullptr, 0);
+    }
+    Program(const Program &) = delete;
+    Program &operator=(const Program &) = delete;
+
+    Clock::time_point started() const { return started_; }
+
+    double pss() const {
+        std::ifstream file(folder() / "smaps_rollup");
+        for (std::string line; std::getline(file, line);)
+            if (line.rfind("Pss:", 0) == 0)
+                return std::stod(line.substr(4)) / 1024;
+        fail("no memory figures");
+    }
+    long fileDescriptors() const { return entries("fd"); }
+    long threads() const { return entries("task"); }
+
+    long contextSwitches() const {
+        long sum = 0;
+        for (const auto &task : std::filesystem::directory_iterator(folder() / "task")) {
+            std::ifstream file(task.path() / "status");
+            for (std::string line; std::getline(file, line);)
+                if (line.rfind("voluntary_ctxt_switches:", 0) == 0)
+                    sum += std::stol(line.substr(line.find(':') + 1));
+        }
+        return sum;
+    }
+    /** Milliseconds of processor time so far, by the scheduler's nanoseconds. */
+    double cpu() const {
+        double sum = 0;
+        for (const auto &task : std::filesystem::directory_iterator(folder() / "task")) {
+            std::ifstream file(task.path() / "schedstat");
+            double nanoseconds = 0;
+            file >> nanoseconds;
+            sum += nanoseconds / 1e6;
+        }
+        return sum;
+    }
+
+    /** The same of the main thread alone. */
+    double mainThreadCpu() const {
+        std::ifstream file(folder() / "task" / std::to_string(id_) / "schedstat");
+        double nanoseconds = 0;
+        file >> nanoseconds;
+        return nanoseconds / 1e6;
+    }
+
+private:
+    std::filesystem::path folder() const {
+        return std::filesystem::path("/proc") / std::to_string(id_);
+    }
+    long entries(const char *name) const {
+        const std::filesystem::directory_iterator all(folder() / name);
+        return static_cast<long>(std::distance(begin(all), end(all)));
+    }
+
+    pid_t id_ = -1;
+    Clock::time_point started_;
+};
+
+struct Summary {
+    double median, p95;
+};
+
+inline Summary summary(std::vector<double> samples) {
+    std::ranges::sort(samples);
+    return {samples[samples.size() / 2], samples[samples.size() * 95 / 100]};
+}
+
+} // namespace corvid::bench

@@ -1,0 +1,197 @@
+// Questions to an AI endpoint as a person asks them: the whole program, real keys, a real server,
+// and what stands in the panel as a screen reader finds it.
+
+#include "ChatServer.h"
+#include "Platform/Linux/FileSecretStore.h"
+#include "ScreenReader.h"
+
+#include <QDirIterator>
+#include <QJsonArray>
+
+#include <gtest/gtest.h>
+
+#include <future>
+
+using namespace corvid::test;
+
+namespace {
+
+using Connection = ChatServer::Connection;
+using Request = ChatServer::Request;
+
+const QString key = u"sk-nobody-else-may-see-this"_s;
+const QByteArray streamHead = "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n";
+
+QByteArray json(const QJsonObject &object) {
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+QJsonObject choice(const QString &part, const QString &content) {
+    return {{u"choices"_s, QJsonArray{QJsonObject{{part, QJsonObject{{u"content"_s, content}}}}}}};
+}
+
+QByteArray piece(const QString &text) {
+    return "data: " + json(choice(u"delta"_s, text)) + "\n\n";
+}
+
+QByteArray intentReply(const QJsonObject &intent) {
+    const QByteArray body = json(choice(u"message"_s, QString::fromUtf8(json(intent))));
+    return "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" +
+           body;
+}
+
+/** The program with a key and with a server that means `intent` by every query and treats
+    questions as the test says. */
+class AnswerTest : public ScreenReaderTest {
+protected:
+    AnswerTest() {
+        // As the program does where there is no Secret Service with a key.
+        qputenv("HOME", home.path(QString()).toLocal8Bit());
+        EXPECT_TRUE(corvid::FileSecretStore().set(u"ai-api-key"_s, key));
+        writeFile(home.path(u".config/Corvid/defaults.json"_s),
+                  QString::fromUtf8(json({{u"hotkeyKeyCode"_s, 40},
+                                          {u"hotkeyModifiers"_s, 2048},
+                                          {u"aiBaseURL"_s, endpoint.baseURL()}})));
+        launch();
+    }
+    ~AnswerTest() override {
+        // Before what the server's threads use.
+        program.terminate();
+        program.waitForFinished();
+    }
+
+    /** What the panel shows of the question and the answer, a line break as ⏎. */
+    QString answerOf(const QString &question, const QString &end) const {
+        return lineWith({u"| Answer |"_s, u"showing"_s, u"= "_s + question + u'⏎', end})
+            .section(u"⏎"_s, 1);
+    }
+
+    std::function<void(Connection &)> onQuestion = [](Connection &connection) {
+        connection.waitForClose();
+    };
+    QJsonObject intent{{u"action"_s, u"none"_s}};
+    ChatServer endpoint{[this](Connection &connection, const Request &request) {
+        if (request.body.contains("\"stream\":true"))
+            onQuestion(connection);
+        else
+            connection.send(intentReply(intent));
+    }};
+};
+
+} // namespace
+
+TEST_F(AnswerTest, anAnswerShowsAsItComes) {
+    std::promise<void> begin;
+    std::promise<void> goOn;
+    onQuestion = [&](Connection &connection) {
+        connection.send(streamHead);
+        begin.get_future().wait();
+        connection.send(piece(u"The first "_s));
+        goOn.get_future().wait();
+        connection.send(piece(u"words of it.\n<b>Plain</b> \u202etext"_s) + "data: [DONE]\n\n");
+        connection.waitForClose();
+    };
+    type(u"ai what is x"_s);
+    press(u"Return"_s);
+    lineWith({u"| Waiting for the answer |"_s, u"showing"_s});
+    begin.set_value();
+    EXPECT_EQ(answerOf(u"what is x"_s, u"first"_s), u"The first ");
+    goOn.set_value();
+    EXPECT_EQ(answerOf(u"what is x"_s, u"text"_s), u"The first words of it.⏎<b>Plain</b> text");
+    EXPECT_TRUE(panelHasKeyboard());
+}
+
+TEST_F(AnswerTest, escapeEndsTheTransferAndKeepsThePanelAndASecondOneHides) {
+    std::promise<bool> closed;
+    onQuestion = [&](Connection &connection) {
+        connection.send(streamHead + piece(u"endless"_s));
+        closed.set_value(connection.waitForClose());
+    };
+    type(u"ai what is x"_s);
+    press(u"Return"_s);
+    answerOf(u"what is x"_s, u"endless"_s);
+    press(u"Escape"_s);
+    EXPECT_TRUE(closed.get_future().get());
+    EXPECT_TRUE(lineWith({u"Ask AI: what is x, AI"_s, u"selected"_s}).contains(u"showing"_s));
+    EXPECT_TRUE(lineWith({u"| Search |"_s}).endsWith(u"= ai what is x"_s));
+    EXPECT_TRUE(panelHasKeyboard());
+    press(u"Escape"_s);
+    EXPECT_TRUE(eventually([this] { return !panelIsVisible(); }));
+    EXPECT_EQ(program.state(), QProcess::Running);
+}
+
+TEST_F(AnswerTest, whileAServerIsSilentThePanelDoesWhatItAlwaysDoes) {
+    type(u"ai what is x"_s);
+    press(u"Return"_s);
+    lineWith({u"| Waiting for the answer |"_s, u"showing"_s});
+    press(u"Escape"_s);
+    press(u"ctrl+a"_s);
+    type(u"frobn"_s);
+    press(u"Return"_s);
+    EXPECT_EQ(startedWith(), asItsEntrySays);
+}
+
+TEST_F(AnswerTest, anApplicationThatIsMeantComesOnTopAndReturnOpensIt) {
+    intent = {{u"action"_s, u"open_app"_s}, {u"app"_s, u"Frobnicator"_s}};
+    type(u"ai launch the frobbing one"_s);
+    const QString row = lineWith({u"Open Frobnicator, AI"_s, u"selected"_s});
+    EXPECT_TRUE(row.contains(u"AI understood: launch the frobbing one"_s)) << qPrintable(row);
+    press(u"Return"_s);
+    EXPECT_EQ(startedWith(), asItsEntrySays);
+    EXPECT_TRUE(eventually([this] { return !panelIsVisible(); }));
+    EXPECT_TRUE(eventually([this] {
+        const QJsonObject counts = home.defaults()[u"launchCounts"_s].toObject();
+        return counts.size() == 1 && counts.keys()[0].startsWith(u"org.example.Frobnicator|"_s);
+    }));
+    EXPECT_FALSE(home.defaults().contains(u"queryLatches"_s));
+}
+
+TEST_F(AnswerTest, aProjectThatIsMeantOpensInTheEditorThatIsMeant) {
+    intent = {{u"action"_s, u"open_project"_s},
+              {u"project"_s, u"my web"_s},
+              {u"editor"_s, u"Visual Studio Code"_s}};
+    type(u"ai open my web project"_s);
+    lineWith({u"Open my web in Visual Studio Code, AI"_s, u"~/Code/my web"_s, u"selected"_s});
+    press(u"Return"_s);
+    EXPECT_EQ(Trace(home.path(u"editor.trace"_s)).arguments(),
+              QStringList{home.path(u"Code/my web"_s)});
+}
+
+TEST_F(AnswerTest, theKeyGoesToTheEndpointAndNowhereElse) {
+    intent = {{u"action"_s, u"open_app"_s}, {u"app"_s, u"Frobnicator"_s}};
+    onQuestion = [](Connection &connection) {
+        connection.send("HTTP/1.1 401 No\r\nContent-Length: 0\r\n\r\n");
+    };
+    type(u"ai what is x"_s);
+    lineWith({u"Open Frobnicator, AI"_s});
+    press(u"Down"_s);
+    press(u"Return"_s);
+    EXPECT_EQ(answerOf(u"what is x"_s, u"name."_s),
+              u"HTTP 401 from "_s + endpoint.baseURL() +
+                  u". Check endpoint, key, and model name."_s);
+    press(u"Escape"_s);
+    press(u"Up"_s);
+    press(u"Return"_s);
+    const Trace opened(home.path(u"app.trace"_s));
+    for (const Request &request : endpoint.requests())
+        EXPECT_EQ(request.headers["authorization"], "Bearer " + key.toUtf8());
+
+    EXPECT_FALSE(opened.lines.join(u'\n').contains(key)) << "in what a child is given";
+    const QString process = u"/proc/%1/"_s.arg(program.processId());
+    for (const QString &file : {u"cmdline"_s, u"environ"_s})
+        EXPECT_FALSE(readFile(process + file).contains(key)) << qPrintable(file);
+    program.terminate();
+    EXPECT_TRUE(program.waitForFinished());
+    EXPECT_FALSE(program.readAllStandardError().contains(key.toUtf8()));
+    EXPECT_FALSE(program.readAllStandardOutput().contains(key.toUtf8()));
+    int files = 0;
+    QDirIterator all(home.path(QString()), QDir::Files | QDir::Hidden,
+                     QDirIterator::Subdirectories);
+    while (all.hasNext()) {
+        QFile file(all.next());
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << qPrintable(file.fileName());
+        EXPECT_FALSE(file.readAll().contains(key.toUtf8())) << qPrintable(file.fileName());
+        ++files;
+    }
+    EXPECT_GT(files, 5);
+}

@@ -1,0 +1,770 @@
+// The view model's use of AI, with the real client against a real server on this machine.
+
+#include "ChatProtocol.h"
+#include "ChatServer.h"
+#include "Fakes/LauncherWorld.h"
+#include "QtPrinters.h"
+#include "Wait.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <deque>
+#include <future>
+
+using namespace corvid;
+using namespace corvid::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Connection = ChatServer::Connection;
+using Request = ChatServer::Request;
+
+const QByteArray streamHead = "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n";
+constexpr auto debounce = std::chrono::milliseconds(400);
+
+QByteArray chunk(const QString &text) {
+    const QJsonObject delta{{u"delta"_s, QJsonObject{{u"content"_s, text}}}};
+    return "data: " +
+           QJsonDocument(QJsonObject{{u"choices"_s, QJsonArray{delta}}})
+               .toJson(QJsonDocument::Compact) +
+           "\n\n";
+}
+
+QByteArray intentReply(const QJsonObject &intent) {
+    const QJsonObject message{
+        {u"content"_s, QString::fromUtf8(QJsonDocument(intent).toJson(QJsonDocument::Compact))}};
+    const QByteArray body =
+        QJsonDocument(QJsonObject{{u"choices"_s, QJsonArray{QJsonObject{{u"message"_s, message}}}}})
+            .toJson();
+    return "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" +
+           body;
+}
+
+QJsonObject openApp(const QString &name) {
+    return {{u"action"_s, u"open_app"_s}, {u"app"_s, name}};
+}
+
+QJsonObject openProject(const QString &name, const QString &editor) {
+    return {{u"action"_s, u"open_project"_s}, {u"project"_s, name}, {u"editor"_s, editor}};
+}
+
+QString messageOf(const Request &request, int index) {
+    return QJsonDocument::fromJson(request.body)[u"messages"_s][index][u"content"_s].toString();
+}
+/** What was asked. */
+QString promptOf(const Request &request) {
+    return messageOf(request, 1);
+}
+
+/** The pieces of one answer, sent when the test says so. */
+class Feed {
+public:
+    Feed() = default;
+    Feed(const Feed &) = delete;
+    Feed &operator=(const Feed &) = delete;
+    /** Ends the answer and waits for those who serve it. */
+    ~Feed() {
+        end();
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return serving_ == 0; });
+    }
+
+    void push(const QString &text) { put(chunk(text)); }
+    void end() { put({}); }
+
+    void serve(Connection &connection) {
+        std::unique_lock lock(mutex_);
+        ++serving_;
+        QByteArray piece = streamHead;
+        while (!piece.isEmpty()) {
+            lock.unlock();
+            connection.send(piece);
+            lock.lock();
+            changed_.wait(lock, [this] { return !pieces_.empty(); });
+            piece = pieces_.front();
+            pieces_.pop_front();
+        }
+        --serving_;
+        changed_.notify_all();
+    }
+
+private:
+    void put(const QByteArray &piece) {
+        const std::scoped_lock lock(mutex_);
+        pieces_.push_back(piece);
+        changed_.notify_all();
+    }
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<QByteArray> pieces_; ///< an empty one is the end
+    int serving_ = 0;
+};
+
+/** The applications Alpha, Code (an editor) and Beta and the projects api and web, found by real
+    scans, and an endpoint with a key. */
+class LauncherViewModelAITest : public ::testing::Test {
+protected:
+    LauncherViewModelAITest() {
+        world.secrets.secrets.insert(u"ai-api-key"_s, u"sk-test"_s);
+        // The scans of the empty world first: this thread must not touch what they read.
+        EXPECT_TRUE(waitUntil([this] { return scans == 1 && !world.projects.scanning(); }));
+        for (const QString &name : {u"Alpha"_s, u"Beta"_s, u"Code"_s}) {
+            DesktopEntry entry{};
+            entry.id = u"id."_s + name;
+            entry.path = u"/apps/"_s + name + u".desktop"_s;
+            entry.name = name;
+            if (name == "Code"_L1)
+                entry.categories = {u"Development"_s, u"IDE"_s};
+            world.desktopEntries.entries.push_back(entry);
+            world.workspace.icons.insert(entry.path, fakeImage());
+        }
+        for (const QString &name : {u"api"_s, u"web"_s}) {
+            const QDir folder(locations::home() + u"/Code/"_s + name);
+            folder.mkpath(u".git"_s);
+        }
+        world.catalog.load();
+        world.projects.load();
+        EXPECT_TRUE(waitUntil([this] {
+            return scans == 2 && !world.projects.scanning() && world.catalog.icons().size() == 3;
+        }));
+        EXPECT_EQ(world.catalog.apps().size(), 3U);
+        EXPECT_EQ(world.projects.projects().size(), 2U);
+        model.refresh();
+        QObject::connect(&model, &LauncherViewModel::resultsChanged, &model,
+                         [this] { ++publications; });
+    }
+
+    void serve(ChatServer::Answer answer) {
+        server = std::make_unique<ChatServer>(std::move(answer));
+        world.defaults.set(u"aiBaseURL"_s, server->baseURL());
+    }
+    /** Every intent request is answered with this; the others are never. */
+    void serveIntent(const QJsonObject &intent) {
+        serve([intent](Connection &connection, const Request &request) {
+            if (request.body.contains("\"stream\""))
+                connection.waitForClose();
+            else
+                connection.send(intentReply(intent));
+        });
+    }
+    /** Waits for the rows of a query and what it was understood as. */
+    bool resolves(const QString &query) {
+        model.setQuery(query);
+        return waitUntil([this] { return firstId().startsWith("ai-intent"_L1); });
+    }
+    QString firstId() const { return model.results().empty() ? QString() : model.results()[0].id; }
+    QStringList ids() const {
+        QStringList result;
+        for (const ResultItem &row : model.results())
+            result.append(row.id);
+        return result;
+    }
+    QStringList prompts() const {
+        QStringList result;
+        for (const Request &request : server->requests())
+            result.append(promptOf(request));
+        return result;
+    }
+    /** Returns when a reply that the server had sent before has been dealt with: one that was
+        asked for later has. */
+    void waitForEarlierReplies() {
+        bool arrived = false;
+        const AIService::Task task =
+            world.ai.intent(u"barrier"_s, {}, {}, {}, [&](const auto &) { arrived = true; });
+        EXPECT_TRUE(waitUntil([&] { return arrived; }));
+    }
+    /** Lets the time of the debounce and more go by, by the same clock and the same loop. */
+    void outlastDebounce() {
+        bool over = false;
+        QTimer::singleShot(debounce * 2, Qt::PreciseTimer, [&] { over = true; });
+        EXPECT_TRUE(waitUntil([&] { return over; }));
+    }
+    qint64 launches(const QString &key) {
+        return world.defaults.value(u"launchCounts"_s).toObject()[key].toInteger();
+    }
+
+    LauncherWorld world{{}, {}};
+    LauncherViewModel &model = world.model;
+    int scans = 0;
+    const QMetaObject::Connection counting =
+        QObject::connect(&world.catalog, &AppCatalog::appsChanged, &model, [this] { ++scans; });
+    int publications = 0;
+    std::unique_ptr<ChatServer> server;
+};
+
+} // namespace
+
+// What a question means
+
+TEST_F(LauncherViewModelAITest, anApplicationThatWasMeantStandsFirst) {
+    serveIntent(openApp(u"Beta"_s));
+    ASSERT_TRUE(resolves(u"ai  launch the second one "_s));
+    const ResultItem &row = model.results()[0];
+    const AppEntry &beta = world.catalog.apps()[1];
+    EXPECT_EQ(row.id, u"ai-intent-app");
+    EXPECT_EQ(row.icon, world.workspace.icons.value(beta.path));
+    EXPECT_EQ(row.title, u"Open Beta");
+    EXPECT_EQ(row.subtitle, u"AI understood: launch the second one");
+    EXPECT_EQ(row.badge, u"AI");
+    EXPECT_FALSE(row.running);
+    EXPECT_EQ(std::get<OpenApp>(row.action).app.path, beta.path);
+    EXPECT_EQ(ids(), QStringList({u"ai-intent-app"_s, u"ai-ask"_s}));
+}
+
+TEST_F(LauncherViewModelAITest, itsRowNeverSaysRunning) {
+    world.workspace.running = {u"id.Beta"_s};
+    serveIntent(openApp(u"Beta"_s));
+    ASSERT_TRUE(resolves(u"ai x"_s));
+    EXPECT_FALSE(model.results()[0].running);
+}
+
+TEST_F(LauncherViewModelAITest, aProjectThatWasMeantStandsFirstWithItsEditor) {
+    serveIntent(openProject(u"web"_s, u"Code"_s));
+    ASSERT_TRUE(resolves(u"ai open my web project"_s));
+    const ResultItem &row = model.results()[0];
+    EXPECT_EQ(row.id, u"ai-intent-proj");
+    EXPECT_EQ(row.icon, world.catalog.iconForPath(locations::home()));
+    EXPECT_EQ(row.title, u"Open web in Code");
+    EXPECT_EQ(row.subtitle, u"~/Code/web");
+    EXPECT_EQ(row.badge, u"AI");
+    EXPECT_FALSE(row.running);
+    const auto &action = std::get<OpenProject>(row.action);
+    EXPECT_EQ(action.project.path, locations::home() + u"/Code/web"_s);
+    ASSERT_TRUE(action.editor);
+    EXPECT_EQ(action.editor->name, u"Code");
+    EXPECT_EQ(ids(), QStringList({u"ai-intent-proj"_s, u"ai-ask"_s}));
+}
+
+TEST_F(LauncherViewModelAITest, anyApplicationMayBeTheEditor) {
+    serveIntent(openProject(u"api"_s, u"Alpha"_s));
+    ASSERT_TRUE(resolves(u"ai x"_s));
+    EXPECT_EQ(model.results()[0].title, u"Open api in Alpha");
+}
+
+TEST_F(LauncherViewModelAITest, withoutAKnownEditorItIsTheDefaultOne) {
+    for (const QString &editor : {QString(), u"Emacs"_s, u"code"_s}) {
+        serveIntent(openProject(u"api"_s, editor));
+        model.setQuery(QString());
+        ASSERT_TRUE(resolves(u"ai x"_s));
+        EXPECT_EQ(model.results()[0].title, u"Open api in default editor");
+        EXPECT_FALSE(std::get<OpenProject>(model.results()[0].action).editor);
+    }
+}
+
+TEST_F(LauncherViewModelAITest, whatNamesNothingHereChangesNothing) {
+    const QList<QByteArray> replies{
+        intentReply({{u"action"_s, u"none"_s}, {u"app"_s, u"Alpha"_s}}),
+        intentReply({{u"action"_s, u"Open_app"_s}, {u"app"_s, u"Alpha"_s}}),
+        intentReply({{u"app"_s, u"Alpha"_s}}),
+        intentReply(openApp(u"Gamma"_s)),
+        intentReply(openApp(u"alpha"_s)),
+        intentReply(openApp(QString())),
+        intentReply(openApp(u"web"_s)),
+        intentReply(openProject(u"WEB"_s, u"Code"_s)),
+        intentReply(openProject(u"Alpha"_s, u"Code"_s)),
+        "HTTP/1.1 500 No\r\nContent-Length: 0\r\n\r\n",
+        "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhello",
+        "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhe",
+    };
+    for (const QByteArray &reply : replies) {
+        serve([reply](Connection &connection, const Request &) { connection.send(reply); });
+        model.setQuery(QString());
+        model.setQuery(u"ai x"_s);
+        const int before = publications;
+        ASSERT_TRUE(waitUntil([this] { return !server->requests().empty(); }));
+        waitForEarlierReplies();
+        EXPECT_EQ(publications, before) << reply.constData();
+        EXPECT_EQ(ids(), QStringList(u"ai-ask"_s)) << reply.constData();
+    }
+}
+
+TEST_F(LauncherViewModelAITest, theModelIsToldEveryNameInItsOrderAndWhichAreEditors) {
+    serveIntent(openApp(u"Alpha"_s));
+    ASSERT_TRUE(resolves(u"AI  Open It "_s));
+    ASSERT_EQ(server->requests().size(), 1U);
+    const Request request = server->requests().front();
+    EXPECT_EQ(promptOf(request), u"Open It");
+    EXPECT_TRUE(messageOf(request, 0)
+                    .endsWith(u"\nAPPS: Alpha, Beta, Code\nPROJECTS: api, web\nEDITORS: Code"_s))
+        << qPrintable(messageOf(request, 0));
+}
+
+TEST_F(LauncherViewModelAITest, theRowIsPublishedOnceAndFlushedAndTheSelectionStays) {
+    serveIntent(openApp(u"Alpha"_s));
+    model.setQuery(u"ai x"_s);
+    const int before = publications;
+    int flushes = 0;
+    int moves = 0;
+    ASSERT_TRUE(waitUntil([this] { return !server->requests().empty(); }));
+    QObject::connect(&model, &LauncherViewModel::displayFlushRequested, &model, [&] { ++flushes; });
+    QObject::connect(&model, &LauncherViewModel::selectedChanged, &model, [&] { ++moves; });
+    ASSERT_TRUE(waitUntil([this] { return model.results().size() == 2; }));
+    EXPECT_EQ(publications, before + 1);
+    EXPECT_TRUE(waitUntil([&] { return flushes == 1; }));
+    EXPECT_EQ(model.selected(), 0);
+    EXPECT_EQ(moves, 0);
+}
+
+TEST_F(LauncherViewModelAITest, theGivenRowsFollowUnchanged) {
+    serveIntent(openApp(u"Alpha"_s));
+    const ResultItem base{u"given"_s, nullptr, u"Given"_s, u"s"_s, u"b"_s, CopyAI{u"x"_s}};
+    model.fetchIntent(u"x"_s, {base, base});
+    ASSERT_TRUE(waitUntil([this] { return !model.results().empty(); }));
+    EXPECT_EQ(ids(), QStringList({u"ai-intent-app"_s, u"given"_s, u"given"_s}));
+    EXPECT_EQ(model.results()[1].title, u"Given");
+}
+
+TEST_F(LauncherViewModelAITest, whatIsTypedOnWithinTheDebounceIsNeverAskedFor) {
+    serveIntent(openApp(u"Alpha"_s));
+    QElapsedTimer sinceLastKey;
+    for (const QString &text : {u"ai o"_s, u"ai op"_s, u"ai ope"_s, u"ai open"_s}) {
+        model.setQuery(text);
+        sinceLastKey.start();
+        QCoreApplication::processEvents();
+    }
+    // Not before its time, by the clock.
+    QTimer tick;
+    tick.start(1);
+    while (server->connections() == 0 && !sinceLastKey.hasExpired(10'000))
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    EXPECT_GE(sinceLastKey.elapsed(), debounce.count());
+    ASSERT_TRUE(waitUntil([this] { return firstId() == u"ai-intent-app"; }));
+    EXPECT_EQ(prompts(), QStringList(u"open"_s));
+}
+
+TEST_F(LauncherViewModelAITest, anAnswerToAnEarlierQueryIsDroppedAndItsConnectionClosed) {
+    std::promise<bool> closed;
+    serve([&](Connection &connection, const Request &request) {
+        if (promptOf(request) == "first"_L1) {
+            closed.set_value(connection.waitForClose());
+            connection.send(intentReply(openApp(u"Alpha"_s)));
+        } else {
+            connection.send(intentReply(openApp(u"Beta"_s)));
+        }
+    });
+    model.setQuery(u"ai first"_s);
+    ASSERT_TRUE(waitUntil([this] { return !server->requests().empty(); }));
+    ASSERT_TRUE(resolves(u"ai second"_s));
+    EXPECT_TRUE(closed.get_future().get());
+    EXPECT_EQ(model.results()[0].title, u"Open Beta");
+    waitForEarlierReplies();
+    EXPECT_EQ(ids(), QStringList({u"ai-intent-app"_s, u"ai-ask"_s}));
+    EXPECT_EQ(model.results()[0].title, u"Open Beta");
+}
+
+TEST_F(LauncherViewModelAITest, everyRefreshEndsWhatIsUnderWay) {
+    serveIntent(openApp(u"Alpha"_s));
+    for (const QString &next : {u"Alpha"_s, u"ai"_s, u""_s, u"2+3"_s}) {
+        model.setQuery(u"ai x"_s);
+        model.setQuery(next);
+    }
+    model.setQuery(u"ai x"_s);
+    world.secrets.secrets.clear();
+    model.refresh();
+    model.setQuery(QString());
+    outlastDebounce();
+    EXPECT_EQ(server->connections(), 0);
+}
+
+TEST_F(LauncherViewModelAITest, nothingIsResolvedOutsideOfAQuestion) {
+    serveIntent(openApp(u"Alpha"_s));
+    for (const QString &query : {u"ai"_s, u"ai  "_s, u"aix"_s, u"alpha"_s, u"web in code"_s}) {
+        model.setQuery(query);
+        outlastDebounce();
+    }
+    EXPECT_EQ(server->connections(), 0);
+}
+
+TEST_F(LauncherViewModelAITest, nothingIsResolvedWithoutAKeyOrSwitchedOffOrWithoutCatalogs) {
+    serveIntent(openApp(u"Alpha"_s));
+    EXPECT_TRUE(model.aiEnabled());
+    world.defaults.set(u"aiEnabled"_s, false);
+    EXPECT_FALSE(model.aiEnabled());
+    model.setQuery(u"ai switched off"_s);
+    outlastDebounce();
+    world.defaults.set(u"aiEnabled"_s, true);
+    model.catalog = nullptr;
+    model.setQuery(u"ai without catalog"_s);
+    outlastDebounce();
+    model.catalog = &world.catalog;
+    model.projects = nullptr;
+    model.setQuery(u"ai without projects"_s);
+    outlastDebounce();
+    model.projects = &world.projects;
+    world.secrets.secrets.clear();
+    model.setQuery(u"ai without key"_s);
+    EXPECT_EQ(ids(), QStringList({u"ai-ask"_s, u"ai-setup"_s}));
+    outlastDebounce();
+    EXPECT_EQ(server->connections(), 0);
+}
+
+// Return in ask mode
+
+TEST_F(LauncherViewModelAITest, returnOnAResolvedApplicationOpensAndCountsItAndLatchesNothing) {
+    serveIntent(openApp(u"Beta"_s));
+    ASSERT_TRUE(resolves(u"ai x"_s));
+    model.submit();
+    ASSERT_EQ(world.actions.size(), 1U);
+    EXPECT_EQ(std::get<OpenApp>(world.actions[0]).app.name, u"Beta");
+    EXPECT_EQ(std::get<OpenApp>(world.actions[0]).window, corvid::OpenApp::Window::Running);
+    EXPECT_EQ(launches(usageKey(world.catalog.apps()[1])), 1);
+    EXPECT_EQ(launches(u"ai-intent-app"_s), 0);
+    EXPECT_TRUE(world.defaults.value(u"queryLatches"_s).toObject().isEmpty());
+    EXPECT_EQ(world.hides, 1);
+    EXPECT_FALSE(model.aiMode());
+}
+
+TEST_F(LauncherViewModelAITest, returnOnAResolvedProjectOpensAndCountsItAndLatchesNothing) {
+    serveIntent(openProject(u"web"_s, u"Code"_s));
+    ASSERT_TRUE(resolves(u"ai x"_s));
+    model.submit();
+    ASSERT_EQ(world.actions.size(), 1U);
+    EXPECT_EQ(std::get<OpenProject>(world.actions[0]).project.name, u"web");
+    EXPECT_EQ(launches(locations::home() + u"/Code/web"_s), 1);
+    EXPECT_EQ(launches(u"ai-intent-proj"_s), 0);
+    EXPECT_TRUE(world.defaults.value(u"queryLatches"_s).toObject().isEmpty());
+    EXPECT_EQ(world.hides, 1);
+}
+
+TEST_F(LauncherViewModelAITest, shiftReturnOpensAResolvedApplicationInANewWindow) {
+    serveIntent(openApp(u"Beta"_s));
+    ASSERT_TRUE(resolves(u"ai x"_s));
+    EXPECT_TRUE(model.handleKeyEvent({false, true, {}, true}));
+    ASSERT_EQ(world.actions.size(), 1U);
+    EXPECT_EQ(std::get<OpenApp>(world.actions[0]).window, corvid::OpenApp::Window::New);
+    EXPECT_EQ(launches(usageKey(world.catalog.apps()[1])), 1);
+}
+
+TEST_F(LauncherViewModelAITest, theShortcutsWorkOnAResolvedRowAsOnAnyOther) {
+    serveIntent(openApp(u"Beta"_s));
+    ASSERT_TRUE(resolves(u"ai x"_s));
+    const QString path = u"/apps/Beta.desktop"_s;
+    EXPECT_TRUE(model.handleKeyEvent({true, false, u"c"_s}));
+    EXPECT_EQ(world.pasteboard.texts, QStringList(path));
+    EXPECT_TRUE(model.handleKeyEvent({true, true, {}}));
+    EXPECT_EQ(world.workspace.revealed, QStringList(path));
+    EXPECT_TRUE(model.handleKeyEvent({true, false, u"1"_s}));
+    ASSERT_EQ(world.actions.size(), 1U);
+    EXPECT_EQ(std::get<OpenApp>(world.actions[0]).app.path, path);
+}
+
+TEST_F(LauncherViewModelAITest, theAskRowBelowAResolvedOneAsks) {
+    serveIntent(openApp(u"Beta"_s));
+    ASSERT_TRUE(resolves(u"ai why is it"_s));
+    model.moveSelection(1);
+    model.submit();
+    EXPECT_TRUE(model.aiMode());
+    EXPECT_EQ(model.aiQuestion(), u"why is it");
+    EXPECT_TRUE(world.actions.empty());
+    EXPECT_EQ(world.hides, 0);
+    EXPECT_TRUE(world.defaults.value(u"launchCounts"_s).toObject().isEmpty());
+    ASSERT_TRUE(waitUntil([this] { return server->requests().size() == 2; }));
+    EXPECT_EQ(prompts().last(), u"why is it");
+}
+
+TEST_F(LauncherViewModelAITest, withoutASelectedRowReturnAsksToo) {
+    serveIntent(openApp(u"Beta"_s));
+    for (const int outOfRange : {-1, 7}) {
+        model.setQuery(u"ai  why "_s);
+        model.setSelected(outOfRange);
+        model.submit();
+        EXPECT_TRUE(model.aiMode());
+        EXPECT_EQ(model.aiQuestion(), u" why") << "all but the first three characters";
+        model.reset();
+    }
+    EXPECT_TRUE(world.actions.empty());
+}
+
+TEST_F(LauncherViewModelAITest, returnOnTheSetUpRowOpensTheSettingsAndCountsNothing) {
+    world.secrets.secrets.clear();
+    model.setQuery(u"ai x"_s);
+    model.setSelected(1);
+    model.submit();
+    ASSERT_EQ(world.actions.size(), 1U);
+    EXPECT_TRUE(std::holds_alternative<OpenSettings>(world.actions[0]));
+    EXPECT_TRUE(world.defaults.value(u"launchCounts"_s).toObject().isEmpty());
+    EXPECT_TRUE(world.defaults.value(u"queryLatches"_s).toObject().isEmpty());
+    EXPECT_FALSE(model.aiMode());
+}
+
+TEST_F(LauncherViewModelAITest, theAiFallbackAsksItsWholeQuery) {
+    Feed feed;
+    serve([&](Connection &connection, const Request &) { feed.serve(connection); });
+    model.setQuery(u"zzqq unheard of"_s);
+    model.setSelected(1);
+    model.submit();
+    EXPECT_EQ(model.aiQuestion(), u"zzqq unheard of");
+    feed.push(u"yes"_s);
+    EXPECT_TRUE(waitUntil([this] { return model.aiResponse() == u"yes"; }));
+}
+
+// Answers
+
+TEST_F(LauncherViewModelAITest, anAnswerGrowsAsItComesAndThenIsNoLongerBusy) {
+    Feed feed;
+    serve([&](Connection &connection, const Request &) { feed.serve(connection); });
+    int changes = 0;
+    QObject::connect(&model, &LauncherViewModel::aiResponseChanged, &model, [&] { ++changes; });
+    model.askAI(u"what"_s);
+    EXPECT_TRUE(model.aiMode());
+    EXPECT_TRUE(model.aiBusy());
+    EXPECT_EQ(model.aiQuestion(), u"what");
+    EXPECT_EQ(model.aiResponse(), QString());
+    feed.push(u"one"_s);
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"one"; }));
+    EXPECT_TRUE(model.aiBusy());
+    feed.push(u" two\n"_s);
+    feed.push(QString());
+    feed.push(u"three"_s);
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"one two\nthree"; }));
+    feed.end();
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(model.aiResponse(), u"one two\nthree");
+    EXPECT_TRUE(model.aiMode());
+    EXPECT_EQ(changes, 3) << "an empty element changes nothing";
+}
+
+TEST_F(LauncherViewModelAITest, anErrorReplacesTheTextThatHadCome) {
+    std::promise<void> seen;
+    serve([&](Connection &connection, const Request &) {
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n" + chunk(u"half"_s));
+        seen.get_future().wait();
+    });
+    model.askAI(u"what"_s);
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"half"; }));
+    seen.set_value();
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_TRUE(model.aiResponse().startsWith(u"Error: "_s)) << qPrintable(model.aiResponse());
+    EXPECT_TRUE(
+        model.aiResponse().endsWith(u"\n\nSet your API key in Settings (menu bar icon)."_s));
+    EXPECT_FALSE(model.aiResponse().contains(u"half"_s));
+    EXPECT_TRUE(model.aiMode());
+}
+
+TEST_F(LauncherViewModelAITest, aRefusedConnectionIsAnError) {
+    world.defaults.set(u"aiBaseURL"_s, u"http://127.0.0.1:1"_s);
+    model.askAI(u"what"_s);
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_TRUE(model.aiResponse().startsWith(u"Error: "_s));
+}
+
+TEST_F(LauncherViewModelAITest, aMissingKeyAndARefusalAreAnswersLikeAnyOther) {
+    serve([](Connection &connection, const Request &) {
+        connection.send("HTTP/1.1 401 No\r\nContent-Length: 0\r\n\r\n");
+    });
+    model.askAI(u"what"_s);
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(model.aiResponse(), u"HTTP 401 from "_s + server->baseURL() +
+                                      u". Check endpoint, key, and model name."_s);
+    world.secrets.secrets.clear();
+    model.askAI(u"what"_s);
+    EXPECT_EQ(model.aiResponse(), QString());
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(model.aiResponse(), chat::noKeyText());
+}
+
+TEST_F(LauncherViewModelAITest, controlCharactersAndOverridesOfDirectionAreNotShown) {
+    Feed feed;
+    serve([&](Connection &connection, const Request &) { feed.serve(connection); });
+    model.askAI(u"what"_s);
+    feed.push(u"a\u202egnp\u001b[31m"_s);
+    feed.push(u"\u2066x\u2069\r"_s);
+    feed.push(u"\nn\u00e9\u2028end\0!"_s);
+    feed.end();
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(model.aiResponse(), u"agnp[31mx\nn\u00e9\nend!");
+}
+
+TEST_F(LauncherViewModelAITest, twoAnswersAtOnceBothAppendAndTheSecondBeginsEmpty) {
+    std::array<Feed, 2> feeds;
+    serve([&](Connection &connection, const Request &request) {
+        feeds[promptOf(request) == "first"_L1 ? 0 : 1].serve(connection);
+    });
+    model.askAI(u"first"_s);
+    feeds[0].push(u"a"_s);
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"a"; }));
+    model.askAI(u"second"_s);
+    EXPECT_EQ(model.aiResponse(), QString());
+    EXPECT_EQ(model.aiQuestion(), u"second");
+    feeds[1].push(u"b"_s);
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"b"; }));
+    feeds[0].push(u"c"_s);
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"bc"; }));
+    feeds[0].end();
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); })) << "either one's end is the end";
+    feeds[1].push(u"d"_s);
+    EXPECT_TRUE(waitUntil([this] { return model.aiResponse() == u"bcd"; }));
+}
+
+TEST_F(LauncherViewModelAITest, theSameQuestionTwiceIsAskedTwiceAndTheSecondBeginsEmpty) {
+    serve([](Connection &connection, const Request &) {
+        connection.send(streamHead + chunk(u"text"_s));
+        connection.waitForClose();
+    });
+    model.setQuery(u"ai why"_s);
+    model.submit();
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"text"; }));
+    model.submit();
+    EXPECT_EQ(model.aiResponse(), QString());
+    EXPECT_TRUE(model.aiBusy());
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"text"; }));
+    EXPECT_EQ(prompts(), QStringList({u"why"_s, u"why"_s}));
+}
+
+TEST_F(LauncherViewModelAITest, afterAnyBadServerTheNextQuestionIsAnswered) {
+    const QString refusal = u"HTTP %1 from %2. Check endpoint, key, and model name."_s;
+    struct Row {
+        QByteArray reply;
+        int refusal = 0;      ///< its status, if it is one
+        bool isError = false; ///< else the answer is this:
+        QString answer = {};
+    };
+    const QByteArray ok = "HTTP/1.1 200 OK\r\n\r\n";
+    const QList<Row> rows{
+        {"HTTP/1.1 401 No\r\nWWW-Authenticate: Basic realm=\"x\"\r\nContent-Length: 0\r\n\r\n",
+         401},
+        {"HTTP/1.1 404 No\r\nContent-Length: 9\r\n\r\nnot found", 404},
+        {"HTTP/1.1 429 No\r\nRetry-After: 3600\r\nContent-Length: 0\r\n\r\n", 429},
+        {"HTTP/1.1 500 No\r\n\r\nhalf a bo", 500},
+        {"HTTP/1.1 302 Go\r\nLocation: http://127.0.0.1:1/\r\nContent-Length: 0\r\n\r\n", 302},
+        {"", 0, true},
+        {"SSH-2.0-OpenSSH_9.2\r\n", 0, true},
+        {"HTTP/1.1 200 OK\r\nContent-Length: 99\r\n\r\n" + chunk(u"half"_s), 0, true},
+        {ok},
+        {ok + "<!DOCTYPE html><title>Welcome</title>\n"},
+        {ok + R"(data: {"choices":[{"delta":{"cont)"},
+        {ok + "data: []\ndata: {\"choices\":{}}\ndata: {\"choices\":[1]}\n"
+              "data: {\"choices\":[{\"delta\":{\"content\":7}}]}\n"},
+        {ok + chunk(u"data"_s).replace("data: ", "data:")},
+        {ok + chunk(u"before"_s) + "data: [DONE]\n" + chunk(u"after"_s), 0, false, u"before"_s},
+    };
+    for (const Row &row : rows) {
+        serve([&](Connection &connection, const Request &request) {
+            connection.send(promptOf(request) == "good"_L1 ? ok + chunk(u"fine"_s) : row.reply);
+        });
+        model.askAI(u"bad"_s);
+        ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); })) << row.reply.constData();
+        if (row.isError)
+            EXPECT_TRUE(model.aiResponse().startsWith(u"Error: "_s)) << row.reply.constData();
+        else if (row.refusal != 0)
+            EXPECT_EQ(model.aiResponse(), refusal.arg(row.refusal).arg(server->baseURL()));
+        else
+            EXPECT_EQ(model.aiResponse(), row.answer) << row.reply.constData();
+        EXPECT_TRUE(model.aiMode());
+        model.askAI(u"good"_s);
+        ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); })) << row.reply.constData();
+        EXPECT_EQ(model.aiResponse(), u"fine") << row.reply.constData();
+    }
+}
+
+TEST_F(LauncherViewModelAITest, escapeEndsEveryTransferAndKeepsThePanelAndASecondOneHides) {
+    std::array<std::promise<bool>, 2> closed;
+    serve([&](Connection &connection, const Request &request) {
+        connection.send(streamHead + chunk(u"text"_s));
+        closed[promptOf(request) == "first"_L1 ? 0 : 1].set_value(connection.waitForClose());
+    });
+    model.setQuery(u"ai first"_s);
+    model.submit();
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"text"; }));
+    model.askAI(u"second"_s);
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"text"; }));
+    model.cancel();
+    EXPECT_FALSE(model.aiMode());
+    EXPECT_FALSE(model.aiBusy());
+    EXPECT_EQ(model.aiResponse(), QString());
+    EXPECT_EQ(model.query(), u"ai first");
+    EXPECT_EQ(ids(), QStringList(u"ai-ask"_s));
+    EXPECT_EQ(world.hides, 0);
+    for (std::promise<bool> &promise : closed)
+        EXPECT_TRUE(promise.get_future().get());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(model.aiResponse(), QString());
+    model.cancel();
+    EXPECT_EQ(world.hides, 1);
+}
+
+TEST_F(LauncherViewModelAITest, aNewShowingEndsTheTransferAndBeginsEmpty) {
+    std::promise<bool> closed;
+    serve([&](Connection &connection, const Request &) {
+        connection.send(streamHead + chunk(u"text"_s));
+        closed.set_value(connection.waitForClose());
+    });
+    model.setQuery(u"ai first"_s);
+    model.submit();
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"text"; }));
+    model.reset();
+    EXPECT_FALSE(model.aiMode());
+    EXPECT_FALSE(model.aiBusy());
+    EXPECT_EQ(model.aiResponse(), QString());
+    EXPECT_EQ(model.aiQuestion(), QString());
+    EXPECT_TRUE(closed.get_future().get());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(model.aiResponse(), QString());
+}
+
+TEST_F(LauncherViewModelAITest, whileAnAnswerIsShownNoRowComesUnderTheSelectionUnseen) {
+    serveIntent(openApp(u"Alpha"_s));
+    model.setQuery(u"ai why"_s);
+    model.submit();
+    outlastDebounce();
+    waitForEarlierReplies();
+    EXPECT_EQ(ids(), QStringList(u"ai-ask"_s));
+    EXPECT_EQ(prompts(), QStringList({u"why"_s, u"barrier"_s})) << "the question alone was asked";
+}
+
+TEST_F(LauncherViewModelAITest, copyingGivesTheAnswerOrThePartThatIsGiven) {
+    model.copyAnswer();
+    EXPECT_TRUE(world.actions.empty());
+    model.setAiResponse(u"the answer"_s);
+    model.copyAnswer();
+    model.copyAnswer(u"answer"_s);
+    ASSERT_EQ(world.actions.size(), 2U);
+    EXPECT_EQ(std::get<CopyAI>(world.actions[0]).text, u"the answer");
+    EXPECT_EQ(std::get<CopyAI>(world.actions[1]).text, u"answer");
+    EXPECT_EQ(world.hides, 0);
+}
+
+// Lifetime
+
+TEST_F(LauncherViewModelAITest, destroyedWithinTheDebounceItAsksNothing) {
+    serveIntent(openApp(u"Alpha"_s));
+    {
+        LauncherViewModel other({world.defaults, world.stats, world.roles, world.workspace,
+                                 world.pasteboard, world.keychain, world.ai});
+        other.catalog = &world.catalog;
+        other.projects = &world.projects;
+        other.setQuery(u"ai x"_s);
+    }
+    outlastDebounce();
+    EXPECT_EQ(server->connections(), 0);
+}
+
+TEST_F(LauncherViewModelAITest, destroyedWhileAskingItClosesTheConnection) {
+    for (const bool forAnAnswer : {false, true}) {
+        std::promise<bool> closed;
+        serve([&](Connection &connection, const Request &) {
+            connection.send(streamHead + chunk(u"text"_s));
+            closed.set_value(connection.waitForClose());
+        });
+        {
+            LauncherViewModel other({world.defaults, world.stats, world.roles, world.workspace,
+                                     world.pasteboard, world.keychain, world.ai});
+            other.catalog = &world.catalog;
+            other.projects = &world.projects;
+            other.setQuery(u"ai x"_s);
+            if (forAnAnswer)
+                other.submit();
+            ASSERT_TRUE(waitUntil([this] { return !server->requests().empty(); }));
+        }
+        EXPECT_TRUE(closed.get_future().get());
+        QCoreApplication::processEvents();
+    }
+}
