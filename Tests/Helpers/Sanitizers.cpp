@@ -17,7 +17,9 @@ const char *__lsan_default_suppressions() {
     return
         // Nothing of ours uses Qt's bus. Its tray does, and keeps what it learnt of a service's
         // interface for as long as the connection lives, which nobody closes.
-        "leak:libQt6DBus.so\n";
+        "leak:libQt6DBus.so\n"
+        // Nothing of ours uses Fontconfig. Qt does, whose configuration it keeps until the end.
+        "leak:libfontconfig.so\n";
 }
 
 const char *__ubsan_default_options() {
