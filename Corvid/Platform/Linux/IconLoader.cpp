@@ -31,10 +31,10 @@ constexpr std::chrono::seconds checkInterval{2};
 /** The content of a file, decompressed if need be; empty when it is larger than reasonable. */
 QByteArray contentOf(const QString &path) {
     QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) ||
-        file.size() > maximumFileSize)
+    const QFileInfo info(path);
+    if (!info.isFile() || info.size() > maximumFileSize || !file.open(QIODevice::ReadOnly))
         return {};
-    QByteArray bytes = file.read(maximumFileSize);
+    QByteArray bytes = file.read(info.size());
     if (!bytes.startsWith("\x1f\x8b"))
         return bytes;
 
