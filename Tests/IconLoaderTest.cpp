@@ -13,6 +13,8 @@
 
 #include <thread>
 
+#include <sys/stat.h>
+
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
 
@@ -221,6 +223,14 @@ TEST_F(IconLoaderTest, aBundlesIconIsTheOneItsPropertiesName) {
         properties(name);
         EXPECT_EQ(icons.icon(path(u"My.app"_s)), icons.genericIcon()) << name;
     }
+}
+
+TEST_F(IconLoaderTest, aBundleWhosePropertiesAreAPipeDoesNotBlock) {
+    QDir().mkpath(path(u"My.app/Contents"_s));
+    ASSERT_EQ(mkfifo(QFile::encodeName(path(u"My.app/Contents/Info.plist"_s)).constData(), 0600),
+              0);
+    const IconLoader icons = loader();
+    EXPECT_EQ(icons.icon(path(u"My.app"_s)), icons.genericIcon());
 }
 
 TEST_F(IconLoaderTest, aFolderHasTheThemesFolderIconAndTheHomeFolderItsOwn) {
