@@ -160,9 +160,9 @@ void AppDelegate::installMouseMonitor() {
     mouseMonitor_.reset();
     if (!platform_.clickMonitor)
         return;
-    mouseMonitor_ = platform_.clickMonitor->install([this](const QPoint &pointer) {
+    mouseMonitor_ = platform_.clickMonitor->install([this](const std::optional<QPoint> &pointer) {
         const auto hideUnlessInside = [this, pointer] {
-            if (panel_->isVisible() && !panel_->frameGeometry().contains(pointer))
+            if (panel_->isVisible() && !(pointer && panel_->frameGeometry().contains(*pointer)))
                 hide();
         };
         QMetaObject::invokeMethod(this, hideUnlessInside, Qt::QueuedConnection);

@@ -2,7 +2,6 @@
 #include "AppDelegate.h"
 #include "CommandLine.h"
 #include "HotKeyManager.h"
-#include "Platform/ClickMonitor.h"
 #include "Platform/Linux/BusInstance.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
 #include "Platform/Linux/CoreDumps.h"
@@ -14,10 +13,10 @@
 #include "Platform/Linux/LinuxTrayWatch.h"
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
+#include "Platform/Linux/PlatformChoice.h"
 #include "Platform/Linux/PortalAppearance.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/X11HotKeys.h"
-#include "Platform/PanelSurface.h"
 #include "RoleCatalog.h"
 
 #include <QApplication>
@@ -61,7 +60,7 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         // Standard error is the answer: no word of Qt's about the surroundings goes there.
         QLoggingCategory::setFilterRules(QStringLiteral("*.warning=false"));
-    } else if (!displayIsReachable()) {
+    } else if (!choosePlatform()) {
         std::fputs("Corvid needs a display: start it in a desktop session, or set DISPLAY or "
                    "WAYLAND_DISPLAY.\n",
                    stderr);
@@ -91,10 +90,11 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     LinuxSystemLog log;
     const GioDesktopEntries desktopEntries;
     const LinuxVolumes volumes;
-    const std::unique_ptr<PanelSurface> panelSurface = makePanelSurface();
-    const std::unique_ptr<ClickMonitor> clickMonitor = makeClickMonitor();
-    LinuxWorkspace workspace(desktopEntries,
-                             {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
+    const PanelDesktop panelDesktop = makePanelDesktop();
+    LinuxWorkspace workspace(desktopEntries, {environment,
+                                              {qgetenv("DISPLAY"), qgetenv("WAYLAND_DISPLAY")},
+                                              panelDesktop.activationToken,
+                                              highestDevicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
     LinuxSecretStore secrets;
@@ -105,8 +105,9 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     HotKeyManager::installBackend(&hotKeys);
 
     AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
-                          *panelSurface, clickMonitor.get(), HotKeyManager::shared(), instance,
-                          tray, appearance, AIService::shared()});
+                          *panelDesktop.surface, panelDesktop.clickMonitor.get(),
+                          HotKeyManager::shared(), instance, tray, appearance,
+                          AIService::shared()});
     const auto finishLaunching = [&] {
         delegate.applicationDidFinishLaunching(commandLine, std::move(cachedLists));
     };

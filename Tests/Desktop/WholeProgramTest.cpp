@@ -118,6 +118,15 @@ TEST_F(WholeProgramTest, aClickOnARowOpensThatRow) {
     EXPECT_EQ(startedWith(), asItsEntrySays);
 }
 
+TEST_F(WholeProgramTest, aCopiedResultSurvivesTheHiding) {
+    type(u"6*7"_s);
+    press(u"Return"_s);
+    EXPECT_TRUE(eventually([this] { return !panelIsVisible(); }));
+    EXPECT_TRUE(eventually([this] {
+        return run(u"xclip"_s, {u"-out"_s, u"-selection"_s, u"clipboard"_s}) == u"42";
+    }));
+}
+
 TEST_F(WholeProgramTest, escapeHidesAndTheProgramLivesOn) {
     press(u"Escape"_s);
     EXPECT_TRUE(eventually([this] { return !panelIsVisible(); }));
