@@ -2,14 +2,17 @@
 
 #include "Platform/Linux/LayerClickMonitor.h"
 #include "Platform/Linux/LayerPanelSurface.h"
+#include "Platform/Linux/PortalHotKeys.h"
 #include "Platform/Linux/WaylandActivation.h"
 #include "Platform/Linux/X11ClickMonitor.h"
+#include "Platform/Linux/X11HotKeys.h"
 #include "Platform/Linux/X11PanelSurface.h"
 
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWindow>
 
+#include <private/qtx11extras_p.h>
 #include <qpa/qplatformnativeinterface.h>
 
 namespace corvid {
@@ -64,6 +67,14 @@ PanelDesktop makePanelDesktop() {
         desktop.surface = std::move(surface);
     }
     return desktop;
+}
+
+std::unique_ptr<HotKeyBackend> makeHotKeys(Session session) {
+    // XWayland sees only the keys that go to X11 windows.
+    if (session != Session::Wayland)
+        return std::make_unique<X11HotKeys>(qgetenv("DISPLAY"));
+    // A layer surface gets the keyboard anyway.
+    return std::make_unique<PortalHotKeys>(x11Connection() ? &QX11Info::setNextStartupId : nullptr);
 }
 
 } // namespace corvid

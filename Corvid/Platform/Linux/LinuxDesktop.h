@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Platform/ClickMonitor.h"
+#include "Platform/HotKeyBackend.h"
+#include "Platform/Linux/PlatformChoice.h"
 #include "Platform/PanelSurface.h"
 
 #include <QByteArray>
@@ -25,5 +27,8 @@ struct PanelDesktop {
 
 /** To be gone before the application object. */
 PanelDesktop makePanelDesktop();
+
+/** How the session lets us have a key. To be gone before the application object. */
+std::unique_ptr<HotKeyBackend> makeHotKeys(Session session);
 
 } // namespace corvid
