@@ -7,9 +7,9 @@
 
 namespace corvid {
 
-PortalHotKeys::PortalHotKeys(TokenReceiver receiveToken)
-    : receiveToken_(std::move(receiveToken)), context_(g_main_context_new(), g_main_context_unref) {
-}
+PortalHotKeys::PortalHotKeys(TokenReceiver receiveToken, std::chrono::milliseconds longestRepeat)
+    : receiveToken_(std::move(receiveToken)), longestRepeat_(longestRepeat),
+      context_(g_main_context_new(), g_main_context_unref) {}
 
 PortalHotKeys::~PortalHotKeys() {
     release();
@@ -67,7 +67,7 @@ void PortalHotKeys::run(const std::stop_token &stop) {
     const auto answered = [&](bool obtained) {
         tell([&](const Callbacks &callbacks) { callbacks.answered(obtained); });
     };
-    PortalShortcut shortcut(context_.get(), cancellable.get(), {pressed, answered});
+    PortalShortcut shortcut(context_.get(), cancellable.get(), longestRepeat_, {pressed, answered});
     while (!stop.stop_requested()) {
         std::optional<HotKey> wanted;
         bool changed = false;

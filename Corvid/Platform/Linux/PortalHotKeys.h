@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QObject>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -32,7 +33,12 @@ public:
         Not called for presses that no token comes with. */
     using TokenReceiver = std::function<void(const QByteArray &token)>;
 
-    explicit PortalHotKeys(TokenReceiver receiveToken = nullptr);
+    /** How far the repeated presses of a held key are apart at most. Some portals tell these like
+        the first, and a release might get lost. */
+    static constexpr std::chrono::milliseconds usualRepeat{2'000};
+
+    explicit PortalHotKeys(TokenReceiver receiveToken = nullptr,
+                           std::chrono::milliseconds longestRepeat = usualRepeat);
     ~PortalHotKeys() override;
 
     void grab(const HotKey &hotKey, Callbacks callbacks) override;
@@ -50,6 +56,7 @@ private:
     void run(const std::stop_token &stop);
 
     const TokenReceiver receiveToken_;
+    const std::chrono::milliseconds longestRepeat_;
     bool tokenIsOut_ = false; ///< the receiver has one
     const std::shared_ptr<GMainContext> context_;
     /** Held while a callback runs, so that none runs after it was withdrawn. */

@@ -7,6 +7,8 @@
 
 namespace corvid {
 
+using std::chrono::steady_clock;
+
 namespace {
 
 constexpr const char *busName = "org.freedesktop.DBus";
@@ -76,21 +78,31 @@ struct PortalShortcut::Call {
     }
 };
 
-PortalShortcut::PortalShortcut(GMainContext *context, GCancellable *cancellable, Events events)
-    : context_(context), cancellable_(cancellable), events_(std::move(events)) {
+PortalShortcut::PortalShortcut(GMainContext *context, GCancellable *cancellable,
+                               std::chrono::milliseconds longestRepeat, Events events)
+    : context_(context), cancellable_(cancellable), longestRepeat_(longestRepeat),
+      events_(std::move(events)) {
     g_main_context_push_thread_default(context);
     // A portal learns who we are only from the first that it hears on a connection.
     bus_ = ownSessionBus(cancellable);
     if (!bus_)
         return;
+    const auto lost = [](GDBusConnection * /*bus*/, gboolean /*byPeer*/, GError * /*error*/,
+                         gpointer self) { static_cast<PortalShortcut *>(self)->portalVanished(); };
+    busLost_ = g_signal_connect(
+        bus_.get(), "closed",
+        G_CALLBACK(static_cast<void (*)(GDBusConnection *, gboolean, GError *, gpointer)>(lost)),
+        this);
     subscriptions_ = {subscribe(busName, busName, "NameOwnerChanged", busPath, portalName),
                       subscribe(portalName, shortcutsInterface, "Activated", portalPath),
+                      subscribe(portalName, shortcutsInterface, "Deactivated", portalPath),
                       subscribe(portalName, shortcutsInterface, "ShortcutsChanged", portalPath),
                       subscribe(portalName, sessionInterface, "Closed", {})};
 }
 
 PortalShortcut::~PortalShortcut() {
     if (bus_) {
+        g_signal_handler_disconnect(bus_.get(), busLost_);
         endRequest();
         for (const guint subscription : subscriptions_)
             g_dbus_connection_signal_unsubscribe(bus_.get(), subscription);
@@ -109,7 +121,7 @@ void PortalShortcut::want(const std::optional<HotKey> &hotKey) {
     goOn();
 }
 
-/** Does what is to be done next, unless something is under way that comes here when it is done. */
+// Does what is to be done next, unless something is under way that comes here when it is done.
 void PortalShortcut::goOn() {
     if (!bus_) {
         answer(false);
@@ -141,12 +153,21 @@ void PortalShortcut::goOn() {
 
 void PortalShortcut::startPortal() {
     state_ = State::Starting;
+    // The bus knows only of those that it could start.
     call(busName, busPath, busName, "StartServiceByName", g_variant_new("(su)", portalName, 0U),
+         [this](GVariant * /*reply*/) { findPortal(); });
+}
+
+void PortalShortcut::findPortal() {
+    call(busName, busPath, busName, "NameHasOwner", g_variant_new("(s)", portalName),
          [this](GVariant *reply) {
              // The news that it has just been started came before this.
              if (state_ != State::Starting)
                  return;
-             if (reply) {
+             gboolean there = FALSE;
+             if (reply && is(reply, "(b)"))
+                 g_variant_get(reply, "(b)", &there);
+             if (there) {
                  portalAppeared();
              } else {
                  state_ = State::Absent;
@@ -189,6 +210,7 @@ void PortalShortcut::createSession() {
         return;
     }
     trigger_ = *trigger;
+    lastPress_.reset();
     state_ = State::Creating;
     const auto arguments = [this](GVariantBuilder *options) {
         g_variant_builder_add(options, "{sv}", "session_handle_token",
@@ -243,7 +265,7 @@ void PortalShortcut::closeSession() {
          });
 }
 
-/** By the portal. */
+// By the portal.
 void PortalShortcut::sessionClosed() {
     endRequest();
     session_.clear();
@@ -264,6 +286,8 @@ void PortalShortcut::answer(bool obtained) {
     }
 }
 
+// Of its own for each combination: to the desktop a known one has the key that it has, whatever we
+// would like by now.
 QByteArray PortalShortcut::id() const {
     return "toggle-" + trigger_;
 }
@@ -289,8 +313,8 @@ void PortalShortcut::call(const char *name, const QByteArray &path, const char *
                            &Call::finish, call.release());
 }
 
-/** Calls a method whose results come in a signal of its own, maybe much later; null when it was
-    refused. */
+// Calls a method whose results come in a signal of its own, maybe much later; null when it was
+// refused.
 void PortalShortcut::request(const char *method, const Arguments &arguments, Done done) {
     const QByteArray token = "corvid" + QByteArray::number(++requests_);
     QByteArray sender = g_dbus_connection_get_unique_name(bus_.get()) + 1;
@@ -360,7 +384,7 @@ void PortalShortcut::heard(const QByteArray &path, const QByteArray &signal, GVa
         const VariantPointer owned(list);
         if (state_ == State::Bound && session == session_)
             look(list);
-    } else if (signal == "Activated" && is(arguments, "(osta{sv})")) {
+    } else if (is(arguments, "(osta{sv})")) { // Activated or Deactivated
         const char *session = nullptr;
         const char *shortcut = nullptr;
         GVariant *options = nullptr;
@@ -368,8 +392,16 @@ void PortalShortcut::heard(const QByteArray &path, const QByteArray &signal, GVa
         const VariantPointer owned(options);
         if (state_ != State::Bound || session != session_ || shortcut != id())
             return;
+        if (signal == "Deactivated") {
+            lastPress_.reset();
+            return;
+        }
         answer(true); // whatever was said of it
-        events_.pressed(text(options, "activation_token"));
+        const auto now = steady_clock::now();
+        const bool again = lastPress_ && now - *lastPress_ < longestRepeat_;
+        lastPress_ = now;
+        if (!again)
+            events_.pressed(text(options, "activation_token"));
     }
 }
 

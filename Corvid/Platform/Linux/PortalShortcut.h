@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -24,8 +25,10 @@ public:
         std::function<void(bool obtained)> answered;
     };
 
-    /** Cancelling ends all waits, for good. */
-    PortalShortcut(GMainContext *context, GCancellable *cancellable, Events events);
+    /** Cancelling ends all waits, for good. A key that goes down again within `longestRepeat` and
+        did not go up is held. */
+    PortalShortcut(GMainContext *context, GCancellable *cancellable,
+                   std::chrono::milliseconds longestRepeat, Events events);
     PortalShortcut(const PortalShortcut &) = delete;
     PortalShortcut &operator=(const PortalShortcut &) = delete;
     /** The cancellable must have been cancelled. */
@@ -50,6 +53,7 @@ private:
     struct Call;
 
     void startPortal();
+    void findPortal();
     void portalAppeared();
     void portalVanished();
     void goOn();
@@ -74,11 +78,14 @@ private:
 
     GMainContext *context_;
     GCancellable *cancellable_;
+    const std::chrono::milliseconds longestRepeat_;
     Events events_;
     GObjectPointer<GDBusConnection> bus_; ///< null where there is none
     std::vector<guint> subscriptions_;
+    gulong busLost_ = 0; ///< the handler of that
 
     State state_ = State::Unknown;
+    std::optional<std::chrono::steady_clock::time_point> lastPress_; ///< while held
     std::optional<HotKey> wanted_;
     bool asked_ = false;       ///< for what is wanted
     std::optional<bool> told_; ///< of what is wanted
