@@ -17,8 +17,9 @@ class ShortcutsPortal {
 public:
     explicit ShortcutsPortal(
         const QStringList &manners = {},
-        const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment()) {
-        makeDependent(process_);
+        const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment(),
+        void (*prepare)(QProcess &) = makeDependent) {
+        prepare(process_);
         process_.setProcessEnvironment(environment);
         process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         process_.start(program(), manners);

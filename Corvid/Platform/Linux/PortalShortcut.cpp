@@ -89,10 +89,7 @@ PortalShortcut::PortalShortcut(GMainContext *context, GCancellable *cancellable,
         return;
     const auto lost = [](GDBusConnection * /*bus*/, gboolean /*byPeer*/, GError * /*error*/,
                          gpointer self) { static_cast<PortalShortcut *>(self)->portalVanished(); };
-    busLost_ = g_signal_connect(
-        bus_.get(), "closed",
-        G_CALLBACK(static_cast<void (*)(GDBusConnection *, gboolean, GError *, gpointer)>(lost)),
-        this);
+    busLost_ = g_signal_connect(bus_.get(), "closed", G_CALLBACK(+lost), this);
     subscriptions_ = {subscribe(busName, busName, "NameOwnerChanged", busPath, portalName),
                       subscribe(portalName, shortcutsInterface, "Activated", portalPath),
                       subscribe(portalName, shortcutsInterface, "Deactivated", portalPath),
