@@ -25,7 +25,7 @@ QByteArray readPropertyList(const QString &path) {
     QFile file(path);
     if (!info.isFile() || info.size() > largest || !file.open(QIODevice::ReadOnly))
         return {};
-    return file.read(largest);
+    return file.read(info.size());
 }
 
 std::optional<AppEntry> readBundle(const QString &folder, const QString &fileName,

@@ -44,7 +44,8 @@ QByteArray encodeRecords(const std::vector<Record> &records) {
 template <typename Record>
 std::vector<Record> readCache(const QString &path) {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    // A pipe would keep us waiting for somebody to write into it.
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
         return {};
     return decodeRecords<Record>(file.readAll());
 }

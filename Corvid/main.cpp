@@ -15,6 +15,7 @@
 #include "Platform/Linux/LinuxWorkspace.h"
 #include "Platform/Linux/PlatformChoice.h"
 #include "Platform/Linux/PortalAppearance.h"
+#include "Platform/Linux/PortalFolderDialog.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "RoleCatalog.h"
 
@@ -23,6 +24,7 @@
 #include <QProcessEnvironment>
 #include <QScreen>
 #include <QSessionManager>
+#include <QThread>
 
 #include <algorithm>
 #include <cstdio>
@@ -66,6 +68,8 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
                    stderr);
         return 1;
     }
+    // The toolkit takes the first thread that asks this for the main one.
+    static_cast<void>(QThread::currentThread());
     // Decoding what is stored takes about as long as the toolkit needs to start: side by side.
     const std::future<void> roles =
         std::async(std::launch::async, [] { static_cast<void>(RoleCatalog::shared()); });
@@ -74,8 +78,8 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     // Our arguments are not the toolkit's: it would take some of them out of a query's text.
     int argc = 1;
     QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("corvid"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Corvid"));
+    // Not as the display name, which the toolkit adds to the titles of windows.
+    QApplication::setApplicationName(QStringLiteral("Corvid"));
     QApplication::setQuitOnLastWindowClosed(false);
     // The session starts us by its autostart; brought back by the session manager as well, the
     // second one would show its panel at every login.
@@ -101,12 +105,13 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     AIService::installSecrets(&secrets);
     LinuxTrayWatch tray;
     PortalAppearance appearance;
+    PortalFolderDialog folderDialog;
     const std::unique_ptr<HotKeyBackend> hotKeys = makeHotKeys(session);
     HotKeyManager::installBackend(hotKeys.get());
 
     AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
                           *panelDesktop.surface, panelDesktop.clickMonitor.get(),
-                          HotKeyManager::shared(), instance, tray, appearance,
+                          HotKeyManager::shared(), instance, tray, appearance, folderDialog,
                           AIService::shared()});
     const auto finishLaunching = [&] {
         delegate.applicationDidFinishLaunching(commandLine, std::move(cachedLists));

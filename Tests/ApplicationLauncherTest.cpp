@@ -125,6 +125,23 @@ TEST_F(ApplicationLauncherTest, filesAreHandedToTheEntrysProgram) {
               (QStringList{u"file:///tmp/a%20b"_s, u"file:///tmp/c"_s}));
 }
 
+TEST_F(ApplicationLauncherTest, aPathIsOneArgumentWhateverIsInIt) {
+    const QString path = u"/tmp/; touch x; $(touch x) `touch x` %F %c \"'* -rf ~ & | > x"_s;
+    program(u"app"_s);
+    EXPECT_EQ(launch(entry(u"app %F"_s), {path}), QString());
+    EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList{path});
+    EXPECT_EQ(startTool(program(u"tool"_s), {path}), QString());
+    EXPECT_EQ(Trace(trace(u"tool"_s)).arguments(), QStringList{path});
+}
+
+TEST_F(ApplicationLauncherTest, aProgramThatNamesNoInterpreterGetsItsArgumentsAsTheyAre) {
+    program(u"app"_s);
+    const QString script = path("bin/app"_L1);
+    writeFile(script, readFile(script).remove(u"#!/bin/sh\n"_s));
+    EXPECT_EQ(launch(entry(u"app \"a; b\" $HOME"_s)), QString());
+    EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), (QStringList{u"a; b"_s, u"$HOME"_s}));
+}
+
 TEST_F(ApplicationLauncherTest, aLineWithoutACodeForFilesGetsThePathAppended) {
     program(u"app"_s);
     EXPECT_EQ(launch(entry(u"app -n"_s), {u"/tmp/a b"_s}), QString());

@@ -13,6 +13,8 @@
 
 #include <thread>
 
+#include <sys/stat.h>
+
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
 
@@ -57,6 +59,15 @@ protected:
 
     QTemporaryDir root_;
 };
+
+QByteArray gzipped(const QByteArray &bytes) {
+    QProcess gzip;
+    gzip.start(u"gzip"_s, {u"-c"_s});
+    gzip.write(bytes);
+    gzip.closeWriteChannel();
+    EXPECT_TRUE(gzip.waitForFinished());
+    return gzip.readAllStandardOutput();
+}
 
 QColor middle(const Image &image) {
     return image->pixelColor(image->width() / 2, image->height() / 2);
@@ -158,6 +169,42 @@ TEST_F(IconLoaderTest, aFileThatUnpacksToGigabytesIsNoPicture) {
     EXPECT_EQ(icons.icon(entry(path(u"bomb.svgz"_s))), icons.genericIcon());
 }
 
+TEST_F(IconLoaderTest, aDrawingThatNamesOtherFilesIsNoPicture) {
+    png(u"red.png"_s, {32, 32}, red);
+    file(u"red.css"_s, "rect { fill: #f00 }");
+    const QByteArray head = "<svg xmlns=\"http://www.w3.org/2000/svg\" "
+                            "xmlns:xlink=\"http://www.w3.org/1999/xlink\" "
+                            "width=\"32\" height=\"32\">";
+    const auto picture = [&head](const QByteArray &reference) {
+        return head + "<image width=\"32\" height=\"32\" xlink:href=\"" + reference + "\"/></svg>";
+    };
+    const auto embedded = [](const QByteArray &bytes) {
+        return "data:image/png;base64," + bytes.toBase64();
+    };
+    const QByteArray raster = path(u"red.png"_s).toUtf8();
+    const QByteArray styled = "<?xml version=\"1.0\"?><?xml-stylesheet type=\"text/css\" href=\"" +
+                              path(u"red.css"_s).toUtf8() + "\"?>" + head +
+                              "<rect width=\"32\" height=\"32\"/></svg>";
+    const std::pair<QString, QByteArray> rows[]{
+        {u"picture.svg"_s, picture(raster)},
+        {u"address.svg"_s, picture("file://" + raster)},
+        {u"style.svg"_s, styled},
+        {u"a-drawing-within-the-drawing.svg"_s, picture(embedded(picture(raster)))},
+        {u"a-drawing-by-another-name.png"_s, picture(raster)},
+        {u"packed-twice.svgz"_s, gzipped(gzipped(picture(raster)))},
+    };
+    const IconLoader icons = loader();
+    for (const auto &[name, content] : rows) {
+        file(name, content);
+        EXPECT_EQ(icons.icon(entry(path(name))), icons.genericIcon()) << qPrintable(name);
+    }
+
+    QFile source(path(u"red.png"_s));
+    ASSERT_TRUE(source.open(QIODevice::ReadOnly));
+    file(u"embedded.svg"_s, picture(embedded(source.readAll())));
+    EXPECT_EQ(middle(icons.icon(entry(path(u"embedded.svg"_s)))), red);
+}
+
 TEST_F(IconLoaderTest, aBundlesIconIsTheOneItsPropertiesName) {
     const auto properties = [this](const QByteArray &icon) {
         file(u"My.app/Contents/Info.plist"_s,
@@ -176,6 +223,14 @@ TEST_F(IconLoaderTest, aBundlesIconIsTheOneItsPropertiesName) {
         properties(name);
         EXPECT_EQ(icons.icon(path(u"My.app"_s)), icons.genericIcon()) << name;
     }
+}
+
+TEST_F(IconLoaderTest, aBundleWhosePropertiesAreAPipeDoesNotBlock) {
+    QDir().mkpath(path(u"My.app/Contents"_s));
+    ASSERT_EQ(mkfifo(QFile::encodeName(path(u"My.app/Contents/Info.plist"_s)).constData(), 0600),
+              0);
+    const IconLoader icons = loader();
+    EXPECT_EQ(icons.icon(path(u"My.app"_s)), icons.genericIcon());
 }
 
 TEST_F(IconLoaderTest, aFolderHasTheThemesFolderIconAndTheHomeFolderItsOwn) {

@@ -40,6 +40,10 @@ public:
         system that refuses a wish shows a plainer panel. */
     virtual void prepare(QWindow &panel, qreal cornerRadius, quint32 time) = 0;
 
+    /** Says that the user wants an ordinary window of ours, shown or not, which is going to be
+        shown and activated: that is to give it the keyboard. */
+    virtual void claimKeyboard(QWindow &window) = 0;
+
     /** Does what can be done only to a window that is shown, just after each show and before it is
         painted. Its top left corner belongs at `origin`, which Qt forgets on some window systems;
         the card lies at `card` in it. Device-independent pixels. */

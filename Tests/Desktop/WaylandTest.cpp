@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <optional>
 
 using namespace corvid::test;
@@ -92,6 +93,23 @@ protected:
     // That nothing happens has no event.
     bool stays() const {
         return !eventually([this] { return panel().isEmpty(); }, 500);
+    }
+
+    /** The title of the window that has the keyboard, the application's id where it has none. */
+    QString focused() const {
+        const std::function<QString(const QJsonObject &)> find = [&](const QJsonObject &node) {
+            if (node["focused"_L1].toBool())
+                return node["name"_L1].toString(node["app_id"_L1].toString());
+            for (const QString &children : {u"nodes"_s, u"floating_nodes"_s})
+                for (const QJsonValue &child : node[children].toArray())
+                    if (const QString name = find(child.toObject()); !name.isEmpty())
+                        return name;
+            return QString();
+        };
+        return find(QJsonDocument::fromJson(sway.ask({u"-t"_s, u"get_tree"_s})).object());
+    }
+    bool settingsHaveKeyboard() const {
+        return eventually([this] { return focused() == u"Corvid Settings"; });
     }
 
     /** The name of the one that is shown. */
@@ -299,6 +317,33 @@ TEST_F(WaylandTest, whatItStartsMayComeToTheFront) {
     ASSERT_EQ(workspace(), u"2");
     window.write("come\n");
     EXPECT_TRUE(eventually([this] { return workspace() == u"1"; }));
+}
+
+TEST_F(WaylandTest, theSettingsComeToTheFrontFromTheRowAndFromAnotherProcess) {
+    openWindow({u"other"_s, u"800080"_s});
+    launch();
+    summon();
+    sway.type(u"ai x"_s);
+    sway.press(u"Down"_s);
+    sway.press(u"Return"_s);
+    EXPECT_TRUE(settingsHaveKeyboard());
+    for (int i = 0; i < 3; ++i)
+        sway.press(u"Tab"_s);
+    sway.type(u"entered"_s);
+    for (int round = 0; round < 2; ++round) {
+        sway.tell(u"[app_id=other] focus"_s);
+        EXPECT_TRUE(eventually([this] { return focused() == u"other"; }));
+        QProcess second;
+        Sway::prepare(second);
+        second.setProcessEnvironment(environment());
+        second.start(executable, {u"--settings"_s});
+        second.waitForFinished();
+        EXPECT_TRUE(settingsHaveKeyboard()) << round;
+    }
+    sway.press(u"Return"_s);
+    EXPECT_TRUE(eventually([this] {
+        return home.defaults()[u"aiModel"_s].toString() == u"entered";
+    })) << "it is still there";
 }
 
 TEST_F(WaylandTest, aWindowSystemThatIsAskedForAndNotThereIsNotReplaced) {

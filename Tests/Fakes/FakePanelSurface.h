@@ -24,6 +24,7 @@ public:
     void prepare(QWindow &panel, qreal /*cornerRadius*/, quint32 time) override {
         prepared.push_back({panel.isVisible(), time});
     }
+    void claimKeyboard(QWindow & /*window*/) override { ++claims; }
     bool hasKeyboard(const QWindow & /*panel*/) const override { return keyboard; }
 
     void appeared(QWindow &panel, const QPoint & /*origin*/, const QRect &card) override {
@@ -37,6 +38,7 @@ public:
     QRect cardInWindow;
     Behind whatIsBehind = Behind::Desktop;
     std::vector<Prepared> prepared;
+    int claims = 0;
     // Whether the window was visible.
     std::vector<bool> appearedVisibly;
     std::vector<bool> withdrawn;

@@ -11,8 +11,10 @@ using namespace Qt::Literals::StringLiterals;
 
 QString bundleProperty(const QString &bundlePath, const QString &key) {
     constexpr qint64 maximumSize = 8 * 1024 * 1024;
-    QFile file(bundlePath + "/Contents/Info.plist"_L1);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > maximumSize)
+    const QString path = bundlePath + "/Contents/Info.plist"_L1;
+    QFile file(path);
+    // Opening a pipe or a device could block for ever.
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) || file.size() > maximumSize)
         return {};
     const auto properties = decodePropertyList(file.readAll());
     return properties ? properties->value(key) : QString();

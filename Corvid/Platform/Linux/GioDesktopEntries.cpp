@@ -77,7 +77,7 @@ QByteArray readEntryFile(const QString &path) {
     QFile file(path);
     if (!info.isFile() || info.size() > largest || !file.open(QIODevice::ReadOnly))
         return {};
-    return file.read(largest);
+    return file.read(info.size());
 }
 
 QString keyFileText(GKeyFile *file, const char *key) {

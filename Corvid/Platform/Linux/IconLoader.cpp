@@ -13,7 +13,10 @@
 #include <QImageReader>
 #include <QPainter>
 #include <QSvgRenderer>
+#include <QXmlStreamReader>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace corvid {
@@ -31,10 +34,10 @@ constexpr std::chrono::seconds checkInterval{2};
 /** The content of a file, decompressed if need be; empty when it is larger than reasonable. */
 QByteArray contentOf(const QString &path) {
     QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) ||
-        file.size() > maximumFileSize)
+    const QFileInfo info(path);
+    if (!info.isFile() || info.size() > maximumFileSize || !file.open(QIODevice::ReadOnly))
         return {};
-    QByteArray bytes = file.read(maximumFileSize);
+    QByteArray bytes = file.read(info.size());
     if (!bytes.startsWith("\x1f\x8b"))
         return bytes;
 
@@ -65,12 +68,51 @@ bool isSvg(const QString &path) {
            path.endsWith(".svgz"_L1, Qt::CaseInsensitive);
 }
 
+/** Whether the bytes are pixels in one of the formats that icons come in. What else the machine has
+    decoders for is not let loose on foreign bytes. */
+bool isRaster(QByteArray bytes) {
+    constexpr std::array formats{"png", "xpm", "jpeg", "jpg", "gif", "webp", "bmp", "ico", "icns"};
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    const QByteArray format = QImageReader::imageFormat(&buffer);
+    return std::find(formats.begin(), formats.end(), format) != formats.end();
+}
+
+bool embedsRaster(const QXmlStreamAttribute &reference) {
+    const QStringView value = reference.value();
+    constexpr auto mark = "base64,"_L1;
+    const qsizetype data = value.lastIndexOf(mark);
+    return value.startsWith("data:"_L1) && data >= 0 &&
+           isRaster(QByteArray::fromBase64(value.sliced(data + mark.size()).toLatin1()));
+}
+
+/** Whether a drawing needs no other file. Qt opens any that it names, also a pipe or a device, from
+    which reading would never end. */
+bool standsAlone(const QByteArray &svg) {
+    QXmlStreamReader reader(svg);
+    reader.setNamespaceProcessing(false); // as Qt reads it
+    while (!reader.atEnd()) {
+        const QXmlStreamReader::TokenType token = reader.readNext();
+        if (token == QXmlStreamReader::ProcessingInstruction &&
+            reader.processingInstructionTarget() == "xml-stylesheet"_L1)
+            return false;
+        if (token != QXmlStreamReader::StartElement || reader.name() != "image"_L1)
+            continue;
+        const QXmlStreamAttributes attributes = reader.attributes();
+        if (std::any_of(attributes.begin(), attributes.end(), [](const auto &attribute) {
+                return attribute.name() == "href"_L1 && !embedsRaster(attribute);
+            }))
+            return false;
+    }
+    return !reader.hasError();
+}
+
 QImage renderSvg(const QByteArray &bytes, int pixels) {
     // Text in a picture needs fonts, and Qt ends a process that asks for them without a screen.
     if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
         return {};
     QSvgRenderer renderer;
-    if (!renderer.load(bytes))
+    if (!standsAlone(bytes) || !renderer.load(bytes))
         return {};
     renderer.setAspectRatioMode(Qt::KeepAspectRatio);
     QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
@@ -81,6 +123,8 @@ QImage renderSvg(const QByteArray &bytes, int pixels) {
 }
 
 QImage readRaster(QByteArray bytes, int pixels) {
+    if (!isRaster(bytes))
+        return {};
     QBuffer buffer(&bytes);
     QImageReader reader(&buffer);
     reader.setDecideFormatFromContent(true);

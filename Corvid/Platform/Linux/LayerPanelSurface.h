@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Linux/LayerCovers.h"
+#include "Platform/Linux/Remap.h"
 #include "Platform/PanelSurface.h"
 
 #include <memory>
@@ -24,6 +25,7 @@ public:
     void prepare(QWindow &panel, qreal cornerRadius, quint32 time) override;
     void appeared(QWindow &panel, const QPoint &origin, const QRect &card) override;
     void withdraw(QWindow &panel) override;
+    void claimKeyboard(QWindow &window) override { remap(window); }
     bool hasKeyboard(const QWindow &panel) const override;
 
 private:

@@ -3,6 +3,7 @@
 #include "Platform/Linux/LayerClickMonitor.h"
 #include "Platform/Linux/LayerPanelSurface.h"
 #include "Platform/Linux/PortalHotKeys.h"
+#include "Platform/Linux/Remap.h"
 #include "Platform/Linux/WaylandActivation.h"
 #include "Platform/Linux/X11ClickMonitor.h"
 #include "Platform/Linux/X11HotKeys.h"
@@ -26,6 +27,7 @@ public:
     Behind behind() const override { return Behind::Desktop; }
     QRect visibleFrame(const QScreen &screen) const override { return screen.availableGeometry(); }
     void prepare(QWindow & /*panel*/, qreal /*cornerRadius*/, quint32 /*time*/) override {}
+    void claimKeyboard(QWindow &window) override { remap(window); }
     bool hasKeyboard(const QWindow &panel) const override { return panel.isActive(); }
 };
 

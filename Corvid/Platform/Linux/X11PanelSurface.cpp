@@ -117,6 +117,11 @@ void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) 
     askForBlur(panel, cornerRadius);
 }
 
+// The wish may have come over the bus, of which Qt knows no time.
+void X11PanelSurface::claimKeyboard(QWindow & /*window*/) {
+    QX11Info::setAppTime(QX11Info::getTimestamp());
+}
+
 bool X11PanelSurface::hasKeyboard(const QWindow &panel) const {
     const x11::Reply<xcb_get_input_focus_reply_t> focus(
         xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
