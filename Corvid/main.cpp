@@ -106,7 +106,7 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     LinuxTrayWatch tray;
     PortalAppearance appearance;
     PortalFolderDialog folderDialog;
-    const std::unique_ptr<HotKeyBackend> hotKeys = makeHotKeys(session);
+    const std::unique_ptr<HotKeyBackend> hotKeys = makeHotKeys(session, panelDesktop);
     HotKeyManager::installBackend(hotKeys.get());
 
     AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,

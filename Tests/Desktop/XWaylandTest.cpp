@@ -121,6 +121,12 @@ TEST_F(XWaylandTest, thePanelCarriesTheTokenOfThePress) {
     ASSERT_TRUE(appears());
     EXPECT_TRUE(run(u"xprop"_s, {u"-id"_s, panel(), u"_NET_STARTUP_ID"_s})
                     .contains(u"\"of-the-press_TIME0\""_s));
+    portal.tell("release");
+    portal.tell("press");
+    ASSERT_TRUE(disappears());
+    run(executable, {u"--toggle"_s});
+    ASSERT_TRUE(appears());
+    EXPECT_FALSE(run(u"xprop"_s, {u"-id"_s, panel(), u"_NET_STARTUP_ID"_s}).contains(u"press"_s));
 }
 
 TEST_F(XWaylandTest, theKeyIsNotTakenFromX11WindowsOnly) {

@@ -13,7 +13,6 @@
 #include <QScreen>
 #include <QWindow>
 
-#include <private/qtx11extras_p.h>
 #include <qpa/qplatformnativeinterface.h>
 
 namespace corvid {
@@ -55,10 +54,15 @@ std::function<QByteArray()> activationTokens(wl_display *display) {
 } // namespace
 
 PanelDesktop makePanelDesktop() {
-    if (xcb_connection_t *connection = x11Connection())
-        return {std::make_unique<X11PanelSurface>(connection),
-                std::make_unique<X11ClickMonitor>(connection), nullptr};
-    PanelDesktop desktop{std::make_unique<PlainPanelSurface>(), nullptr, nullptr};
+    if (xcb_connection_t *connection = x11Connection()) {
+        auto surface = std::make_unique<X11PanelSurface>(connection);
+        const auto entitle = [to = surface.get()](const QByteArray &token) {
+            to->setStartupId(token);
+        };
+        return {std::move(surface), std::make_unique<X11ClickMonitor>(connection), nullptr,
+                entitle};
+    }
+    PanelDesktop desktop{std::make_unique<PlainPanelSurface>(), nullptr, nullptr, nullptr};
     wl_display *display = waylandDisplay();
     if (!display)
         return desktop;
@@ -71,12 +75,11 @@ PanelDesktop makePanelDesktop() {
     return desktop;
 }
 
-std::unique_ptr<HotKeyBackend> makeHotKeys(Session session) {
+std::unique_ptr<HotKeyBackend> makeHotKeys(Session session, const PanelDesktop &panelDesktop) {
     // XWayland sees only the keys that go to X11 windows.
     if (session != Session::Wayland)
         return std::make_unique<X11HotKeys>(qgetenv("DISPLAY"));
-    // A layer surface gets the keyboard anyway.
-    return std::make_unique<PortalHotKeys>(x11Connection() ? &QX11Info::setNextStartupId : nullptr);
+    return std::make_unique<PortalHotKeys>(panelDesktop.entitlePanel);
 }
 
 } // namespace corvid
