@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/HotKeyBackend.h"
+#include "Platform/Linux/GLibPointers.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -12,8 +13,6 @@
 #include <mutex>
 #include <optional>
 #include <thread>
-
-using GMainContext = struct _GMainContext;
 
 namespace corvid {
 
