@@ -17,7 +17,6 @@
 #include "Platform/Linux/PortalAppearance.h"
 #include "Platform/Linux/PortalFolderDialog.h"
 #include "Platform/Linux/TerminationSignals.h"
-#include "Platform/Linux/X11HotKeys.h"
 #include "RoleCatalog.h"
 
 #include <QApplication>
@@ -57,12 +56,13 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     // What we start gets the environment that we were started with.
     const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 
+    auto session = Session::X11;
     if (commandLine.isDiagnostic() && !commandLine.show) {
         // These answer on standard error alone, so they run where there is no display too.
         qputenv("QT_QPA_PLATFORM", "offscreen");
         // Standard error is the answer: no word of Qt's about the surroundings goes there.
         QLoggingCategory::setFilterRules(QStringLiteral("*.warning=false"));
-    } else if (!choosePlatform()) {
+    } else if ((session = choosePlatform()) == Session::Unreachable) {
         std::fputs("Corvid needs a display: start it in a desktop session, or set DISPLAY or "
                    "WAYLAND_DISPLAY.\n",
                    stderr);
@@ -106,8 +106,8 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     LinuxTrayWatch tray;
     PortalAppearance appearance;
     PortalFolderDialog folderDialog;
-    X11HotKeys hotKeys(qgetenv("DISPLAY"));
-    HotKeyManager::installBackend(&hotKeys);
+    const std::unique_ptr<HotKeyBackend> hotKeys = makeHotKeys(session, panelDesktop);
+    HotKeyManager::installBackend(hotKeys.get());
 
     AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
                           *panelDesktop.surface, panelDesktop.clickMonitor.get(),

@@ -160,7 +160,10 @@ private:
     void startBus() {
         prepare(bus_);
         bus_.setProcessEnvironment(environment());
-        bus_.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
+        // Services of the developer's desktop would get in the way.
+        bus_.start(u"dbus-daemon"_s,
+                   {u"--config-file"_s, QStringLiteral(CORVID_TEST_FIXTURES "/session-bus.conf"),
+                    u"--nofork"_s, u"--print-address"_s});
         EXPECT_TRUE(bus_.waitForReadyRead(20'000)) << "no session bus";
         busAddress_ = QString::fromLatin1(bus_.readLine().trimmed());
     }

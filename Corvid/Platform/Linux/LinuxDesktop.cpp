@@ -2,9 +2,11 @@
 
 #include "Platform/Linux/LayerClickMonitor.h"
 #include "Platform/Linux/LayerPanelSurface.h"
+#include "Platform/Linux/PortalHotKeys.h"
 #include "Platform/Linux/Remap.h"
 #include "Platform/Linux/WaylandActivation.h"
 #include "Platform/Linux/X11ClickMonitor.h"
+#include "Platform/Linux/X11HotKeys.h"
 #include "Platform/Linux/X11PanelSurface.h"
 
 #include <QGuiApplication>
@@ -52,10 +54,15 @@ std::function<QByteArray()> activationTokens(wl_display *display) {
 } // namespace
 
 PanelDesktop makePanelDesktop() {
-    if (xcb_connection_t *connection = x11Connection())
-        return {std::make_unique<X11PanelSurface>(connection),
-                std::make_unique<X11ClickMonitor>(connection), nullptr};
-    PanelDesktop desktop{std::make_unique<PlainPanelSurface>(), nullptr, nullptr};
+    if (xcb_connection_t *connection = x11Connection()) {
+        auto surface = std::make_unique<X11PanelSurface>(connection);
+        const auto entitle = [to = surface.get()](const QByteArray &token) {
+            to->setStartupId(token);
+        };
+        return {std::move(surface), std::make_unique<X11ClickMonitor>(connection), nullptr,
+                entitle};
+    }
+    PanelDesktop desktop{std::make_unique<PlainPanelSurface>(), nullptr, nullptr, nullptr};
     wl_display *display = waylandDisplay();
     if (!display)
         return desktop;
@@ -66,6 +73,13 @@ PanelDesktop makePanelDesktop() {
         desktop.surface = std::move(surface);
     }
     return desktop;
+}
+
+std::unique_ptr<HotKeyBackend> makeHotKeys(Session session, const PanelDesktop &panelDesktop) {
+    // XWayland sees only the keys that go to X11 windows.
+    if (session != Session::Wayland)
+        return std::make_unique<X11HotKeys>(qgetenv("DISPLAY"));
+    return std::make_unique<PortalHotKeys>(panelDesktop.entitlePanel);
 }
 
 } // namespace corvid

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Platform/ClickMonitor.h"
+#include "Platform/HotKeyBackend.h"
+#include "Platform/Linux/PlatformChoice.h"
 #include "Platform/PanelSurface.h"
 
 #include <QByteArray>
@@ -21,9 +23,16 @@ struct PanelDesktop {
         there is none at this moment. Null where the window system has no such tokens. Main
         thread. */
     std::function<QByteArray()> activationToken;
+    /** Takes the token by which the panel may have the keyboard when it is shown next; none when
+        empty. Null where it may have it anyway. Main thread. */
+    std::function<void(const QByteArray &token)> entitlePanel;
 };
 
 /** To be gone before the application object. */
 PanelDesktop makePanelDesktop();
+
+/** How the session lets us have a key. To be gone before the application object and the panel's
+    desktop. */
+std::unique_ptr<HotKeyBackend> makeHotKeys(Session session, const PanelDesktop &panelDesktop);
 
 } // namespace corvid

@@ -52,34 +52,47 @@ bool xServerIsReachable() {
     return reachable;
 }
 
-bool runOn(const char *platform) {
+void runOn(const char *platform) {
     qputenv("QT_QPA_PLATFORM", platform);
     // Lets us give the panel's surface a role that Qt does not know.
     qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
-    return true;
+}
+
+Session runOnWayland() {
+    runOn("wayland");
+    return Session::Wayland;
+}
+
+Session runOnX11(Compositor compositor) {
+    if (!xServerIsReachable())
+        return Session::Unreachable;
+    runOn("xcb");
+    // One that the session does not name is not what shows it.
+    const bool named = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    return named && compositor != Compositor::None ? Session::Wayland : Session::X11;
 }
 
 } // namespace
 
-bool choosePlatform() {
+Session choosePlatform() {
+    const Compositor compositor = lookAtCompositor();
     const QByteArray wanted = qgetenv("CORVID_PLATFORM");
     if (wanted == "wayland")
-        return lookAtCompositor() != Compositor::None && runOn("wayland");
+        return compositor == Compositor::None ? Session::Unreachable : runOnWayland();
     if (wanted == "xcb")
-        return xServerIsReachable() && runOn("xcb");
+        return runOnX11(compositor);
     if (!wanted.isEmpty())
         std::fprintf(stderr, "corvid: CORVID_PLATFORM is neither wayland nor xcb.\n");
 
     // Sessions set it for all programs alike, without knowing what a panel needs.
     const QByteArray general = qgetenv("QT_QPA_PLATFORM");
     if (!general.isEmpty() && !general.startsWith("wayland") && !general.startsWith("xcb"))
-        return true;
-    const Compositor compositor = lookAtCompositor();
+        return compositor == Compositor::None ? Session::X11 : Session::Wayland;
     if (compositor == Compositor::LayerShell)
-        return runOn("wayland");
-    if (xServerIsReachable())
-        return runOn("xcb");
-    return compositor == Compositor::Plain && runOn("wayland");
+        return runOnWayland();
+    const Session session = runOnX11(compositor);
+    return session == Session::Unreachable && compositor == Compositor::Plain ? runOnWayland()
+                                                                              : session;
 }
 
 } // namespace corvid
