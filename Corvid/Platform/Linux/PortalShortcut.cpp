@@ -304,7 +304,7 @@ GVariant *PortalShortcut::shortcuts() const {
 void PortalShortcut::call(const char *name, const QByteArray &path, const char *interface,
                           const char *method, GVariant *arguments, Done done) {
     ++pendingCalls_;
-    auto call = std::unique_ptr<Call>(new Call{this, portal_, std::move(done)});
+    auto call = std::make_unique<Call>(Call{this, portal_, std::move(done)});
     g_dbus_connection_call(bus_.get(), name, path.constData(), interface, method, arguments,
                            nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, cancellable_,
                            &Call::finish, call.release());
