@@ -425,8 +425,14 @@ TEST_F(ApplicationLauncherTest, aChildFindsEverySignalAsANewProcessDoes) {
                     "mv '%1.part' '%1'\n"_s.arg(trace(u"tool"_s)));
     QFile::setPermissions(tool, QFile::ReadOwner | QFile::ExeOwner);
     EXPECT_EQ(startTool(tool), QString());
-    EXPECT_EQ(Trace(trace(u"tool"_s)).lines,
-              (QStringList{u"SigBlk:\t0000000000000000"_s, u"SigIgn:\t0000000000000000"_s}));
+    const QStringList lines = Trace(trace(u"tool"_s)).lines;
+    ASSERT_EQ(lines.size(), 2);
+    // The two that the C library keeps for itself are as whoever started the tests left them.
+    constexpr quint64 libraryOwn = quint64(3) << 31;
+    for (const QString &line : lines)
+        EXPECT_EQ(line.section(u'\t', 1).toULongLong(nullptr, 16) & ~libraryOwn, 0U)
+            << qPrintable(line);
+    EXPECT_TRUE(lines[0].startsWith("SigBlk"_L1) && lines[1].startsWith("SigIgn"_L1));
     pthread_sigmask(SIG_SETMASK, &maskBefore, nullptr);
     for (qsizetype i = 0; i < ignored.size(); ++i)
         std::signal(ignored[i], before[i]);
