@@ -8,7 +8,7 @@ PRESET ?= dev
 # Seconds for each fuzz target.
 TIME ?= 60
 
-.PHONY: run test bench fuzz lint screenshots build-tests
+.PHONY: run test bench fuzz lint package check-package check-sanitizers screenshots build-tests
 
 run:
 	@scripts/run $(ARGS)
@@ -39,3 +39,15 @@ lint:
 	@scripts/setup run test lint
 	@cmake --preset $(PRESET) >/dev/null
 	@scripts/lint
+
+package:
+	@scripts/setup run package
+	@scripts/package
+
+check-package: package
+	@scripts/setup check-package
+	@scripts/check-package
+
+check-sanitizers:
+	@scripts/setup run test
+	@scripts/check-sanitizers

@@ -324,7 +324,7 @@ void makeHome(const QString &home, const Endpoint &endpoint) {
     if (!settings.open(QIODevice::WriteOnly) ||
         !corvid::FileSecretStore().set(u"ai-api-key"_s, u"key"_s))
         fail("no home folder");
-    settings.write("{\"aiBaseURL\": \"" + endpoint.baseURL().toUtf8() + "\"}");
+    settings.write(R"({"aiBaseURL": ")" + endpoint.baseURL().toUtf8() + R"("})");
 }
 
 } // namespace
@@ -353,6 +353,7 @@ int main(int argc, char **argv) {
     std::this_thread::sleep_for(1s);
 
     std::vector<double> firsts;
+    firsts.reserve(static_cast<std::size_t>(rounds));
     for (int round = 0; round < rounds; ++round)
         firsts.push_back(firstWordsTime(display, *window, endpoint, round));
     const auto [median, p95] = summary(firsts);

@@ -126,8 +126,8 @@ int main(int argc, char **argv) {
         };
         const auto state = [&](const char *when) {
             std::this_thread::sleep_for(1s);
-            std::printf(R"(, "%s": {"pss": %.1f, "fds": %ld, "threads": %ld})", when,
-                        program.pss(), program.fileDescriptors(), program.threads());
+            std::printf(R"(, "%s": {"pss": %.1f, "fds": %ld, "threads": %ld})", when, program.pss(),
+                        program.fileDescriptors(), program.threads());
         };
         for (int i = 0; i < soakWarmUp; ++i)
             round();

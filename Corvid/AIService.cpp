@@ -4,6 +4,7 @@
 #include "Platform/SecretStore.h"
 #include "Platform/UserDefaults.h"
 #include "ServerSentEvents.h"
+#include "StoredSettings.h"
 
 #include <QCoreApplication>
 #include <QJsonValue>
@@ -23,10 +24,6 @@ std::unique_ptr<AIService> sharedService;
 
 bool isWeb(const QUrl &url) {
     return url.scheme() == "http"_L1 || url.scheme() == "https"_L1;
-}
-
-QString storedText(const UserDefaults &defaults, const QString &key, const QString &absent) {
-    return defaults.value(key).toString(absent);
 }
 
 } // namespace
@@ -77,8 +74,7 @@ void AIService::installSecrets(const SecretStore *secrets) {
 }
 
 AIService::Config AIService::config() const {
-    return {storedText(defaults_, u"aiBaseURL"_s, u"https://api.openai.com/v1"_s),
-            storedText(defaults_, u"aiModel"_s, u"gpt-4o-mini"_s),
+    return {settings::aiBaseURL(defaults_), settings::aiModel(defaults_),
             secrets_ ? secrets_->get(u"ai-api-key"_s).value_or(QString()) : QString()};
 }
 

@@ -100,23 +100,21 @@ void AppCatalog::load(CachedList cached) {
     freshIcons_.clear();
     ++generation_;
     applyCache(std::move(cached));
-    tasks_.start(
-        [this, home = locations::home()](const std::stop_token &stop) {
-            std::vector<AppEntry> apps =
-                scanAll({bundleFolders(home), desktopEntries_.list(), roles_}, stop);
-            if (stop.stop_requested())
-                return;
-            const auto scanned = std::make_shared<Snapshot>(std::move(apps));
-            QMetaObject::invokeMethod(
-                this,
-                [this, scanned] {
-                    ++generation_;
-                    apply(scanned);
-                    cacheWriter_.write(tasks_, cachePath(), {scanned, &scanned->apps});
-                },
-                Qt::QueuedConnection);
-        },
-        TaskPriority::Utility);
+    tasks_.start([this, home = locations::home()](const std::stop_token &stop) {
+        std::vector<AppEntry> apps =
+            scanAll({bundleFolders(home), desktopEntries_.list(), roles_}, stop);
+        if (stop.stop_requested())
+            return;
+        const auto scanned = std::make_shared<Snapshot>(std::move(apps));
+        QMetaObject::invokeMethod(
+            this,
+            [this, scanned] {
+                ++generation_;
+                apply(scanned);
+                cacheWriter_.write(tasks_, cachePath(), {scanned, &scanned->apps});
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 void AppCatalog::applyCache(CachedList cached) {

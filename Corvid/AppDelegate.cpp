@@ -3,7 +3,6 @@
 #include "Benchmark.h"
 #include "CommandLine.h"
 #include "HotKeyManager.h"
-#include "Locations.h"
 #include "Platform/Appearance.h"
 #include "Platform/Instance.h"
 #include "Platform/Pasteboard.h"
@@ -11,21 +10,20 @@
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
 #include "RoleCatalog.h"
+#include "SettingsWindow.h"
 #include "StatusItem.h"
+#include "StoredSettings.h"
 #include "Style.h"
 #include "Text.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QJsonObject>
-#include <QLocale>
 #include <QPointer>
 #include <QTimer>
 #include <QUrl>
 
 #include <chrono>
 #include <cstdio>
-#include <limits>
 
 namespace corvid {
 
@@ -44,17 +42,6 @@ void printError(const QString &line) {
     const QByteArray bytes = line.toUtf8() + '\n';
     std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
     std::fflush(stderr);
-}
-
-// 0, which is also what anything but an integer reads as, means that nothing is stored.
-quint32 storedNumber(const UserDefaults &defaults, const QString &key, quint32 otherwise) {
-    const QJsonValue value = defaults.value(key);
-    const double number = value.toDouble();
-    if (number < 0 || number > std::numeric_limits<quint32>::max())
-        qFatal("the stored %s is %s; it must be from 0 to 4294967295", qPrintable(key),
-               QByteArray::number(number, 'g', QLocale::FloatingPointShortest).constData());
-    const auto stored = static_cast<quint32>(value.toInteger());
-    return stored == 0 ? otherwise : stored;
 }
 
 template <typename... Functions>
@@ -84,6 +71,8 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, 
     platform_.appearance.onChange = [this] {
         style::setAppearance(platform_.appearance.current());
         panel_->applyStyle();
+        if (settingsWindow_)
+            settingsWindow_->applyStyle();
     };
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
@@ -92,9 +81,13 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, 
     catalog_.onUpdate = [this] { viewModel_.refresh(); };
     projects_.onUpdate = [this] { viewModel_.refresh(); };
     platform_.secrets.onChange = [delegate = QPointer(this)] {
+        if (!delegate)
+            return;
         // Only what is typed can depend on the key.
-        if (delegate && !delegate->viewModel_.query().isEmpty())
+        if (!delegate->viewModel_.query().isEmpty())
             delegate->viewModel_.refresh();
+        if (delegate->settingsWindow_)
+            delegate->settingsWindow_->view().loadKey();
     };
     connect(&catalog_, &AppCatalog::iconArrived, &viewModel_, [this](const QString &path) {
         viewModel_.updateIcon(path, catalog_.icons().value(path));
@@ -161,9 +154,9 @@ void AppDelegate::installMouseMonitor() {
     mouseMonitor_.reset();
     if (!platform_.clickMonitor)
         return;
-    mouseMonitor_ = platform_.clickMonitor->install([this](const QPoint &pointer) {
+    mouseMonitor_ = platform_.clickMonitor->install([this](const std::optional<QPoint> &pointer) {
         const auto hideUnlessInside = [this, pointer] {
-            if (panel_->isVisible() && !panel_->frameGeometry().contains(pointer))
+            if (panel_->isVisible() && !(pointer && panel_->frameGeometry().contains(*pointer)))
                 hide();
         };
         QMetaObject::invokeMethod(this, hideUnlessInside, Qt::QueuedConnection);
@@ -187,9 +180,9 @@ void AppDelegate::fulfil(const Wish &wish) {
 }
 
 void AppDelegate::applyHotkey() {
-    const quint32 keyCode = storedNumber(platform_.defaults, u"hotkeyKeyCode"_s, defaultKeyCode);
+    const quint32 keyCode = settings::hotkeyKeyCode(platform_.defaults).value_or(defaultKeyCode);
     const quint32 modifiers =
-        storedNumber(platform_.defaults, u"hotkeyModifiers"_s, defaultModifiers);
+        settings::hotkeyModifiers(platform_.defaults).value_or(defaultModifiers);
     platform_.hotKeys.registerHotKey(keyCode, modifiers, [delegate = QPointer(this)] {
         if (!delegate)
             return;
@@ -245,13 +238,17 @@ void AppDelegate::openLastProject() {
 }
 
 void AppDelegate::openSettings() {
-    const QString path = locations::configuration() + u"/Corvid/defaults.json"_s;
-    if (!QFile::exists(path)) {
-        // An editor needs a file to open; switching AI on is what its absence means anyway.
-        platform_.defaults.set(u"aiEnabled"_s, true);
-        platform_.defaults.synchronize();
+    if (!settingsWindow_) {
+        settingsWindow_ = std::make_unique<SettingsWindow>(
+            SettingsView::Environment{.defaults = platform_.defaults,
+                                      .projects = projects_,
+                                      .hotKeys = platform_.hotKeys,
+                                      .folderDialog = platform_.folderDialog,
+                                      .keychain = keychain_,
+                                      .onHotkeyChanged = [this] { applyHotkey(); }},
+            platform_.panelSurface);
     }
-    platform_.workspace.open(path);
+    settingsWindow_->present();
 }
 
 void AppDelegate::runBenchmark() {

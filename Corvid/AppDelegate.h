@@ -22,11 +22,13 @@ struct CommandLine;
 class AIService;
 class AppearanceSettings;
 class DesktopEntries;
+class FolderDialog;
 class HotKeyManager;
 class Instance;
 class PanelSurface;
 class Pasteboard;
 class SecretStore;
+class SettingsWindow;
 class StatusItem;
 class SystemLog;
 class TrayWatch;
@@ -59,6 +61,7 @@ public:
         Instance &instance;
         TrayWatch &tray;
         AppearanceSettings &appearance;
+        FolderDialog &folderDialog;
         AIService &ai;
         /** Never goes backwards, whatever is done to the clock on the wall. */
         std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
@@ -99,7 +102,7 @@ public:
     /** Carries out a row's action. Every failure is swallowed or logged. */
     void performAction(const LauncherAction &action);
 
-    /** Opens the user's settings file in the default editor. */
+    /** Brings the settings up, in the one window that they have. */
     void openSettings();
 
     // The status item's menu.
@@ -108,6 +111,8 @@ public:
 
     LauncherViewModel &viewModel() { return viewModel_; }
     LauncherPanel *panel() { return panel_.get(); }
+    /** Null until the settings were first opened. */
+    SettingsWindow *settingsWindow() { return settingsWindow_.get(); }
     /** Null in a process that only answers. */
     const StatusItem *statusItem() const { return statusItem_.get(); }
 
@@ -126,6 +131,8 @@ private:
     EditorLauncher editorLauncher_;
     std::unique_ptr<LauncherPanel> panel_;
     std::unique_ptr<StatusItem> statusItem_;
+    /** Made when they are first opened. */
+    std::unique_ptr<SettingsWindow> settingsWindow_;
     /** Absent until the panel was hidden for the first time. */
     std::optional<std::chrono::steady_clock::time_point> lastHideTime_;
     /** The panel stays without the keyboard: until it is hidden. */

@@ -2,6 +2,8 @@
 
 #include <QHash>
 
+#include <utility>
+
 namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
@@ -33,6 +35,11 @@ const QHash<quint32, QString> &keyNames() {
 
 } // namespace
 
+HotKeyManager::~HotKeyManager() {
+    onObtainedChange = nullptr;
+    unregister();
+}
+
 HotKeyManager &HotKeyManager::shared() {
     if (!sharedBackend)
         qFatal("the hot key was used before the platform installed its backend");
@@ -47,7 +54,12 @@ void HotKeyManager::installBackend(HotKeyBackend *backend) {
 void HotKeyManager::registerHotKey(quint32 keyCode, quint32 modifiers, Handler handler) {
     unregister();
     handler_ = std::move(handler);
+    hotKey_ = {keyCode, modifiers};
     registered_ = true;
+    grab();
+}
+
+void HotKeyManager::grab() {
     const auto pressed = [this](quint32 time) {
         QMetaObject::invokeMethod(
             &receiver_,
@@ -55,7 +67,7 @@ void HotKeyManager::registerHotKey(quint32 keyCode, quint32 modifiers, Handler h
                 lastPressTime_ = time;
                 nextKeys_ = NextKeys::WhoHasTheKeyboard;
                 // The handler may register another.
-                if (const Handler current = handler_)
+                if (const Handler current = handler_; current && !paused_)
                     current();
                 backend_.dealtWith(time, nextKeys_);
             },
@@ -66,20 +78,44 @@ void HotKeyManager::registerHotKey(quint32 keyCode, quint32 modifiers, Handler h
             &receiver_,
             [this, registration, obtained] {
                 if (registration == registration_)
-                    obtained_ = obtained;
+                    setObtained(obtained);
             },
             Qt::QueuedConnection);
     };
-    backend_.grab({keyCode, modifiers}, {pressed, answered});
+    backend_.grab(hotKey_, {pressed, answered});
 }
 
 void HotKeyManager::unregister() {
     if (!registered_)
         return;
     registered_ = false;
+    if (!std::exchange(paused_, false))
+        release();
+}
+
+void HotKeyManager::pause() {
+    if (!registered_ || paused_)
+        return;
+    paused_ = true;
+    release();
+}
+
+void HotKeyManager::resume() {
+    if (std::exchange(paused_, false))
+        grab();
+}
+
+void HotKeyManager::release() {
     ++registration_;
-    obtained_.reset();
     backend_.release();
+    setObtained(std::nullopt);
+}
+
+void HotKeyManager::setObtained(std::optional<bool> obtained) {
+    if (obtained == std::exchange(obtained_, obtained))
+        return;
+    if (onObtainedChange)
+        onObtainedChange();
 }
 
 quint32 HotKeyManager::carbonFlags(ModifierFlags flags) {

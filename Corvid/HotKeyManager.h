@@ -23,7 +23,7 @@ public:
     explicit HotKeyManager(HotKeyBackend &backend) : backend_(backend) {}
     HotKeyManager(const HotKeyManager &) = delete;
     HotKeyManager &operator=(const HotKeyManager &) = delete;
-    ~HotKeyManager() { unregister(); }
+    ~HotKeyManager();
 
     /** The process-wide instance, on the backend that the platform installs before anything asks
         for it; asking earlier is a fatal programming error. */
@@ -41,9 +41,22 @@ public:
     /** Gives the combination back, if there is one. */
     void unregister();
 
+    /** Gives the combination back for a while, in which it does nothing and reaches our windows
+       like any other. Ended by resume(), and by registering another. */
+    void pause();
+    void resume();
+
+    /** What is registered, also while it is paused. */
+    std::optional<HotKey> registered() const {
+        return registered_ ? std::optional(hotKey_) : std::nullopt;
+    }
+
     /** Whether the registered combination could be had; absent while that is not known yet or
         nothing is registered. */
     std::optional<bool> obtained() const { return obtained_; }
+
+    /** Called when obtained() has become another; not from the destructor. */
+    std::function<void()> onObtainedChange;
 
     /** The window system's time of the press that the handler was last called for, in its own
         milliseconds; 0 when there was none or it has no time. Focus is asked for with it. */
@@ -56,9 +69,15 @@ public:
     static QString describe(quint32 keyCode, quint32 modifiers);
 
 private:
+    void grab();
+    void release();
+    void setObtained(std::optional<bool> obtained);
+
     HotKeyBackend &backend_;
+    HotKey hotKey_;
     Handler handler_;
     bool registered_ = false;
+    bool paused_ = false;
     std::optional<bool> obtained_;
     quint32 lastPressTime_ = 0;
     /** What the handler says of the press that it deals with. */

@@ -11,7 +11,10 @@
 #include <QCloseEvent>
 #include <QCursor>
 #include <QGuiApplication>
+#include <QPaintEvent>
+#include <QPainter>
 #include <QScreen>
+#include <QtMath>
 
 #include <algorithm>
 
@@ -41,14 +44,42 @@ std::optional<QPoint> panelOrigin(const QPoint &pointer, const std::vector<Scree
 
 LauncherPanel::LauncherPanel(LauncherViewModel &viewModel, PanelSurface &surface)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
-      surface_(surface), view_(new LauncherView(viewModel, this)) {
+      surface_(surface), shadowRoom_(surface.castsShadow() ? QMargins() : CardShadow::room()),
+      view_(new LauncherView(viewModel, this)) {
     setWindowTitle(u"Corvid"_s);
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_QuitOnClose, false);
-    setFixedSize(style::panelWidth, style::panelHeight);
+    setFixedSize(QSize(style::panelWidth, style::panelHeight).grownBy(shadowRoom_));
     auto *whole = new QVBoxLayout(this);
-    whole->setContentsMargins(0, 0, 0, 0);
+    whole->setContentsMargins(shadowRoom_);
     whole->addWidget(view_);
+}
+
+// The window system is told of the hiding while there still is a panel to ask. Its owner, who is
+// going too, is not told that the keyboard goes with it.
+LauncherPanel::~LauncherPanel() {
+    onResignKey = nullptr;
+    setVisible(false);
+}
+
+void LauncherPanel::setVisible(bool visible) {
+    if (!visible && isVisible())
+        surface_.withdraw(*windowHandle());
+    QWidget::setVisible(visible);
+}
+
+QRect LauncherPanel::card() const {
+    return rect().marginsRemoved(shadowRoom_);
+}
+
+void LauncherPanel::paintEvent(QPaintEvent *event) {
+    // Nothing of it shows between the card's rounded corners, where most of the changes are.
+    const int corners = qCeil(2 * style::cardRadius);
+    const QRect belowCorners = card().adjusted(0, corners, 0, -corners);
+    if (shadowRoom_.isNull() || belowCorners.contains(event->rect()))
+        return;
+    QPainter painter(this);
+    shadow_.draw(painter, card(), style::cardRadius);
 }
 
 void LauncherPanel::position() {
@@ -59,8 +90,8 @@ void LauncherPanel::position() {
         screens.insert(screen == QGuiApplication::primaryScreen() ? screens.begin() : screens.end(),
                        area);
     }
-    if (const std::optional<QPoint> origin = panelOrigin(QCursor::pos(), screens, size()))
-        move(*origin);
+    if (const std::optional<QPoint> origin = panelOrigin(QCursor::pos(), screens, card().size()))
+        move(origin_ = *origin - card().topLeft());
 }
 
 void LauncherPanel::present(quint32 time) {
@@ -68,6 +99,7 @@ void LauncherPanel::present(quint32 time) {
     winId(); // there is no window to prepare before it was first asked for
     surface_.prepare(*windowHandle(), style::cardRadius, time);
     show();
+    surface_.appeared(*windowHandle(), origin_, card());
     raise();
     activateWindow();
     if (SearchField *field = SearchField::current()) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "CardShadow.h"
+
 #include <QWidget>
 
 #include <functional>
@@ -33,6 +35,9 @@ class LauncherPanel final : public QWidget {
 public:
     /** Both must outlive the panel. */
     LauncherPanel(LauncherViewModel &viewModel, PanelSurface &surface);
+    ~LauncherPanel() override;
+
+    void setVisible(bool visible) override;
 
     /** Centres the panel on the screen under the pointer, its top edge 22% of the visible height
         below the visible top. Without any screen it stays where it is. */
@@ -53,12 +58,18 @@ public:
 protected:
     void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
 
 private:
     bool hasSheet() const;
     void fitBackdrop();
+    /** Where in the window it is. */
+    QRect card() const;
 
     PanelSurface &surface_;
+    QMargins shadowRoom_;
+    QPoint origin_; ///< where position() put it
+    CardShadow shadow_;
     LauncherView *view_;
 };
 

@@ -5,6 +5,7 @@
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
+#include "StoredSettings.h"
 
 #include <algorithm>
 
@@ -97,8 +98,7 @@ void LauncherViewModel::setStatusText(const QString &text) {
 }
 
 bool LauncherViewModel::aiEnabled() const {
-    const QJsonValue stored = environment_.defaults.value(u"aiEnabled"_s);
-    return stored.isUndefined() || stored.toBool() || stored.toDouble() != 0;
+    return settings::aiEnabled(environment_.defaults);
 }
 
 std::optional<QString> LauncherViewModel::evalMath(const QString &trimmedQuery) {

@@ -67,17 +67,14 @@ void ProjectIndex::load(CachedList cached) {
     ++generation_;
     showCache(std::move(cached));
     setScanning(true);
-    tasks_.start(
-        [this, roots = roots()](const std::stop_token &stop) {
-            SharedSnapshot scanned = prepare(scan(roots, volumes_, stop));
-            // Half a scan is no result; whoever asked it to stop is waiting to be destroyed.
-            if (stop.stop_requested())
-                return;
-            QMetaObject::invokeMethod(
-                this, [this, scanned = std::move(scanned)] { finish(scanned); },
-                Qt::QueuedConnection);
-        },
-        TaskPriority::Utility);
+    tasks_.start([this, roots = roots()](const std::stop_token &stop) {
+        SharedSnapshot scanned = prepare(scan(roots, volumes_, stop));
+        // Half a scan is no result; whoever asked it to stop is waiting to be destroyed.
+        if (stop.stop_requested())
+            return;
+        QMetaObject::invokeMethod(
+            this, [this, scanned = std::move(scanned)] { finish(scanned); }, Qt::QueuedConnection);
+    });
 }
 
 ProjectIndex::SharedSnapshot ProjectIndex::prepare(std::vector<ProjectEntry> projects) {

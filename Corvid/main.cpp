@@ -2,7 +2,6 @@
 #include "AppDelegate.h"
 #include "CommandLine.h"
 #include "HotKeyManager.h"
-#include "Platform/ClickMonitor.h"
 #include "Platform/Linux/BusInstance.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
 #include "Platform/Linux/CoreDumps.h"
@@ -15,10 +14,10 @@
 #include "Platform/Linux/LinuxTrayWatch.h"
 #include "Platform/Linux/LinuxVolumes.h"
 #include "Platform/Linux/LinuxWorkspace.h"
+#include "Platform/Linux/PlatformChoice.h"
 #include "Platform/Linux/PortalAppearance.h"
+#include "Platform/Linux/PortalFolderDialog.h"
 #include "Platform/Linux/TerminationSignals.h"
-#include "Platform/Linux/X11HotKeys.h"
-#include "Platform/PanelSurface.h"
 #include "RoleCatalog.h"
 
 #include <QApplication>
@@ -26,6 +25,7 @@
 #include <QProcessEnvironment>
 #include <QScreen>
 #include <QSessionManager>
+#include <QThread>
 
 #include <algorithm>
 #include <chrono>
@@ -58,17 +58,20 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     // What we start gets the environment that we were started with.
     const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 
+    auto session = Session::X11;
     if (commandLine.isDiagnostic() && !commandLine.show) {
         // These answer on standard error alone, so they run where there is no display too.
         qputenv("QT_QPA_PLATFORM", "offscreen");
         // Standard error is the answer: no word of Qt's about the surroundings goes there.
         QLoggingCategory::setFilterRules(QStringLiteral("*.warning=false"));
-    } else if (!displayIsReachable()) {
+    } else if ((session = choosePlatform()) == Session::Unreachable) {
         std::fputs("Corvid needs a display: start it in a desktop session, or set DISPLAY or "
                    "WAYLAND_DISPLAY.\n",
                    stderr);
         return 1;
     }
+    // The toolkit takes the first thread that asks this for the main one.
+    static_cast<void>(QThread::currentThread());
     // Decoding what is stored takes about as long as the toolkit needs to start: side by side.
     const std::future<void> roles =
         std::async(std::launch::async, [] { static_cast<void>(RoleCatalog::shared()); });
@@ -77,8 +80,8 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     // Our arguments are not the toolkit's: it would take some of them out of a query's text.
     int argc = 1;
     QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("corvid"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Corvid"));
+    // Not as the display name, which the toolkit adds to the titles of windows.
+    QApplication::setApplicationName(QStringLiteral("Corvid"));
     QApplication::setQuitOnLastWindowClosed(false);
     // The session starts us by its autostart; brought back by the session manager as well, the
     // second one would show its panel at every login.
@@ -94,22 +97,25 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     LinuxSystemLog log;
     const GioDesktopEntries desktopEntries;
     const LinuxVolumes volumes;
-    const std::unique_ptr<PanelSurface> panelSurface = makePanelSurface();
-    const std::unique_ptr<ClickMonitor> clickMonitor = makeClickMonitor();
-    LinuxWorkspace workspace(desktopEntries,
-                             {environment, qgetenv("DISPLAY"), highestDevicePixelRatio()});
+    const PanelDesktop panelDesktop = makePanelDesktop();
+    LinuxWorkspace workspace(desktopEntries, {environment,
+                                              {qgetenv("DISPLAY"), qgetenv("WAYLAND_DISPLAY")},
+                                              panelDesktop.activationToken,
+                                              highestDevicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
     LinuxSecretStore secrets;
     AIService::installSecrets(&secrets);
     LinuxTrayWatch tray;
     PortalAppearance appearance;
-    X11HotKeys hotKeys(qgetenv("DISPLAY"));
-    HotKeyManager::installBackend(&hotKeys);
+    PortalFolderDialog folderDialog;
+    const std::unique_ptr<HotKeyBackend> hotKeys = makeHotKeys(session, panelDesktop);
+    HotKeyManager::installBackend(hotKeys.get());
 
     AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
-                          *panelSurface, clickMonitor.get(), HotKeyManager::shared(), instance,
-                          tray, appearance, AIService::shared()});
+                          *panelDesktop.surface, panelDesktop.clickMonitor.get(),
+                          HotKeyManager::shared(), instance, tray, appearance, folderDialog,
+                          AIService::shared()});
     const auto finishLaunching = [&] {
         delegate.applicationDidFinishLaunching(commandLine, std::move(cachedLists));
     };

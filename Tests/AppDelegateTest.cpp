@@ -3,6 +3,7 @@
 #include "CommandLine.h"
 #include "Fakes/FakeAppearanceSettings.h"
 #include "Fakes/FakeClickMonitor.h"
+#include "Fakes/FakeFolderDialog.h"
 #include "Fakes/FakeHotKeyBackend.h"
 #include "Fakes/FakeInstance.h"
 #include "Fakes/FakePanelSurface.h"
@@ -11,18 +12,24 @@
 #include "Fakes/LauncherWorld.h"
 #include "HotKeyManager.h"
 #include "SearchField.h"
+#include "SettingsWindow.h"
 #include "StatusItem.h"
 #include "Style.h"
 #include "Wait.h"
+#include "WindowStyle.h"
 
 #include <QApplication>
 #include <QImage>
 #include <QJsonArray>
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QTimer>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
@@ -56,6 +63,9 @@ protected:
         hotKeyBackend.press();
         QCoreApplication::sendPostedEvents();
     }
+    bool settingsAreShown() {
+        return delegate.settingsWindow() && delegate.settingsWindow()->isVisible();
+    }
     QJsonValue lastProject() const { return defaults.value(u"lastProject"_s); }
 
     QTemporaryDir folder;
@@ -75,13 +85,14 @@ protected:
     FakeInstance instance;
     FakeTrayWatch tray;
     FakeAppearanceSettings appearance;
+    FakeFolderDialog folderDialog;
     AIService ai{defaults, nullptr};
     std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
-    std::optional<AppDelegate> owned{std::in_place,
-                                     AppDelegate::Platform{defaults, workspace, pasteboard, secrets,
-                                                           log, entries, volumes, panelSurface,
-                                                           &clickMonitor, hotKeys, instance, tray,
-                                                           appearance, ai, [this] { return now; }}};
+    std::optional<AppDelegate> owned{
+        std::in_place,
+        AppDelegate::Platform{defaults, workspace, pasteboard, secrets, log, entries, volumes,
+                              panelSurface, &clickMonitor, hotKeys, instance, tray, appearance,
+                              folderDialog, ai, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
@@ -111,6 +122,20 @@ TEST_F(AppDelegateTest, aKeyThatArrivesWhileAQueryIsShownChangesItsList) {
     secrets.set(u"ai-api-key"_s, u"secret"_s);
     secrets.onChange();
     EXPECT_TRUE(delegate.viewModel().results().empty());
+}
+
+TEST_F(AppDelegateTest, aKeyThatArrivesWhileTheSettingsAreShownIsInTheirField) {
+    launch({u"--settings"_s});
+    const auto fields = delegate.settingsWindow()->findChildren<QLineEdit *>();
+    const auto key = std::ranges::find(fields, QLineEdit::Password, &QLineEdit::echoMode);
+    ASSERT_NE(key, fields.end());
+    EXPECT_EQ((*key)->text(), QString());
+    secrets.set(u"ai-api-key"_s, u"secret"_s);
+    secrets.onChange();
+    EXPECT_EQ((*key)->text(), u"secret");
+    (*key)->setText(u"other"_s);
+    delegate.settingsWindow()->view().save();
+    EXPECT_EQ(secrets.get(u"ai-api-key"_s), u"other");
 }
 
 TEST_F(AppDelegateTest, aKeyThatArrivesAfterTheDelegateIsGoneDoesNothing) {
@@ -260,7 +285,7 @@ TEST_F(AppDelegateTest, aFirstToggleShowsThePanel) {
 
 TEST_F(AppDelegateTest, theSettingsOptionOpensTheSettingsAtStart) {
     launch({u"--settings"_s});
-    EXPECT_FALSE(workspace.opened.isEmpty());
+    EXPECT_TRUE(settingsAreShown());
     EXPECT_FALSE(delegate.panel()->isVisible());
 }
 
@@ -274,9 +299,9 @@ TEST_F(AppDelegateTest, wishesOfOtherProcessesAreFulfilled) {
     EXPECT_FALSE(delegate.panel()->isVisible());
     instance.arrive({Wish::Kind::Toggle});
     EXPECT_TRUE(delegate.panel()->isVisible());
-    EXPECT_TRUE(workspace.opened.isEmpty());
+    EXPECT_FALSE(settingsAreShown());
     instance.arrive({Wish::Kind::OpenSettings});
-    EXPECT_EQ(workspace.opened.size(), 1);
+    EXPECT_TRUE(settingsAreShown());
 }
 
 TEST_F(AppDelegateTest, aWishToShowStickilyHoldsUntilThePanelHides) {
@@ -386,10 +411,78 @@ TEST_F(AppDelegateTest, aMalformedLastProjectDoesNothing) {
     EXPECT_TRUE(workspace.calls.isEmpty());
 }
 
-TEST_F(AppDelegateTest, openingTheSettingsOpensTheSettingsFile) {
+TEST_F(AppDelegateTest, theSettingsHaveOneWindowThatIsMadeWhenItIsFirstOpened) {
+    launch();
+    EXPECT_EQ(delegate.settingsWindow(), nullptr);
     delegate.performAction(OpenSettings{});
-    EXPECT_EQ(workspace.opened,
-              QStringList{locations::configuration() + u"/Corvid/defaults.json"_s});
+    SettingsWindow *window = delegate.settingsWindow();
+    ASSERT_TRUE(settingsAreShown());
+    delegate.openSettings();
+    EXPECT_EQ(delegate.settingsWindow(), window);
+    EXPECT_TRUE(window->close());
+    EXPECT_FALSE(settingsAreShown());
+    delegate.openSettings();
+    EXPECT_EQ(delegate.settingsWindow(), window);
+    EXPECT_TRUE(settingsAreShown());
+    EXPECT_EQ(panelSurface.claims, 3) << "each time it is to have the keyboard";
+}
+
+TEST_F(AppDelegateTest, theSettingsWindowIsTitledClosableCentredAndOfFixedSize) {
+    launch({u"--settings"_s});
+    const SettingsWindow &window = *delegate.settingsWindow();
+    EXPECT_EQ(window.windowTitle(), u"Corvid Settings");
+    EXPECT_EQ(window.size(), QSize(480, 420));
+    EXPECT_EQ(window.minimumSize(), window.maximumSize());
+    EXPECT_TRUE(window.windowFlags() & Qt::WindowTitleHint);
+    EXPECT_TRUE(window.windowFlags() & Qt::WindowCloseButtonHint);
+    EXPECT_FALSE(window.windowFlags() & Qt::WindowMinMaxButtonsHint);
+    const QPoint middle = QGuiApplication::primaryScreen()->availableGeometry().center();
+    EXPECT_LE((window.geometry().center() - middle).manhattanLength(), 8) << "but for its frame";
+}
+
+TEST_F(AppDelegateTest, aSettingsWindowThatTheUserMovedStaysThere) {
+    launch({u"--settings"_s});
+    delegate.settingsWindow()->move(3, 5);
+    delegate.settingsWindow()->close();
+    delegate.openSettings();
+    EXPECT_EQ(delegate.settingsWindow()->pos(), QPoint(3, 5));
+}
+
+TEST_F(AppDelegateTest, aNewHotKeyInTheSettingsWorksAtOnceAndThePresentOneRestsMeanwhile) {
+    launch({u"--settings"_s});
+    delegate.settingsWindow()->view().startRecording();
+    EXPECT_EQ(hotKeyBackend.grabbed, std::nullopt);
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_K, Qt::MetaModifier, 45, 'k', 0);
+    QCoreApplication::sendEvent(delegate.settingsWindow(), &press);
+    EXPECT_EQ(hotKeyBackend.grabbed, (HotKey{40, HotKey::command}));
+    EXPECT_EQ(hotKeyBackend.grabs.size(), 2U) << "registered once";
+    pressHotKey();
+    EXPECT_TRUE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, aCancelledRecordingBringsTheHotKeyBack) {
+    launch({u"--settings"_s});
+    SettingsView &view = delegate.settingsWindow()->view();
+    view.startRecording();
+    view.stopRecording();
+    EXPECT_EQ(hotKeyBackend.grabbed, (HotKey{49, 0x800}));
+    pressHotKey();
+    EXPECT_TRUE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, theSettingsWindowFollowsTheDesktopsColoursAndFont) {
+    launch({u"--settings"_s});
+    const SettingsWindow &window = *delegate.settingsWindow();
+    EXPECT_FALSE(style::isDark(window.palette()));
+    appearance.appearance.colorScheme = ColorScheme::Dark;
+    appearance.appearance.fontFamily = u"DejaVu Serif"_s;
+    appearance.onChange();
+    EXPECT_TRUE(style::isDark(window.palette()));
+    EXPECT_TRUE(style::isDark(delegate.settingsWindow()->view().palette()));
+    EXPECT_EQ(delegate.settingsWindow()->view().font().family(), u"DejaVu Serif");
+    appearance.appearance = {};
+    appearance.onChange();
+    EXPECT_FALSE(style::isDark(window.palette()));
 }
 
 TEST_F(AppDelegateTest, queryAsTheLastArgumentIsIgnored) {
@@ -495,8 +588,9 @@ TEST_F(AppDelegateTest, theStatusItemsMenuShowsAndOpensTheSettingsAndQuits) {
     const QList<QAction *> menu = delegate.statusItem()->menu()->actions();
     menu.at(0)->trigger();
     EXPECT_TRUE(delegate.panel()->isVisible());
+    EXPECT_FALSE(settingsAreShown());
     menu.at(2)->trigger();
-    EXPECT_EQ(workspace.opened.size(), 1);
+    EXPECT_TRUE(settingsAreShown());
     QTimer::singleShot(0, menu.at(4), &QAction::trigger);
     EXPECT_EQ(QCoreApplication::exec(), 0);
 }

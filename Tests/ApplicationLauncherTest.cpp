@@ -125,6 +125,23 @@ TEST_F(ApplicationLauncherTest, filesAreHandedToTheEntrysProgram) {
               (QStringList{u"file:///tmp/a%20b"_s, u"file:///tmp/c"_s}));
 }
 
+TEST_F(ApplicationLauncherTest, aPathIsOneArgumentWhateverIsInIt) {
+    const QString path = u"/tmp/; touch x; $(touch x) `touch x` %F %c \"'* -rf ~ & | > x"_s;
+    program(u"app"_s);
+    EXPECT_EQ(launch(entry(u"app %F"_s), {path}), QString());
+    EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList{path});
+    EXPECT_EQ(startTool(program(u"tool"_s), {path}), QString());
+    EXPECT_EQ(Trace(trace(u"tool"_s)).arguments(), QStringList{path});
+}
+
+TEST_F(ApplicationLauncherTest, aProgramThatNamesNoInterpreterGetsItsArgumentsAsTheyAre) {
+    program(u"app"_s);
+    const QString script = path("bin/app"_L1);
+    writeFile(script, readFile(script).remove(u"#!/bin/sh\n"_s));
+    EXPECT_EQ(launch(entry(u"app \"a; b\" $HOME"_s)), QString());
+    EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), (QStringList{u"a; b"_s, u"$HOME"_s}));
+}
+
 TEST_F(ApplicationLauncherTest, aLineWithoutACodeForFilesGetsThePathAppended) {
     program(u"app"_s);
     EXPECT_EQ(launch(entry(u"app -n"_s), {u"/tmp/a b"_s}), QString());
@@ -408,8 +425,14 @@ TEST_F(ApplicationLauncherTest, aChildFindsEverySignalAsANewProcessDoes) {
                     "mv '%1.part' '%1'\n"_s.arg(trace(u"tool"_s)));
     QFile::setPermissions(tool, QFile::ReadOwner | QFile::ExeOwner);
     EXPECT_EQ(startTool(tool), QString());
-    EXPECT_EQ(Trace(trace(u"tool"_s)).lines,
-              (QStringList{u"SigBlk:\t0000000000000000"_s, u"SigIgn:\t0000000000000000"_s}));
+    const QStringList lines = Trace(trace(u"tool"_s)).lines;
+    ASSERT_EQ(lines.size(), 2);
+    // The two that the C library keeps for itself are as whoever started the tests left them.
+    constexpr quint64 libraryOwn = quint64(3) << 31;
+    for (const QString &line : lines)
+        EXPECT_EQ(line.section(u'\t', 1).toULongLong(nullptr, 16) & ~libraryOwn, 0U)
+            << qPrintable(line);
+    EXPECT_TRUE(lines[0].startsWith("SigBlk"_L1) && lines[1].startsWith("SigIgn"_L1));
     pthread_sigmask(SIG_SETMASK, &maskBefore, nullptr);
     for (qsizetype i = 0; i < ignored.size(); ++i)
         std::signal(ignored[i], before[i]);

@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <atomic>
+#include <cstdio>
 #include <functional>
 #include <list>
 #include <mutex>
@@ -127,7 +128,8 @@ public:
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t size = sizeof address;
-        bind(listener_, reinterpret_cast<sockaddr *>(&address), size);
+        if (bind(listener_, reinterpret_cast<sockaddr *>(&address), size) != 0)
+            std::perror("bind");
         listen(listener_, 64);
         getsockname(listener_, reinterpret_cast<sockaddr *>(&address), &size);
         port_ = ntohs(address.sin_port);

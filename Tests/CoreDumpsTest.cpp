@@ -50,11 +50,10 @@ TEST(CoreDumps, areAllowedAgainInWhatWeStart) {
     const QString result = folder.filePath(u"limit"_s);
     const QString script =
         u"grep 'Max core' /proc/self/limits > '%1.part' && mv '%1.part' '%1'"_s.arg(result);
-    startDetached({{u"/bin/sh"_s, u"-c"_s, script},
-                   QProcessEnvironment::systemEnvironment(),
-                   QString(),
-                   QString(),
-                   QByteArray()});
+    DetachedCommand command;
+    command.arguments = QStringList{u"/bin/sh"_s, u"-c"_s, script};
+    command.environment = QProcessEnvironment::systemEnvironment();
+    startDetached(command);
     EXPECT_TRUE(eventually([&] { return QFile::exists(result); }));
     const QString expected =
         limit.rlim_max == RLIM_INFINITY ? u"unlimited"_s : QString::number(limit.rlim_max);

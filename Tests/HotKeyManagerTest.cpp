@@ -268,3 +268,66 @@ TEST(SharedHotKeyManagerTest, thereIsOneForTheProcess) {
     HotKeyManager::shared().unregister();
     EXPECT_EQ(backend.grabbed, std::nullopt);
 }
+
+TEST_F(HotKeyManagerTest, whilePausedNothingIsGrabbedAndTheSameComesBack) {
+    int presses = 0;
+    manager.registerHotKey(40, 0x100, countIn(presses));
+    manager.pause();
+    EXPECT_EQ(backend.grabbed, std::nullopt);
+    manager.pause();
+    EXPECT_EQ(backend.releases, 1);
+    manager.resume();
+    EXPECT_EQ(backend.grabbed, (HotKey{40, 0x100}));
+    manager.resume();
+    EXPECT_EQ(backend.grabs.size(), 2U);
+    backend.press();
+    runLoop();
+    EXPECT_EQ(presses, 1);
+}
+
+TEST_F(HotKeyManagerTest, aPressOnItsWayWhenThePauseBeginsIsDropped) {
+    int presses = 0;
+    manager.registerHotKey(40, 0x100, countIn(presses));
+    backend.press(7);
+    manager.pause();
+    runLoop();
+    EXPECT_EQ(presses, 0);
+    EXPECT_EQ(backend.said, (Said{{7, NextKeys::WhoHasTheKeyboard}})) << "dealt with all the same";
+}
+
+TEST_F(HotKeyManagerTest, registeringAnotherEndsThePause) {
+    manager.registerHotKey(40, 0x100, [] {});
+    manager.pause();
+    manager.registerHotKey(49, 0x800, [] {});
+    EXPECT_EQ(backend.grabbed, (HotKey{49, 0x800}));
+    manager.resume();
+    EXPECT_EQ(backend.grabs.size(), 2U);
+    EXPECT_EQ(backend.releases, 1);
+}
+
+TEST_F(HotKeyManagerTest, aPauseWithoutAHotKeyIsNone) {
+    manager.pause();
+    manager.resume();
+    EXPECT_TRUE(backend.grabs.empty());
+    manager.registerHotKey(40, 0x100, [] {});
+    manager.pause();
+    manager.unregister();
+    manager.resume();
+    EXPECT_EQ(backend.grabbed, std::nullopt);
+    EXPECT_EQ(backend.releases, 1);
+}
+
+TEST_F(HotKeyManagerTest, whetherItIsObtainedIsTold) {
+    std::vector<std::optional<bool>> told;
+    manager.onObtainedChange = [&] { told.push_back(manager.obtained()); };
+    manager.registerHotKey(40, 0x100, [] {});
+    backend.callbacks.answered(false);
+    runLoop();
+    backend.callbacks.answered(false);
+    runLoop();
+    manager.pause();
+    manager.resume();
+    backend.callbacks.answered(true);
+    runLoop();
+    EXPECT_EQ(told, (std::vector<std::optional<bool>>{false, std::nullopt, true}));
+}

@@ -372,6 +372,22 @@ TEST_F(UserDefaultsFile, leavesOnlyTheFileAndItsLock) {
     EXPECT_EQ(names(), QStringList{u"defaults.json"_s});
 }
 
+TEST_F(UserDefaultsFile, theFileItsLockAndItsFolderAreForTheUserAlone) {
+    const mode_t before = umask(0);
+    {
+        JsonUserDefaults defaults(path(u"new/defaults.json"_s));
+        defaults.set(u"a"_s, 1);
+    }
+    umask(before);
+    const std::pair<QString, mode_t> rows[]{
+        {u"new"_s, 0700}, {u"new/defaults.json"_s, 0600}, {u"new/defaults.json.lock"_s, 0600}};
+    for (const auto &[name, mode] : rows) {
+        struct stat status = {};
+        ASSERT_EQ(stat(QFile::encodeName(path(name)).constData(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777, mode) << qPrintable(name);
+    }
+}
+
 // --- Several processes
 
 TEST_F(UserDefaultsFile, whatAnotherWroteMeanwhileIsMerged) {

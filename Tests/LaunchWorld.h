@@ -75,12 +75,17 @@ struct Trace {
     QStringList lines;
 };
 
+/** What tells a bus to start no services: those of the developer's desktop would get in the way. */
+inline const QStringList busWithoutServices{
+    u"--config-file"_s, QStringLiteral(CORVID_TEST_FIXTURES "/session-bus.conf"), u"--nofork"_s,
+    u"--print-address"_s};
+
 /** A session bus of the test program's own, with no service on it and none to be activated. */
 class PrivateBus : public ::testing::Environment {
 public:
     void SetUp() override {
         makeDependent(daemon_);
-        daemon_.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
+        daemon_.start(u"dbus-daemon"_s, busWithoutServices);
         ASSERT_TRUE(daemon_.waitForReadyRead(10'000));
         qputenv("DBUS_SESSION_BUS_ADDRESS", daemon_.readLine().trimmed());
     }

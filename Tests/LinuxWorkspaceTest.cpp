@@ -42,7 +42,7 @@ protected:
                   u"[Desktop Entry]\nType=Application\nName=App\nExec=%1\n"_s.arg(program_));
         LinuxWorkspace::Options options;
         options.childEnvironment = server_.environment();
-        options.display = server_.display();
+        options.displays.x11 = server_.display();
         workspace_.emplace(entries_, options);
         workspace_->start();
     }

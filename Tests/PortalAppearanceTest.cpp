@@ -53,10 +53,12 @@ TEST_F(PortalAppearanceTest, theDefaultsHoldUntilThePortalAnswers) {
 TEST_F(PortalAppearanceTest, everySettingIsRead) {
     const Portal portal({appearance, u"accent-color"_s, u"(0.2, 0.4, 1.0)"_s, appearance,
                          u"contrast"_s, u"uint32 1"_s, interface, u"enable-animations"_s,
-                         u"false"_s, interface, u"font-name"_s, u"'Cantarell 11'"_s});
+                         u"false"_s, interface, u"font-name"_s, u"'Cantarell 11'"_s, appearance,
+                         u"color-scheme"_s, u"uint32 1"_s});
     const PortalAppearance settings;
     EXPECT_TRUE(waitUntil([&] {
-        return settings.current() == Appearance{0x3366FF, u"Cantarell"_s, true, false};
+        return settings.current() ==
+               Appearance{0x3366FF, u"Cantarell"_s, true, false, ColorScheme::Dark};
     }));
 }
 
@@ -82,6 +84,27 @@ TEST_F(PortalAppearanceTest, anAccentOutsideTheColoursMeansThatThereIsNone) {
     ASSERT_TRUE(waitUntil([&] { return settings.current().accent.has_value(); }));
     portal.change("org.freedesktop.appearance accent-color (-1.0, 0.5, 0.5)");
     EXPECT_TRUE(waitUntil([&] { return !settings.current().accent; }));
+}
+
+TEST_F(PortalAppearanceTest, theColourSchemeIsDarkLightOrNoPreference) {
+    Portal portal({appearance, u"color-scheme"_s, u"uint32 1"_s});
+    const PortalAppearance settings;
+    const auto becomes = [&](ColorScheme scheme) {
+        return waitUntil([&] { return settings.current().colorScheme == scheme; });
+    };
+    EXPECT_TRUE(becomes(ColorScheme::Dark));
+    portal.change("org.freedesktop.appearance color-scheme uint32 2");
+    EXPECT_TRUE(becomes(ColorScheme::Light));
+    portal.change("org.freedesktop.appearance color-scheme uint32 0");
+    EXPECT_TRUE(becomes(ColorScheme::NoPreference));
+    portal.change("org.freedesktop.appearance color-scheme uint32 1");
+    EXPECT_TRUE(becomes(ColorScheme::Dark));
+    portal.change("org.freedesktop.appearance color-scheme 'dark'");
+    EXPECT_TRUE(becomes(ColorScheme::NoPreference));
+    portal.change("org.freedesktop.appearance color-scheme uint32 2");
+    EXPECT_TRUE(becomes(ColorScheme::Light));
+    portal.change("org.freedesktop.appearance color-scheme uint32 3");
+    EXPECT_TRUE(becomes(ColorScheme::NoPreference));
 }
 
 TEST_F(PortalAppearanceTest, valuesOfAWrongTypeAreTheDefaults) {

@@ -20,6 +20,9 @@
 #include <memory>
 #include <mutex>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
 
@@ -219,6 +222,17 @@ TEST_F(ProjectIndexTest, aScanThatFindsNothingEmptiesTheListAndTheCache) {
     EXPECT_EQ(updates, 2);
     EXPECT_TRUE(cacheFollows(index));
     EXPECT_EQ(cacheBytes(), "[]");
+}
+
+TEST_F(ProjectIndexTest, aCacheThatIsAPipeDoesNotBlock) {
+    writeCacheBytes("[]");
+    const QByteArray path = QFile::encodeName(locations::cacheFile(u"projects.json"_s));
+    ASSERT_EQ(unlink(path.constData()), 0);
+    ASSERT_EQ(mkfifo(path.constData(), 0600), 0);
+    ProjectIndex index(defaults_, volumes_);
+    index.load();
+    EXPECT_TRUE(index.projects().empty());
+    EXPECT_TRUE(waitUntil([&] { return !index.scanning(); }));
 }
 
 TEST_F(ProjectIndexTest, aCacheWithoutWholeRecordsIsIgnored) {

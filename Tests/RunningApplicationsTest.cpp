@@ -2,6 +2,7 @@
 
 #include "EventLoop.h"
 #include "QtPrinters.h"
+#include "Sway.h"
 #include "XServer.h"
 
 #include <QDir>
@@ -43,7 +44,7 @@ protected:
     }
 
     RunningApplications &watch(const QByteArray &display) {
-        running_.emplace(entries_, display);
+        running_.emplace(entries_, RunningApplications::Displays{display, {}});
         running_->start();
         return *running_;
     }
@@ -286,7 +287,93 @@ TEST_F(RunningApplicationsTest, destroyingItInTheMiddleOfThingsEndsAtOnce) {
     for (int i = 0; i < 50; ++i)
         watch(server.display());
     running_.reset();
-    RunningApplications neverStarted(entries_, server.display());
+    RunningApplications neverStarted(entries_, {server.display(), {}});
+}
+
+class CompositorTest : public RunningApplicationsTest {
+protected:
+    /** A window of an application, open while this exists. */
+    class Window {
+    public:
+        Window(const Sway &sway, const QString &id) {
+            Sway::prepare(process_);
+            process_.setProcessEnvironment(sway.environment());
+            process_.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_wayland_window"),
+                           {id, u"800080"_s});
+            EXPECT_TRUE(process_.waitForReadyRead(20'000)) << "no window";
+        }
+        Window(const Window &) = delete;
+        Window &operator=(const Window &) = delete;
+        ~Window() {
+            process_.kill();
+            process_.waitForFinished();
+        }
+        /** The last word on it: whether it has the focus. */
+        bool isActive() {
+            said_ += process_.readAllStandardOutput();
+            return said_.endsWith("\nactive\n") || said_ == "active\n";
+        }
+
+    private:
+        QProcess process_;
+        QByteArray said_;
+    };
+
+    void watch() {
+        // An absolute path: the test's own runtime folder is another.
+        const QString socket = sway_.path(sway_.environment().value(u"WAYLAND_DISPLAY"_s));
+        running_.emplace(entries_, RunningApplications::Displays{{}, socket.toLocal8Bit()});
+        running_->start();
+    }
+
+    Sway sway_;
+};
+
+TEST_F(CompositorTest, windowsComeAndGo) {
+    const Window before(sway_, u"OneWindow"_s);
+    watch();
+    EXPECT_TRUE(becomes({one}));
+    {
+        const Window second(sway_, two);
+        EXPECT_TRUE(becomes({one, two}));
+        const Window unknown(sway_, u"unknown"_s);
+        const Window sameOnce(sway_, two);
+    }
+    EXPECT_TRUE(becomes({one}));
+}
+
+TEST_F(CompositorTest, anApplicationComesToTheFrontWithTheWindowSeenLast) {
+    watch();
+    Window first(sway_, u"OneWindow"_s);
+    Window second(sway_, u"OneWindow"_s);
+    Window front(sway_, two);
+    EXPECT_TRUE(becomes({one, two}));
+    for (const auto &[seenLast, criteria] :
+         {std::pair{&first, u"focus left, focus left"_s}, std::pair{&second, u"focus left"_s}}) {
+        EXPECT_TRUE(eventually([&] { return front.isActive(); }));
+        sway_.tell(criteria);
+        EXPECT_TRUE(eventually([&, shown = seenLast] { return shown->isActive(); }));
+        sway_.tell(u"[app_id=\"%1\"] focus"_s.arg(two));
+        EXPECT_TRUE(eventually([&] { return front.isActive(); }));
+        EXPECT_TRUE(activates(pathOfOne));
+        EXPECT_TRUE(eventually([&, shown = seenLast] { return shown->isActive(); }));
+        sway_.tell(u"[app_id=\"%1\"] focus"_s.arg(two));
+    }
+}
+
+TEST_F(CompositorTest, oneThatDoesNotListTheApplicationIsNotAsked) {
+    watch();
+    const Window front(sway_, two);
+    EXPECT_TRUE(becomes({two}));
+    EXPECT_FALSE(running_->activate(pathOfOne, [](bool) {}));
+}
+
+TEST_F(CompositorTest, whenItGoesNothingRuns) {
+    const Window window(sway_, u"OneWindow"_s);
+    watch();
+    EXPECT_TRUE(becomes({one}));
+    sway_.tell(u"exit"_s);
+    EXPECT_TRUE(becomes({}));
 }
 
 TEST_F(RunningApplicationsTest, nothingWakesUsWhileNothingHappens) {

@@ -11,7 +11,7 @@ namespace corvid {
 
 /** Runs the event loop until the condition holds. False when it does not by the deadline. */
 inline bool waitUntil(const std::function<bool()> &condition,
-                      std::chrono::milliseconds deadline = std::chrono::seconds(10)) {
+                      std::chrono::milliseconds deadline = std::chrono::seconds(30)) {
     const QDeadlineTimer timer(deadline);
     // Wakes the loop for conditions that no event announces.
     QTimer tick;

@@ -7,12 +7,15 @@
 
 namespace corvid {
 
+enum class ColorScheme { NoPreference, Dark, Light };
+
 /** What the user chose for all programs of the desktop. */
 struct Appearance {
     std::optional<quint32> accent; ///< 0xRRGGBB; absent where the desktop has no such choice
     QString fontFamily;            ///< of the user interface; empty: what Qt takes from the desktop
     bool highContrast = false;
-    bool motion = true; ///< false: no animations
+    bool motion = true;                                  ///< false: no animations
+    ColorScheme colorScheme = ColorScheme::NoPreference; ///< of ordinary windows
 
     bool operator==(const Appearance &) const = default;
 };

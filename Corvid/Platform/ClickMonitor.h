@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace corvid {
 
@@ -20,9 +21,9 @@ public:
     };
 
     /** Told the pointer's place at a press of the left or right button outside our own windows,
-        in device-independent pixels as QCursor::pos(). Runs amid the window system's event: it
-        must not remove the monitor then and there. */
-    using Handler = std::function<void(const QPoint &pointer)>;
+        in device-independent pixels as QCursor::pos(); nothing where places are not told. Runs
+        amid the window system's event: it must not remove the monitor then and there. */
+    using Handler = std::function<void(const std::optional<QPoint> &pointer)>;
 
     ClickMonitor() = default;
     ClickMonitor(const ClickMonitor &) = delete;

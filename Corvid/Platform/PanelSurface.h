@@ -25,8 +25,12 @@ public:
     /** May be another one at each show. */
     virtual Behind behind() const = 0;
 
-    /** What docks and bars leave of a screen, in device-independent pixels as
-        QScreen::geometry(); the whole screen when nobody tells. */
+    /** Whether the card's shadow is the window system's matter. Where it is not, the window is
+        larger than the card and shows its shadow around it. */
+    virtual bool castsShadow() const { return true; }
+
+    /** What docks and bars leave of a screen, in the device-independent pixels that the window's
+        place is given in; the whole screen when nobody tells. */
     virtual QRect visibleFrame(const QScreen &screen) const = 0;
 
     /** Readies the window, just before each show: above everything, on every desktop, in no task
@@ -35,6 +39,18 @@ public:
         user did to summon it, in its own milliseconds; 0 means now. Nothing here fails: a window
         system that refuses a wish shows a plainer panel. */
     virtual void prepare(QWindow &panel, qreal cornerRadius, quint32 time) = 0;
+
+    /** Says that the user wants an ordinary window of ours, shown or not, which is going to be
+        shown and activated: that is to give it the keyboard. */
+    virtual void claimKeyboard(QWindow &window) = 0;
+
+    /** Does what can be done only to a window that is shown, just after each show and before it is
+        painted. Its top left corner belongs at `origin`, which Qt forgets on some window systems;
+        the card lies at `card` in it. Device-independent pixels. */
+    virtual void appeared(QWindow & /*panel*/, const QPoint & /*origin*/, const QRect & /*card*/) {}
+
+    /** Undoes what was done to show the window, just before each hide. */
+    virtual void withdraw(QWindow & /*panel*/) {}
 
     /** Whether the keys go to the panel at this moment, whatever was told of it so far. */
     virtual bool hasKeyboard(const QWindow &panel) const = 0;

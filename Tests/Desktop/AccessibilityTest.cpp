@@ -43,3 +43,29 @@ TEST_F(AccessibilityTest, theClearButtonIsAButtonWithAName) {
 TEST_F(AccessibilityTest, theHintsOfTheFooterCanBeRead) {
     EXPECT_TRUE(lineWith({u"navigate"_s}).startsWith(u"label"_s));
 }
+
+TEST_F(AccessibilityTest, everyControlOfTheSettingsHasItsName) {
+    type(u"ai x"_s);
+    press(u"Down"_s);
+    press(u"Return"_s);
+    for (const QString &control :
+         {u"push button | Change |"_s, u"check box | Enable AI features (`ai` prefix) |"_s,
+          u"text | Base URL |"_s, u"text | Model |"_s,
+          u"password text | API key (stored in Keychain) |"_s,
+          u"push button | Remove %1 |"_s.arg(home.path(u"Code"_s)),
+          u"push button | Add folder... |"_s, u"push button | Save |"_s})
+        EXPECT_TRUE(lineWith({control}).startsWith(control)) << qPrintable(control);
+    EXPECT_TRUE(lineWith({u"| Change |"_s, u"focused"_s}).contains(u"showing"_s));
+    EXPECT_TRUE(lineWith({u"| ⌥ K | Hotkey |"_s}).startsWith(u"label"_s));
+    EXPECT_FALSE(tree().join(u'\n').contains(u"corvid --toggle"_s));
+}
+
+TEST_F(AccessibilityTest, theSettingsSayThatTheHotKeyCouldNotBeHadAndWhatElseSummons) {
+    program.terminate();
+    EXPECT_TRUE(program.waitForFinished());
+    writeFile(home.path(u".config/Corvid/defaults.json"_s), u"{}"_s); // so it is the manager's key
+    program.start(executable, {u"--settings"_s});
+    const QString hint = lineWith({u"corvid --toggle"_s});
+    EXPECT_TRUE(hint.startsWith(u"label | ⌥ Space is not available here"_s)) << qPrintable(hint);
+    EXPECT_TRUE(hint.contains(u"showing"_s));
+}

@@ -255,14 +255,19 @@ TEST_F(SingleInstanceTest, aFirstToggleStartsTheInstanceAndShowsItsPanel) {
 }
 
 TEST_F(SingleInstanceTest, theSettingsOfTheFirstAreOpened) {
-    QFile::remove(folder.filePath(u".config/Corvid/defaults.json"_s));
     startHidden();
+    const XClient other(server, {u"other"_s, u"Other"_s, u"--managed"_s});
+    const auto settingsHaveKeyboard = [&] {
+        return eventually([&] {
+            return xdotool({u"getwindowfocus"_s, u"getwindowname"_s}) == u"Corvid Settings"_s;
+        });
+    };
     EXPECT_EQ(run({u"--settings"_s}).exitCode, 0);
-    EXPECT_TRUE(eventually([this] {
-        return readFile(folder.filePath(u".config/Corvid/defaults.json"_s))
-            .contains(u"aiEnabled"_s);
-    })) << "the settings begin with a file";
+    EXPECT_TRUE(settingsHaveKeyboard());
     EXPECT_FALSE(panelIsVisible());
+    xdotool({u"windowactivate"_s, u"--sync"_s, other.window()});
+    EXPECT_EQ(run({u"--settings"_s}).exitCode, 0);
+    EXPECT_TRUE(settingsHaveKeyboard()) << "and brought to the front again";
 }
 
 TEST_F(SingleInstanceTest, stickyOfALaterStartHoldsForThatShowing) {

@@ -50,7 +50,7 @@ class TrayTest : public ::testing::Test {
 protected:
     TrayTest() {
         makeDependent(daemon_);
-        daemon_.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
+        daemon_.start(u"dbus-daemon"_s, busWithoutServices);
         EXPECT_TRUE(daemon_.waitForReadyRead(10'000));
         environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s,
                            QString::fromUtf8(daemon_.readLine().trimmed()));

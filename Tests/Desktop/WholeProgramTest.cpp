@@ -8,6 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
+#include <sys/stat.h>
+
 using namespace corvid::test;
 using namespace Qt::Literals::StringLiterals;
 
@@ -114,6 +118,15 @@ TEST_F(WholeProgramTest, aClickOnARowOpensThatRow) {
     EXPECT_EQ(startedWith(), asItsEntrySays);
 }
 
+TEST_F(WholeProgramTest, aCopiedResultSurvivesTheHiding) {
+    type(u"6*7"_s);
+    press(u"Return"_s);
+    EXPECT_TRUE(eventually([this] { return !panelIsVisible(); }));
+    EXPECT_TRUE(eventually([this] {
+        return run(u"xclip"_s, {u"-out"_s, u"-selection"_s, u"clipboard"_s}) == u"42";
+    }));
+}
+
 TEST_F(WholeProgramTest, escapeHidesAndTheProgramLivesOn) {
     press(u"Escape"_s);
     EXPECT_TRUE(eventually([this] { return !panelIsVisible(); }));
@@ -155,6 +168,21 @@ TEST(WholeProgramWithoutDisplay, aQueryFindsWhatIsInstalled) {
         u"App\tFrobnicator\t"_s +
             home.path(u".local/share/applications/org.example.Frobnicator.desktop"_s) +
             u"\n-- end --\n"_s);
+}
+
+TEST(WholeProgramWithoutDisplay, theCachesAreForTheUserAlone) {
+    const Home home;
+    const mode_t before = umask(0);
+    runWithoutDisplay(home, {u"--query"_s, u"frobnicator"_s}, u"-- end --\n"_s);
+    umask(before);
+    const std::pair<QString, mode_t> rows[]{{u".local/share/Corvid"_s, 0700},
+                                            {u".local/share/Corvid/catalog.json"_s, 0600},
+                                            {u".local/share/Corvid/projects.json"_s, 0600}};
+    for (const auto &[name, mode] : rows) {
+        struct stat status = {};
+        ASSERT_EQ(stat(QFile::encodeName(home.path(name)).constData(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777, mode) << qPrintable(name);
+    }
 }
 
 TEST(WholeProgramWithoutDisplay, theBenchmarkPrintsExactlyOneLineAndSucceeds) {

@@ -20,14 +20,28 @@ public:
 
     Behind behind() const override { return whatIsBehind; }
     QRect visibleFrame(const QScreen &screen) const override { return screen.availableGeometry(); }
+    bool castsShadow() const override { return shadow; }
     void prepare(QWindow &panel, qreal /*cornerRadius*/, quint32 time) override {
         prepared.push_back({panel.isVisible(), time});
     }
+    void claimKeyboard(QWindow & /*window*/) override { ++claims; }
     bool hasKeyboard(const QWindow & /*panel*/) const override { return keyboard; }
 
+    void appeared(QWindow &panel, const QPoint & /*origin*/, const QRect &card) override {
+        appearedVisibly.push_back(panel.isVisible());
+        cardInWindow = card;
+    }
+    void withdraw(QWindow &panel) override { withdrawn.push_back(panel.isVisible()); }
+
     bool keyboard = false;
+    bool shadow = true;
+    QRect cardInWindow;
     Behind whatIsBehind = Behind::Desktop;
     std::vector<Prepared> prepared;
+    int claims = 0;
+    // Whether the window was visible.
+    std::vector<bool> appearedVisibly;
+    std::vector<bool> withdrawn;
 };
 
 } // namespace corvid

@@ -79,5 +79,8 @@ int main(int argc, char **argv) {
     });
     g_main_loop_run(loop);
     input.join();
+    g_main_loop_unref(loop);
+    g_dbus_node_info_unref(node);
+    g_object_unref(bus);
     return 0;
 }

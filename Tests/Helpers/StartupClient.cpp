@@ -101,13 +101,16 @@ int main(int argc, char **argv) {
     if (argc < 2 || xcb_connection_has_error(connection))
         return 1;
     const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
-    if (std::strcmp(argv[1], "listen") == 0)
-        return listen(connection, screen->root);
-    if (argc < 4)
-        return 2;
-    const char *given = std::getenv("DESKTOP_STARTUP_ID");
-    return showWindow(connection, *screen, argv[2], argv[3],
-                      argc > 4 ? argv[4]
-                      : given  ? given
-                               : "");
+    int result = 2;
+    if (std::strcmp(argv[1], "listen") == 0) {
+        result = listen(connection, screen->root);
+    } else if (argc > 3) {
+        const char *given = std::getenv("DESKTOP_STARTUP_ID");
+        result = showWindow(connection, *screen, argv[2], argv[3],
+                            argc > 4 ? argv[4]
+                            : given  ? given
+                                     : "");
+    }
+    xcb_disconnect(connection);
+    return result;
 }

@@ -14,9 +14,10 @@ void ApplicationLauncher::CancellableUnref::operator()(GCancellable *cancellable
 }
 
 ApplicationLauncher::ApplicationLauncher(const QProcessEnvironment &childEnvironment,
-                                         QByteArray display)
-    : environment_(childEnvironment), display_(std::move(display)), shutdown_(g_cancellable_new()) {
-}
+                                         QByteArray display,
+                                         std::function<QByteArray()> activationToken)
+    : environment_(childEnvironment), display_(std::move(display)),
+      activationToken_(std::move(activationToken)), shutdown_(g_cancellable_new()) {}
 
 ApplicationLauncher::~ApplicationLauncher() {
     g_cancellable_cancel(shutdown_.get());
@@ -39,10 +40,11 @@ void ApplicationLauncher::launchNewWindow(const QString &applicationPath,
 
 void ApplicationLauncher::start(const std::function<QString(const World &)> &launch,
                                 const Workspace::Completion &done) {
+    const QByteArray token = activationToken_ ? activationToken_() : QByteArray();
     tasks_.start([=, this, environment = environment_, display = display_,
                   shutdown = shutdown_.get()](const std::stop_token &) {
         StartupNotifier startups(display);
-        const QString error = launch({environment, shutdown, &startups});
+        const QString error = launch({environment, shutdown, &startups, token});
         if (done)
             QMetaObject::invokeMethod(
                 &receiver_, [done, error] { done(error); }, Qt::QueuedConnection);

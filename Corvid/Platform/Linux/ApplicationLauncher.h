@@ -26,8 +26,10 @@ class ApplicationLauncher {
 public:
     /** `childEnvironment`: what the started programs are given; the environment that we were
         started with, before any change of our own. `display`: as in $DISPLAY, the X11 desktop that
-        is told of launches; empty for none. */
-    ApplicationLauncher(const QProcessEnvironment &childEnvironment, QByteArray display);
+        is told of launches; empty for none. `activationToken` is asked at each launch, here and
+        now, for what lets the program come to the front; without one, the display is told. */
+    ApplicationLauncher(const QProcessEnvironment &childEnvironment, QByteArray display,
+                        std::function<QByteArray()> activationToken = {});
     ApplicationLauncher(const ApplicationLauncher &) = delete;
     ApplicationLauncher &operator=(const ApplicationLauncher &) = delete;
     /** Lets a launch that has begun come to its end; does not wait for a silent bus. */
@@ -61,6 +63,7 @@ private:
 
     QProcessEnvironment environment_;
     QByteArray display_;
+    std::function<QByteArray()> activationToken_; ///< may be null
     std::unique_ptr<GCancellable, CancellableUnref> shutdown_;
     QObject receiver_; ///< completions addressed to it are dropped with us
     TaskGroup tasks_;

@@ -95,6 +95,8 @@ DetachedProcess startDetached(const DetachedCommand &command) {
         variables.insert(u"GIO_LAUNCHED_DESKTOP_FILE"_s, command.desktopFile);
     if (!command.startupId.isEmpty())
         variables.insert(u"DESKTOP_STARTUP_ID"_s, QString::fromUtf8(command.startupId));
+    if (!command.activationToken.isEmpty())
+        variables.insert(u"XDG_ACTIVATION_TOKEN"_s, QString::fromUtf8(command.activationToken));
     const QStringList definitions = variables.toStringList();
     for (const QString &definition : definitions)
         environment.add(QFile::encodeName(definition));

@@ -13,6 +13,7 @@ struct DetachedCommand {
     QString workingFolder;           ///< empty for ours
     QString desktopFile;             ///< path of the entry that is launched; empty for none
     QByteArray startupId;            ///< by which the desktop knows its window; empty for none
+    QByteArray activationToken;      ///< by which its window may come to the front; empty for none
 };
 
 struct DetachedProcess {

@@ -3,9 +3,9 @@
 #include "Locations.h"
 #include "Platform/Linux/BundleProperties.h"
 #include "Platform/Linux/GLibPointers.h"
-#include "Platform/Linux/HarmlessSvg.h"
 #include "Platform/Linux/IconDrawing.h"
 #include "Platform/Linux/IconTheme.h"
+#include "Platform/Linux/PictureCheck.h"
 #include "RegularFile.h"
 
 #include <QBuffer>
@@ -15,6 +15,7 @@
 #include <QPainter>
 #include <QSvgRenderer>
 
+#include <algorithm>
 #include <cmath>
 
 namespace corvid {
@@ -66,9 +67,8 @@ QImage renderSvg(const QByteArray &bytes, int pixels) {
     // Text in a picture needs fonts, and Qt ends a process that asks for them without a screen.
     if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
         return {};
-    const std::optional<QByteArray> harmless = harmlessSvg(bytes);
     QSvgRenderer renderer;
-    if (!harmless || !renderer.load(*harmless))
+    if (!isHarmlessDrawing(bytes) || !renderer.load(bytes))
         return {};
     renderer.setAspectRatioMode(Qt::KeepAspectRatio);
     QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
@@ -79,14 +79,13 @@ QImage renderSvg(const QByteArray &bytes, int pixels) {
 }
 
 QImage readRaster(QByteArray bytes, int pixels) {
+    const std::optional<QSize> size = rasterSize(bytes);
+    if (!size || size->width() > maximumEdge || size->height() > maximumEdge)
+        return {};
     QBuffer buffer(&bytes);
     QImageReader reader(&buffer);
     reader.setDecideFormatFromContent(true);
-    const QSize size = reader.size();
-    if (!size.isValid() || size.isEmpty() || size.width() > maximumEdge ||
-        size.height() > maximumEdge)
-        return {};
-    reader.setScaledSize(size.scaled(pixels, pixels, Qt::KeepAspectRatio).expandedTo({1, 1}));
+    reader.setScaledSize(size->scaled(pixels, pixels, Qt::KeepAspectRatio).expandedTo({1, 1}));
     return reader.read();
 }
 

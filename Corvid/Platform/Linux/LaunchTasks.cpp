@@ -75,8 +75,8 @@ QString start(const World &world, const QStringList &arguments, const QString &f
     QString workingFolder = folder;
     if (workingFolder.isEmpty() && QFileInfo(locations::home()).isDir())
         workingFolder = locations::home();
-    const DetachedProcess process =
-        startDetached({arguments, world.environment, workingFolder, desktopFile, startupId});
+    const DetachedProcess process = startDetached({arguments, world.environment, workingFolder,
+                                                   desktopFile, startupId, world.activationToken});
     if (process.error.isEmpty())
         moveToScope(world, process.pid, application);
     return process.error;
@@ -86,6 +86,14 @@ StartupNotifier::Application startingApplication(GDesktopAppInfo *entry, const Q
     return {path, QString::fromUtf8(g_app_info_get_name(G_APP_INFO(entry))),
             stringOf(entry, G_KEY_FILE_DESKTOP_KEY_ICON),
             stringOf(entry, G_KEY_FILE_DESKTOP_KEY_STARTUP_WM_CLASS)};
+}
+
+/** What the desktop shall know the window by; empty for nothing. */
+QByteArray startupIdFor(const World &world, const StartupNotifier::Application &application,
+                        StartupNotifier::Announcement announcement) {
+    if (!world.activationToken.isEmpty())
+        return world.activationToken;
+    return world.startups->begin(application, announcement);
 }
 
 bool saysWhenStarted(GDesktopAppInfo *entry) {
@@ -117,8 +125,8 @@ QString startByExec(const World &world, GDesktopAppInfo *entry, const QString &p
         // windows would then be taken for old ones.
         QByteArray startupId;
         if (!inTerminal && saysWhenStarted(entry))
-            startupId = world.startups->begin(startingApplication(entry, path),
-                                              StartupNotifier::Announcement::Public);
+            startupId = startupIdFor(world, startingApplication(entry, path),
+                                     StartupNotifier::Announcement::Public);
         QString error = start(world, line, stringOf(entry, G_KEY_FILE_DESKTOP_KEY_PATH), id,
                               inTerminal ? QString() : path, startupId);
         if (!error.isEmpty())
@@ -180,9 +188,9 @@ QString launchEntry(const World &world, const QString &path, const QList<QUrl> &
         }
     }
     if (byBus) {
-        request.startupId = world.startups->begin(startingApplication(entry.get(), path),
-                                                  saysWhenStarted(entry.get())
-                                                      ? StartupNotifier::Announcement::Public
+        request.startupId =
+            startupIdFor(world, startingApplication(entry.get(), path),
+                         saysWhenStarted(entry.get()) ? StartupNotifier::Announcement::Public
                                                       : StartupNotifier::Announcement::Silent);
         GErrorHolder error;
         switch (activateByBus(QFileInfo(path).completeBaseName(), request, world.shutdown, error)) {

@@ -22,6 +22,7 @@ struct World {
     QProcessEnvironment environment; ///< for the programs that are started
     GCancellable *shutdown;          ///< ends every wait for the bus; not owned
     StartupNotifier *startups;       ///< of this launch; not owned
+    QByteArray activationToken;      ///< of a Wayland compositor, for this launch; empty for none
 };
 
 /** Desktop entry: by D-Bus activation where the entry asks for it and the service exists, else

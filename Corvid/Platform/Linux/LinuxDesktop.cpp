@@ -1,15 +1,23 @@
 #include "Platform/Linux/LinuxDesktop.h"
 
+#include "Platform/Linux/LayerClickMonitor.h"
+#include "Platform/Linux/LayerPanelSurface.h"
+#include "Platform/Linux/PortalHotKeys.h"
+#include "Platform/Linux/Remap.h"
+#include "Platform/Linux/WaylandActivation.h"
 #include "Platform/Linux/X11ClickMonitor.h"
+#include "Platform/Linux/X11HotKeys.h"
 #include "Platform/Linux/X11PanelSurface.h"
 
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWindow>
 
-#include <xcb/xcb.h>
+#include <qpa/qplatformnativeinterface.h>
 
 namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -18,6 +26,7 @@ public:
     Behind behind() const override { return Behind::Desktop; }
     QRect visibleFrame(const QScreen &screen) const override { return screen.availableGeometry(); }
     void prepare(QWindow & /*panel*/, qreal /*cornerRadius*/, quint32 /*time*/) override {}
+    void claimKeyboard(QWindow &window) override { remap(window); }
     bool hasKeyboard(const QWindow &panel) const override { return panel.isActive(); }
 };
 
@@ -27,28 +36,50 @@ xcb_connection_t *x11Connection() {
     return x11 ? x11->connection() : nullptr;
 }
 
+// Null where the application does not run on Wayland.
+wl_display *waylandDisplay() {
+    if (!QGuiApplication::platformName().startsWith("wayland"_L1))
+        return nullptr;
+    return static_cast<wl_display *>(
+        QGuiApplication::platformNativeInterface()->nativeResourceForIntegration("wl_display"));
+}
+
+std::function<QByteArray()> activationTokens(wl_display *display) {
+    const std::shared_ptr<const WaylandActivation> activation = WaylandActivation::bind(display);
+    if (!activation)
+        return nullptr;
+    return [activation] { return activation->token(); };
+}
+
 } // namespace
 
-bool displayIsReachable() {
-    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
-        return true;
-    if (qEnvironmentVariableIsEmpty("DISPLAY"))
-        return false;
-    xcb_connection_t *connection = xcb_connect(nullptr, nullptr);
-    const bool reachable = xcb_connection_has_error(connection) == 0;
-    xcb_disconnect(connection);
-    return reachable;
+PanelDesktop makePanelDesktop() {
+    if (xcb_connection_t *connection = x11Connection()) {
+        auto surface = std::make_unique<X11PanelSurface>(connection);
+        const auto entitle = [to = surface.get()](const QByteArray &token) {
+            to->setStartupId(token);
+        };
+        return {std::move(surface), std::make_unique<X11ClickMonitor>(connection), nullptr,
+                entitle};
+    }
+    PanelDesktop desktop{std::make_unique<PlainPanelSurface>(), nullptr, nullptr, nullptr};
+    wl_display *display = waylandDisplay();
+    if (!display)
+        return desktop;
+    desktop.activationToken = activationTokens(display);
+    if (auto shell = LayerShell::bind(display)) {
+        auto surface = std::make_unique<LayerPanelSurface>(std::move(shell));
+        desktop.clickMonitor = std::make_unique<LayerClickMonitor>(surface->covers());
+        desktop.surface = std::move(surface);
+    }
+    return desktop;
 }
 
-std::unique_ptr<PanelSurface> makePanelSurface() {
-    if (xcb_connection_t *connection = x11Connection())
-        return std::make_unique<X11PanelSurface>(connection);
-    return std::make_unique<PlainPanelSurface>();
-}
-
-std::unique_ptr<ClickMonitor> makeClickMonitor() {
-    xcb_connection_t *connection = x11Connection();
-    return connection ? std::make_unique<X11ClickMonitor>(connection) : nullptr;
+std::unique_ptr<HotKeyBackend> makeHotKeys(Session session, const PanelDesktop &panelDesktop) {
+    // XWayland sees only the keys that go to X11 windows.
+    if (session != Session::Wayland)
+        return std::make_unique<X11HotKeys>(qgetenv("DISPLAY"));
+    return std::make_unique<PortalHotKeys>(panelDesktop.entitlePanel);
 }
 
 } // namespace corvid

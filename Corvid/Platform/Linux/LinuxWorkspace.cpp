@@ -10,7 +10,8 @@ using namespace Qt::Literals::StringLiterals;
 LinuxWorkspace::LinuxWorkspace(const DesktopEntries &entries, const Options &options)
     : icons_(desktopsettings::iconTheme, {iconBaseFolders(), {u"/usr/share/pixmaps"_s}},
              options.devicePixelRatio),
-      running_(entries, options.display), launcher_(options.childEnvironment, options.display) {}
+      running_(entries, options.displays),
+      launcher_(options.childEnvironment, options.displays.x11, options.activationToken) {}
 
 void LinuxWorkspace::start() {
     running_.start();

@@ -8,19 +8,23 @@
 #include <QByteArray>
 #include <QProcessEnvironment>
 
+#include <functional>
+
 namespace corvid {
 
 class DesktopEntries;
 
-/** The workspace of a Linux desktop: GIO and the session bus, the icon theme, the X11 window
-    manager's list. */
+/** The workspace of a Linux desktop: GIO and the session bus, the icon theme, the window
+    manager's or compositor's list. */
 class LinuxWorkspace final : public Workspace {
 public:
     struct Options {
         /** Of the programs that are started: ours at the start, before any change. */
         QProcessEnvironment childEnvironment;
-        /** As in $DISPLAY, whose windows tell what runs; empty for none. */
-        QByteArray display;
+        /** Whose windows tell what runs, and the X11 one of which is told of launches. */
+        RunningApplications::Displays displays;
+        /** See PanelDesktop; may be null. */
+        std::function<QByteArray()> activationToken;
         /** For which icons are drawn: the highest of the screens. */
         qreal devicePixelRatio = 1;
     };

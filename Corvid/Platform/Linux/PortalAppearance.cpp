@@ -47,6 +47,19 @@ bool isOne(GVariant *value) {
     return g_variant_is_of_type(value, G_VARIANT_TYPE_UINT32) && g_variant_get_uint32(value) == 1;
 }
 
+ColorScheme colorSchemeOf(GVariant *value) {
+    if (!g_variant_is_of_type(value, G_VARIANT_TYPE_UINT32))
+        return ColorScheme::NoPreference;
+    switch (g_variant_get_uint32(value)) {
+    case 1:
+        return ColorScheme::Dark;
+    case 2:
+        return ColorScheme::Light;
+    default:
+        return ColorScheme::NoPreference;
+    }
+}
+
 // "Cantarell 11" → "Cantarell"
 QString familyOf(GVariant *value) {
     if (!g_variant_is_of_type(value, G_VARIANT_TYPE_STRING))
@@ -64,6 +77,8 @@ void apply(Appearance &appearance, const char *names, const char *key, GVariant 
     };
     if (is(appearanceNames, "accent-color"))
         appearance.accent = accentOf(value);
+    else if (is(appearanceNames, "color-scheme"))
+        appearance.colorScheme = colorSchemeOf(value);
     else if (is(appearanceNames, "contrast"))
         appearance.highContrast = isOne(value);
     else if (is(appearanceNames, "reduced-motion"))

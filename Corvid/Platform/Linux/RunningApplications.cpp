@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/BundleProperties.h"
 #include "Platform/Linux/ProcessTraits.h"
+#include "Platform/Linux/WaylandToplevels.h"
 #include "Platform/Linux/WindowMatcher.h"
 #include "Platform/Linux/X11Clients.h"
 
@@ -27,13 +28,20 @@ constexpr auto reactionTime = 2s; // of a window manager that is asked to activa
 // A program that has just died may still have its window, and even the focus.
 constexpr auto settlingTime = 100ms;
 
+// A compositor tells of the windows of X11 programs, too.
+std::unique_ptr<WindowList> connectToList(const RunningApplications::Displays &displays) {
+    if (auto toplevels = WaylandToplevels::connect(displays.wayland))
+        return toplevels;
+    return X11Clients::connect(displays.x11);
+}
+
 } // namespace
 
 /** The thread's own state. */
 class RunningApplications::Watcher {
 public:
-    Watcher(const DesktopEntries &entries, const QByteArray &display)
-        : entries_(entries), clients_(X11Clients::connect(display)) {}
+    Watcher(const DesktopEntries &entries, const Displays &displays)
+        : entries_(entries), clients_(connectToList(displays)) {}
 
     struct Result {
         QSet<QString> ids;
@@ -44,10 +52,10 @@ public:
 
     /** Sleeps until something may have changed, the other descriptor is readable, or a wish is
         due. */
-    X11Clients::Events wait(int wakeDescriptor) {
+    WindowList::Events wait(int wakeDescriptor) {
         // An answer may have brought events along, which the descriptor no longer announces.
         auto events = clients_->takeEvents();
-        if (events == X11Clients::Events::Nothing) {
+        if (events == WindowList::Events::Nothing) {
             std::array<pollfd, 2> sources{
                 {{clients_->fileDescriptor(), POLLIN, 0}, {wakeDescriptor, POLLIN, 0}}};
             poll(sources.data(), sources.size(), pollTimeout());
@@ -58,8 +66,8 @@ public:
 
     Result look() {
         windows_ = clients_->list();
-        std::vector<X11Clients::Window> added;
-        std::unordered_map<X11Clients::Window, Application> kept;
+        std::vector<WindowList::Window> added;
+        std::unordered_map<WindowList::Window, Application> kept;
         for (const auto window : windows_) {
             if (const auto known = applications_.find(window); known != applications_.end())
                 kept.insert(*known);
@@ -134,7 +142,7 @@ public:
 private:
     struct Pending {
         Wish wish;
-        X11Clients::Window target = 0;
+        WindowList::Window target = 0;
         Clock::time_point due;
         bool reacted = false; ///< the application has the focus
     };
@@ -149,8 +157,8 @@ private:
         return static_cast<int>(std::max(rest, 0ms).count());
     }
 
-    std::vector<X11Clients::Window> windowsOf(const QString &path) const {
-        std::vector<X11Clients::Window> result;
+    std::vector<WindowList::Window> windowsOf(const QString &path) const {
+        std::vector<WindowList::Window> result;
         for (const auto window : windows_) {
             const auto application = applications_.find(window);
             if (application != applications_.end() && application->second.path == path)
@@ -162,7 +170,7 @@ private:
     /** What a window belongs to; empty when that is not known. */
     using Application = WindowMatcher::Match;
 
-    Application applicationOf(const X11Clients::Client &client) const {
+    Application applicationOf(const WindowList::Client &client) const {
         WindowTraits traits = client.traits;
         const ProcessTraits process = processTraits(client.pid);
         traits.launchedEntry = process.launchedEntry;
@@ -173,10 +181,10 @@ private:
         return matcher_.match(traits).value_or(Application());
     }
 
-    void recognize(const std::vector<X11Clients::Window> &windows) {
+    void recognize(const std::vector<WindowList::Window> &windows) {
         if (windows.empty())
             return;
-        for (const X11Clients::Client &client : clients_->describe(windows)) {
+        for (const WindowList::Client &client : clients_->describe(windows)) {
             Application application = applicationOf(client);
             // Perhaps it was installed after we last looked.
             if (application.id.isEmpty() && listEntriesAnew())
@@ -195,16 +203,16 @@ private:
     }
 
     const DesktopEntries &entries_;
-    std::unique_ptr<X11Clients> clients_;
+    std::unique_ptr<WindowList> clients_;
     WindowMatcher matcher_;
     std::optional<Clock::time_point> listed_;
-    std::vector<X11Clients::Window> windows_;
-    std::unordered_map<X11Clients::Window, Application> applications_;
+    std::vector<WindowList::Window> windows_;
+    std::unordered_map<WindowList::Window, Application> applications_;
     std::vector<Pending> pending_;
 };
 
-RunningApplications::RunningApplications(const DesktopEntries &entries, QByteArray display)
-    : entries_(entries), display_(std::move(display)),
+RunningApplications::RunningApplications(const DesktopEntries &entries, Displays displays)
+    : entries_(entries), displays_(std::move(displays)),
       wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 RunningApplications::~RunningApplications() {
@@ -217,7 +225,7 @@ RunningApplications::~RunningApplications() {
 
 void RunningApplications::start() {
     thread_ = std::jthread([this](const std::stop_token &stop) {
-        Watcher watcher(entries_, display_);
+        Watcher watcher(entries_, displays_);
         if (watcher.connected())
             watch(watcher, stop);
     });
@@ -244,7 +252,7 @@ void RunningApplications::watch(Watcher &watcher, const std::stop_token &stop) {
     publish(watcher.look());
     while (!stop.stop_requested()) {
         const auto events = watcher.wait(wakeDescriptor_);
-        const bool lost = events == X11Clients::Events::ConnectionLost;
+        const bool lost = events == WindowList::Events::ConnectionLost;
         const std::vector<Wish> wishes = takeWishes(lost);
         if (lost) {
             publish({});
@@ -255,7 +263,7 @@ void RunningApplications::watch(Watcher &watcher, const std::stop_token &stop) {
             return;
         }
         // What is known may be older than the wish.
-        if (events == X11Clients::Events::ListChanged || !wishes.empty())
+        if (events == WindowList::Events::ListChanged || !wishes.empty())
             publish(watcher.look());
         for (const Wish &wish : wishes)
             watcher.begin(wish);

@@ -15,15 +15,19 @@
 namespace corvid {
 
 /**
- * Which applications have a window on the X11 display, kept up to date by events: a thread of its
- * own sleeps until the window manager's list changes. Without a display the set stays empty.
- * Main thread.
+ * Which applications have a window on the desktop, kept up to date by events: a thread of its own
+ * sleeps until the list of the Wayland compositor, else that of the X11 window manager changes.
+ * Without either the set stays empty. Main thread.
  */
 class RunningApplications {
 public:
-    /** `entries` (asked in the background) must outlive this. `display`: as in $DISPLAY; empty
-        for none. */
-    RunningApplications(const DesktopEntries &entries, QByteArray display);
+    struct Displays {
+        QByteArray x11;     ///< as in $DISPLAY; empty for none
+        QByteArray wayland; ///< as in $WAYLAND_DISPLAY; empty for none
+    };
+
+    /** `entries` (asked in the background) must outlive this. */
+    RunningApplications(const DesktopEntries &entries, Displays displays);
     RunningApplications(const RunningApplications &) = delete;
     RunningApplications &operator=(const RunningApplications &) = delete;
     ~RunningApplications();
@@ -57,7 +61,7 @@ private:
     void answer(const Wish &wish, bool activated);
 
     const DesktopEntries &entries_;
-    QByteArray display_;
+    Displays displays_;
 
     QSet<QString> ids_;
     QSet<QString> activatable_; ///< paths; empty where no window can be brought to the front

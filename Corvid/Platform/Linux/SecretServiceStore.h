@@ -7,7 +7,7 @@
 #include <optional>
 
 // As GLib spells it.
-typedef struct _GCancellable GCancellable;
+using GCancellable = struct _GCancellable;
 
 namespace corvid {
 

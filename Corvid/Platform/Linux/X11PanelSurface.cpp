@@ -41,6 +41,8 @@ X11PanelSurface::X11PanelSurface(xcb_connection_t *connection)
     // Compositing managers own the selection of their screen as long as they run.
     const QByteArray compositor = "_NET_WM_CM_S" + QByteArray::number(QX11Info::appScreen());
     x11::intern(connection_, {
+                                 {&atoms_.startupId, "_NET_STARTUP_ID"},
+                                 {&atoms_.utf8, "UTF8_STRING"},
                                  {&atoms_.state, "_NET_WM_STATE"},
                                  {&atoms_.skipTaskbar, "_NET_WM_STATE_SKIP_TASKBAR"},
                                  {&atoms_.skipPager, "_NET_WM_STATE_SKIP_PAGER"},
@@ -114,7 +116,18 @@ void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) 
     x11::setNumbers(connection_, window, atoms_.state, XCB_ATOM_ATOM,
                     {atoms_.skipTaskbar, atoms_.skipPager, atoms_.above, atoms_.sticky});
     x11::setNumbers(connection_, window, atoms_.desktop, XCB_ATOM_CARDINAL, {everyDesktop});
+    if (startupId_.isEmpty())
+        xcb_delete_property(connection_, window, atoms_.startupId);
+    else
+        xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, atoms_.startupId,
+                            atoms_.utf8, 8, static_cast<std::uint32_t>(startupId_.size()),
+                            startupId_.constData());
     askForBlur(panel, cornerRadius);
+}
+
+// The wish may have come over the bus, of which Qt knows no time.
+void X11PanelSurface::claimKeyboard(QWindow & /*window*/) {
+    QX11Info::setAppTime(QX11Info::getTimestamp());
 }
 
 bool X11PanelSurface::hasKeyboard(const QWindow &panel) const {

@@ -3,6 +3,7 @@
 #include "Platform/PanelSurface.h"
 
 #include <QAbstractNativeEventFilter>
+#include <QByteArray>
 
 #include <cstdint>
 
@@ -16,15 +17,19 @@ public:
     /** After the application object, which must run on X11. */
     explicit X11PanelSurface(xcb_connection_t *connection);
 
+    /** What entitles the next show to the keyboard; nothing when empty. */
+    void setStartupId(const QByteArray &id) { startupId_ = id; }
+
     Behind behind() const override;
     QRect visibleFrame(const QScreen &screen) const override;
     void prepare(QWindow &panel, qreal cornerRadius, quint32 time) override;
+    void claimKeyboard(QWindow &window) override;
     bool hasKeyboard(const QWindow &panel) const override;
 
 private:
     struct Atoms {
-        std::uint32_t state, skipTaskbar, skipPager, above, sticky, desktop, blurRegion, clientList,
-            strutPartial, compositor;
+        std::uint32_t startupId, utf8, state, skipTaskbar, skipPager, above, sticky, desktop,
+            blurRegion, clientList, strutPartial, compositor;
     };
 
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
@@ -33,6 +38,7 @@ private:
     xcb_connection_t *connection_;
     std::uint32_t root_;
     Atoms atoms_{};
+    QByteArray startupId_;
     /** The panel's window while it waits for the keyboard that Qt believes it never lost. */
     std::uint32_t untold_ = 0;
 };

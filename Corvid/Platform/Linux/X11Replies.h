@@ -47,8 +47,10 @@ inline std::vector<std::uint32_t> numbersOf(const xcb_get_property_reply_t *repl
         return {};
     std::vector<std::uint32_t> numbers(
         static_cast<std::size_t>(xcb_get_property_value_length(reply)) / sizeof(std::uint32_t));
-    std::memcpy(numbers.data(), xcb_get_property_value(reply),
-                numbers.size() * sizeof(std::uint32_t));
+    // An empty vector has no address to copy to.
+    if (!numbers.empty())
+        std::memcpy(numbers.data(), xcb_get_property_value(reply),
+                    numbers.size() * sizeof(std::uint32_t));
     return numbers;
 }
 

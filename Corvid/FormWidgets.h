@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QLabel>
+#include <QWidget>
+
+class QVBoxLayout;
+
+namespace corvid {
+
+/** A heading above a card of rows, as a grouped form has. */
+class FormSection final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit FormSection(const QString &heading, QWidget *parent = nullptr);
+
+    /** Below those that are there, or before the row with that number. The section owns it. */
+    void addRow(QWidget *row, int before = -1);
+    /** Counted from 0. */
+    QWidget *row(int number) const;
+    /** Takes it out; the caller's from then on. */
+    QWidget *takeRow(int number);
+
+private:
+    QVBoxLayout *rows_;
+};
+
+/** One line of text that gives up its middle where it is too long, and shows the whole of it as a
+    tooltip. */
+class ElidedLabel final : public QLabel {
+    Q_OBJECT
+
+public:
+    explicit ElidedLabel(const QString &text, QWidget *parent = nullptr);
+
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+};
+
+/** A thin line from side to side. */
+QWidget *makeHairline();
+
+/** An explanation in small letters, as many lines high as it needs. */
+QLabel *makeCaption(const QString &text);
+
+} // namespace corvid

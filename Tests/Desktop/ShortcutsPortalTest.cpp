@@ -1,0 +1,223 @@
+// The hot key of a Wayland session in the whole program: from a scripted portal, and from KDE's
+// real one with its daemon of global shortcuts, which takes the keys of an X server of its own.
+
+#include "ShortcutsPortal.h"
+#include "DesktopTest.h"
+#include "Sway.h"
+
+#include <QStandardPaths>
+
+#include <gtest/gtest.h>
+
+using namespace corvid::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QStringList settings{u"output * bg #ff00ff solid_color"_s, u"output * mode 1280x800"_s};
+const QRect place(310, 176, 660, 440);
+
+class ShortcutsPortalTest : public ::testing::Test {
+protected:
+    ShortcutsPortalTest() { Sway::giveAway(home.path({})); }
+    ~ShortcutsPortalTest() override {
+        const bool ran = program.state() == QProcess::Running;
+        end(program);
+        EXPECT_TRUE(!ran || program.exitStatus() == QProcess::NormalExit);
+        for (auto service = services_.rbegin(); service != services_.rend(); ++service)
+            end(**service);
+    }
+
+    /** Of a session bus with everything of one desktop. */
+    QProcessEnvironment environment() const {
+        const QProcessEnvironment session = sway.environment();
+        QProcessEnvironment result = home.environment(session);
+        for (const QString &name : {u"WAYLAND_DISPLAY"_s, u"DBUS_SESSION_BUS_ADDRESS"_s})
+            result.insert(name, session.value(name));
+        return result;
+    }
+    void launch() {
+        Sway::prepare(program);
+        program.setProcessEnvironment(environment());
+        program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        program.start(executable, {u"--sticky"_s});
+        EXPECT_TRUE(home.waitForCatalogs());
+    }
+    /** Returns when the name is on the bus. */
+    void serve(const QString &executablePath, const QString &name,
+               const QProcessEnvironment &where) {
+        QProcess &service = *services_.emplace_back(std::make_unique<QProcess>());
+        Sway::prepare(service);
+        service.setProcessEnvironment(where);
+        service.setStandardOutputFile(QProcess::nullDevice());
+        service.setStandardErrorFile(QProcess::nullDevice());
+        service.start(executablePath, {});
+        EXPECT_TRUE(eventually([&] {
+            return sway
+                .run(u"dbus-send"_s,
+                     {u"--session"_s, u"--print-reply"_s, u"--dest=org.freedesktop.DBus"_s, u"/"_s,
+                      u"org.freedesktop.DBus.NameHasOwner"_s, u"string:"_s + name})
+                .contains("true");
+        })) << qPrintable(name);
+    }
+
+    bool appears() const {
+        return eventually([this] { return panelIsVisible(); });
+    }
+    bool disappears() const {
+        return eventually([this] { return !panelIsVisible(); });
+    }
+    // Its card is dark, what is around it is magenta.
+    bool panelIsVisible() const { return qRed(sway.picture().pixel(place.center())) < 128; }
+
+    Home home;
+    Sway sway{settings};
+    QProcess program;
+
+private:
+    static void end(QProcess &process) {
+        process.terminate();
+        if (!process.waitForFinished(5'000))
+            process.kill();
+        process.waitForFinished();
+    }
+
+    std::vector<std::unique_ptr<QProcess>> services_;
+};
+
+class KdePortalTest : public ShortcutsPortalTest {
+protected:
+    void SetUp() override {
+        for (QString *part : {&daemon_, &backend_, &portal_}) {
+            const QString found = QStandardPaths::findExecutable(
+                *part, {u"/usr/bin"_s, u"/usr/libexec"_s, u"/usr/lib/x86_64-linux-gnu/libexec"_s,
+                        u"/usr/lib/aarch64-linux-gnu/libexec"_s});
+            if (found.isEmpty())
+                GTEST_SKIP() << qPrintable(*part) << " is not installed";
+            *part = found;
+        }
+        QProcessEnvironment kde = sway.environment();
+        kde.remove(u"WAYLAND_DISPLAY"_s);
+        kde.insert(u"DISPLAY"_s, QString::fromLatin1(keyboard.display()));
+        kde.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+        kde.insert(u"XDG_CURRENT_DESKTOP"_s, u"KDE"_s);
+        kde.insert(u"XDG_DATA_DIRS"_s, u"/usr/share"_s);
+        serve(daemon_, u"org.kde.kglobalaccel"_s, kde);
+        serve(backend_, u"org.freedesktop.impl.portal.desktop.kde"_s, kde);
+        serve(portal_, u"org.freedesktop.portal.Desktop"_s, kde);
+    }
+
+    void xdotool(const QStringList &arguments) const {
+        QProcess tool;
+        tool.setProcessEnvironment(keyboard.environment());
+        tool.start(u"xdotool"_s, arguments);
+        EXPECT_TRUE(tool.waitForFinished());
+    }
+    /** Presses until the panel is there: only then is the key known to be taken. */
+    bool summon(const QString &keys) const {
+        return eventually(
+            [&] {
+                xdotool({u"key"_s, keys});
+                return eventually([this] { return panelIsVisible(); }, 1'000);
+            },
+            30'000);
+    }
+
+    XServer keyboard{XServer::Manager::None};
+
+private:
+    QString daemon_ = u"kglobalaccel5"_s;
+    QString backend_ = u"xdg-desktop-portal-kde"_s;
+    QString portal_ = u"xdg-desktop-portal"_s;
+};
+
+} // namespace
+
+TEST_F(ShortcutsPortalTest, theKeyShowsAndHidesThePanel) {
+    ShortcutsPortal portal({}, sway.environment(), Sway::prepare);
+    launch();
+    ASSERT_TRUE(portal.hears(u"BindShortcuts toggle-ALT+k ALT+k"_s));
+    for (int round = 0; round < 2; ++round) {
+        portal.tell("press");
+        portal.tell("release");
+        EXPECT_TRUE(appears());
+        portal.tell("press");
+        portal.tell("release");
+        EXPECT_TRUE(disappears());
+    }
+}
+
+TEST_F(ShortcutsPortalTest, whatIsTypedThenGoesToThePanel) {
+    ShortcutsPortal portal({}, sway.environment(), Sway::prepare);
+    launch();
+    ASSERT_TRUE(portal.hears(u"BindShortcuts toggle-ALT+k ALT+k"_s));
+    portal.tell("press");
+    ASSERT_TRUE(appears());
+    sway.type(u"frobn"_s);
+    sway.press(u"Return"_s);
+    EXPECT_EQ(Trace(home.path(u"app.trace"_s)).arguments(), asItsEntrySays);
+}
+
+TEST_F(ShortcutsPortalTest, aPortalThatStartsAgainGivesTheKeyAgain) {
+    launch();
+    for (int round = 0; round < 2; ++round) {
+        ShortcutsPortal portal({}, sway.environment(), Sway::prepare);
+        ASSERT_TRUE(portal.hears(u"BindShortcuts toggle-ALT+k ALT+k"_s));
+        portal.tell("press");
+        EXPECT_TRUE(appears());
+        portal.tell("release");
+        portal.tell("press");
+        EXPECT_TRUE(disappears());
+    }
+}
+
+TEST_F(ShortcutsPortalTest, withoutOneASecondProcessStillTogglesIt) {
+    ShortcutsPortal portal({u"--without"_s}, sway.environment(), Sway::prepare);
+    launch();
+    QProcess other;
+    Sway::prepare(other);
+    other.setProcessEnvironment(environment());
+    other.start(executable, {u"--toggle"_s});
+    ASSERT_TRUE(other.waitForFinished());
+    EXPECT_EQ(other.exitCode(), 0);
+    EXPECT_TRUE(appears());
+}
+
+TEST_F(KdePortalTest, aRealKeyShowsAndHidesThePanel) {
+    launch();
+    ASSERT_TRUE(summon(u"alt+k"_s));
+    for (int round = 0; round < 3; ++round) {
+        xdotool({u"key"_s, u"alt+k"_s});
+        EXPECT_TRUE(disappears());
+        xdotool({u"key"_s, u"alt+k"_s});
+        EXPECT_TRUE(appears());
+    }
+}
+
+TEST_F(KdePortalTest, aHeldKeyIsOnePress) {
+    launch();
+    ASSERT_TRUE(summon(u"alt+k"_s));
+    xdotool({u"keydown"_s, u"alt"_s, u"keydown"_s, u"k"_s});
+    EXPECT_TRUE(disappears());
+    // Repeated, the key would bring it back.
+    EXPECT_FALSE(eventually([this] { return panelIsVisible(); }, 1'500));
+    xdotool({u"keyup"_s, u"k"_s, u"keyup"_s, u"alt"_s});
+    xdotool({u"key"_s, u"alt+k"_s});
+    EXPECT_TRUE(appears());
+}
+
+TEST_F(KdePortalTest, anotherCombinationIsTakenByTheNextStart) {
+    launch();
+    ASSERT_TRUE(summon(u"alt+k"_s));
+    program.terminate();
+    ASSERT_TRUE(program.waitForFinished());
+    writeFile(home.path(u".config/Corvid/defaults.json"_s),
+              u"{\"hotkeyKeyCode\": 38, \"hotkeyModifiers\": 256}"_s);
+    Sway::giveAway(home.path({}));
+    launch();
+    ASSERT_TRUE(summon(u"super+j"_s));
+    xdotool({u"key"_s, u"alt+k"_s});
+    EXPECT_FALSE(eventually([this] { return !panelIsVisible(); }, 500)) << "the one before";
+    xdotool({u"key"_s, u"super+j"_s});
+    EXPECT_TRUE(disappears());
+}

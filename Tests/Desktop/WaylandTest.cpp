@@ -1,0 +1,411 @@
+// The whole program as a person uses it on a Wayland compositor with a layer shell: real key
+// presses and clicks, and pictures of what the outputs show.
+
+#include "DesktopTest.h"
+#include "Sway.h"
+
+#include <QJsonArray>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <optional>
+
+using namespace corvid::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// The shadow darkens it, but only what is not a shadow has any green.
+const QString magenta = u"output * bg #ff00ff solid_color"_s;
+const QStringList bindings{magenta, u"default_border none"_s,
+                           u"bindsym Mod4+space exec %1 --toggle"_s.arg(executable),
+                           u"bindsym Mod4+q kill"_s, u"focus_on_window_activation focus"_s};
+
+/** The smallest rectangle around all that has any green; empty when nothing has. */
+QRect greenish(const QImage &picture) {
+    constexpr int some = 15;
+    QRect result;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (qGreen(picture.pixel(x, y)) > some)
+                result |= QRect(x, y, 1, 1);
+        }
+    }
+    return result;
+}
+
+class WaylandTest : public ::testing::Test {
+protected:
+    explicit WaylandTest(const QStringList &settings = {u"output * mode 1280x800"_s},
+                         int outputs = 1)
+        : sway(bindings + settings, outputs) {
+        Sway::giveAway(home.path({}));
+        sway.plugInMouse({1280 * outputs, 800});
+    }
+    ~WaylandTest() override {
+        for (QProcess *process : {&program, &window}) {
+            process->terminate();
+            if (!process->waitForFinished(5'000))
+                process->kill();
+            process->waitForFinished();
+        }
+    }
+
+    QProcessEnvironment environment() const {
+        const QProcessEnvironment session = sway.environment();
+        QProcessEnvironment result = home.environment(session);
+        for (const QString &name : {u"WAYLAND_DISPLAY"_s, u"DBUS_SESSION_BUS_ADDRESS"_s})
+            result.insert(name, session.value(name));
+        return result;
+    }
+    /** Returns when it can find all that there is. Its panel is not shown. */
+    void launch(const QStringList &options = {}) {
+        Sway::prepare(program);
+        program.setProcessEnvironment(environment());
+        program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        program.start(executable, options.isEmpty() ? QStringList{u"--sticky"_s} : options);
+        EXPECT_TRUE(home.waitForCatalogs());
+    }
+    /** A window with nothing but this colour. Returns when it is shown. */
+    void openWindow(const QStringList &options) {
+        Sway::prepare(window);
+        window.setProcessEnvironment(sway.environment());
+        window.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_wayland_window"), options);
+        EXPECT_TRUE(window.waitForReadyRead(20'000)) << "no window";
+    }
+    void toggle() const { sway.press(u"space"_s, u"logo"_s); }
+    void summon() {
+        toggle();
+        EXPECT_TRUE(appears());
+    }
+
+    QRect panel(const QString &output = u"HEADLESS-1"_s) const {
+        return greenish(sway.picture(output));
+    }
+    /** What is painted first may be smaller. */
+    bool appears() const {
+        return eventually([this] { return panel().height() >= 400; });
+    }
+    bool disappears() const {
+        return eventually([this] { return panel().isEmpty(); });
+    }
+    // That nothing happens has no event.
+    bool stays() const {
+        return !eventually([this] { return panel().isEmpty(); }, 500);
+    }
+
+    /** The title of the window that has the keyboard, the application's id where it has none. */
+    QString focused() const {
+        const std::function<QString(const QJsonObject &)> find = [&](const QJsonObject &node) {
+            if (node["focused"_L1].toBool())
+                return node["name"_L1].toString(node["app_id"_L1].toString());
+            for (const QString &children : {u"nodes"_s, u"floating_nodes"_s})
+                for (const QJsonValue &child : node[children].toArray())
+                    if (const QString name = find(child.toObject()); !name.isEmpty())
+                        return name;
+            return QString();
+        };
+        return find(QJsonDocument::fromJson(sway.ask({u"-t"_s, u"get_tree"_s})).object());
+    }
+    bool settingsHaveKeyboard() const {
+        return eventually([this] { return focused() == u"Corvid Settings"; });
+    }
+
+    /** The name of the one that is shown. */
+    QString workspace() const {
+        const QJsonArray all =
+            QJsonDocument::fromJson(sway.ask({u"-t"_s, u"get_workspaces"_s})).array();
+        for (const QJsonValue &each : all)
+            if (each["focused"_L1].toBool())
+                return each["name"_L1].toString();
+        return {};
+    }
+
+    QStringList startedWith() const { return Trace(home.path(u"app.trace"_s)).arguments(); }
+
+    Home home;
+    Sway sway;
+    QProcess program;
+    QProcess window;
+};
+
+const QRect place(310, 176, 660, 440); // centred; 22% of 800 below the top
+const QPoint outside(30, 500);
+
+} // namespace
+
+TEST_F(WaylandTest, aBoundKeyATypedNameAndReturnStartTheApplication) {
+    launch();
+    summon();
+    sway.type(u"frobn"_s);
+    sway.press(u"Return"_s);
+    EXPECT_EQ(startedWith(), asItsEntrySays);
+    EXPECT_TRUE(disappears());
+}
+
+TEST_F(WaylandTest, whatItStartsIsNotToldWhatItWasChosenToRunOn) {
+    launch();
+    summon();
+    sway.type(u"frobn"_s);
+    sway.press(u"Return"_s);
+    const Trace trace(home.path(u"app.trace"_s));
+    for (const QString &name : {u"QT_QPA_PLATFORM"_s, u"QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT"_s})
+        EXPECT_EQ(trace.variable(name), std::nullopt) << qPrintable(name);
+    EXPECT_EQ(trace.variable(u"WAYLAND_DISPLAY"_s), u"wayland-1");
+}
+
+TEST_F(WaylandTest, thePanelIsCentredAndItsTopAtTwentyTwoPercentEachTime) {
+    launch();
+    for (int round = 0; round < 3; ++round) {
+        summon();
+        EXPECT_EQ(panel(), place);
+        toggle();
+        EXPECT_TRUE(disappears());
+    }
+}
+
+TEST_F(WaylandTest, barsAreNotCountedAsVisible) {
+    launch();
+    openWindow({u"bar"_s, u"800080"_s, u"--bar"_s, u"100"_s});
+    summon();
+    EXPECT_EQ(panel(), place.translated(0, 100 - 22));
+}
+
+TEST_F(WaylandTest, theCardCastsAShadowAround) {
+    launch();
+    summon();
+    const QImage picture = sway.picture();
+    const int below = qRed(picture.pixel(640, place.bottom() + 20));
+    const int above = qRed(picture.pixel(640, place.top() - 20));
+    EXPECT_LT(below, 200);
+    EXPECT_GT(above, below) << "the light comes from above";
+    EXPECT_LT(above, 255);
+    EXPECT_EQ(picture.pixel(640, place.bottom() + 90), 0xFFFF00FF);
+    EXPECT_EQ(picture.pixel(640, place.top() - 40), 0xFFFF00FF);
+}
+
+TEST_F(WaylandTest, escapeHidesIt) {
+    launch();
+    summon();
+    sway.press(u"Escape"_s);
+    EXPECT_TRUE(disappears());
+}
+
+TEST_F(WaylandTest, anotherProcessShowsAndHidesIt) {
+    launch();
+    for (int round = 0; round < 2; ++round) {
+        for (const bool shown : {true, false}) {
+            QProcess other;
+            Sway::prepare(other);
+            other.setProcessEnvironment(environment());
+            other.start(executable, {u"--toggle"_s});
+            ASSERT_TRUE(other.waitForFinished());
+            EXPECT_EQ(other.exitCode(), 0);
+            EXPECT_TRUE(shown ? appears() : disappears());
+        }
+    }
+}
+
+TEST_F(WaylandTest, aLeftOrRightClickElsewhereHidesIt) {
+    launch();
+    for (const int button : {272, 273}) {
+        summon();
+        sway.click(outside, button);
+        EXPECT_TRUE(disappears()) << "button " << button;
+    }
+}
+
+TEST_F(WaylandTest, aClickOnItsShadowIsOneElsewhere) {
+    launch();
+    summon();
+    sway.click({640, place.bottom() + 20});
+    EXPECT_TRUE(disappears());
+}
+
+TEST_F(WaylandTest, aClickOnARowStartsIt) {
+    launch();
+    summon();
+    sway.type(u"frobn"_s);
+    // Of the first row, below the search bar. Before it is there nothing starts.
+    EXPECT_TRUE(eventually([this] {
+        sway.click({640, 265});
+        return QFile::exists(home.path(u"app.trace"_s));
+    }));
+    EXPECT_EQ(startedWith(), asItsEntrySays);
+    EXPECT_TRUE(disappears());
+}
+
+TEST_F(WaylandTest, aClickOnItOrTheWheelElsewhereDoesNotHideIt) {
+    launch();
+    summon();
+    sway.click({400, 600});
+    EXPECT_TRUE(stays()) << "click";
+    sway.turnWheel(outside, 1);
+    EXPECT_TRUE(stays()) << "wheel";
+    sway.click(outside, 274);
+    EXPECT_TRUE(stays()) << "middle";
+    sway.type(u"frobn"_s);
+    sway.press(u"Return"_s);
+    EXPECT_EQ(startedWith(), asItsEntrySays) << "it has kept the keyboard";
+}
+
+TEST_F(WaylandTest, isAboveAFullScreenWindowAndAClickOnThatHidesIt) {
+    launch();
+    openWindow({u"film"_s, u"800080"_s, u"--fullscreen"_s});
+    const auto filmIsShown = [this] { return sway.picture().pixel(30, 500) == 0xFF800080; };
+    ASSERT_TRUE(eventually(filmIsShown));
+    summon();
+    EXPECT_EQ(panel(), place);
+    EXPECT_TRUE(filmIsShown()) << "still shown around it";
+    sway.click(outside);
+    EXPECT_TRUE(disappears());
+}
+
+TEST_F(WaylandTest, theKeyboardGoesBackToTheWindowThatHadIt) {
+    launch();
+    openWindow({u"other"_s, u"800080"_s});
+    const auto focused = [this] {
+        return sway.ask({u"-t"_s, u"get_tree"_s}).contains("\"focused\": true");
+    };
+    ASSERT_TRUE(focused());
+    summon();
+    sway.press(u"Escape"_s);
+    EXPECT_TRUE(disappears());
+    // Sway closes the focused one; no panel is in the way of keys any more.
+    sway.press(u"q"_s, u"logo"_s);
+    EXPECT_TRUE(window.waitForFinished(10'000));
+}
+
+TEST_F(WaylandTest, aCopiedResultSurvivesTheHiding) {
+    launch();
+    summon();
+    sway.type(u"6*7"_s);
+    sway.press(u"Return"_s);
+    EXPECT_TRUE(disappears());
+    const auto pasted = [this] { return sway.run(u"wl-paste"_s, {u"--no-newline"_s}); };
+    EXPECT_TRUE(eventually([&] { return pasted() == "42"; })) << pasted().constData();
+}
+
+TEST_F(WaylandTest, anApplicationThatRunsComesToTheFrontInsteadOfStarting) {
+    launch();
+    openWindow({u"org.example.Frobnicator"_s, u"800080"_s});
+    sway.tell(u"workspace 2"_s);
+    const auto isInFront = [this] { return sway.picture().pixel(30, 500) == 0xFF800080; };
+    ASSERT_TRUE(eventually([&] { return !isInFront(); }));
+    summon();
+    sway.type(u"frobn"_s);
+    sway.press(u"Return"_s);
+    EXPECT_TRUE(disappears());
+    EXPECT_TRUE(eventually(isInFront));
+    EXPECT_FALSE(QFile::exists(home.path(u"app.trace"_s)));
+    sway.press(u"q"_s, u"logo"_s);
+    EXPECT_TRUE(window.waitForFinished(10'000)) << "sway closes what has the keyboard";
+}
+
+TEST_F(WaylandTest, whatItStartsMayComeToTheFront) {
+    launch();
+    summon();
+    sway.type(u"frobn"_s);
+    sway.press(u"Return"_s);
+    const std::optional<QString> token =
+        Trace(home.path(u"app.trace"_s)).variable(u"XDG_ACTIVATION_TOKEN"_s);
+    ASSERT_TRUE(token);
+    EXPECT_TRUE(disappears());
+    openWindow({u"first"_s, u"800080"_s, u"--token"_s, *token});
+    sway.tell(u"workspace 2"_s);
+    ASSERT_EQ(workspace(), u"2");
+    window.write("come\n");
+    EXPECT_TRUE(eventually([this] { return workspace() == u"1"; }));
+}
+
+TEST_F(WaylandTest, theSettingsComeToTheFrontFromTheRowAndFromAnotherProcess) {
+    openWindow({u"other"_s, u"800080"_s});
+    launch();
+    summon();
+    sway.type(u"ai x"_s);
+    sway.press(u"Down"_s);
+    sway.press(u"Return"_s);
+    EXPECT_TRUE(settingsHaveKeyboard());
+    for (int i = 0; i < 3; ++i)
+        sway.press(u"Tab"_s);
+    sway.type(u"entered"_s);
+    for (int round = 0; round < 2; ++round) {
+        sway.tell(u"[app_id=other] focus"_s);
+        EXPECT_TRUE(eventually([this] { return focused() == u"other"; }));
+        QProcess second;
+        Sway::prepare(second);
+        second.setProcessEnvironment(environment());
+        second.start(executable, {u"--settings"_s});
+        second.waitForFinished();
+        EXPECT_TRUE(settingsHaveKeyboard()) << round;
+    }
+    sway.press(u"Return"_s);
+    EXPECT_TRUE(eventually([this] {
+        return home.defaults()[u"aiModel"_s].toString() == u"entered";
+    })) << "it is still there";
+}
+
+TEST_F(WaylandTest, aWindowSystemThatIsAskedForAndNotThereIsNotReplaced) {
+    QProcess other;
+    Sway::prepare(other);
+    QProcessEnvironment without = environment();
+    without.insert(u"CORVID_PLATFORM"_s, u"xcb"_s);
+    other.setProcessEnvironment(without);
+    other.start(executable, {u"--show"_s});
+    ASSERT_TRUE(other.waitForFinished());
+    EXPECT_EQ(other.exitCode(), 1);
+    EXPECT_TRUE(other.readAllStandardError().contains("needs a display"));
+}
+
+class TwoOutputsTest : public WaylandTest {
+protected:
+    TwoOutputsTest()
+        : WaylandTest({u"output HEADLESS-1 mode 1280x800 position 0 0"_s,
+                       u"output HEADLESS-2 mode 1280x800 position 1280 0"_s},
+                      2) {}
+};
+
+TEST_F(TwoOutputsTest, itComesUpOnTheActiveOne) {
+    launch();
+    for (const QString &output : {u"HEADLESS-2"_s, u"HEADLESS-1"_s}) {
+        const QString other = output == u"HEADLESS-1" ? u"HEADLESS-2"_s : u"HEADLESS-1"_s;
+        sway.tell(u"focus output "_s + output);
+        toggle();
+        EXPECT_TRUE(eventually([&] { return panel(output) == place; }));
+        EXPECT_TRUE(panel(other).isEmpty());
+        sway.click(QPoint(output == u"HEADLESS-2" ? 1280 : 0, 0) + QPoint(400, 600));
+        EXPECT_TRUE(eventually([&] { return panel(output) == place; })) << "a click on it";
+        sway.press(u"Escape"_s);
+        EXPECT_TRUE(eventually([&] { return panel(output).isEmpty(); }));
+    }
+}
+
+TEST_F(TwoOutputsTest, aClickOnTheOtherHidesIt) {
+    launch();
+    sway.tell(u"focus output HEADLESS-1"_s);
+    summon();
+    sway.click({1280 + 640, 400});
+    EXPECT_TRUE(disappears());
+}
+
+class ScaledOutputTest : public WaylandTest {
+protected:
+    ScaledOutputTest() : WaylandTest({u"output * mode 1920x1200 scale 1.5"_s}) {}
+};
+
+TEST_F(ScaledOutputTest, itIsAsLargeAndAsPlacedAsUnscaledAndSharp) {
+    launch();
+    summon();
+    const QRect scaled(465, 264, 990, 660);
+    ASSERT_TRUE(eventually([&] { return panel().intersects(scaled); }));
+    const QRect seen = panel();
+    EXPECT_LE((seen.topLeft() - scaled.topLeft()).manhattanLength(), 2);
+    EXPECT_LE((seen.bottomRight() - scaled.bottomRight()).manhattanLength(), 2);
+    // Drawn at scale 1 and enlarged, neighbours would be equal in pairs of every three.
+    const QImage picture = sway.picture();
+    int different = 0;
+    for (int x = 500; x < 1000; ++x)
+        different += picture.pixel(x, 315) != picture.pixel(x + 1, 315);
+    EXPECT_GT(different, 0);
+}

@@ -1,0 +1,90 @@
+// What the sanitizers are told in every program of a build with them (-D CORVID_SANITIZERS=…): what
+// they must not report because it is not ours, each with its reason, and what they cannot know.
+
+#ifdef __SANITIZE_ADDRESS__
+extern "C" {
+
+const char *__asan_default_options() {
+    return "detect_stack_use_after_return=1:check_initialization_order=1:strict_init_order=1";
+}
+
+// A list of what was suppressed would be taken for the program's own output.
+const char *__lsan_default_options() {
+    return "print_suppressions=0";
+}
+
+const char *__lsan_default_suppressions() {
+    return
+        // Nothing of ours uses Qt's bus. Its tray does, and keeps what it learnt of a service's
+        // interface for as long as the connection lives, which nobody closes.
+        "leak:libQt6DBus.so\n"
+        // Nothing of ours uses Fontconfig. Qt does, whose configuration it keeps until the end.
+        "leak:libfontconfig.so\n";
+}
+
+const char *__ubsan_default_options() {
+    return "print_stacktrace=1";
+}
+
+} // extern "C"
+#endif
+
+#ifdef __SANITIZE_THREAD__
+#include <QObject>
+
+#include <dlfcn.h>
+#include <sanitizer/tsan_interface.h>
+
+extern "C" const char *__tsan_default_options() {
+    // Qt, GLib and the C++ library are not built with the thread sanitizer: their own locks are
+    // unknown to it, so what happens between two calls of theirs cannot be judged.
+    return "ignore_noninstrumented_modules=1";
+}
+
+namespace {
+
+/** A slot that says when it was handed over and when it arrived. */
+class HandedOver : public QtPrivate::QSlotObjectBase {
+public:
+    explicit HandedOver(QSlotObjectBase *slot) : QSlotObjectBase(&act), slot_(slot) {
+        __tsan_release(slot_);
+    }
+
+private:
+    static void act(int operation, QSlotObjectBase *self, QObject *receiver, void **arguments,
+                    bool *equal) {
+        QSlotObjectBase *slot = static_cast<HandedOver *>(self)->slot_;
+        __tsan_acquire(slot);
+        switch (operation) {
+        case Destroy:
+            slot->destroyIfLastRef();
+            delete static_cast<HandedOver *>(self);
+            break;
+        case Call:
+            slot->call(receiver, arguments);
+            break;
+        case Compare:
+            *equal = slot->compare(arguments);
+            break;
+        default:
+            break;
+        }
+    }
+
+    QSlotObjectBase *slot_;
+};
+
+} // namespace
+
+// Qt is not built with the thread sanitizer, which therefore does not see the locks of its event
+// queues: what one thread posts and another executes would look unordered. This stands before Qt's
+// own function for all calls in our code.
+bool QMetaObject::invokeMethodImpl(QObject *receiver, QtPrivate::QSlotObjectBase *slot,
+                                   Qt::ConnectionType type, void *result) {
+    using Invoke = bool (*)(QObject *, QtPrivate::QSlotObjectBase *, Qt::ConnectionType, void *);
+    static const auto invoke = reinterpret_cast<Invoke>(dlsym(
+        RTLD_NEXT, "_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseE"
+                   "N2Qt14ConnectionTypeEPv"));
+    return invoke(receiver, new HandedOver(slot), type, result);
+}
+#endif

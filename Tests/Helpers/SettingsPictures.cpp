@@ -1,0 +1,101 @@
+// Draws the settings window in several states, each into a picture of its own:
+//
+//   corvid_settings_pictures <folder>
+//
+// On the offscreen platform, at the scale that QT_SCALE_FACTOR gives.
+
+#include "Fakes/FakeFolderDialog.h"
+#include "Fakes/FakeHotKeyBackend.h"
+#include "Fakes/FakePanelSurface.h"
+#include "Fakes/LauncherWorld.h"
+#include "HotKeyManager.h"
+#include "SettingsWindow.h"
+#include "Style.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QJsonArray>
+#include <QScrollArea>
+#include <QScrollBar>
+
+#include <cstdio>
+
+using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QJsonArray folders(int count) {
+    QJsonArray result;
+    for (int i = 1; i <= count; ++i) {
+        result.append(i % 4 == 0 ? u"/home/user/Documents/Customers/A rather long name/%1/Sources "
+                                   "and more of them/Projects"_s.arg(i)
+                                 : u"/home/user/Projects/%1"_s.arg(i));
+    }
+    return result;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    if (argc != 2) {
+        std::fputs("usage: corvid_settings_pictures <folder>\n", stderr);
+        return 2;
+    }
+    const QTemporaryDir home; // whose default folders are none
+    qputenv("HOME", home.path().toLocal8Bit());
+    const QDir folder(QString::fromLocal8Bit(argv[1]));
+    if (!folder.mkpath(u"."_s))
+        return 1;
+
+    bool taken = true;
+    for (const auto &[scheme, name] :
+         {std::pair{ColorScheme::Light, u"light"_s}, std::pair{ColorScheme::Dark, u"dark"_s}}) {
+        Appearance appearance;
+        appearance.colorScheme = scheme;
+        style::setAppearance(appearance);
+        LauncherWorld world({}, {makeProject(u"web"_s), makeProject(u"api"_s)});
+        FakeHotKeyBackend backend;
+        HotKeyManager hotKeys(backend);
+        FakeFolderDialog folderDialog;
+        FakePanelSurface surface;
+        SettingsWindow window({.defaults = world.defaults,
+                               .projects = world.projects,
+                               .hotKeys = hotKeys,
+                               .folderDialog = folderDialog,
+                               .keychain = world.keychain},
+                              surface);
+        auto *scrollBar = window.findChild<QScrollArea *>()->verticalScrollBar();
+        enum class At { Top, Bottom };
+        const auto scene = [&](const QString &what, At at) {
+            // Layouts settle with their own events; the scans of this machine's folders stay away.
+            for (int i = 0; i < 5; ++i)
+                QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+            scrollBar->setValue(at == At::Top ? 0 : scrollBar->maximum());
+            taken = taken && window.grab().save(folder.filePath(what + u'-' + name + u".png"_s));
+        };
+        world.defaults.set(u"projectRoots"_s, QJsonArray());
+        window.present();
+        scene(u"settings-no-folders"_s, At::Top);
+        window.close();
+
+        world.secrets.set(KeychainHelper::aiApiKey, u"sk-0123456789abcdef"_s);
+        world.defaults.set(u"hotkeyKeyCode"_s, 49);
+        world.defaults.set(u"hotkeyModifiers"_s, 0x900);
+        world.defaults.set(u"projectRoots"_s, folders(30));
+        window.present();
+        window.view().startRecording();
+        scene(u"settings-recording"_s, At::Top);
+        window.view().stopRecording();
+        scene(u"settings-thirty-folders"_s, At::Bottom);
+        hotKeys.registerHotKey(49, 0x900, [] {});
+        backend.callbacks.answered(false);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
+        scene(u"settings-hot-key-taken"_s, At::Top);
+        hotKeys.unregister();
+    }
+    return taken ? 0 : 1;
+}
