@@ -116,6 +116,10 @@ void SearchField::focusOutEvent(QFocusEvent *event) {
 void SearchField::hideEvent(QHideEvent *event) {
     endComposition();
     stopCaret();
+    // What could be undone would only grow, from one showing to the next.
+    const int cursor = cursorPosition();
+    setText(text());
+    setCursorPosition(cursor);
     QLineEdit::hideEvent(event);
 }
 
