@@ -104,7 +104,10 @@ void ChatTransfer::finished() {
     }
     if (!readBody())
         return;
-    if (reply_->error() != QNetworkReply::NoError)
+    // Qt (6.4) calls every close an error once an earlier transfer has lost its connection.
+    const bool wholeAtClose = status != 0 && endsWithItsConnection() &&
+                              reply_->error() == QNetworkReply::RemoteHostClosedError;
+    if (reply_->error() != QNetworkReply::NoError && !wholeAtClose)
         end({.refusal = {}, .error = errorText()});
     else if (!complete())
         end({.refusal = {}, .error = u"Connection closed"_s});
@@ -118,6 +121,15 @@ void ChatTransfer::finished() {
 bool ChatTransfer::complete() const {
     const QVariant promised = reply_->header(QNetworkRequest::ContentLengthHeader);
     return !promised.isValid() || received_ >= promised.toLongLong();
+}
+
+// A compressed body's length is not there to be asked for.
+bool ChatTransfer::endsWithItsConnection() const {
+    for (const char *header : {"Content-Length", "Transfer-Encoding", "Content-Encoding"}) {
+        if (reply_->hasRawHeader(header))
+            return false;
+    }
+    return true;
 }
 
 QString ChatTransfer::errorText() const {

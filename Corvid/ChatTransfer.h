@@ -61,6 +61,7 @@ private:
     void closeReply();
     void end(const End &how);
     bool complete() const;
+    bool endsWithItsConnection() const;
     QString errorText() const;
 
     QNetworkAccessManager &manager_;

@@ -618,6 +618,63 @@ TEST_F(AIServiceTest, aServerThatClosesWithoutAWordIsAnError) {
     EXPECT_FALSE(intent(server));
 }
 
+TEST_F(AIServiceTest, aConnectionThatIsClosedUnderTheNextQuestionIsReplacedByANewOne) {
+    for (const bool reset : {false, true}) {
+        std::atomic<int> lost = 0;
+        const ChatServer server([&](Connection &connection, const Request &) {
+            connection.send(response("200 OK", chunk("fine")));
+            if (connection.read().method.isEmpty())
+                return;
+            ++lost;
+            if (reset)
+                connection.reset();
+        });
+        // Not every question is sent over a connection that is still open.
+        for (int questions = 0; lost == 0; ++questions) {
+            ASSERT_LT(questions, 100);
+            const Answer answer = ask(server);
+            EXPECT_EQ(answer.error, std::nullopt);
+            EXPECT_EQ(answer.text(), u"fine");
+        }
+    }
+}
+
+TEST_F(AIServiceTest, aQuestionThatMayHaveBeenHeardIsNotSentAgain) {
+    std::atomic<int> heard = 0;
+    const ChatServer server([&](Connection &connection, const Request &) {
+        ++heard;
+        connection.send(response("200 OK", chunk("fine")));
+        if (connection.read().method.isEmpty())
+            return;
+        ++heard;
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 99\r\n\r\n" + chunk("half"));
+    });
+    for (int questions = 1;; ++questions) {
+        ASSERT_LT(questions, 100);
+        const bool failed = ask(server).error.has_value();
+        ASSERT_EQ(heard, questions);
+        if (failed)
+            break;
+    }
+}
+
+TEST_F(AIServiceTest, afterALostConnectionAnAnswerThatEndsWithItsConnectionIsWhole) {
+    for (int round = 0; round < 20; ++round) {
+        const ChatServer server([&](Connection &connection, const Request &request) {
+            if (!request.body.contains("lost"))
+                connection.send(streamHead + chunk("fine"));
+        });
+        defaults.set(u"aiBaseURL"_s, server.baseURL());
+        Answer lost;
+        const AIService::Task task = stream(lost, u"lost"_s);
+        ASSERT_TRUE(eventually([&] { return lost.ends > 0; }));
+        EXPECT_TRUE(lost.error);
+        const Answer answer = ask(server);
+        EXPECT_EQ(answer.error, std::nullopt);
+        EXPECT_EQ(answer.text(), u"fine");
+    }
+}
+
 TEST_F(AIServiceTest, aServerThatSpeaksNoHttpIsAnError) {
     const ChatServer server("SSH-2.0-OpenSSH\r\n\r\n");
     EXPECT_TRUE(ask(server).error);
