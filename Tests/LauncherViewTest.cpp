@@ -437,9 +437,8 @@ TEST_F(LauncherViewTest, whatIsTypedWhileTheAnswerHasTheFocusGoesToTheField) {
 
 TEST_F(LauncherViewTest, namesOfAHundredThousandCharactersAreDrawnLikeAnyOther) {
     const QString longName = u"Foo W\u00e9\u202e\u6f22"_s.repeated(100'000 / 8);
-    LauncherWorld longWorld({{longName, u"a"_s, u"/a"_s, {}, {}, {}},
-                             {longName, u"b"_s, u"/b"_s, {}, {}, {}}},
-                            {});
+    LauncherWorld longWorld(
+        {{longName, u"a"_s, u"/a"_s, {}, {}, {}}, {longName, u"b"_s, u"/b"_s, {}, {}, {}}}, {});
     longWorld.workspace.generic = drawableIcon();
     LauncherView longView(longWorld.model);
     longView.resize(style::panelWidth, style::panelHeight);
