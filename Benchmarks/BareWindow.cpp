@@ -3,17 +3,23 @@
 //
 //   BareWindow [--show]
 //
-// Alt+K shows and hides the window. Every change of the text gives the list nine other rows.
+// Alt+K on X11 and SIGUSR1 show and hide the window. Every change of the text gives the list nine
+// other rows.
 
 #include <QAbstractNativeEventFilter>
 #include <QApplication>
 #include <QBoxLayout>
 #include <QLineEdit>
 #include <QListView>
+#include <QSocketNotifier>
 #include <QStringListModel>
 
 #include <cstring>
+#include <optional>
 
+#include <csignal>
+#include <sys/signalfd.h>
+#include <unistd.h>
 #include <xcb/xcb.h>
 
 namespace {
@@ -90,14 +96,31 @@ private:
     xcb_window_t root_ = XCB_WINDOW_NONE;
 };
 
+/** Before any thread: those of the toolkit must not be given the signal. */
+int blockToggleSignal() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGUSR1);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    return signalfd(-1, &signals, SFD_CLOEXEC);
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
+    const int toggleSignals = blockToggleSignal();
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     BareWindow window;
-    HotKey hotKey(window);
-    application.installNativeEventFilter(&hotKey);
+    QSocketNotifier notifier(toggleSignals, QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, &window, [&] {
+        signalfd_siginfo signal;
+        if (read(toggleSignals, &signal, sizeof signal) == sizeof signal)
+            window.toggle();
+    });
+    std::optional<HotKey> hotKey;
+    if (qGuiApp->nativeInterface<QNativeInterface::QX11Application>())
+        application.installNativeEventFilter(&hotKey.emplace(window));
     if (argc > 1 && std::strcmp(argv[1], "--show") == 0)
         window.present();
     return QApplication::exec();

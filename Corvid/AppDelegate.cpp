@@ -115,8 +115,9 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, 
     if (commandLine.bench)
         QTimer::singleShot(catalogsLoadTime, this, &AppDelegate::runBenchmark);
     if (commandLine.query) {
-        QTimer::singleShot(catalogsLoadTime, this,
-                           [this, text = *commandLine.query] { dumpQuery(text); });
+        QTimer::singleShot(
+            catalogsLoadTime, this,
+            [this, text = QString::fromLocal8Bit(*commandLine.query)] { dumpQuery(text); });
     }
     platform_.instance.serve([this](const Wish &wish) { fulfil(wish); });
 }

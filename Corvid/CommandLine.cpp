@@ -1,21 +1,24 @@
 #include "CommandLine.h"
 
-#include <QHash>
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <string_view>
 
 namespace corvid {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
 
-const QHash<QString, bool CommandLine::*> &switches() {
-    static const QHash<QString, bool CommandLine::*> table{
-        {u"--bench"_s, &CommandLine::bench},   {u"--settings"_s, &CommandLine::settings},
-        {u"--show"_s, &CommandLine::show},     {u"--sticky"_s, &CommandLine::sticky},
-        {u"--toggle"_s, &CommandLine::toggle},
-    };
-    return table;
-}
+struct Switch {
+    std::string_view name;
+    bool CommandLine::*field;
+};
+
+constexpr std::array switches{
+    Switch{"--bench", &CommandLine::bench},   Switch{"--settings", &CommandLine::settings},
+    Switch{"--show", &CommandLine::show},     Switch{"--sticky", &CommandLine::sticky},
+    Switch{"--toggle", &CommandLine::toggle},
+};
 
 } // namespace
 
@@ -37,35 +40,37 @@ std::vector<Wish> CommandLine::wishesOfRunning() const {
     return result;
 }
 
-CommandLine parseCommandLine(const QStringList &arguments) {
+CommandLine parseCommandLine(const std::vector<std::string> &arguments) {
     CommandLine result;
-    for (qsizetype i = 0; i < arguments.size(); ++i) {
-        const QString &argument = arguments[i];
-        if (argument == "--query"_L1) {
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string &argument = arguments[i];
+        const auto *const found =
+            std::find_if(switches.begin(), switches.end(), [&argument](const Switch &candidate) {
+                return candidate.name == argument;
+            });
+        if (argument == "--query") {
             ++i;
             if (i < arguments.size() && !result.query)
                 result.query = arguments[i];
-        } else if (const auto found = switches().constFind(argument);
-                   found != switches().constEnd()) {
-            result.**found = true;
-        } else if (argument == "--help"_L1) {
+        } else if (found != switches.end()) {
+            result.*found->field = true;
+        } else if (argument == "--help") {
             result.text = CommandLine::Text::Help;
             break;
-        } else if (argument == "--version"_L1) {
+        } else if (argument == "--version") {
             result.text = CommandLine::Text::Version;
             break;
         } else {
             result.error =
-                (argument.startsWith(u'-') ? u"unknown option %1"_s : u"unexpected argument %1"_s)
-                    .arg(argument);
+                (argument.starts_with('-') ? "unknown option " : "unexpected argument ") + argument;
             break;
         }
     }
     return result;
 }
 
-QString helpText() {
-    return uR"(Usage: corvid [OPTION]...
+const char *helpText() {
+    return R"(Usage: corvid [OPTION]...
 A keyboard-driven launcher for software developers.
 
 Without an option Corvid starts hidden and waits for its hot key, Alt+Space
@@ -82,11 +87,16 @@ in the first group, too, are carried out by the Corvid that runs.
 
   --help        print this
   --version     print the version
-)"_s;
+)";
 }
 
-QString versionText() {
-    return u"Corvid " CORVID_VERSION "\n"_s;
+const char *versionText() {
+    return "Corvid " CORVID_VERSION "\n";
+}
+
+int reportUnanswered() {
+    std::fputs("corvid: Corvid runs already, but does not answer.\n", stderr);
+    return 1;
 }
 
 } // namespace corvid

@@ -2,10 +2,8 @@
 
 #include "Platform/Instance.h"
 
-#include <QString>
-#include <QStringList>
-
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace corvid {
@@ -20,9 +18,9 @@ struct CommandLine {
     bool settings = false;
     bool sticky = false;
     bool bench = false;
-    std::optional<QString> query; ///< also when it is empty; absent where no text follows
+    std::optional<std::string> query; ///< also when it is empty; absent where no text follows
     Text text = Text::None;
-    std::optional<QString> error; ///< one line; what was understood before it does not count
+    std::optional<std::string> error; ///< one line; what was understood before it does not count
 
     /** A process of its own that answers on standard error, beside the one that people use. */
     bool isDiagnostic() const { return bench || query; }
@@ -42,11 +40,14 @@ struct CommandLine {
  * The toolkit's own options are unknown, too: it would take them out of a query's text, and needs a
  * display to do so. Its environment variables do the same.
  */
-CommandLine parseCommandLine(const QStringList &arguments);
+CommandLine parseCommandLine(const std::vector<std::string> &arguments);
 
 /** Several lines, the last one ended. */
-QString helpText();
+const char *helpText();
 /** One line, ended. */
-QString versionText();
+const char *versionText();
+
+/** Says on standard error that another Corvid runs and does not answer; that is the exit code. */
+int reportUnanswered();
 
 } // namespace corvid

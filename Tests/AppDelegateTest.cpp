@@ -56,7 +56,7 @@ protected:
         writeCache(locations::cacheFile(u"projects.json"_s), std::vector<ProjectEntry>{web});
     }
 
-    void launch(const QStringList &arguments = {}) {
+    void launch(const std::vector<std::string> &arguments = {}) {
         delegate.applicationDidFinishLaunching(parseCommandLine(arguments));
     }
     void pressHotKey() {
@@ -125,7 +125,7 @@ TEST_F(AppDelegateTest, aKeyThatArrivesWhileAQueryIsShownChangesItsList) {
 }
 
 TEST_F(AppDelegateTest, aKeyThatArrivesWhileTheSettingsAreShownIsInTheirField) {
-    launch({u"--settings"_s});
+    launch({"--settings"});
     const auto fields = delegate.settingsWindow()->findChildren<QLineEdit *>();
     const auto key = std::ranges::find(fields, QLineEdit::Password, &QLineEdit::echoMode);
     ASSERT_NE(key, fields.end());
@@ -146,12 +146,12 @@ TEST_F(AppDelegateTest, aKeyThatArrivesAfterTheDelegateIsGoneDoesNothing) {
 }
 
 TEST_F(AppDelegateTest, showOptionShowsThePanelAtStart) {
-    launch({u"--show"_s});
+    launch({"--show"});
     EXPECT_TRUE(delegate.panel()->isVisible());
 }
 
 TEST_F(AppDelegateTest, thePanelIsCentredWithItsTopAt22PercentOfTheVisibleHeight) {
-    launch({u"--show"_s});
+    launch({"--show"});
     const QRect visible = QGuiApplication::primaryScreen()->availableGeometry();
     const QRect panel = delegate.panel()->geometry();
     EXPECT_EQ(panel.size(), QSize(660, 440));
@@ -186,7 +186,7 @@ TEST_F(AppDelegateTest, afterMoreThanTenSecondsAShowStartsAfresh) {
 }
 
 TEST_F(AppDelegateTest, aCloseByTheWindowManagerIsAHide) {
-    launch({u"--show"_s});
+    launch({"--show"});
     delegate.viewModel().setQuery(u"zed"_s);
     delegate.panel()->close();
     EXPECT_FALSE(delegate.panel()->isVisible());
@@ -206,7 +206,7 @@ TEST_F(AppDelegateTest, clicksElsewhereAreWatchedOnlyWhileThePanelIsShown) {
 }
 
 TEST_F(AppDelegateTest, aClickOutsideThePanelHidesItStickyOrNotAndOneInsideDoesNot) {
-    launch({u"--show"_s, u"--sticky"_s});
+    launch({"--show", "--sticky"});
     const QRect frame = delegate.panel()->frameGeometry();
     for (const QPoint &inside : {frame.topLeft(), frame.center(), frame.bottomRight()}) {
         clickMonitor.click(inside);
@@ -220,7 +220,7 @@ TEST_F(AppDelegateTest, aClickOutsideThePanelHidesItStickyOrNotAndOneInsideDoesN
 }
 
 TEST_F(AppDelegateTest, aClickOutsideCountsForTheShowingThatItFellInto) {
-    launch({u"--show"_s});
+    launch({"--show"});
     now += std::chrono::seconds(1);
     clickMonitor.click({-1, -1});
     delegate.hide();
@@ -233,7 +233,7 @@ TEST_F(AppDelegateTest, aClickOutsideCountsForTheShowingThatItFellInto) {
 
 TEST_F(AppDelegateTest, withoutAMonitorThePanelIsShownAllTheSame) {
     clickMonitor.refuses = true;
-    launch({u"--show"_s});
+    launch({"--show"});
     EXPECT_TRUE(delegate.panel()->isVisible());
     delegate.hide();
     EXPECT_FALSE(delegate.panel()->isVisible());
@@ -261,14 +261,14 @@ TEST(PanelOrigin, isOnTheScreenUnderThePointerElseOnTheFirst) {
 }
 
 TEST_F(AppDelegateTest, losingTheKeyboardHidesUnlessSticky) {
-    launch({u"--show"_s});
+    launch({"--show"});
     ASSERT_TRUE(delegate.panel()->onResignKey);
     delegate.panel()->onResignKey();
     EXPECT_FALSE(delegate.panel()->isVisible());
 }
 
 TEST_F(AppDelegateTest, aStickyPanelKeepsNoWatchOnTheKeyboard) {
-    launch({u"--show"_s, u"--sticky"_s});
+    launch({"--show", "--sticky"});
     EXPECT_FALSE(delegate.panel()->onResignKey);
 }
 
@@ -279,12 +279,12 @@ TEST_F(AppDelegateTest, withoutAnOptionItStartsHidden) {
 }
 
 TEST_F(AppDelegateTest, aFirstToggleShowsThePanel) {
-    launch({u"--toggle"_s});
+    launch({"--toggle"});
     EXPECT_TRUE(delegate.panel()->isVisible());
 }
 
 TEST_F(AppDelegateTest, theSettingsOptionOpensTheSettingsAtStart) {
-    launch({u"--settings"_s});
+    launch({"--settings"});
     EXPECT_TRUE(settingsAreShown());
     EXPECT_FALSE(delegate.panel()->isVisible());
 }
@@ -316,7 +316,7 @@ TEST_F(AppDelegateTest, aWishToShowStickilyHoldsUntilThePanelHides) {
 }
 
 TEST_F(AppDelegateTest, aStickyToggleThatHidesLeavesTheNextShowingAlone) {
-    launch({u"--show"_s});
+    launch({"--show"});
     instance.arrive({Wish::Kind::Toggle, true});
     EXPECT_FALSE(delegate.panel()->isVisible());
     delegate.show();
@@ -325,7 +325,7 @@ TEST_F(AppDelegateTest, aStickyToggleThatHidesLeavesTheNextShowingAlone) {
 }
 
 TEST_F(AppDelegateTest, aSubmittedRowIsOpenedAndThePanelHides) {
-    launch({u"--show"_s});
+    launch({"--show"});
     delegate.viewModel().setQuery(u"zed"_s);
     delegate.viewModel().submit();
     EXPECT_EQ(workspace.openedApplications, (std::vector<FakeWorkspace::Opened>{{{}, zed.path}}));
@@ -428,7 +428,7 @@ TEST_F(AppDelegateTest, theSettingsHaveOneWindowThatIsMadeWhenItIsFirstOpened) {
 }
 
 TEST_F(AppDelegateTest, theSettingsWindowIsTitledClosableCentredAndOfFixedSize) {
-    launch({u"--settings"_s});
+    launch({"--settings"});
     const SettingsWindow &window = *delegate.settingsWindow();
     EXPECT_EQ(window.windowTitle(), u"Corvid Settings");
     EXPECT_EQ(window.size(), QSize(480, 420));
@@ -441,7 +441,7 @@ TEST_F(AppDelegateTest, theSettingsWindowIsTitledClosableCentredAndOfFixedSize) 
 }
 
 TEST_F(AppDelegateTest, aSettingsWindowThatTheUserMovedStaysThere) {
-    launch({u"--settings"_s});
+    launch({"--settings"});
     delegate.settingsWindow()->move(3, 5);
     delegate.settingsWindow()->close();
     delegate.openSettings();
@@ -449,7 +449,7 @@ TEST_F(AppDelegateTest, aSettingsWindowThatTheUserMovedStaysThere) {
 }
 
 TEST_F(AppDelegateTest, aNewHotKeyInTheSettingsWorksAtOnceAndThePresentOneRestsMeanwhile) {
-    launch({u"--settings"_s});
+    launch({"--settings"});
     delegate.settingsWindow()->view().startRecording();
     EXPECT_EQ(hotKeyBackend.grabbed, std::nullopt);
     QKeyEvent press(QEvent::KeyPress, Qt::Key_K, Qt::MetaModifier, 45, 'k', 0);
@@ -461,7 +461,7 @@ TEST_F(AppDelegateTest, aNewHotKeyInTheSettingsWorksAtOnceAndThePresentOneRestsM
 }
 
 TEST_F(AppDelegateTest, aCancelledRecordingBringsTheHotKeyBack) {
-    launch({u"--settings"_s});
+    launch({"--settings"});
     SettingsView &view = delegate.settingsWindow()->view();
     view.startRecording();
     view.stopRecording();
@@ -471,7 +471,7 @@ TEST_F(AppDelegateTest, aCancelledRecordingBringsTheHotKeyBack) {
 }
 
 TEST_F(AppDelegateTest, theSettingsWindowFollowsTheDesktopsColoursAndFont) {
-    launch({u"--settings"_s});
+    launch({"--settings"});
     const SettingsWindow &window = *delegate.settingsWindow();
     EXPECT_FALSE(style::isDark(window.palette()));
     appearance.appearance.colorScheme = ColorScheme::Dark;
@@ -486,7 +486,7 @@ TEST_F(AppDelegateTest, theSettingsWindowFollowsTheDesktopsColoursAndFont) {
 }
 
 TEST_F(AppDelegateTest, queryAsTheLastArgumentIsIgnored) {
-    launch({u"--query"_s});
+    launch({"--query"});
     EXPECT_EQ(delegate.viewModel().query(), QString());
 }
 
@@ -574,10 +574,10 @@ TEST_F(AppDelegateTest, aHotKeyAfterTheDelegateIsGoneDoesNothing) {
 }
 
 TEST_F(AppDelegateTest, processesThatOnlyAnswerLeaveTheHotKeyAlone) {
-    launch({u"--query"_s, u"zed"_s});
-    launch({u"--bench"_s});
+    launch({"--query", "zed"});
+    launch({"--bench"});
     EXPECT_TRUE(hotKeyBackend.grabs.empty());
-    launch({u"--query"_s, u"zed"_s, u"--show"_s});
+    launch({"--query", "zed", "--show"});
     EXPECT_EQ(hotKeyBackend.grabs.size(), 1U);
 }
 
@@ -596,11 +596,11 @@ TEST_F(AppDelegateTest, theStatusItemsMenuShowsAndOpensTheSettingsAndQuits) {
 }
 
 TEST_F(AppDelegateTest, processesThatOnlyAnswerHaveNoStatusItem) {
-    launch({u"--query"_s, u"zed"_s});
+    launch({"--query", "zed"});
     EXPECT_EQ(delegate.statusItem(), nullptr);
-    launch({u"--bench"_s});
+    launch({"--bench"});
     EXPECT_EQ(delegate.statusItem(), nullptr);
-    launch({u"--query"_s, u"zed"_s, u"--show"_s});
+    launch({"--query", "zed", "--show"});
     EXPECT_NE(delegate.statusItem(), nullptr);
 }
 

@@ -23,13 +23,14 @@ std::atomic<std::time_t> secondsBack = 0;
 } // namespace
 
 // The whole process, Qt included, asks these instead of the C library's.
-extern "C" int clock_gettime(clockid_t clock, timespec *time) noexcept {
+extern "C" [[gnu::visibility("default")]] int clock_gettime(clockid_t clock,
+                                                            timespec *time) noexcept {
     const long result = syscall(SYS_clock_gettime, clock, time);
     if (result == 0 && (clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE))
         time->tv_sec -= secondsBack;
     return static_cast<int>(result);
 }
-extern "C" int gettimeofday(timeval *time, void *) noexcept {
+extern "C" [[gnu::visibility("default")]] int gettimeofday(timeval *time, void *) noexcept {
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
     *time = {now.tv_sec, now.tv_nsec / 1000};

@@ -1,7 +1,9 @@
 #include "Platform/Linux/BusInstance.h"
 
+#include "Platform/Linux/InstanceCall.h"
 #include "Platform/Linux/SessionBus.h"
 
+#include <QByteArray>
 #include <QDeadlineTimer>
 #include <QObject>
 
@@ -21,10 +23,6 @@ namespace {
 
 constexpr auto busPatience = 1s;
 constexpr auto instancePatience = 2s;
-
-constexpr const char *busName = "app.corvid.Launcher";
-constexpr const char *objectPath = "/app/corvid/Launcher";
-constexpr const char *interfaceName = "org.freedesktop.Application";
 
 // Of the bus's protocol: RequestName's flag and answers.
 constexpr guint32 doNotQueue = 4;
@@ -52,30 +50,6 @@ private:
     std::jthread thread_;
 };
 
-const char *actionOf(const Wish &wish) {
-    switch (wish.kind) {
-    case Wish::Kind::Show:
-        return "show";
-    case Wish::Kind::Toggle:
-        return "toggle";
-    case Wish::Kind::OpenSettings:
-        return "settings";
-    }
-    Q_UNREACHABLE();
-}
-
-GVariant *platformData(const ActivationToken &token) {
-    GVariantBuilder data;
-    g_variant_builder_init(&data, G_VARIANT_TYPE_VARDICT);
-    if (!token.wayland.isEmpty())
-        g_variant_builder_add(&data, "{sv}", "activation-token",
-                              g_variant_new_string(token.wayland.constData()));
-    if (!token.x11.isEmpty())
-        g_variant_builder_add(&data, "{sv}", "desktop-startup-id",
-                              g_variant_new_string(token.x11.constData()));
-    return g_variant_builder_end(&data);
-}
-
 // What a call asks for; nothing when it is none of ours.
 std::optional<Wish> wishOf(GDBusMessage *message) {
     const auto member = QByteArray(g_dbus_message_get_member(message));
@@ -94,7 +68,7 @@ std::optional<Wish> wishOf(GDBusMessage *message) {
     const VariantPointer owned(parameters);
     for (const auto kind : {Wish::Kind::Show, Wish::Kind::Toggle, Wish::Kind::OpenSettings}) {
         Wish wish{kind};
-        if (qstrcmp(action, actionOf(wish)) != 0)
+        if (qstrcmp(action, actionOf(kind)) != 0)
             continue;
         if (g_variant_n_children(parameters) > 0) {
             const VariantPointer boxed(g_variant_get_child_value(parameters, 0));
@@ -110,41 +84,12 @@ std::optional<Wish> wishOf(GDBusMessage *message) {
 GVariant *requestName(GDBusConnection *bus, GErrorHolder &error) {
     return g_dbus_connection_call_sync(
         bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
-        g_variant_new("(su)", busName, doNotQueue), G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE,
-        static_cast<int>(std::chrono::milliseconds(busPatience).count()), nullptr, error.out());
-}
-
-void hand(GDBusConnection *bus, const Wish &wish, const ActivationToken &token, int patienceMs,
-          GErrorHolder &error) {
-    const bool plain = wish == Wish{};
-    GVariant *arguments = nullptr;
-    if (plain) {
-        arguments = g_variant_new("(@a{sv})", platformData(token));
-    } else {
-        GVariantBuilder parameters;
-        g_variant_builder_init(&parameters, G_VARIANT_TYPE("av"));
-        if (wish.sticky)
-            g_variant_builder_add(&parameters, "v", g_variant_new_boolean(TRUE));
-        arguments = g_variant_new("(sav@a{sv})", actionOf(wish), &parameters, platformData(token));
-    }
-    // Not to be started by the bus: where nobody owns the name any more, we will.
-    const VariantPointer reply(g_dbus_connection_call_sync(
-        bus, busName, objectPath, interfaceName, plain ? "Activate" : "ActivateAction", arguments,
-        nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, patienceMs, nullptr, error.out()));
-}
-
-// Not ours to wait for: a call that ran into its deadline reports another error.
-bool isGone(const GError *error) {
-    return g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_NAME_HAS_NO_OWNER) ||
-           g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_SERVICE_UNKNOWN) ||
-           g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY);
+        g_variant_new("(su)", instanceBusName, doNotQueue), G_VARIANT_TYPE("(u)"),
+        G_DBUS_CALL_FLAGS_NONE, static_cast<int>(std::chrono::milliseconds(busPatience).count()),
+        nullptr, error.out());
 }
 
 } // namespace
-
-ActivationToken ActivationToken::fromEnvironment() {
-    return {qgetenv("XDG_ACTIVATION_TOKEN"), qgetenv("DESKTOP_STARTUP_ID")};
-}
 
 /** The calls that came, from the bus's thread to the main one. */
 class BusInstance::Calls {
@@ -184,8 +129,8 @@ private:
                                 gpointer data) {
         if (!incoming ||
             g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL ||
-            qstrcmp(g_dbus_message_get_path(message), objectPath) != 0 ||
-            qstrcmp(g_dbus_message_get_interface(message), interfaceName) != 0)
+            qstrcmp(g_dbus_message_get_path(message), instanceObjectPath) != 0 ||
+            qstrcmp(g_dbus_message_get_interface(message), instanceInterface) != 0)
             return message;
         const GObjectPointer<GDBusMessage> call(message);
         if (const std::optional<Wish> wish = wishOf(message)) {
@@ -246,8 +191,7 @@ BusInstance::~BusInstance() {
     calls_->end();
 }
 
-BusInstance::Claim BusInstance::claim(const std::vector<Wish> &wishes,
-                                      const ActivationToken &token) {
+BusInstance::Claim BusInstance::claim(const std::vector<Wish> &wishes) {
     GObjectPointer<GDBusConnection> ours;
     {
         const GObjectPointer<GCancellable> cancellable(g_cancellable_new());
@@ -273,14 +217,15 @@ BusInstance::Claim BusInstance::claim(const std::vector<Wish> &wishes,
         // A bus that gives us no name has no other instance to offer, either.
         if (role == primaryOwner)
             return Claim::Sole;
-        for (const Wish &wish : wishes) {
-            hand(bus, wish, token, static_cast<int>(deadline.remainingTime()), error);
-            if (error.get())
-                break;
-        }
-        if (!error.get())
+        switch (callInstance(wishes, ActivationToken::fromEnvironment())) {
+        case CallResult::Taken:
             return Claim::HandedOver;
-    } while (isGone(error.get()) && !deadline.hasExpired());
+        case CallResult::Unanswered:
+            return Claim::Unanswered;
+        case CallResult::Nobody: // any more
+            break;
+        }
+    } while (!deadline.hasExpired());
     return Claim::Unanswered;
 }
 

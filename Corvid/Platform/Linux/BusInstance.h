@@ -2,23 +2,10 @@
 
 #include "Platform/Instance.h"
 
-#include <QByteArray>
-
 #include <memory>
 #include <vector>
 
 namespace corvid {
-
-/** How the desktop lets a program that was started by the user come to the front. Each is empty
-    where there is none. */
-struct ActivationToken {
-    QByteArray wayland;
-    QByteArray x11;
-
-    /** The one that we were started with. It stays there for the toolkit, which uses it up for our
-        first window; no program that we start is given it. */
-    static ActivationToken fromEnvironment();
-};
 
 /**
  * One instance for each session bus: the one that owns the name app.corvid.Launcher and answers to
@@ -39,12 +26,11 @@ public:
     ~BusInstance() override;
 
     /**
-     * Becomes the session's instance, or hands the wishes to the one that is. Once; needs no
-     * application object. Blocks for a second at most while the bus does not answer, and for two
-     * while the other instance does not. A bus that does not answer is out of bounds afterwards for
-     * the whole process, as the toolkit would wait for it without end.
+     * Becomes the session's instance, or hands the wishes to the one that has become it just now.
+     * Once; needs no application object. Blocks like callInstance(), and as that does puts a bus
+     * that does not answer out of bounds.
      */
-    Claim claim(const std::vector<Wish> &wishes, const ActivationToken &token);
+    Claim claim(const std::vector<Wish> &wishes);
 
     void serve(std::function<void(const Wish &)> fulfil) override;
 

@@ -1,0 +1,145 @@
+#include "Application.h"
+
+#include "AIService.h"
+#include "AppDelegate.h"
+#include "CommandLine.h"
+#include "HotKeyManager.h"
+#include "Platform/Linux/BusInstance.h"
+#include "Platform/Linux/ClipboardPasteboard.h"
+#include "Platform/Linux/CoreDumps.h"
+#include "Platform/Linux/ExitDeadline.h"
+#include "Platform/Linux/GioDesktopEntries.h"
+#include "Platform/Linux/JsonUserDefaults.h"
+#include "Platform/Linux/LinuxDesktop.h"
+#include "Platform/Linux/LinuxSecretStore.h"
+#include "Platform/Linux/LinuxSystemLog.h"
+#include "Platform/Linux/LinuxTrayWatch.h"
+#include "Platform/Linux/LinuxVolumes.h"
+#include "Platform/Linux/LinuxWorkspace.h"
+#include "Platform/Linux/PlatformChoice.h"
+#include "Platform/Linux/PortalAppearance.h"
+#include "Platform/Linux/PortalFolderDialog.h"
+#include "Platform/Linux/TerminationSignals.h"
+#include "RoleCatalog.h"
+
+#include <QApplication>
+#include <QLoggingCategory>
+#include <QProcessEnvironment>
+#include <QScreen>
+#include <QSessionManager>
+#include <QThread>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <future>
+#include <memory>
+
+#include <malloc.h>
+
+namespace {
+
+using namespace corvid;
+
+qreal highestDevicePixelRatio() {
+    qreal highest = 1;
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    for (const QScreen *screen : screens)
+        highest = std::max(highest, screen->devicePixelRatio());
+    return highest;
+}
+
+int run(const CommandLine &commandLine, char **argv, Instance &instance) {
+    // What we start gets the environment that we were started with.
+    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+
+    auto session = Session::X11;
+    if (commandLine.isDiagnostic() && !commandLine.show) {
+        // These answer on standard error alone, so they run where there is no display too.
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        // Standard error is the answer: no word of Qt's about the surroundings goes there.
+        QLoggingCategory::setFilterRules(QStringLiteral("*.warning=false"));
+    } else if ((session = choosePlatform()) == Session::Unreachable) {
+        std::fputs("Corvid needs a display: start it in a desktop session, or set DISPLAY or "
+                   "WAYLAND_DISPLAY.\n",
+                   stderr);
+        return 1;
+    }
+    // The toolkit takes the first thread that asks this for the main one.
+    static_cast<void>(QThread::currentThread());
+    // Decoding what is stored takes about as long as the toolkit needs to start: side by side.
+    const std::future<void> roles =
+        std::async(std::launch::async, [] { static_cast<void>(RoleCatalog::shared()); });
+    AppDelegate::CachedLists cachedLists = AppDelegate::readCachedLists();
+
+    // Our arguments are not the toolkit's: it would take some of them out of a query's text.
+    int argc = 1;
+    QApplication application(argc, argv);
+    // Not as the display name, which the toolkit adds to the titles of windows.
+    QApplication::setApplicationName(QStringLiteral("Corvid"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    // The session starts us by its autostart; brought back by the session manager as well, the
+    // second one would show its panel at every login.
+    QObject::connect(
+        &application, &QGuiApplication::saveStateRequest, &application,
+        [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); },
+        Qt::DirectConnection);
+    const TerminationSignals terminationSignals;
+    ExitDeadline exitDeadline;
+
+    JsonUserDefaults defaults;
+    UserDefaults::installStandard(&defaults);
+    LinuxSystemLog log;
+    const GioDesktopEntries desktopEntries;
+    const LinuxVolumes volumes;
+    const PanelDesktop panelDesktop = makePanelDesktop();
+    LinuxWorkspace workspace(desktopEntries, {environment,
+                                              {qgetenv("DISPLAY"), qgetenv("WAYLAND_DISPLAY")},
+                                              panelDesktop.activationToken,
+                                              highestDevicePixelRatio()});
+    workspace.start();
+    ClipboardPasteboard pasteboard;
+    LinuxSecretStore secrets;
+    AIService::installSecrets(&secrets);
+    LinuxTrayWatch tray;
+    PortalAppearance appearance;
+    PortalFolderDialog folderDialog;
+    const std::unique_ptr<HotKeyBackend> hotKeys = makeHotKeys(session, panelDesktop);
+    HotKeyManager::installBackend(hotKeys.get());
+
+    AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
+                          *panelDesktop.surface, panelDesktop.clickMonitor.get(),
+                          HotKeyManager::shared(), instance, tray, appearance, folderDialog,
+                          AIService::shared()});
+    const auto finishLaunching = [&] {
+        delegate.applicationDidFinishLaunching(commandLine, std::move(cachedLists));
+    };
+    QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
+    const int exitCode = QApplication::exec();
+    // Everything that follows may have to wait for a disk, but what the user did is stored first.
+    constexpr std::chrono::seconds patience(5);
+    exitDeadline.start(patience, exitCode);
+    defaults.synchronize();
+    return exitCode;
+}
+
+} // namespace
+
+int runCorvid(const CommandLine &commandLine, char **argv) {
+    // Heaps of their own for the threads would keep what the scans once needed: some 7 MB. They are
+    // too short-lived to get in each other's way in a shared one.
+    mallopt(M_ARENA_MAX, 1);
+    forbidCoreDumps();
+    BusInstance instance;
+    if (!commandLine.isDiagnostic()) {
+        switch (instance.claim(commandLine.wishesOfRunning())) {
+        case BusInstance::Claim::Sole:
+            break;
+        case BusInstance::Claim::HandedOver:
+            return 0;
+        case BusInstance::Claim::Unanswered:
+            return reportUnanswered();
+        }
+    }
+    return run(commandLine, argv, instance);
+}
