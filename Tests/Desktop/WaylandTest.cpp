@@ -358,6 +358,31 @@ TEST_F(WaylandTest, aWindowSystemThatIsAskedForAndNotThereIsNotReplaced) {
     EXPECT_TRUE(other.readAllStandardError().contains("needs a display"));
 }
 
+TEST(WaylandWithoutSeatTest, itRunsWithNothingToTypeAndClickWith) {
+    const Home home;
+    QTemporaryDir runtime;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"XDG_RUNTIME_DIR"_s, runtime.path());
+    QProcess compositor;
+    makeDependent(compositor);
+    compositor.setProcessEnvironment(environment);
+    compositor.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_seatless_compositor"), {});
+    ASSERT_TRUE(compositor.waitForReadyRead(20'000));
+    environment = home.environment(environment);
+    environment.insert(u"WAYLAND_DISPLAY"_s, QString::fromLatin1(compositor.readLine()).trimmed());
+    QProcess program;
+    makeDependent(program);
+    program.setProcessEnvironment(environment);
+    program.start(executable, {u"--show"_s});
+    EXPECT_TRUE(home.waitForCatalogs());
+    program.terminate();
+    EXPECT_TRUE(program.waitForFinished());
+    EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(program.exitCode(), 0);
+    compositor.kill();
+    compositor.waitForFinished();
+}
+
 class TwoOutputsTest : public WaylandTest {
 protected:
     TwoOutputsTest()
