@@ -63,9 +63,11 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
     };
     shell_->roundTrip(); // which may tell already that there is no output to show it on
     role_->attend();
+    popups_ = std::make_unique<LayerPopups>(shell_, panel);
 }
 
 void LayerPanelSurface::withdraw(QWindow & /*panel*/) {
+    popups_.reset();
     covers_->clear();
     role_.reset();
 }
