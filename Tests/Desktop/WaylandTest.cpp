@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <optional>
 
@@ -41,7 +42,7 @@ protected:
                          int outputs = 1)
         : sway(bindings + settings, outputs) {
         Sway::giveAway(home.path({}));
-        sway.plugInMouse({1280 * outputs, 800});
+        sway.plugInMouse({1280 * std::max(outputs, 1), 800});
     }
     ~WaylandTest() override {
         for (QProcess *process : {&program, &window}) {
@@ -73,6 +74,14 @@ protected:
         window.setProcessEnvironment(sway.environment());
         window.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_wayland_window"), options);
         EXPECT_TRUE(window.waitForReadyRead(20'000)) << "no window";
+    }
+    /** Has another process pass the option on; its exit code. */
+    int tell(const QString &option) const {
+        QProcess other;
+        Sway::prepare(other);
+        other.setProcessEnvironment(environment());
+        other.start(executable, {option});
+        return other.waitForFinished() ? other.exitCode() : -1;
     }
     void toggle() const { sway.press(u"space"_s, u"logo"_s); }
     void summon() {
@@ -196,12 +205,7 @@ TEST_F(WaylandTest, anotherProcessShowsAndHidesIt) {
     launch();
     for (int round = 0; round < 2; ++round) {
         for (const bool shown : {true, false}) {
-            QProcess other;
-            Sway::prepare(other);
-            other.setProcessEnvironment(environment());
-            other.start(executable, {u"--toggle"_s});
-            ASSERT_TRUE(other.waitForFinished());
-            EXPECT_EQ(other.exitCode(), 0);
+            ASSERT_EQ(tell(u"--toggle"_s), 0);
             EXPECT_TRUE(shown ? appears() : disappears());
         }
     }
@@ -333,11 +337,7 @@ TEST_F(WaylandTest, theSettingsComeToTheFrontFromTheRowAndFromAnotherProcess) {
     for (int round = 0; round < 2; ++round) {
         sway.tell(u"[app_id=other] focus"_s);
         EXPECT_TRUE(eventually([this] { return focused() == u"other"; }));
-        QProcess second;
-        Sway::prepare(second);
-        second.setProcessEnvironment(environment());
-        second.start(executable, {u"--settings"_s});
-        second.waitForFinished();
+        tell(u"--settings"_s);
         EXPECT_TRUE(settingsHaveKeyboard()) << round;
     }
     sway.press(u"Return"_s);
@@ -356,6 +356,31 @@ TEST_F(WaylandTest, aWindowSystemThatIsAskedForAndNotThereIsNotReplaced) {
     ASSERT_TRUE(other.waitForFinished());
     EXPECT_EQ(other.exitCode(), 1);
     EXPECT_TRUE(other.readAllStandardError().contains("needs a display"));
+}
+
+TEST(WaylandWithoutSeatTest, itRunsWithNothingToTypeAndClickWith) {
+    const Home home;
+    QTemporaryDir runtime;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"XDG_RUNTIME_DIR"_s, runtime.path());
+    QProcess compositor;
+    makeDependent(compositor);
+    compositor.setProcessEnvironment(environment);
+    compositor.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_seatless_compositor"), {});
+    ASSERT_TRUE(compositor.waitForReadyRead(20'000));
+    environment = home.environment(environment);
+    environment.insert(u"WAYLAND_DISPLAY"_s, QString::fromLatin1(compositor.readLine()).trimmed());
+    QProcess program;
+    makeDependent(program);
+    program.setProcessEnvironment(environment);
+    program.start(executable, {u"--show"_s});
+    EXPECT_TRUE(home.waitForCatalogs());
+    program.terminate();
+    EXPECT_TRUE(program.waitForFinished());
+    EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(program.exitCode(), 0);
+    compositor.kill();
+    compositor.waitForFinished();
 }
 
 class TwoOutputsTest : public WaylandTest {
@@ -408,4 +433,24 @@ TEST_F(ScaledOutputTest, itIsAsLargeAndAsPlacedAsUnscaledAndSharp) {
     for (int x = 500; x < 1000; ++x)
         different += picture.pixel(x, 315) != picture.pixel(x + 1, 315);
     EXPECT_GT(different, 0);
+}
+
+class NoOutputTest : public WaylandTest {
+protected:
+    NoOutputTest() : WaylandTest({u"output * mode 1280x800"_s}, 0) {}
+};
+
+TEST_F(NoOutputTest, whatCouldNotBeShownIsNotTakenForShown) {
+    launch();
+    // It answers before it does what is asked for, so the second answer tells that the first is
+    // done.
+    for (int round = 0; round < 2; ++round)
+        ASSERT_EQ(tell(u"--show"_s), 0);
+    sway.tell(u"create_output"_s);
+    ASSERT_TRUE(eventually([this] { return sway.picture().pixelColor(30, 500) == Qt::magenta; }));
+    EXPECT_TRUE(panel().isEmpty());
+    ASSERT_EQ(tell(u"--show"_s), 0);
+    EXPECT_TRUE(appears());
+    ASSERT_EQ(tell(u"--toggle"_s), 0);
+    EXPECT_TRUE(disappears());
 }

@@ -158,10 +158,10 @@ void LayerCovers::clear() {
 
 // Qt hears of these presses too, and ignores what is on surfaces that are not its own.
 void LayerCovers::listen() {
+    if (!shell_->hasSeat())
+        return;
     QPlatformNativeInterface *native = QGuiApplication::platformNativeInterface();
     auto *seat = static_cast<wl_seat *>(native->nativeResourceForIntegration("wl_seat"));
-    if (!seat)
-        return;
     // A seat must not be asked for what it does not have. Qt has what there is.
     if (native->nativeResourceForIntegration("wl_pointer")) {
         pointer_ = wl_seat_get_pointer(seat);

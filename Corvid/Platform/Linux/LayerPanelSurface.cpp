@@ -57,15 +57,17 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
     place.left = origin.x();
     place.keyboard = LayerSurface::Keyboard::Always;
     role_ = std::make_unique<LayerSurface>(*shell_, surfaceOf(panel), nullptr, place);
-    shell_->roundTrip();
     role_->onClosed = [&panel] {
         QMetaObject::invokeMethod(
             &panel, [&panel] { panel.close(); }, Qt::QueuedConnection);
     };
+    shell_->roundTrip(); // which may tell already that there is no output to show it on
     role_->attend();
+    popups_ = std::make_unique<LayerPopups>(shell_, panel);
 }
 
 void LayerPanelSurface::withdraw(QWindow & /*panel*/) {
+    popups_.reset();
     covers_->clear();
     role_.reset();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Linux/LayerCovers.h"
+#include "Platform/Linux/LayerPopups.h"
 #include "Platform/Linux/Remap.h"
 #include "Platform/PanelSurface.h"
 
@@ -31,7 +32,8 @@ public:
 private:
     std::shared_ptr<const LayerShell> shell_;
     std::shared_ptr<LayerCovers> covers_;
-    std::unique_ptr<LayerSurface> role_; ///< only while the panel is shown
+    std::unique_ptr<LayerSurface> role_;  ///< only while the panel is shown
+    std::unique_ptr<LayerPopups> popups_; ///< likewise
 };
 
 } // namespace corvid

@@ -18,11 +18,15 @@ struct Global {
 
 struct Globals {
     Global wanted[5];
+    bool &seat;
 };
 
 void bindGlobal(void *data, wl_registry *registry, std::uint32_t name, const char *interface,
                 std::uint32_t version) {
-    for (const Global &global : static_cast<const Globals *>(data)->wanted) {
+    const auto *globals = static_cast<const Globals *>(data);
+    if (std::strcmp(interface, wl_seat_interface.name) == 0)
+        globals->seat = true;
+    for (const Global &global : globals->wanted) {
         if (!*global.object && std::strcmp(interface, global.interface->name) == 0)
             *global.object = wl_registry_bind(registry, name, global.interface,
                                               std::min(version, global.version));
@@ -51,7 +55,8 @@ std::shared_ptr<const LayerShell> LayerShell::bind(wl_display *display) {
                      {&wl_shm_interface, 1, slot(shell->shm_)},
                      {&wl_subcompositor_interface, 1, slot(shell->subcompositor_)},
                      {&wp_viewporter_interface, 1, slot(shell->viewporter_)},
-                     {&zwlr_layer_shell_v1_interface, 4, slot(shell->shell_)}}};
+                     {&zwlr_layer_shell_v1_interface, 4, slot(shell->shell_)}},
+                    shell->hasSeat_};
     static constexpr wl_registry_listener listener{bindGlobal, forgetGlobal};
     wl_registry_add_listener(registry, &listener, &globals);
     shell->roundTrip();

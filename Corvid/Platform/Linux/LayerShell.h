@@ -42,6 +42,9 @@ public:
     /** Null where the compositor has none. */
     wp_viewporter *viewporter() const { return viewporter_; }
     zwlr_layer_shell_v1 *shell() const { return shell_; }
+    /** Whether there is anything to click or type with. Qt must not be asked for it where there
+        is not: it would crash. */
+    bool hasSeat() const { return hasSeat_; }
 
 private:
     LayerShell() = default;
@@ -53,6 +56,7 @@ private:
     wl_subcompositor *subcompositor_ = nullptr;
     wp_viewporter *viewporter_ = nullptr;
     zwlr_layer_shell_v1 *shell_ = nullptr;
+    bool hasSeat_ = false;
 };
 
 /** A surface's role in the topmost layer, from its first commit until this is destroyed, which

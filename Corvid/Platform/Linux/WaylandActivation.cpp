@@ -15,11 +15,18 @@ namespace corvid {
 
 namespace {
 
-void bindActivation(void *data, wl_registry *registry, std::uint32_t name, const char *interface,
-                    std::uint32_t /*version*/) {
-    auto *&activation = *static_cast<xdg_activation_v1 **>(data);
-    if (!activation && std::strcmp(interface, xdg_activation_v1_interface.name) == 0)
-        activation = static_cast<xdg_activation_v1 *>(
+struct Globals {
+    xdg_activation_v1 *&activation;
+    bool seat = false;
+};
+
+void noteGlobal(void *data, wl_registry *registry, std::uint32_t name, const char *interface,
+                std::uint32_t /*version*/) {
+    auto &globals = *static_cast<Globals *>(data);
+    if (std::strcmp(interface, wl_seat_interface.name) == 0)
+        globals.seat = true;
+    if (!globals.activation && std::strcmp(interface, xdg_activation_v1_interface.name) == 0)
+        globals.activation = static_cast<xdg_activation_v1 *>(
             wl_registry_bind(registry, name, &xdg_activation_v1_interface, 1));
 }
 
@@ -35,11 +42,13 @@ std::unique_ptr<WaylandActivation> WaylandActivation::bind(wl_display *display) 
     wl_proxy_set_queue(reinterpret_cast<wl_proxy *>(wrapper), result->queue_);
     wl_registry *registry = wl_display_get_registry(wrapper);
     wl_proxy_wrapper_destroy(wrapper);
-    static constexpr wl_registry_listener listener{bindActivation, forgetGlobal};
-    wl_registry_add_listener(registry, &listener, &result->activation_);
+    Globals globals{result->activation_};
+    static constexpr wl_registry_listener listener{noteGlobal, forgetGlobal};
+    wl_registry_add_listener(registry, &listener, &globals);
     wl_display_roundtrip_queue(display, result->queue_);
     wl_registry_destroy(registry);
-    result->listen();
+    if (globals.seat) // Qt would crash when asked for one that is not there
+        result->listen();
     return result->activation_ && result->keyboard_ ? std::move(result) : nullptr;
 }
 
@@ -58,7 +67,7 @@ void WaylandActivation::listen() {
     QPlatformNativeInterface *native = QGuiApplication::platformNativeInterface();
     seat_ = static_cast<wl_seat *>(native->nativeResourceForIntegration("wl_seat"));
     // A seat must not be asked for what it does not have. Qt has what there is.
-    if (!seat_ || !native->nativeResourceForIntegration("wl_keyboard"))
+    if (!native->nativeResourceForIntegration("wl_keyboard"))
         return;
     keyboard_ = wl_seat_get_keyboard(seat_);
     wl_proxy_add_dispatcher(reinterpret_cast<wl_proxy *>(keyboard_), dispatch, this, nullptr);
