@@ -57,14 +57,14 @@ namespace {
 class HandedOver : public QtPrivate::QSlotObjectBase {
 public:
     explicit HandedOver(QSlotObjectBase *slot) : QSlotObjectBase(&act), slot_(slot) {
-        __tsan_release(slot_);
+        __tsan_release(this);
     }
 
 private:
     static void act(int operation, QSlotObjectBase *self, QObject *receiver, void **arguments,
                     bool *equal) {
+        __tsan_acquire(self);
         QSlotObjectBase *slot = static_cast<HandedOver *>(self)->slot_;
-        __tsan_acquire(slot);
         switch (operation) {
         case Destroy:
             slot->destroyIfLastRef();
