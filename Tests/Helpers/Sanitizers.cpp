@@ -42,6 +42,7 @@ const char *__ubsan_default_options() {
 #ifdef __SANITIZE_THREAD__
 #include <QObject>
 
+#include <cstdarg>
 #include <dlfcn.h>
 #include <sanitizer/tsan_interface.h>
 
@@ -49,6 +50,21 @@ extern "C" const char *__tsan_default_options() {
     // Qt, GLib and the C++ library are not built with the thread sanitizer: their own locks are
     // unknown to it, so what happens between two calls of theirs cannot be judged.
     return "ignore_noninstrumented_modules=1";
+}
+
+extern "C" int __clone(int (*)(void *), void *, int, void *, ...);
+
+// Qt starts processes so that the child shares our memory until it executes something else. GCC's
+// thread sanitizer takes every child for one with a copy and puts its own state right twice, after
+// which it is blind to what the parent's thread locks. This stands before its function.
+extern "C" int clone(int (*function)(void *), void *stack, int flags, void *argument, ...) {
+    va_list rest;
+    va_start(rest, argument);
+    void *parentId = va_arg(rest, void *);
+    void *storage = va_arg(rest, void *);
+    void *childId = va_arg(rest, void *);
+    va_end(rest);
+    return __clone(function, stack, flags, argument, parentId, storage, childId);
 }
 
 namespace {
