@@ -47,7 +47,7 @@ Image drawableIcon() {
 class LauncherViewTest : public ::testing::Test {
 protected:
     LauncherViewTest() {
-        world.workspace.generic = drawableIcon();
+        world.workspace.setGenericIcon(drawableIcon());
         view.resize(style::panelWidth, style::panelHeight);
         view.show();
         field->setFocus();
@@ -442,7 +442,7 @@ TEST_F(LauncherViewTest, namesOfAHundredThousandCharactersAreDrawnLikeAnyOther) 
     const auto quickestGrabNs = [](const QString &name) {
         LauncherWorld named(
             {{name, u"a"_s, u"/a"_s, {}, {}, {}}, {name, u"b"_s, u"/b"_s, {}, {}, {}}}, {});
-        named.workspace.generic = drawableIcon();
+        named.workspace.setGenericIcon(drawableIcon());
         LauncherView drawn(named.model);
         drawn.resize(style::panelWidth, style::panelHeight);
         named.model.setQuery(u"foo"_s);

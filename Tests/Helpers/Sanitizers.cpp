@@ -18,12 +18,16 @@ const char *__lsan_default_suppressions() {
         // Nothing of ours uses Qt's bus. Its tray does, and keeps what it learnt of a service's
         // interface for as long as the connection lives, which nobody closes.
         "leak:libQt6DBus.so\n"
+        // Nor does anything of ours use this; Qt's bus does.
+        "leak:libdbus-1.so\n"
         // Nothing of ours uses Fontconfig. Qt does, whose configuration it keeps until the end.
         "leak:libfontconfig.so\n"
         // Qt forgets what it bound of the compositor at the end. Ours has to go with it: who called
         // the library is seen by the slow unwinder only (fast_unwind_on_malloc=0), whose pace tests
         // of a session do not stand.
-        "leak:libwayland-client.so\n";
+        "leak:libwayland-client.so\n"
+        // Nor does Qt free there what was copied last.
+        "leak:QClipboard::setText\n";
 }
 
 // What a library keeps until the end would count as lost once it is unloaded, which Qt does with
