@@ -8,7 +8,7 @@ PRESET ?= dev
 # Seconds for each fuzz target.
 TIME ?= 60
 
-.PHONY: run test bench fuzz lint package check-package check-sanitizers screenshots build-tests
+.PHONY: run test bench fuzz lint package check-package check-sanitizers coverage screenshots build-tests
 
 run:
 	@scripts/run $(ARGS)
@@ -51,3 +51,7 @@ check-package: package
 check-sanitizers:
 	@scripts/setup run test
 	@scripts/check-sanitizers
+
+coverage:
+	@scripts/setup run test coverage
+	@scripts/coverage

@@ -317,7 +317,7 @@ TEST_F(AppCatalogTest, iconsAreFetchedInListOrder) {
 
 TEST_F(AppCatalogTest, anIconIsGenericUntilItsOwnHasArrived) {
     const Image own = fakeImage();
-    workspace_.icons[pathOf(u"A"_s)] = own;
+    workspace_.setIcon(pathOf(u"A"_s), own);
     holdIcons_ = true;
     install({u"A"_s});
     QStringList arrived;
@@ -370,14 +370,15 @@ TEST_F(AppCatalogTest, iconsOfTheCachedListAreNotFetchedAgainByItsScan) {
 }
 
 TEST_F(AppCatalogTest, aLaterLoadFetchesAllIconsAnewAndKeepsTheOldOnesMeanwhile) {
-    workspace_.icons[pathOf(u"A"_s)] = fakeImage();
+    const Image own = fakeImage();
+    workspace_.setIcon(pathOf(u"A"_s), own);
     install({u"A"_s});
     countUpdates();
     ASSERT_TRUE(loadAndWaitForScan());
     EXPECT_TRUE(waitUntil([this] { return !catalog().icons().isEmpty(); }));
     holdIcons_ = true;
     ASSERT_TRUE(loadAndWaitForScan());
-    EXPECT_EQ(catalog().icon(catalog().apps().front()), workspace_.icons[pathOf(u"A"_s)]);
+    EXPECT_EQ(catalog().icon(catalog().apps().front()), own);
     iconsMayGoOn_.release(2);
     EXPECT_TRUE(waitUntil([this] { return workspace_.iconsFetched().size() >= 2; }));
 }

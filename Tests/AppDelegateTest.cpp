@@ -47,7 +47,7 @@ class AppDelegateTest : public ::testing::Test {
 protected:
     AppDelegateTest() {
         qputenv("XDG_DATA_HOME", folder.path().toLocal8Bit());
-        workspace.generic = std::make_shared<const QImage>(1, 1, QImage::Format_ARGB32);
+        workspace.setGenericIcon(std::make_shared<const QImage>(1, 1, QImage::Format_ARGB32));
         for (const QString &key : {u"launchCounts"_s, u"queryLatches"_s, u"lastProject"_s,
                                    u"hotkeyKeyCode"_s, u"hotkeyModifiers"_s})
             defaults.set(key, QJsonValue(QJsonValue::Undefined));

@@ -124,7 +124,7 @@ protected:
             if (name == "Code"_L1)
                 entry.categories = {u"Development"_s, u"IDE"_s};
             world.desktopEntries.entries.push_back(entry);
-            world.workspace.icons.insert(entry.path, fakeImage());
+            world.workspace.setIcon(entry.path, fakeImage());
         }
         for (const QString &name : {u"api"_s, u"web"_s}) {
             const QDir folder(locations::home() + u"/Code/"_s + name);
@@ -210,7 +210,7 @@ TEST_F(LauncherViewModelAITest, anApplicationThatWasMeantStandsFirst) {
     const ResultItem &row = model.results()[0];
     const AppEntry &beta = world.catalog.apps()[1];
     EXPECT_EQ(row.id, u"ai-intent-app");
-    EXPECT_EQ(row.icon, world.workspace.icons.value(beta.path));
+    EXPECT_EQ(row.icon, world.workspace.icon(beta.path));
     EXPECT_EQ(row.title, u"Open Beta");
     EXPECT_EQ(row.subtitle, u"AI understood: launch the second one");
     EXPECT_EQ(row.badge, u"AI");

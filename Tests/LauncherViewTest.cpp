@@ -23,6 +23,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <limits>
+
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
 
@@ -44,7 +47,7 @@ Image drawableIcon() {
 class LauncherViewTest : public ::testing::Test {
 protected:
     LauncherViewTest() {
-        world.workspace.generic = drawableIcon();
+        world.workspace.setGenericIcon(drawableIcon());
         view.resize(style::panelWidth, style::panelHeight);
         view.show();
         field->setFocus();
@@ -436,21 +439,31 @@ TEST_F(LauncherViewTest, whatIsTypedWhileTheAnswerHasTheFocusGoesToTheField) {
 }
 
 TEST_F(LauncherViewTest, namesOfAHundredThousandCharactersAreDrawnLikeAnyOther) {
-    const QString longName = u"Foo W\u00e9\u202e\u6f22"_s.repeated(100'000 / 8);
-    LauncherWorld longWorld(
-        {{longName, u"a"_s, u"/a"_s, {}, {}, {}}, {longName, u"b"_s, u"/b"_s, {}, {}, {}}}, {});
-    longWorld.workspace.generic = drawableIcon();
-    LauncherView longView(longWorld.model);
-    longView.resize(style::panelWidth, style::panelHeight);
-    longWorld.model.setQuery(u"foo"_s);
-    ASSERT_EQ(longWorld.model.results().size(), 2U);
-    longView.show();
-    QApplication::processEvents();
-    longView.grab(); // whatever is only done once
-    QElapsedTimer timer;
-    timer.start();
-    longView.grab();
-    EXPECT_LT(timer.elapsed(), 100);
+    const auto quickestGrabNs = [](const QString &name) {
+        LauncherWorld named(
+            {{name, u"a"_s, u"/a"_s, {}, {}, {}}, {name, u"b"_s, u"/b"_s, {}, {}, {}}}, {});
+        named.workspace.setGenericIcon(drawableIcon());
+        LauncherView drawn(named.model);
+        drawn.resize(style::panelWidth, style::panelHeight);
+        named.model.setQuery(u"foo"_s);
+        EXPECT_EQ(named.model.results().size(), 2U);
+        drawn.show();
+        QApplication::processEvents();
+        drawn.grab(); // whatever is only done once
+        qint64 quickest = std::numeric_limits<qint64>::max();
+        for (int round = 0; round < 5; ++round) {
+            QElapsedTimer timer;
+            timer.start();
+            drawn.grab();
+            quickest = std::min(quickest, timer.nsecsElapsed());
+        }
+        return quickest;
+    };
+    const QString piece = u"Foo W\u00e9\u202e\u6f22"_s;
+    // Both fill their line and are cut. A name that were laid out whole would take a hundred
+    // times as long at least, whatever the machine.
+    const qint64 ordinary = quickestGrabNs(piece.repeated(1000 / 8));
+    EXPECT_LT(quickestGrabNs(piece.repeated(100'000 / 8)), 10 * ordinary);
 }
 
 TEST_F(LauncherViewTest, theCurrentFieldIsTheNewestThatLives) {

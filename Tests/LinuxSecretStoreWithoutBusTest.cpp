@@ -1,6 +1,11 @@
 // Where there is no session bus, or no longer one.
 
+#include "Platform/Linux/SecretServiceStore.h"
+#include "Platform/Linux/SessionBus.h"
 #include "SecretsWorld.h"
+
+#include <atomic>
+#include <thread>
 
 using namespace corvid;
 using namespace corvid::test;
@@ -13,6 +18,37 @@ protected:
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + home.path(u"no bus"_s).toLocal8Bit());
     }
     SecretsHome home;
+};
+
+/** Somebody's thread, in which a store lives. */
+class ThreadWithStore {
+public:
+    std::atomic<bool> asked = false;
+    std::atomic<bool> told = false;          ///< of a change, by the store
+    std::atomic<bool> toldElsewhere = false; ///< in another thread
+
+private:
+    void run(const std::stop_token &stop) {
+        GMainContext *const context = g_main_context_new();
+        g_main_context_push_thread_default(context);
+        {
+            const std::stop_callback wake(stop, [=] { g_main_context_wakeup(context); });
+            SecretServiceStore store([this, id = std::this_thread::get_id()] {
+                told = true;
+                toldElsewhere = toldElsewhere || std::this_thread::get_id() != id;
+            });
+            store.get(keyAccount, SecretServiceStore::Start::Never, nullptr);
+            asked = true;
+            while (!stop.stop_requested())
+                g_main_context_iteration(context, TRUE);
+        }
+        while (g_main_context_iteration(context, FALSE)) { // frees what it left behind
+        }
+        g_main_context_pop_thread_default(context);
+        g_main_context_unref(context);
+    }
+
+    std::jthread thread_{[this](const std::stop_token &stop) { run(stop); }};
 };
 
 } // namespace
@@ -64,9 +100,23 @@ TEST_F(WithoutBus, aBusThatIsLostTakesTheServiceAlongAndNotUs) {
     ASSERT_NO_FATAL_FAILURE(bus.SetUp());
     {
         const ScriptedService service;
+        // As in the program, another thread used the connection first, which learns of its end.
+        const GObjectPointer<GDBusConnection> connection = sessionBus(nullptr);
+        ASSERT_NE(connection, nullptr);
         LinuxSecretStore store;
         EXPECT_TRUE(becomes(store, u"from the stub"_s));
+        ThreadWithStore thread;
+        ASSERT_TRUE(eventually([&] { return thread.asked.load(); }));
+        bool lost = false;
+        g_signal_connect_after(
+            connection.get(), "closed",
+            G_CALLBACK(+[](GDBusConnection *, gboolean, GError *, gpointer data) {
+                *static_cast<bool *>(data) = true;
+            }),
+            &lost);
         bus.stop();
+        EXPECT_TRUE(eventually([&] { return lost && thread.told; }));
+        EXPECT_FALSE(thread.toldElsewhere);
         EXPECT_TRUE(becomes(store, std::nullopt));
         store.set(keyAccount, u"mine"_s);
         EXPECT_TRUE(eventually([&] { return QFile::exists(home.secretsFile()); }));

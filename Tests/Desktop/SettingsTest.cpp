@@ -47,8 +47,9 @@ protected:
         press(u"Return"_s);
     }
     void focusOther() {
-        xdotool({u"windowactivate"_s, u"--sync"_s, other.window()});
+        // The window manager may still be about to give the keyboard to the settings.
         EXPECT_TRUE(eventually([this] {
+            xdotool({u"windowactivate"_s, u"--sync"_s, other.window()});
             return xdotool({u"getwindowfocus"_s, u"getwindowname"_s}) != settings;
         }));
     }

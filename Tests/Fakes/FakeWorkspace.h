@@ -32,11 +32,9 @@ public:
         bool operator==(const Tool &) const = default;
     };
 
-    QSet<QString> running;       ///< what runningApplications() answers
-    QHash<QString, Image> icons; ///< what icon() answers; other paths have the generic icon
-    Image generic = fakeImage(); ///< the generic icon; what is drawn needs a real one
-    QString openingError;        ///< what completions are told; empty for success
-    QString toolError;           ///< what startTool()'s completion is told; empty for success
+    QSet<QString> running; ///< what runningApplications() answers
+    QString openingError;  ///< what completions are told; empty for success
+    QString toolError;     ///< what startTool()'s completion is told; empty for success
     /// Runs within icon(), on the thread that asks, before it answers.
     std::function<void(const QString &)> whileFetchingIcon;
 
@@ -49,6 +47,18 @@ public:
     std::vector<QUrl> urls;
     std::vector<Tool> tools;
     mutable int runningAsked = 0;
+
+    /** What icon() answers for a path; other paths have the generic icon. */
+    void setIcon(const QString &path, const Image &image) {
+        const std::scoped_lock lock(mutex_);
+        icons_.insert(path, image);
+    }
+
+    /** What is drawn needs a real one. */
+    void setGenericIcon(const Image &image) {
+        const std::scoped_lock lock(mutex_);
+        generic_ = image;
+    }
 
     /** Paths whose icons were fetched, in order. Any thread. */
     QStringList iconsFetched() const {
@@ -66,10 +76,13 @@ public:
             whileFetchingIcon(path);
         const std::scoped_lock lock(mutex_);
         iconsFetched_.append(path);
-        return icons.value(path, generic);
+        return icons_.value(path, generic_);
     }
 
-    Image genericIcon() const override { return generic; }
+    Image genericIcon() const override {
+        const std::scoped_lock lock(mutex_);
+        return generic_;
+    }
 
     void openApplication(const QString &applicationPath, const Completion &done) override {
         calls.append(QStringLiteral("openApplication ") + applicationPath);
@@ -117,7 +130,9 @@ public:
     }
 
 private:
-    mutable std::mutex mutex_;
+    mutable std::mutex mutex_; ///< guards what follows: icons are fetched by other threads
+    QHash<QString, Image> icons_;
+    Image generic_ = fakeImage();
     mutable QStringList iconsFetched_;
 };
 

@@ -120,5 +120,6 @@ int main(int argc, char **argv) {
     });
     g_main_loop_run(loop);
     input.join();
+    g_main_loop_unref(loop);
     return 0;
 }

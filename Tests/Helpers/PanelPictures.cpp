@@ -165,11 +165,11 @@ int main(int argc, char **argv) {
         return 1;
 
     LauncherWorld world(applications(), projects());
-    world.workspace.generic = folderIcon();
+    world.workspace.setGenericIcon(folderIcon());
     for (const Icon &icon : icons) {
         for (const AppEntry &app : world.catalog.apps()) {
             if (app.name == QLatin1StringView(icon.application))
-                world.workspace.icons.insert(app.path, drawnIcon(icon));
+                world.workspace.setIcon(app.path, drawnIcon(icon));
         }
     }
     LauncherView view(world.model);
@@ -185,8 +185,7 @@ int main(int argc, char **argv) {
         // Icons come with the event loop, which must not run here: it would bring the scans of
         // this machine's folders too.
         for (const AppEntry &app : world.catalog.apps())
-            world.model.updateIcon(app.path,
-                                   world.workspace.icons.value(app.path, world.workspace.generic));
+            world.model.updateIcon(app.path, world.workspace.icon(app.path));
         taken = taken && take(view, folder.filePath(name + u".png"_s));
     };
     world.workspace.running = {u"id.Cursor"_s, u"id.Firefox"_s};

@@ -78,5 +78,7 @@ int main(int argc, char **argv) {
     };
     g_io_add_watch(input, GIOCondition(G_IO_IN | G_IO_HUP), read, loop);
     g_main_loop_run(loop);
+    g_io_channel_unref(input);
+    g_main_loop_unref(loop);
     return 0;
 }

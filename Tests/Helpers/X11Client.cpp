@@ -107,5 +107,6 @@ int main(int argc, char **argv) {
         }
         std::free(event);
     }
+    xcb_disconnect(connection);
     return 0;
 }

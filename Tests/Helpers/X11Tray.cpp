@@ -62,5 +62,6 @@ int main() {
         }
         std::free(event);
     }
+    xcb_disconnect(connection);
     return 0;
 }

@@ -73,6 +73,9 @@ public:
             while (workOnce(stores)) {
             }
         }
+        // What a connection leaves behind is freed by the loop that it was made in.
+        while (g_main_context_iteration(context_, FALSE)) {
+        }
         g_main_context_pop_thread_default(context_);
         const std::scoped_lock lock(mutex_);
         ended_ = true;

@@ -9,6 +9,7 @@
 #include <libsecret/secret.h>
 
 #include <array>
+#include <memory>
 
 namespace corvid {
 
@@ -171,12 +172,15 @@ struct SecretServiceStore::Connection {
         listen(busName, "org.freedesktop.Secret.Collection", nullptr, nullptr);
         // Whether a collection is locked is one of its properties.
         listen(busName, "org.freedesktop.DBus.Properties", "PropertiesChanged", nullptr);
-        closed = g_signal_connect_data(bus.get(), "closed", G_CALLBACK(+onClosed), this, nullptr,
-                                       G_CONNECT_DEFAULT);
+        loss->connection = this;
+        closed = g_signal_connect_data(
+            bus.get(), "closed", G_CALLBACK(+onClosed), new std::shared_ptr<Loss>(loss),
+            [](gpointer data, GClosure *) { release(data); }, G_CONNECT_DEFAULT);
     }
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
     ~Connection() {
+        loss->connection = nullptr;
         g_signal_handler_disconnect(bus.get(), closed);
         for (const guint subscription : subscriptions)
             g_dbus_connection_signal_unsubscribe(bus.get(), subscription);
@@ -199,11 +203,30 @@ struct SecretServiceStore::Connection {
         self->onChange();
     }
 
+    /** What the end of the bus, which is told in the thread that made the shared connection, needs
+        to be told in the store's thread, however long that takes. */
+    struct Loss {
+        ContextPointer context{g_main_context_ref_thread_default()};
+        Connection *connection = nullptr; ///< the store's thread's alone; null once it is gone
+    };
+
+    static void release(gpointer data) { delete static_cast<std::shared_ptr<Loss> *>(data); }
+
     static void onClosed(GDBusConnection * /*bus*/, gboolean /*byPeer*/, GError * /*error*/,
                          gpointer data) {
-        auto *self = static_cast<Connection *>(data);
-        self->service.reset();
-        self->onChange();
+        const auto &loss = *static_cast<std::shared_ptr<Loss> *>(data);
+        GSource *source = g_idle_source_new();
+        g_source_set_callback(source, onLost, new std::shared_ptr<Loss>(loss), release);
+        g_source_attach(source, loss->context.get());
+        g_source_unref(source);
+    }
+
+    static gboolean onLost(gpointer data) {
+        if (Connection *self = (*static_cast<std::shared_ptr<Loss> *>(data))->connection) {
+            self->service.reset();
+            self->onChange();
+        }
+        return G_SOURCE_REMOVE;
     }
 
     bool askBus(const char *method, GVariant *arguments, GCancellable *cancellable,
@@ -226,6 +249,7 @@ struct SecretServiceStore::Connection {
     GObjectPointer<SecretService> service; ///< null until it has answered
     std::array<guint, 4> subscriptions{};
     std::size_t used = 0;
+    const std::shared_ptr<Loss> loss = std::make_shared<Loss>();
     gulong closed = 0;
 };
 
