@@ -11,7 +11,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <grp.h>
+#include <linux/capability.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace corvid::test {
@@ -87,8 +90,10 @@ public:
         if (getuid() != 0)
             return;
         process.setChildProcessModifier([] {
+            prctl(PR_SET_KEEPCAPS, 1);
             if (setgroups(0, nullptr) != 0 || setgid(nobody) != 0 || setuid(nobody) != 0)
                 _exit(1);
+            keepAccess();
             prctl(PR_SET_PDEATHSIG, SIGKILL);
         });
     }
@@ -145,6 +150,16 @@ public:
 
 private:
     static constexpr uid_t nobody = 65534;
+
+    /** The program and its tests may lie in a folder that is root's alone, such as its home. */
+    static void keepAccess() {
+        constexpr std::uint32_t access = 1U << CAP_DAC_OVERRIDE;
+        __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+        const __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3]{{access, access, access}, {}};
+        if (syscall(SYS_capset, &header, data) == 0)
+            prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_RAISE, CAP_DAC_OVERRIDE, 0, 0);
+    }
+
     static constexpr QFile::Permissions ownerOnly =
         QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
 

@@ -61,9 +61,11 @@ protected:
         return result;
     }
     /** Returns when it can find all that there is. Its panel is not shown. */
-    void launch(const QStringList &options = {}) {
+    void launch(const QStringList &options = {}, const QProcessEnvironment &additional = {}) {
         Sway::prepare(program);
-        program.setProcessEnvironment(environment());
+        QProcessEnvironment own = environment();
+        own.insert(additional);
+        program.setProcessEnvironment(own);
         program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         program.start(executable, options.isEmpty() ? QStringList{u"--sticky"_s} : options);
         EXPECT_TRUE(home.waitForCatalogs());
@@ -356,6 +358,33 @@ TEST_F(WaylandTest, aWindowSystemThatIsAskedForAndNotThereIsNotReplaced) {
     ASSERT_TRUE(other.waitForFinished());
     EXPECT_EQ(other.exitCode(), 1);
     EXPECT_TRUE(other.readAllStandardError().contains("needs a display"));
+}
+
+TEST_F(WaylandTest, whatAnInputMethodOffersIsSeenAboveThePanelBelowTheText) {
+    QProcessEnvironment inputMethod;
+    inputMethod.insert(u"QT_PLUGIN_PATH"_s, QStringLiteral(CORVID_BUILD_FOLDER "/tests/plugins"));
+    inputMethod.insert(u"QT_IM_MODULE"_s, u"candidates"_s);
+    launch({}, inputMethod);
+    const auto offered = [this] {
+        const QImage picture = sway.picture();
+        QRect result;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                if (picture.pixelColor(x, y) == Qt::green)
+                    result |= QRect(x, y, 1, 1);
+            }
+        }
+        return result;
+    };
+    for (int round = 0; round < 2; ++round) {
+        summon();
+        sway.type(u"f"_s);
+        EXPECT_TRUE(eventually([&] { return offered().size() == QSize(100, 20); }));
+        const QRect searchBar(place.topLeft(), QSize(200, 60));
+        EXPECT_TRUE(searchBar.contains(offered().topLeft()));
+        sway.press(u"Escape"_s);
+        EXPECT_TRUE(disappears());
+    }
 }
 
 TEST(WaylandWithoutSeatTest, itRunsWithNothingToTypeAndClickWith) {
