@@ -94,6 +94,8 @@ private:
             break;
         case Call:
             slot->call(receiver, arguments);
+            // Whoever handed it over may be the one who deletes it.
+            __tsan_release(self);
             break;
         case Compare:
             *equal = slot->compare(arguments);
