@@ -77,6 +77,8 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     QApplication application(argc, argv);
     // Not as the display name, which the toolkit adds to the titles of windows.
     QApplication::setApplicationName(QStringLiteral("Corvid"));
+    // By which desktops find our name and icon for a window.
+    QApplication::setDesktopFileName(QStringLiteral("app.corvid.Launcher"));
     QApplication::setQuitOnLastWindowClosed(false);
     // The session starts us by its autostart; brought back by the session manager as well, the
     // second one would show its panel at every login.

@@ -348,6 +348,13 @@ TEST_F(WaylandTest, theSettingsComeToTheFrontFromTheRowAndFromAnotherProcess) {
     })) << "it is still there";
 }
 
+TEST_F(WaylandTest, theSettingsBelongToTheInstalledApplication) {
+    launch();
+    tell(u"--settings"_s);
+    EXPECT_TRUE(settingsHaveKeyboard());
+    EXPECT_TRUE(sway.ask({u"-t"_s, u"get_tree"_s}).contains(R"("app_id": "app.corvid.Launcher")"));
+}
+
 TEST_F(WaylandTest, aWindowSystemThatIsAskedForAndNotThereIsNotReplaced) {
     QProcess other;
     Sway::prepare(other);
