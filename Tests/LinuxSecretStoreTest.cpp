@@ -235,6 +235,7 @@ TEST_F(LinuxSecretStoreTest, aServiceThatTheBusCanStartIsStarted) {
         pipe));
     const LinuxSecretStore store;
     EXPECT_TRUE(becomes(store, u"from the stub"_s));
+    bus->startsService({}); // again, to wait for that pipe without end
     input.close();
     EXPECT_TRUE(becomes(store, std::nullopt));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BusOfServices.h"
 #include "Dependent.h"
 
 #include <QDir>
@@ -12,6 +13,7 @@
 
 #include <csignal>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace corvid::test {
@@ -46,7 +48,6 @@ public:
         for (const auto &window : warmUp_)
             stop(*window);
         stop(manager_);
-        stop(managersBus_);
         stop(server_);
     }
 
@@ -103,12 +104,8 @@ private:
         result.insert(u"NO_AT_BRIDGE"_s, u"1"_s);
         for (const QString &name : {u"XDG_CONFIG_HOME"_s, u"XDG_CACHE_HOME"_s, u"XDG_DATA_HOME"_s})
             result.remove(name);
-        makeDependent(managersBus_);
-        managersBus_.setProcessEnvironment(result);
-        managersBus_.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
-        EXPECT_TRUE(managersBus_.waitForReadyRead(20'000)) << "no session bus";
-        result.insert(u"DBUS_SESSION_BUS_ADDRESS"_s,
-                      QString::fromLatin1(managersBus_.readLine().trimmed()));
+        managersBus_.emplace(QStringList{u"org.xfce.Xfconf"_s}, result);
+        result.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, managersBus_->address());
         return result;
     }
 
@@ -132,7 +129,7 @@ private:
 
     QProcess server_;
     QTemporaryDir managersHome_;
-    QProcess managersBus_;
+    std::optional<BusOfServices> managersBus_;
     QProcess manager_;
     std::vector<std::unique_ptr<QProcess>> warmUp_;
     QByteArray display_;

@@ -170,12 +170,15 @@ protected:
     HotKeyTest() {
         QProcessEnvironment environment = server.environment();
         environment.insert(u"NO_AT_BRIDGE"_s, u"1"_s);
+        const bool isOpenbox = std::string_view(GetParam()) == "openbox";
+        if (!isOpenbox) { // it reads its settings over the session bus
+            managersBus_.emplace(QStringList{u"org.xfce.Xfconf"_s}, environment);
+            environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, managersBus_->address());
+        }
         manager_.setProcessEnvironment(environment);
         makeDependent(manager_);
-        if (std::string_view(GetParam()) == "openbox")
-            manager_.start(u"openbox"_s, {u"--sm-disable"_s});
-        else // it reads its settings over the session bus
-            manager_.start(u"dbus-run-session"_s, {u"--"_s, u"xfwm4"_s, u"--compositor=off"_s});
+        manager_.start(isOpenbox ? u"openbox"_s : u"xfwm4"_s,
+                       {isOpenbox ? u"--sm-disable"_s : u"--compositor=off"_s});
         EXPECT_TRUE(manager_.waitForStarted());
         // While a window manager starts it may leave a window alone.
         EXPECT_TRUE(eventually([this] {
@@ -257,6 +260,7 @@ private:
     QString defaults() const { return home_.filePath(u".config/Corvid/defaults.json"_s); }
 
     QTemporaryDir home_;
+    std::optional<BusOfServices> managersBus_;
     QProcess manager_;
 };
 

@@ -1,30 +1,9 @@
 #pragma once
 
+#include "BusOfServices.h"
 #include "DesktopTest.h"
 
 namespace corvid::test {
-
-/** A session bus with the accessibility services of this machine. */
-class BusOfServices {
-public:
-    BusOfServices() {
-        makeDependent(daemon_);
-        daemon_.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
-        EXPECT_TRUE(daemon_.waitForReadyRead(20'000)) << "no session bus";
-        address_ = QString::fromLatin1(daemon_.readLine().trimmed());
-    }
-    BusOfServices(const BusOfServices &) = delete;
-    BusOfServices &operator=(const BusOfServices &) = delete;
-    ~BusOfServices() {
-        daemon_.terminate();
-        daemon_.waitForFinished();
-    }
-    const QString &address() const { return address_; }
-
-private:
-    QProcess daemon_;
-    QString address_;
-};
 
 /** The program with what a screen reader finds in it, over a real accessibility bus. */
 class ScreenReaderTest : public DesktopTest {
@@ -69,7 +48,7 @@ protected:
         return found;
     }
 
-    BusOfServices bus;
+    BusOfServices bus{{u"org.a11y.Bus"_s}};
 };
 
 } // namespace corvid::test
