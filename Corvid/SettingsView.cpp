@@ -263,8 +263,9 @@ void SettingsView::showHotkeyHint() {
     if (refused) {
         const QString name = HotKeyManager::describe(hotKey->keyCode, hotKey->modifiers).trimmed();
         const QString hint =
-            name + u" is not available here, or another program uses it. Change it, or bind "
-                   "the command \"corvid --toggle\" to a key in the desktop's settings."_s;
+            u"The desktop does not give Corvid "_s + name +
+            u". Bind the command \"corvid --toggle\" to a key in the desktop's settings, or try "
+            "another combination here."_s;
         hotkeyHint_->setText(hint);
         hotkeyHint_->setAccessibleName(hint);
     }

@@ -495,8 +495,9 @@ TEST_F(SettingsViewTest, aHotKeyThatCannotBeHadIsSaidWithTheOtherWay) {
     show();
     backend.callbacks.answered(false);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
-    EXPECT_TRUE(says(u"⌥ Space is not available here, or another program uses it. Change it, or "
-                     "bind the command \"corvid --toggle\" to a key in the desktop's settings."_s));
+    EXPECT_TRUE(says(u"The desktop does not give Corvid ⌥ Space. Bind the command "
+                     "\"corvid --toggle\" to a key in the desktop's settings, or try another "
+                     "combination here."_s));
     backend.callbacks.answered(true);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
     EXPECT_FALSE(hints());
