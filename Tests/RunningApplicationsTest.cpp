@@ -3,6 +3,7 @@
 #include "EventLoop.h"
 #include "QtPrinters.h"
 #include "Sway.h"
+#include "ThreadWakes.h"
 #include "XServer.h"
 
 #include <QDir>
@@ -377,32 +378,16 @@ TEST_F(CompositorTest, whenItGoesNothingRuns) {
 }
 
 TEST_F(RunningApplicationsTest, nothingWakesUsWhileNothingHappens) {
+    const ThreadWakes wakes;
     const XServer server;
     const XClient client(server, {u"x"_s, u"OneWindow"_s});
     watch(server.display());
     EXPECT_TRUE(becomes({one}));
-    // Voluntary context switches of all our threads but this one.
-    const auto switches = [] {
-        qint64 sum = 0;
-        const QStringList threads =
-            QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-        for (const QString &thread : threads) {
-            if (thread.toLongLong() == getpid())
-                continue;
-            QFile status(u"/proc/self/task/%1/status"_s.arg(thread));
-            if (!status.open(QIODevice::ReadOnly))
-                continue;
-            const QString text = QString::fromLatin1(status.readAll());
-            const QString value = text.section("\nvoluntary_ctxt_switches:"_L1, 1, 1);
-            sum += value.section(u'\n', 0, 0).trimmed().toLongLong();
-        }
-        return sum;
-    };
     // Others may still be busy with the window, so a quiet second is waited for.
     qint64 seen = -1;
     QElapsedTimer quiet;
     EXPECT_TRUE(eventually([&] {
-        const qint64 now = switches();
+        const qint64 now = wakes.count();
         if (std::exchange(seen, now) != now)
             quiet.start();
         return quiet.hasExpired(1'000);

@@ -10,7 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <future>
+#include <mutex>
 
 using namespace corvid::test;
 
@@ -66,16 +68,39 @@ protected:
             .section(u"⏎"_s, 1);
     }
 
-    std::function<void(Connection &)> onQuestion = [](Connection &connection) {
-        connection.waitForClose();
-    };
-    QJsonObject intent{{u"action"_s, u"none"_s}};
-    ChatServer endpoint{[this](Connection &connection, const Request &request) {
+    using OnQuestion = std::function<void(Connection &)>;
+
+    void setOnQuestion(OnQuestion onQuestion) {
+        const std::scoped_lock lock(mutex_);
+        onQuestion_ = std::move(onQuestion);
+    }
+    void setIntent(const QJsonObject &intent) {
+        const std::scoped_lock lock(mutex_);
+        intent_ = intent;
+    }
+
+private:
+    void answer(Connection &connection, const Request &request) {
+        OnQuestion onQuestion;
+        QJsonObject intent;
+        {
+            const std::scoped_lock lock(mutex_);
+            onQuestion = onQuestion_;
+            intent = intent_;
+        }
         if (request.body.contains("\"stream\":true"))
             onQuestion(connection);
         else
             connection.send(intentReply(intent));
-    }};
+    }
+
+    std::mutex mutex_; ///< guards what follows: the server asks in threads of its own
+    OnQuestion onQuestion_ = [](Connection &connection) { connection.waitForClose(); };
+    QJsonObject intent_{{u"action"_s, u"none"_s}};
+
+protected:
+    ChatServer endpoint{
+        [this](Connection &connection, const Request &request) { answer(connection, request); }};
 };
 
 } // namespace
@@ -83,14 +108,14 @@ protected:
 TEST_F(AnswerTest, anAnswerShowsAsItComes) {
     std::promise<void> begin;
     std::promise<void> goOn;
-    onQuestion = [&](Connection &connection) {
+    setOnQuestion([&](Connection &connection) {
         connection.send(streamHead);
         begin.get_future().wait();
         connection.send(piece(u"The first "_s));
         goOn.get_future().wait();
         connection.send(piece(u"words of it.\n<b>Plain</b> \u202etext"_s) + "data: [DONE]\n\n");
         connection.waitForClose();
-    };
+    });
     type(u"ai what is x"_s);
     press(u"Return"_s);
     lineWith({u"| Waiting for the answer |"_s, u"showing"_s});
@@ -103,10 +128,10 @@ TEST_F(AnswerTest, anAnswerShowsAsItComes) {
 
 TEST_F(AnswerTest, escapeEndsTheTransferAndKeepsThePanelAndASecondOneHides) {
     std::promise<bool> closed;
-    onQuestion = [&](Connection &connection) {
+    setOnQuestion([&](Connection &connection) {
         connection.send(streamHead + piece(u"endless"_s));
         closed.set_value(connection.waitForClose());
-    };
+    });
     type(u"ai what is x"_s);
     press(u"Return"_s);
     answerOf(u"what is x"_s, u"endless"_s);
@@ -132,7 +157,7 @@ TEST_F(AnswerTest, whileAServerIsSilentThePanelDoesWhatItAlwaysDoes) {
 }
 
 TEST_F(AnswerTest, anApplicationThatIsMeantComesOnTopAndReturnOpensIt) {
-    intent = {{u"action"_s, u"open_app"_s}, {u"app"_s, u"Frobnicator"_s}};
+    setIntent({{u"action"_s, u"open_app"_s}, {u"app"_s, u"Frobnicator"_s}});
     type(u"ai launch the frobbing one"_s);
     const QString row = lineWith({u"Open Frobnicator, AI"_s, u"selected"_s});
     EXPECT_TRUE(row.contains(u"AI understood: launch the frobbing one"_s)) << qPrintable(row);
@@ -147,9 +172,9 @@ TEST_F(AnswerTest, anApplicationThatIsMeantComesOnTopAndReturnOpensIt) {
 }
 
 TEST_F(AnswerTest, aProjectThatIsMeantOpensInTheEditorThatIsMeant) {
-    intent = {{u"action"_s, u"open_project"_s},
-              {u"project"_s, u"my web"_s},
-              {u"editor"_s, u"Visual Studio Code"_s}};
+    setIntent({{u"action"_s, u"open_project"_s},
+               {u"project"_s, u"my web"_s},
+               {u"editor"_s, u"Visual Studio Code"_s}});
     type(u"ai open my web project"_s);
     lineWith({u"Open my web in Visual Studio Code, AI"_s, u"~/Code/my web"_s, u"selected"_s});
     press(u"Return"_s);
@@ -158,10 +183,10 @@ TEST_F(AnswerTest, aProjectThatIsMeantOpensInTheEditorThatIsMeant) {
 }
 
 TEST_F(AnswerTest, theKeyGoesToTheEndpointAndNowhereElse) {
-    intent = {{u"action"_s, u"open_app"_s}, {u"app"_s, u"Frobnicator"_s}};
-    onQuestion = [](Connection &connection) {
+    setIntent({{u"action"_s, u"open_app"_s}, {u"app"_s, u"Frobnicator"_s}});
+    setOnQuestion([](Connection &connection) {
         connection.send("HTTP/1.1 401 No\r\nContent-Length: 0\r\n\r\n");
-    };
+    });
     type(u"ai what is x"_s);
     lineWith({u"Open Frobnicator, AI"_s});
     press(u"Down"_s);
