@@ -266,7 +266,8 @@ void SettingsView::showHotkeyHint() {
             u"The desktop does not give Corvid "_s + name +
             u". Bind the command \"corvid --toggle\" to a key in the desktop's settings, or try "
             "another combination here."_s;
-        hotkeyHint_->setText(hint);
+        // Lines break behind a hyphen, unless a word joiner follows.
+        hotkeyHint_->setText(QString(hint).replace(u"--"_s, u"--\u2060"_s));
         hotkeyHint_->setAccessibleName(hint);
     }
     hotkeyHint_->setVisible(refused);

@@ -92,7 +92,7 @@ protected:
     }
     bool hints() {
         for (const QLabel *label : visible<QLabel>())
-            if (label->text().contains(u"corvid --toggle"_s))
+            if (shown(label->text()).contains(u"corvid --toggle"_s))
                 return true;
         return false;
     }
