@@ -197,6 +197,8 @@ protected:
         QProcessEnvironment environment = server.environment();
         environment.insert(u"HOME"_s, home_.path());
         environment.insert(u"XDG_DATA_DIRS"_s, home_.path());
+        // Without a word, a bus would be started for it, and stay.
+        environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
         for (const QString &name : {u"XDG_DATA_HOME"_s, u"XDG_CONFIG_HOME"_s, u"QT_QPA_PLATFORM"_s})
             environment.remove(name);
         program.setProcessEnvironment(environment);
