@@ -165,7 +165,9 @@ private:
                std::uint32_t nanoseconds) {
                 auto *self = static_cast<Compositor *>(data);
                 const std::chrono::seconds seconds(std::uint64_t{high} << 32U | low);
-                self->shown_ = Clock::time_point(seconds + std::chrono::nanoseconds(nanoseconds));
+                if (self->isNew())
+                    self->shown_ =
+                        Clock::time_point(seconds + std::chrono::nanoseconds(nanoseconds));
                 zwlr_screencopy_frame_v1_destroy(frame);
                 self->request();
             },
@@ -193,8 +195,18 @@ private:
         wl_shm_pool_destroy(pool);
         close(file);
         const std::size_t pixel = sizeof(std::uint32_t);
-        middle_ = static_cast<const char *>(memory) + std::size_t{stride} * (height / 2) +
-                  pixel * (width / 2);
+        picture_ = static_cast<const char *>(memory);
+        last_.assign(size, 1); // unlike any picture, which has no such alpha
+        middle_ = picture_ + std::size_t{stride} * (height / 2) + pixel * (width / 2);
+    }
+
+    /** Whether the copy differs from the one before: a compositor also shows a frame anew when a
+        surface comes that nothing is to be seen of. */
+    bool isNew() {
+        if (std::memcmp(last_.data(), picture_, last_.size()) == 0)
+            return false;
+        std::memcpy(last_.data(), picture_, last_.size());
+        return true;
     }
 
     std::uint32_t middle() const {
@@ -211,7 +223,9 @@ private:
     zwp_virtual_keyboard_manager_v1 *keyboards_ = nullptr;
     zwp_virtual_keyboard_v1 *keyboard_ = nullptr;
     wl_buffer *buffer_ = nullptr;
-    const char *middle_ = nullptr; ///< the pixel of the last picture
+    const char *picture_ = nullptr; ///< the newest copy
+    std::vector<char> last_;        ///< the copy before
+    const char *middle_ = nullptr;  ///< the pixel of the newest copy
     std::uint32_t bare_ = 0;
     std::uint32_t time_ = 0;
     std::optional<Clock::time_point> shown_;

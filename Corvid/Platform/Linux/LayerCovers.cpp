@@ -3,6 +3,7 @@
 #include "viewporter-client-protocol.h"
 
 #include <QGuiApplication>
+#include <QRegion>
 #include <QScreen>
 #include <QWindow>
 
@@ -72,41 +73,60 @@ private:
 };
 
 // Which of two surfaces of the same layer lies above the other is each compositor's own rule, so on
-// the panel's output it is a part of the panel's, reaching beyond its edges.
+// the panel's output they are parts of the panel's, reaching beyond its edges. Not below its card:
+// a compositor that draws without a graphics card would mix both at every letter.
 class LayerCovers::Backing {
 public:
-    Backing(const LayerShell &shell, wl_buffer *pixel, QWindow &panel)
-        : surface_(wl_compositor_create_surface(shell.compositor())),
-          viewport_(wp_viewporter_get_viewport(shell.viewporter(), surface_)) {
-        auto *above = static_cast<wl_surface *>(
-            QGuiApplication::platformNativeInterface()->nativeResourceForWindow("surface", &panel));
-        part_ = wl_subcompositor_get_subsurface(shell.subcompositor(), surface_, above);
+    Backing(const LayerShell &shell, wl_buffer *pixel, QWindow &panel, const QRect &card) {
         int reach = 0;
         const QList<QScreen *> screens = QGuiApplication::screens();
         for (const QScreen *screen : screens)
             reach = std::max({reach, screen->size().width(), screen->size().height()});
-        wl_subsurface_place_below(part_, above);
-        wl_subsurface_set_position(part_, -reach, -reach);
-        wl_subsurface_set_desync(part_);
-        wp_viewport_set_destination(viewport_, panel.width() + 2 * reach,
-                                    panel.height() + 2 * reach);
-        wl_surface_attach(surface_, pixel, 0, 0);
-        wl_surface_commit(surface_);
-    }
-    Backing(const Backing &) = delete;
-    Backing &operator=(const Backing &) = delete;
-    ~Backing() {
-        wp_viewport_destroy(viewport_);
-        wl_subsurface_destroy(part_);
-        wl_surface_destroy(surface_);
+        const QMargins around(reach, reach, reach, reach);
+        const QRegion region = QRegion(card.marginsAdded(around)).subtracted(card);
+        for (const QRect &rectangle : region)
+            strips_.push_back(std::make_unique<Strip>(shell, pixel, panel, rectangle));
     }
 
-    const void *surface() const { return surface_; }
+    bool has(const void *surface) const {
+        return std::any_of(strips_.begin(), strips_.end(),
+                           [surface](const auto &strip) { return strip->surface() == surface; });
+    }
 
 private:
-    wl_surface *surface_;
-    wp_viewport *viewport_;
-    wl_subsurface *part_;
+    class Strip {
+    public:
+        Strip(const LayerShell &shell, wl_buffer *pixel, QWindow &panel, const QRect &place)
+            : surface_(wl_compositor_create_surface(shell.compositor())),
+              viewport_(wp_viewporter_get_viewport(shell.viewporter(), surface_)) {
+            auto *above = static_cast<wl_surface *>(
+                QGuiApplication::platformNativeInterface()->nativeResourceForWindow("surface",
+                                                                                    &panel));
+            part_ = wl_subcompositor_get_subsurface(shell.subcompositor(), surface_, above);
+            wl_subsurface_place_below(part_, above);
+            wl_subsurface_set_position(part_, place.x(), place.y());
+            wl_subsurface_set_desync(part_);
+            wp_viewport_set_destination(viewport_, place.width(), place.height());
+            wl_surface_attach(surface_, pixel, 0, 0);
+            wl_surface_commit(surface_);
+        }
+        Strip(const Strip &) = delete;
+        Strip &operator=(const Strip &) = delete;
+        ~Strip() {
+            wp_viewport_destroy(viewport_);
+            wl_subsurface_destroy(part_);
+            wl_surface_destroy(surface_);
+        }
+
+        const void *surface() const { return surface_; }
+
+    private:
+        wl_surface *surface_;
+        wp_viewport *viewport_;
+        wl_subsurface *part_;
+    };
+
+    std::vector<std::unique_ptr<Strip>> strips_;
 };
 
 LayerCovers::LayerCovers(std::shared_ptr<const LayerShell> shell) : shell_(std::move(shell)) {
@@ -120,11 +140,11 @@ LayerCovers::~LayerCovers() {
         wl_buffer_destroy(pixel_);
 }
 
-void LayerCovers::spread(QWindow &panel) {
+void LayerCovers::spread(QWindow &panel, const QRect &card) {
     clear();
     if (!pixel_)
         return;
-    backing_ = std::make_unique<Backing>(*shell_, pixel_, panel);
+    backing_ = std::make_unique<Backing>(*shell_, pixel_, panel, card);
     // The compositor chooses the panel's output, and tells when the panel is painted on it.
     screenChange_ = QObject::connect(&panel, &QWindow::screenChanged,
                                      [this](const QScreen *screen) { coverOthers(screen); });
@@ -174,7 +194,7 @@ void LayerCovers::listen() {
 }
 
 bool LayerCovers::isOurs(const void *surface) const {
-    if (backing_ && backing_->surface() == surface)
+    if (backing_ && backing_->has(surface))
         return true;
     return std::any_of(covers_.begin(), covers_.end(),
                        [&](const auto &cover) { return cover->surface() == surface; });

@@ -31,9 +31,10 @@ public:
     LayerCovers &operator=(const LayerCovers &) = delete;
     ~LayerCovers();
 
-    /** Asks the compositor for them, with the panel's window above; the window must have a surface
-        that has not been painted yet. Where it cannot scale a pixel to an output there are none. */
-    void spread(QWindow &panel);
+    /** Asks the compositor for them, with the panel's window above; `card` is the part of it whose
+        clicks are its own. The window must have a surface that has not been painted yet. Where it
+       cannot scale a pixel to an output there are none. */
+    void spread(QWindow &panel, const QRect &card);
     /** Takes them away, before the panel's surface goes. */
     void clear();
 

@@ -49,7 +49,7 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
     if (role_)
         return;
     panel.setMask(card); // clicks on the shadow are clicks elsewhere
-    covers_->spread(panel);
+    covers_->spread(panel, card);
     LayerSurface::Place place;
     place.edges = LayerSurface::Top | LayerSurface::Left;
     place.size = panel.size();
