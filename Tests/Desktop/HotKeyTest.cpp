@@ -202,10 +202,11 @@ protected:
         const Keys modifierKey{modifiers == alt     ? altKey
                                : modifiers == super ? superKey
                                                     : controlKey};
-        ASSERT_TRUE(eventually([&] {
-            other->press({modifierKey.front(), kKey, -kKey, -modifierKey.front()});
-            return eventually([&] { return other->panelHasKeyboard(); }, 500);
-        }));
+        ASSERT_TRUE(eventuallyAfter(
+            [&] {
+                other->press({modifierKey.front(), kKey, -kKey, -modifierKey.front()});
+            },
+            [&] { return other->panelHasKeyboard(); }));
         other->press(stroke(escapeKey));
         ASSERT_TRUE(eventually([this] { return other->hasKeyboard(); }));
         other->forgetKeys();
