@@ -1,6 +1,7 @@
 // No key is lost: what a person types after the hot key lands in the search field, in order and
 // completely, however fast it comes. The whole program with real key presses.
 
+#include "EventuallyAfter.h"
 #include "LaunchWorld.h"
 #include "XServer.h"
 

@@ -3,6 +3,7 @@
 
 #include "ShortcutsPortal.h"
 #include "DesktopTest.h"
+#include "EventuallyAfter.h"
 #include "Sway.h"
 
 #include <QStandardPaths>
