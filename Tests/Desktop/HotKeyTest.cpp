@@ -1,6 +1,7 @@
 // No key is lost: what a person types after the hot key lands in the search field, in order and
 // completely, however fast it comes. The whole program with real key presses.
 
+#include "EventuallyAfter.h"
 #include "LaunchWorld.h"
 #include "XServer.h"
 
@@ -207,10 +208,11 @@ protected:
         const Keys modifierKey{modifiers == alt     ? altKey
                                : modifiers == super ? superKey
                                                     : controlKey};
-        ASSERT_TRUE(eventually([&] {
-            other->press({modifierKey.front(), kKey, -kKey, -modifierKey.front()});
-            return eventually([&] { return other->panelHasKeyboard(); }, 500);
-        }));
+        ASSERT_TRUE(eventuallyAfter(
+            [&] {
+                other->press({modifierKey.front(), kKey, -kKey, -modifierKey.front()});
+            },
+            [&] { return other->panelHasKeyboard(); }));
         other->press(stroke(escapeKey));
         ASSERT_TRUE(eventually([this] { return other->hasKeyboard(); }));
         other->forgetKeys();

@@ -1,6 +1,7 @@
 // The settings as a person uses them: a real X server with a window manager and real keys.
 
 #include "DesktopTest.h"
+#include "EventuallyAfter.h"
 #include "FileChooser.h"
 
 #include <QDirIterator>
@@ -75,10 +76,8 @@ protected:
         EXPECT_TRUE(eventually([this] { return !settingsAreVisible(); }));
     }
     void expectPanelBy(const QString &keys) {
-        EXPECT_TRUE(eventually([&] {
-            press(keys);
-            return eventually([this] { return panelHasKeyboard(); }, 500);
-        })) << qPrintable(keys);
+        EXPECT_TRUE(eventuallyAfter([&] { press(keys); }, [this] { return panelHasKeyboard(); }))
+            << qPrintable(keys);
         press(u"Escape"_s);
         EXPECT_TRUE(eventually([this] { return !panelIsVisible(); }));
     }

@@ -3,6 +3,7 @@
 
 #include "ShortcutsPortal.h"
 #include "DesktopTest.h"
+#include "EventuallyAfter.h"
 #include "Sway.h"
 
 #include <QStandardPaths>
@@ -115,12 +116,11 @@ protected:
     }
     /** Presses until the panel is there: only then is the key known to be taken. */
     bool summon(const QString &keys) const {
-        return eventually(
+        return eventuallyAfter(
             [&] {
                 xdotool({u"key"_s, keys});
-                return eventually([this] { return panelIsVisible(); }, 1'000);
             },
-            30'000);
+            [this] { return panelIsVisible(); });
     }
 
     XServer keyboard{XServer::Manager::None};
