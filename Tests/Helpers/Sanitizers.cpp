@@ -26,7 +26,9 @@ const char *__lsan_default_suppressions() {
         // the library is seen by the slow unwinder only (fast_unwind_on_malloc=0), whose pace tests
         // of a session do not stand.
         "leak:libwayland-client.so\n"
-        // Nor does Qt free there what was copied last.
+        // Nor does it free the screen that it makes up where there is none.
+        "leak:QtWaylandClient::QWaylandDisplay::ensureScreen\n"
+        // Nor what was copied last.
         "leak:QClipboard::setText\n";
 }
 
