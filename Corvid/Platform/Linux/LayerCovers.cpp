@@ -1,5 +1,6 @@
 #include "Platform/Linux/LayerCovers.h"
 
+#include "Platform/Linux/WaylandSurface.h"
 #include "viewporter-client-protocol.h"
 
 #include <QGuiApplication>
@@ -39,94 +40,78 @@ wl_buffer *makeTransparentPixel(wl_shm *shm) {
 
 } // namespace
 
-class LayerCovers::Cover {
+/** A surface of nothing, of any size. */
+class LayerCovers::Pane {
 public:
-    Cover(const LayerShell &shell, wl_buffer *pixel, wl_output *output)
+    explicit Pane(const LayerShell &shell)
         : surface_(wl_compositor_create_surface(shell.compositor())),
-          viewport_(wp_viewporter_get_viewport(shell.viewporter(), surface_)) {
-        LayerSurface::Place everywhere;
-        everywhere.room = LayerSurface::Room::Whole;
-        role_ = std::make_unique<LayerSurface>(shell, surface_, output, everywhere);
-        role_->attend(); // made at any moment, not only where the shell waits for answers
-        role_->onSize = [this, pixel](const QSize &size) {
-            if (size.isEmpty())
-                return;
-            wp_viewport_set_destination(viewport_, size.width(), size.height());
-            wl_surface_attach(surface_, pixel, 0, 0);
-            wl_surface_commit(surface_);
-        };
-    }
-    Cover(const Cover &) = delete;
-    Cover &operator=(const Cover &) = delete;
-    ~Cover() {
-        role_.reset();
+          viewport_(wp_viewporter_get_viewport(shell.viewporter(), surface_)) {}
+    Pane(const Pane &) = delete;
+    Pane &operator=(const Pane &) = delete;
+    ~Pane() {
         wp_viewport_destroy(viewport_);
         wl_surface_destroy(surface_);
     }
 
-    const void *surface() const { return surface_; }
+    /** Only with a role. */
+    void show(wl_buffer *pixel, const QSize &size) {
+        wp_viewport_set_destination(viewport_, size.width(), size.height());
+        wl_surface_attach(surface_, pixel, 0, 0);
+        wl_surface_commit(surface_);
+    }
+    wl_surface *surface() const { return surface_; }
 
 private:
     wl_surface *surface_;
     wp_viewport *viewport_;
-    std::unique_ptr<LayerSurface> role_;
+};
+
+class LayerCovers::Cover {
+public:
+    Cover(const LayerShell &shell, wl_buffer *pixel, wl_output *output)
+        : pane_(shell), role_(shell, pane_.surface(), output, everywhere()) {
+        role_.attend(); // made at any moment, not only where the shell waits for answers
+        role_.onSize = [this, pixel](const QSize &size) {
+            if (!size.isEmpty())
+                pane_.show(pixel, size);
+        };
+    }
+
+    const void *surface() const { return pane_.surface(); }
+
+private:
+    static LayerSurface::Place everywhere() {
+        LayerSurface::Place place;
+        place.room = LayerSurface::Room::Whole;
+        return place;
+    }
+
+    Pane pane_;
+    LayerSurface role_;
 };
 
 // Which of two surfaces of the same layer lies above the other is each compositor's own rule, so on
-// the panel's output they are parts of the panel's, reaching beyond its edges. Not below its card:
-// a compositor that draws without a graphics card would mix both at every letter.
-class LayerCovers::Backing {
+// the panel's output the covers are parts of the panel's, reaching beyond its edges. Not below its
+// card: a compositor that draws without a graphics card would mix both at every letter.
+class LayerCovers::Strip {
 public:
-    Backing(const LayerShell &shell, wl_buffer *pixel, QWindow &panel, const QRect &card) {
-        int reach = 0;
-        const QList<QScreen *> screens = QGuiApplication::screens();
-        for (const QScreen *screen : screens)
-            reach = std::max({reach, screen->size().width(), screen->size().height()});
-        const QMargins around(reach, reach, reach, reach);
-        const QRegion region = QRegion(card.marginsAdded(around)).subtracted(card);
-        for (const QRect &rectangle : region)
-            strips_.push_back(std::make_unique<Strip>(shell, pixel, panel, rectangle));
+    Strip(const LayerShell &shell, wl_buffer *pixel, QWindow &panel, const QRect &place)
+        : pane_(shell), part_(wl_subcompositor_get_subsurface(shell.subcompositor(),
+                                                              pane_.surface(), surfaceOf(panel))) {
+        wl_subsurface_place_below(part_, surfaceOf(panel));
+        wl_subsurface_set_position(part_, place.x(), place.y());
+        wl_subsurface_set_desync(part_);
+        pane_.show(pixel, place.size());
     }
+    Strip(const Strip &) = delete;
+    Strip &operator=(const Strip &) = delete;
+    ~Strip() { wl_subsurface_destroy(part_); }
 
-    bool has(const void *surface) const {
-        return std::any_of(strips_.begin(), strips_.end(),
-                           [surface](const auto &strip) { return strip->surface() == surface; });
-    }
+    const void *surface() const { return pane_.surface(); }
 
 private:
-    class Strip {
-    public:
-        Strip(const LayerShell &shell, wl_buffer *pixel, QWindow &panel, const QRect &place)
-            : surface_(wl_compositor_create_surface(shell.compositor())),
-              viewport_(wp_viewporter_get_viewport(shell.viewporter(), surface_)) {
-            auto *above = static_cast<wl_surface *>(
-                QGuiApplication::platformNativeInterface()->nativeResourceForWindow("surface",
-                                                                                    &panel));
-            part_ = wl_subcompositor_get_subsurface(shell.subcompositor(), surface_, above);
-            wl_subsurface_place_below(part_, above);
-            wl_subsurface_set_position(part_, place.x(), place.y());
-            wl_subsurface_set_desync(part_);
-            wp_viewport_set_destination(viewport_, place.width(), place.height());
-            wl_surface_attach(surface_, pixel, 0, 0);
-            wl_surface_commit(surface_);
-        }
-        Strip(const Strip &) = delete;
-        Strip &operator=(const Strip &) = delete;
-        ~Strip() {
-            wp_viewport_destroy(viewport_);
-            wl_subsurface_destroy(part_);
-            wl_surface_destroy(surface_);
-        }
-
-        const void *surface() const { return surface_; }
-
-    private:
-        wl_surface *surface_;
-        wp_viewport *viewport_;
-        wl_subsurface *part_;
-    };
-
-    std::vector<std::unique_ptr<Strip>> strips_;
+    Pane pane_;
+    wl_subsurface *part_;
 };
 
 LayerCovers::LayerCovers(std::shared_ptr<const LayerShell> shell) : shell_(std::move(shell)) {
@@ -144,7 +129,13 @@ void LayerCovers::spread(QWindow &panel, const QRect &card) {
     clear();
     if (!pixel_)
         return;
-    backing_ = std::make_unique<Backing>(*shell_, pixel_, panel, card);
+    int reach = 0;
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    for (const QScreen *screen : screens)
+        reach = std::max({reach, screen->size().width(), screen->size().height()});
+    const QMargins around(reach, reach, reach, reach);
+    for (const QRect &place : QRegion(card.marginsAdded(around)).subtracted(card))
+        strips_.push_back(std::make_unique<Strip>(*shell_, pixel_, panel, place));
     // The compositor chooses the panel's output, and tells when the panel is painted on it.
     screenChange_ = QObject::connect(&panel, &QWindow::screenChanged,
                                      [this](const QScreen *screen) { coverOthers(screen); });
@@ -173,7 +164,7 @@ void LayerCovers::clear() {
     pointerIsOver_ = false;
     QObject::disconnect(screenChange_);
     covers_.clear();
-    backing_.reset();
+    strips_.clear();
 }
 
 // Qt hears of these presses too, and ignores what is on surfaces that are not its own.
@@ -194,10 +185,9 @@ void LayerCovers::listen() {
 }
 
 bool LayerCovers::isOurs(const void *surface) const {
-    if (backing_ && backing_->has(surface))
-        return true;
-    return std::any_of(covers_.begin(), covers_.end(),
-                       [&](const auto &cover) { return cover->surface() == surface; });
+    const auto is = [surface](const auto &cover) { return cover->surface() == surface; };
+    return std::any_of(strips_.begin(), strips_.end(), is) ||
+           std::any_of(covers_.begin(), covers_.end(), is);
 }
 
 // Not a table of functions: the seat is Qt's, whose version may have events that we do not know.

@@ -42,8 +42,9 @@ public:
     std::function<void()> onPress;
 
 private:
-    class Backing;
     class Cover;
+    class Pane;
+    class Strip;
 
     void coverOthers(const QScreen *screen);
     bool isOurs(const void *surface) const;
@@ -54,7 +55,7 @@ private:
 
     std::shared_ptr<const LayerShell> shell_;
     wl_buffer *pixel_ = nullptr;                 ///< one transparent pixel
-    std::unique_ptr<Backing> backing_;           ///< on the panel's output
+    std::vector<std::unique_ptr<Strip>> strips_; ///< on the panel's output
     std::vector<std::unique_ptr<Cover>> covers_; ///< on the others
     QMetaObject::Connection screenChange_;       ///< of the panel
     wl_pointer *pointer_ = nullptr;              ///< null while there are none, or no mouse

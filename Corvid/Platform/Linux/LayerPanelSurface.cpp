@@ -1,24 +1,15 @@
 #include "Platform/Linux/LayerPanelSurface.h"
 
+#include "Platform/Linux/WaylandSurface.h"
+
 #include <QGuiApplication>
 #include <QRegion>
 #include <QScreen>
 #include <QWindow>
 
-#include <qpa/qplatformnativeinterface.h>
-
 #include <wayland-client.h>
 
 namespace corvid {
-
-namespace {
-
-wl_surface *surfaceOf(QWindow &window) {
-    return static_cast<wl_surface *>(
-        QGuiApplication::platformNativeInterface()->nativeResourceForWindow("surface", &window));
-}
-
-} // namespace
 
 LayerPanelSurface::LayerPanelSurface(std::shared_ptr<const LayerShell> shell)
     : shell_(std::move(shell)), covers_(std::make_shared<LayerCovers>(shell_)) {}

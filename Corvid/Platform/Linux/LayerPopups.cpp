@@ -1,24 +1,15 @@
 #include "Platform/Linux/LayerPopups.h"
 
+#include "Platform/Linux/WaylandSurface.h"
+
 #include <QEvent>
 #include <QGuiApplication>
 #include <QWindow>
-
-#include <qpa/qplatformnativeinterface.h>
 
 #include <utility>
 #include <wayland-client.h>
 
 namespace corvid {
-
-namespace {
-
-wl_surface *surfaceOf(QWindow &window) {
-    return static_cast<wl_surface *>(
-        QGuiApplication::platformNativeInterface()->nativeResourceForWindow("surface", &window));
-}
-
-} // namespace
 
 LayerPopups::LayerPopups(std::shared_ptr<const LayerShell> shell, QWindow &panel)
     : shell_(std::move(shell)), panel_(panel) {

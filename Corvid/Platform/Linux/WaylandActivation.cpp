@@ -1,5 +1,6 @@
 #include "Platform/Linux/WaylandActivation.h"
 
+#include "Platform/Linux/WaylandSurface.h"
 #include "xdg-activation-v1-client-protocol.h"
 
 #include <QGuiApplication>
@@ -104,9 +105,7 @@ QByteArray WaylandActivation::token() const {
     if (serial_ != 0)
         xdg_activation_token_v1_set_serial(token, serial_, seat_);
     if (QWindow *window = QGuiApplication::focusWindow()) {
-        if (auto *surface = static_cast<wl_surface *>(
-                QGuiApplication::platformNativeInterface()->nativeResourceForWindow("surface",
-                                                                                    window)))
+        if (wl_surface *surface = surfaceOf(*window))
             xdg_activation_token_v1_set_surface(token, surface);
     }
     xdg_activation_token_v1_commit(token);
