@@ -19,9 +19,9 @@
 //
 // A ping is answered by the main thread in its turn: it waits as long as a key press would.
 
-#include "ChatServer.h"
-#include "Platform/Linux/FileSecretStore.h"
+#include "Platform/Linux/Secrets/FileSecretStore.h"
 #include "Screen.h"
+#include "Worlds/ChatServer.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,7 +1,7 @@
 // Walks a tree of 200,000 entries and 2,000 projects, and beside it walks the same folders by
 // getdents alone: the floor under any such walk. One thread each, in turns, on a warm cache.
 
-#include "ProjectScan.h"
+#include "Catalog/ProjectScan.h"
 
 #include <QElapsedTimer>
 #include <QFile>

@@ -1,10 +1,10 @@
 #include "AIService.h"
 
-#include "ChatProtocol.h"
+#include "Base/StoredSettings.h"
+#include "Chat/ChatProtocol.h"
+#include "Chat/ServerSentEvents.h"
 #include "Platform/SecretStore.h"
 #include "Platform/UserDefaults.h"
-#include "ServerSentEvents.h"
-#include "StoredSettings.h"
 
 #include <QCoreApplication>
 #include <QJsonValue>

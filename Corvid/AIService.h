@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ChatTransport.h"
-#include "IntentReply.h"
+#include "Chat/ChatTransport.h"
+#include "Chat/IntentReply.h"
 
 #include <QObject>
 #include <QPointer>

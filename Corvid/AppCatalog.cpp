@@ -1,7 +1,7 @@
 #include "AppCatalog.h"
 
-#include "ApplicationScan.h"
-#include "Locations.h"
+#include "Base/Locations.h"
+#include "Catalog/ApplicationScan.h"
 
 #include <QStringList>
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "JsonCache.h"
+#include "Base/Records.h"
+#include "Base/TaskGroup.h"
+#include "Catalog/JsonCache.h"
 #include "Platform/DesktopEntries.h"
 #include "Platform/Workspace.h"
-#include "Records.h"
 #include "RoleCatalog.h"
-#include "SearchIndex.h"
-#include "TaskGroup.h"
+#include "Search/SearchIndex.h"
 
 #include <QHash>
 #include <QObject>

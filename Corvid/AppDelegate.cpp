@@ -1,20 +1,20 @@
 #include "AppDelegate.h"
 
-#include "Benchmark.h"
-#include "CommandLine.h"
+#include "Base/StoredSettings.h"
+#include "Base/Text.h"
+#include "Front/CommandLine.h"
 #include "HotKeyManager.h"
+#include "Panel/Style.h"
 #include "Platform/Appearance.h"
 #include "Platform/Instance.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/SecretStore.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
+#include "Program/Benchmark.h"
+#include "Program/StatusItem.h"
 #include "RoleCatalog.h"
-#include "SettingsWindow.h"
-#include "StatusItem.h"
-#include "StoredSettings.h"
-#include "Style.h"
-#include "Text.h"
+#include "Settings/SettingsWindow.h"
 
 #include <QCoreApplication>
 #include <QJsonObject>

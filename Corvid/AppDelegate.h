@@ -1,13 +1,13 @@
 #pragma once
 
 #include "AppCatalog.h"
+#include "Base/Records.h"
 #include "EditorLauncher.h"
 #include "KeychainHelper.h"
 #include "LauncherPanel.h"
 #include "LauncherViewModel.h"
 #include "Platform/ClickMonitor.h"
 #include "ProjectIndex.h"
-#include "Records.h"
 
 #include <QObject>
 

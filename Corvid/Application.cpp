@@ -2,24 +2,24 @@
 
 #include "AIService.h"
 #include "AppDelegate.h"
-#include "CommandLine.h"
+#include "Front/CommandLine.h"
 #include "HotKeyManager.h"
-#include "Platform/Linux/BusInstance.h"
+#include "Platform/Linux/Bus/BusInstance.h"
+#include "Platform/Linux/Bus/PortalAppearance.h"
+#include "Platform/Linux/Bus/PortalFolderDialog.h"
+#include "Platform/Linux/Bus/SessionTrayWatch.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
-#include "Platform/Linux/CoreDumps.h"
 #include "Platform/Linux/ExitDeadline.h"
-#include "Platform/Linux/GioDesktopEntries.h"
 #include "Platform/Linux/JsonUserDefaults.h"
-#include "Platform/Linux/LinuxDesktop.h"
-#include "Platform/Linux/LinuxSecretStore.h"
-#include "Platform/Linux/LinuxSystemLog.h"
-#include "Platform/Linux/LinuxTrayWatch.h"
-#include "Platform/Linux/LinuxVolumes.h"
-#include "Platform/Linux/LinuxWorkspace.h"
+#include "Platform/Linux/Launching/GioDesktopEntries.h"
+#include "Platform/Linux/Launching/SessionWorkspace.h"
+#include "Platform/Linux/MountedVolumes.h"
 #include "Platform/Linux/PlatformChoice.h"
-#include "Platform/Linux/PortalAppearance.h"
-#include "Platform/Linux/PortalFolderDialog.h"
+#include "Platform/Linux/Secrets/CoreDumps.h"
+#include "Platform/Linux/Secrets/SessionSecretStore.h"
+#include "Platform/Linux/Syslog.h"
 #include "Platform/Linux/TerminationSignals.h"
+#include "Platform/Linux/WindowSystem.h"
 #include "RoleCatalog.h"
 
 #include <QApplication>
@@ -91,19 +91,19 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
 
     JsonUserDefaults defaults;
     UserDefaults::installStandard(&defaults);
-    LinuxSystemLog log;
+    Syslog log;
     const GioDesktopEntries desktopEntries;
-    const LinuxVolumes volumes;
+    const MountedVolumes volumes;
     const PanelDesktop panelDesktop = makePanelDesktop();
-    LinuxWorkspace workspace(desktopEntries, {environment,
-                                              {qgetenv("DISPLAY"), qgetenv("WAYLAND_DISPLAY")},
-                                              panelDesktop.activationToken,
-                                              highestDevicePixelRatio()});
+    SessionWorkspace workspace(desktopEntries, {environment,
+                                                {qgetenv("DISPLAY"), qgetenv("WAYLAND_DISPLAY")},
+                                                panelDesktop.activationToken,
+                                                highestDevicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
-    LinuxSecretStore secrets;
+    SessionSecretStore secrets;
     AIService::installSecrets(&secrets);
-    LinuxTrayWatch tray;
+    SessionTrayWatch tray;
     PortalAppearance appearance;
     PortalFolderDialog folderDialog;
     const std::unique_ptr<HotKeyBackend> hotKeys = makeHotKeys(session, panelDesktop);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Records.h"
+#include "Base/Records.h"
 
 #include <optional>
 

@@ -1,10 +1,10 @@
 #include "LauncherPanel.h"
 
 #include "LauncherView.h"
+#include "Panel/SearchField.h"
+#include "Panel/Shapes.h"
+#include "Panel/Style.h"
 #include "Platform/PanelSurface.h"
-#include "SearchField.h"
-#include "Shapes.h"
-#include "Style.h"
 
 #include <QApplication>
 #include <QBoxLayout>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CardShadow.h"
+#include "Panel/CardShadow.h"
 
 #include <QWidget>
 

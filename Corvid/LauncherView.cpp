@@ -1,15 +1,15 @@
 #include "LauncherView.h"
 
-#include "AnswerArea.h"
+#include "Base/VirtualKeys.h"
 #include "HotKeyManager.h"
-#include "KeyCatcher.h"
 #include "LauncherViewModel.h"
-#include "ResultList.h"
-#include "SearchField.h"
-#include "Shapes.h"
-#include "Style.h"
-#include "Symbol.h"
-#include "VirtualKeys.h"
+#include "Panel/AnswerArea.h"
+#include "Panel/KeyCatcher.h"
+#include "Panel/ResultList.h"
+#include "Panel/SearchField.h"
+#include "Panel/Shapes.h"
+#include "Panel/Style.h"
+#include "Panel/Symbol.h"
 
 #include <QBoxLayout>
 #include <QCoreApplication>

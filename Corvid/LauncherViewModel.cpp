@@ -1,11 +1,11 @@
 #include "LauncherViewModel.h"
 
-#include "Calculator.h"
-#include "Locations.h"
+#include "Base/Locations.h"
+#include "Base/StoredSettings.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
-#include "StoredSettings.h"
+#include "Search/Calculator.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "AIService.h"
-#include "Records.h"
+#include "Base/Records.h"
 #include "UsageStats.h"
 
 #include <QObject>

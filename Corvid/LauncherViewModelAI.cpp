@@ -4,9 +4,9 @@
 
 #include "AIService.h"
 #include "AppCatalog.h"
-#include "Locations.h"
+#include "Base/Locations.h"
+#include "Base/Text.h"
 #include "ProjectIndex.h"
-#include "Text.h"
 
 #include <algorithm>
 

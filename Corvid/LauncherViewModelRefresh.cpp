@@ -3,8 +3,8 @@
 #include "LauncherViewModel.h"
 
 #include "AppCatalog.h"
+#include "Base/Locations.h"
 #include "KeychainHelper.h"
-#include "Locations.h"
 #include "Platform/Workspace.h"
 #include "ProjectIndex.h"
 #include "RoleCatalog.h"

@@ -1,7 +1,7 @@
 #include "ProjectIndex.h"
 
-#include "Locations.h"
-#include "ProjectScan.h"
+#include "Base/Locations.h"
+#include "Catalog/ProjectScan.h"
 
 #include <QFileInfo>
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "JsonCache.h"
+#include "Base/Records.h"
+#include "Base/TaskGroup.h"
+#include "Catalog/JsonCache.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Volumes.h"
-#include "Records.h"
-#include "SearchIndex.h"
-#include "TaskGroup.h"
+#include "Search/SearchIndex.h"
 
 #include <QObject>
 

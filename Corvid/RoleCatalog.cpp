@@ -1,6 +1,6 @@
 #include "RoleCatalog.h"
 
-#include "Text.h"
+#include "Base/Text.h"
 #include "resource_bundle_accessor.h"
 
 #include <QFile>

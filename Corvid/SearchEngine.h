@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Records.h"
-#include "Text.h"
+#include "Base/Records.h"
+#include "Base/Text.h"
 #include "UsageStats.h"
 
 #include <QString>

@@ -1,13 +1,13 @@
 #include "SettingsView.h"
 
-#include "FormWidgets.h"
+#include "Base/StoredSettings.h"
 #include "HotKeyManager.h"
 #include "KeychainHelper.h"
-#include "OwnFolderDialog.h"
 #include "Platform/FolderDialog.h"
 #include "Platform/UserDefaults.h"
 #include "ProjectIndex.h"
-#include "StoredSettings.h"
+#include "Settings/FormWidgets.h"
+#include "Settings/OwnFolderDialog.h"
 
 #include <QBoxLayout>
 #include <QCheckBox>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HotKeyRecorder.h"
+#include "Settings/HotKeyRecorder.h"
 
 #include <QStringList>
 #include <QWidget>

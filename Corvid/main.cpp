@@ -2,8 +2,8 @@
 // The toolkit, which takes ten times as long to load, is left to the library behind it.
 
 #include "Application.h"
-#include "CommandLine.h"
-#include "Platform/Linux/InstanceCall.h"
+#include "Front/CommandLine.h"
+#include "Front/InstanceCall.h"
 
 #include <cstdio>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // Any text is an expression or none, a value is a number, and what stands for nothing changes
 // nothing.
-#include "Calculator.h"
 #include "FuzzInput.h"
+#include "Search/Calculator.h"
 
 #include <cmath>
 

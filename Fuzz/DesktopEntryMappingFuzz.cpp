@@ -1,9 +1,9 @@
 // Any desktop entry becomes an application: itself, with other names and roles that are each worth
 // their place, and fit for the cache.
-#include "DesktopEntryMapping.h"
+#include "Base/Text.h"
+#include "Catalog/DesktopEntryMapping.h"
+#include "Catalog/JsonCache.h"
 #include "FuzzInput.h"
-#include "JsonCache.h"
-#include "Text.h"
 
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;

@@ -1,7 +1,7 @@
 // However an entry's line is written, each file is an argument of its own or a part of one, whole,
 // and nothing of it is read as syntax.
 #include "FuzzInput.h"
-#include "Platform/Linux/ExecLine.h"
+#include "Platform/Linux/Launching/ExecLine.h"
 
 #include <algorithm>
 

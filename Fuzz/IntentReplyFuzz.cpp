@@ -1,7 +1,7 @@
 // Any body is read to an intent or to none. The one fatal stop, braces the wrong way round, is
 // stepped around.
-#include "ChatProtocol.h"
-#include "IntentReply.h"
+#include "Chat/ChatProtocol.h"
+#include "Chat/IntentReply.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // catalog.json and projects.json: all records or none, read back as written, and fit for searching.
+#include "Catalog/JsonCache.h"
 #include "FuzzInput.h"
-#include "JsonCache.h"
-#include "SearchIndex.h"
+#include "Search/SearchIndex.h"
 
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;

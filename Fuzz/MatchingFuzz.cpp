@@ -2,8 +2,8 @@
 // rules written down plainly.
 #include "Fakes/FakeUserDefaults.h"
 #include "FuzzInput.h"
+#include "Search/SearchIndex.h"
 #include "SearchEngine.h"
-#include "SearchIndex.h"
 
 #include <QTextBoundaryFinder>
 

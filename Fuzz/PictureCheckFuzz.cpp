@@ -1,6 +1,6 @@
 // A drawing that passes for harmless is sound and names no other file.
 #include "FuzzInput.h"
-#include "Platform/Linux/PictureCheck.h"
+#include "Platform/Linux/Icons/PictureCheck.h"
 
 #include <QXmlStreamReader>
 

@@ -1,7 +1,7 @@
 // The program that a line runs has a name that can be typed, and a wrapper more in front of the
 // line does not change it.
+#include "Catalog/ProgramName.h"
 #include "FuzzInput.h"
-#include "ProgramName.h"
 
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;

@@ -1,7 +1,7 @@
 // Whatever strings are read from a property list, XML or binary, are read again from a binary list
 // that is made of them; and they are no more than what the bytes can hold.
+#include "Catalog/PropertyList.h"
 #include "FuzzInput.h"
-#include "PropertyList.h"
 
 using namespace corvid;
 using fuzz::require;

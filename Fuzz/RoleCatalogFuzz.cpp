@@ -1,7 +1,7 @@
 // taxonomy.json: every role is found by its label and its other names.
+#include "Base/Text.h"
 #include "FuzzInput.h"
 #include "RoleCatalog.h"
-#include "Text.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // However the bytes of a stream are cut into portions, the pieces of text are the same, and no
 // more is kept than the longest line.
-#include "ServerSentEvents.h"
+#include "Chat/ServerSentEvents.h"
 
 #include <algorithm>
 #include <cstdint>

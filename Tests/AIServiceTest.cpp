@@ -1,12 +1,12 @@
 #include "AIService.h"
-#include "ChatProtocol.h"
-#include "ChatServer.h"
-#include "Dependent.h"
-#include "EventLoop.h"
+#include "Chat/ChatProtocol.h"
+#include "Chat/ServerSentEvents.h"
 #include "Fakes/FakeSecretStore.h"
 #include "Fakes/FakeUserDefaults.h"
-#include "QtPrinters.h"
-#include "ServerSentEvents.h"
+#include "Worlds/ChatServer.h"
+#include "Worlds/Dependent.h"
+#include "Worlds/EventLoop.h"
+#include "Worlds/QtPrinters.h"
 
 #include <QCoreApplication>
 #include <QFile>

@@ -1,10 +1,10 @@
 #include "AppCatalog.h"
 
+#include "Base/Locations.h"
+#include "Catalog/JsonCache.h"
 #include "Fakes/FakeDesktopEntries.h"
 #include "Fakes/FakeWorkspace.h"
-#include "JsonCache.h"
-#include "Locations.h"
-#include "Wait.h"
+#include "Worlds/Wait.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,5 @@
 #include "AppDelegate.h"
 
-#include "CommandLine.h"
 #include "Fakes/FakeAppearanceSettings.h"
 #include "Fakes/FakeClickMonitor.h"
 #include "Fakes/FakeFolderDialog.h"
@@ -10,13 +9,14 @@
 #include "Fakes/FakeSystemLog.h"
 #include "Fakes/FakeTrayWatch.h"
 #include "Fakes/LauncherWorld.h"
+#include "Front/CommandLine.h"
 #include "HotKeyManager.h"
-#include "SearchField.h"
-#include "SettingsWindow.h"
-#include "StatusItem.h"
-#include "Style.h"
-#include "Wait.h"
-#include "WindowStyle.h"
+#include "Panel/SearchField.h"
+#include "Panel/Style.h"
+#include "Program/StatusItem.h"
+#include "Settings/SettingsWindow.h"
+#include "Settings/WindowStyle.h"
+#include "Worlds/Wait.h"
 
 #include <QApplication>
 #include <QImage>

@@ -1,8 +1,8 @@
 #include "HotKeyManager.h"
 
-#include "EventLoop.h"
 #include "Fakes/FakeHotKeyBackend.h"
-#include "QtPrinters.h"
+#include "Worlds/EventLoop.h"
+#include "Worlds/QtPrinters.h"
 
 #include <QCoreApplication>
 #include <QThread>

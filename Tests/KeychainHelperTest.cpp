@@ -2,7 +2,7 @@
 
 #include "KeychainHelper.h"
 
-#include "SecretsWorld.h"
+#include "Worlds/SecretsWorld.h"
 
 using namespace corvid;
 using namespace corvid::test;
@@ -110,7 +110,7 @@ protected:
     int changes = 0;
 
 private:
-    std::optional<LinuxSecretStore> secrets_;
+    std::optional<SessionSecretStore> secrets_;
     std::optional<KeychainHelper> keychain_;
 };
 

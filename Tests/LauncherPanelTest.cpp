@@ -2,8 +2,8 @@
 
 #include "Fakes/FakePanelSurface.h"
 #include "Fakes/LauncherWorld.h"
-#include "Style.h"
-#include "Wait.h"
+#include "Panel/Style.h"
+#include "Worlds/Wait.h"
 
 #include <QApplication>
 #include <QDialog>

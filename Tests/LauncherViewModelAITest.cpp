@@ -1,10 +1,10 @@
 // The view model's use of AI, with the real client against a real server on this machine.
 
-#include "ChatProtocol.h"
-#include "ChatServer.h"
+#include "Chat/ChatProtocol.h"
 #include "Fakes/LauncherWorld.h"
-#include "QtPrinters.h"
-#include "Wait.h"
+#include "Worlds/ChatServer.h"
+#include "Worlds/QtPrinters.h"
+#include "Worlds/Wait.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -1,5 +1,5 @@
 #include "Fakes/LauncherWorld.h"
-#include "Wait.h"
+#include "Worlds/Wait.h"
 
 #include <gtest/gtest.h>
 

@@ -2,14 +2,14 @@
 
 #include "LauncherView.h"
 
-#include "AnswerArea.h"
 #include "Fakes/LauncherWorld.h"
-#include "ProgressIndicator.h"
-#include "ResultList.h"
-#include "SearchField.h"
-#include "Style.h"
-#include "Symbol.h"
-#include "Wait.h"
+#include "Panel/AnswerArea.h"
+#include "Panel/ProgressIndicator.h"
+#include "Panel/ResultList.h"
+#include "Panel/SearchField.h"
+#include "Panel/Style.h"
+#include "Panel/Symbol.h"
+#include "Worlds/Wait.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

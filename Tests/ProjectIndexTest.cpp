@@ -1,10 +1,10 @@
 #include "ProjectIndex.h"
 
+#include "Base/Locations.h"
+#include "Catalog/JsonCache.h"
 #include "Fakes/FakeUserDefaults.h"
 #include "Fakes/FakeVolumes.h"
-#include "JsonCache.h"
-#include "Locations.h"
-#include "Wait.h"
+#include "Worlds/Wait.h"
 
 #include <gtest/gtest.h>
 

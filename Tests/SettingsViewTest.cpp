@@ -6,13 +6,13 @@
 #include "Fakes/FakeHotKeyBackend.h"
 #include "Fakes/FakePanelSurface.h"
 #include "Fakes/LauncherWorld.h"
-#include "FormWidgets.h"
 #include "HotKeyManager.h"
-#include "QtPrinters.h"
-#include "SettingsWindow.h"
-#include "Style.h"
-#include "Wait.h"
-#include "WindowStyle.h"
+#include "Panel/Style.h"
+#include "Settings/FormWidgets.h"
+#include "Settings/SettingsWindow.h"
+#include "Settings/WindowStyle.h"
+#include "Worlds/QtPrinters.h"
+#include "Worlds/Wait.h"
 
 #include <QAbstractItemView>
 #include <QAccessible>

@@ -1,7 +1,7 @@
-#include "VirtualKeys.h"
+#include "Base/VirtualKeys.h"
 
 #include "HotKeyManager.h"
-#include "QtPrinters.h"
+#include "Worlds/QtPrinters.h"
 
 #include <QSet>
 

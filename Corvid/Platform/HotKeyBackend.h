@@ -65,11 +65,10 @@ public:
     /** Gives the combination back, if there is one. No callback runs once this returned. */
     virtual void release() = 0;
 
-    /** Said once for each press, by its time. Where the window system can, no key that follows a
-        press goes anywhere before this is said; with NextKeys::OurNextWindow, not before a window
-        of ours has the keyboard, and the hot key's own modifiers do not count in it until they
-        are let go. None of this lasts longer than a moment: then the keys go to who has the
-        keyboard, whatever is said. */
+    /** Said once for each press, by its time. Where the window system can, the keys that follow a
+        press are kept back until this is said; with NextKeys::OurNextWindow, until a window of
+        ours has the keyboard, and the hot key's own modifiers do not count there until they are
+        let go. Keys that are kept back for too long go nowhere. */
     virtual void dealtWith(quint32 time, NextKeys nextKeys) = 0;
 };
 

@@ -1,9 +1,9 @@
 // Questions to an AI endpoint as a person asks them: the whole program, real keys, a real server,
 // and what stands in the panel as a screen reader finds it.
 
-#include "ChatServer.h"
-#include "Platform/Linux/FileSecretStore.h"
+#include "Platform/Linux/Secrets/FileSecretStore.h"
 #include "ScreenReader.h"
+#include "Worlds/ChatServer.h"
 
 #include <QDirIterator>
 #include <QJsonArray>

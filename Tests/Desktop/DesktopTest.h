@@ -1,7 +1,7 @@
 #pragma once
 
-#include "LaunchWorld.h"
-#include "XServer.h"
+#include "Worlds/LaunchWorld.h"
+#include "Worlds/XServer.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,7 +1,7 @@
 // The whole program in broken worlds: it starts, it answers, and it ends when it is told to.
 
 #include "DesktopTest.h"
-#include "PrivateMounts.h"
+#include "Worlds/PrivateMounts.h"
 
 #include <gtest/gtest.h>
 

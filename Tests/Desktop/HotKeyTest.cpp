@@ -1,9 +1,9 @@
 // No key is lost: what a person types after the hot key lands in the search field, in order and
 // completely, however fast it comes. The whole program with real key presses.
 
-#include "EventuallyAfter.h"
-#include "LaunchWorld.h"
-#include "XServer.h"
+#include "Worlds/EventuallyAfter.h"
+#include "Worlds/LaunchWorld.h"
+#include "Worlds/XServer.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -244,11 +244,15 @@ protected:
         ASSERT_TRUE(eventually([this] { return other->hasKeyboard(); }));
         for (const int key : other->keys())
             ASSERT_TRUE(isNoLetter(key)) << key;
-        // What a person typed there last, which a window manager may think of when the panel
-        // wants the focus.
+        typeElsewhere();
+    }
+    /** What a person typed there last, a window manager may think of when the panel wants the
+        focus. */
+    void typeElsewhere() {
         other->press(stroke(KEY_1 + offset));
         ASSERT_TRUE(eventually([this] { return !other->keys().empty(); }));
     }
+    void signalManager(int signal) const { kill(static_cast<pid_t>(manager_.processId()), signal); }
     QStringList queries() const {
         return QJsonDocument::fromJson(readFile(defaults()).toUtf8())
             .object()[u"queryLatches"_s]
@@ -293,7 +297,7 @@ TEST_P(HotKeyTest, theHotKeyAndTwelveLettersFromAToolThatWaitsForNothing) {
     }
 }
 
-TEST_P(HotKeyTest, aLoadedMachineLosesNoKeyEither) {
+TEST_P(HotKeyTest, onALoadedMachineLettersLandInThePanelOrNowhere) {
     ASSERT_NO_FATAL_FAILURE(start());
     std::array<QProcess, 4> load;
     for (QProcess &process : load) {
@@ -301,14 +305,48 @@ TEST_P(HotKeyTest, aLoadedMachineLosesNoKeyEither) {
         process.start(u"sh"_s, {u"-c"_s, u"while :; do :; done"_s});
         ASSERT_TRUE(process.waitForStarted());
     }
+    QStringList texts;
     for (int round = 0; round < rounds; ++round) {
-        const QString letters = twelveLetters(round);
-        ASSERT_NO_FATAL_FAILURE(pressAndExpect(hotKey + typing(letters) + submit, letters));
+        texts.append(twelveLetters(round));
+        other->press(hotKey + typing(texts.back()) + submit);
+        // A panel that came too late for the letters has got no Return either, and stays.
+        ASSERT_TRUE(eventually([&] {
+            if (other->panelHasKeyboard()) {
+                other->press(stroke(escapeKey));
+                return true;
+            }
+            return queries().contains(texts.back());
+        }));
+        ASSERT_TRUE(eventually([this] { return other->hasKeyboard(); }));
+        for (const int key : other->keys())
+            ASSERT_TRUE(isNoLetter(key)) << key;
+        typeElsewhere();
     }
     for (QProcess &process : load) {
         process.kill();
         process.waitForFinished();
     }
+    stop();
+    const QStringList landed = queries();
+    for (const QString &query : landed)
+        EXPECT_TRUE(texts.contains(query)) << qPrintable(query) << " is a part of a text";
+}
+
+TEST_P(HotKeyTest, lettersForAPanelThatComesTooLateGoNowhere) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    signalManager(SIGSTOP); // which lets no window appear
+    other->press(hotKey + typing(u"meanwhile"_s) + submit);
+    // Until the keyboard is there again, which is given up to the window before.
+    ASSERT_TRUE(eventually([this] {
+        other->press(stroke(KEY_1 + offset));
+        return !other->keys().empty() && other->keys().back() == KEY_1 + offset;
+    }));
+    for (const int key : other->keys())
+        EXPECT_TRUE(isNoLetter(key)) << key;
+    signalManager(SIGCONT);
+    EXPECT_TRUE(eventually([this] { return other->panelHasKeyboard(); }));
+    ASSERT_NO_FATAL_FAILURE(pressAndExpect(typing(u"afterwards"_s) + submit, u"afterwards"_s));
+    EXPECT_FALSE(queries().contains(u"meanwhile"_s));
 }
 
 TEST_P(HotKeyTest, lettersThatComeBeforeTheHotKeyIsReleasedArePlainText) {

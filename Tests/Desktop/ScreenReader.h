@@ -1,7 +1,7 @@
 #pragma once
 
-#include "BusOfServices.h"
 #include "DesktopTest.h"
+#include "Worlds/BusOfServices.h"
 
 namespace corvid::test {
 

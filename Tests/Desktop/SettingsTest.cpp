@@ -1,8 +1,8 @@
 // The settings as a person uses them: a real X server with a window manager and real keys.
 
 #include "DesktopTest.h"
-#include "EventuallyAfter.h"
-#include "FileChooser.h"
+#include "Worlds/EventuallyAfter.h"
+#include "Worlds/FileChooser.h"
 
 #include <QDirIterator>
 #include <QJsonArray>

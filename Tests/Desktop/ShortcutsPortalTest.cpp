@@ -1,10 +1,10 @@
 // The hot key of a Wayland session in the whole program: from a scripted portal, and from KDE's
 // real one with its daemon of global shortcuts, which takes the keys of an X server of its own.
 
-#include "ShortcutsPortal.h"
+#include "Worlds/ShortcutsPortal.h"
 #include "DesktopTest.h"
-#include "EventuallyAfter.h"
-#include "Sway.h"
+#include "Worlds/EventuallyAfter.h"
+#include "Worlds/Sway.h"
 
 #include <QStandardPaths>
 

@@ -1,7 +1,7 @@
 // Several starts of the program on one session bus, with a real X server, bus and window manager.
 
-#include "LaunchWorld.h"
-#include "XServer.h"
+#include "Worlds/LaunchWorld.h"
+#include "Worlds/XServer.h"
 
 #include <gio/gio.h>
 

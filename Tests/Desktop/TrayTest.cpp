@@ -1,7 +1,7 @@
 // The status item in real trays: of the bus, and of X11.
 
-#include "LaunchWorld.h"
-#include "XServer.h"
+#include "Worlds/LaunchWorld.h"
+#include "Worlds/XServer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // The whole program on a Wayland compositor that has no layer shell: it runs on XWayland.
 
 #include "DesktopTest.h"
-#include "Mutter.h"
-#include "ShortcutsPortal.h"
+#include "Worlds/Mutter.h"
+#include "Worlds/ShortcutsPortal.h"
 
 #include <QStandardPaths>
 

@@ -2,16 +2,16 @@
 
 #include "AIService.h"
 #include "AppCatalog.h"
+#include "Base/Locations.h"
+#include "Catalog/JsonCache.h"
 #include "Fakes/FakeDesktopEntries.h"
 #include "Fakes/FakePasteboard.h"
 #include "Fakes/FakeSecretStore.h"
 #include "Fakes/FakeUserDefaults.h"
 #include "Fakes/FakeVolumes.h"
 #include "Fakes/FakeWorkspace.h"
-#include "JsonCache.h"
 #include "KeychainHelper.h"
 #include "LauncherViewModel.h"
-#include "Locations.h"
 #include "ProjectIndex.h"
 #include "RoleCatalog.h"
 

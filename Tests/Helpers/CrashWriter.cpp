@@ -1,8 +1,8 @@
 // CrashWriter [<rounds>]: writes both caches and the user defaults, without end or so many
 // rounds, going on from where the last run was stopped.
 
-#include "JsonCache.h"
-#include "Locations.h"
+#include "Base/Locations.h"
+#include "Catalog/JsonCache.h"
 #include "Platform/Linux/JsonUserDefaults.h"
 
 #include <cstdlib>

@@ -6,8 +6,8 @@
 
 #include "Fakes/LauncherWorld.h"
 #include "LauncherView.h"
-#include "SearchField.h"
-#include "Style.h"
+#include "Panel/SearchField.h"
+#include "Panel/Style.h"
 
 #include <QApplication>
 #include <QDir>

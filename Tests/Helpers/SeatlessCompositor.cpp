@@ -5,7 +5,7 @@
 // takes all requests and does nothing of what they ask for. Prints the display's name once it can
 // be reached. Ends when it is killed.
 
-#include "Platform/Linux/LayerShellProtocol.h"
+#include "Platform/Linux/Wayland/LayerShellProtocol.h"
 #include "xdg-activation-v1-client-protocol.h"
 #include "xdg-shell-client-protocol.h"
 

@@ -1,7 +1,7 @@
 // SecretWriter <account> <times>: saves the numbers from 1 on as an account's secret in our own
 // store. Says "ready" after the first.
 
-#include "Platform/Linux/FileSecretStore.h"
+#include "Platform/Linux/Secrets/FileSecretStore.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -9,8 +9,8 @@
 #include "Fakes/FakePanelSurface.h"
 #include "Fakes/LauncherWorld.h"
 #include "HotKeyManager.h"
-#include "SettingsWindow.h"
-#include "Style.h"
+#include "Panel/Style.h"
+#include "Settings/SettingsWindow.h"
 
 #include <QApplication>
 #include <QDir>

@@ -8,7 +8,7 @@
 // activation token it asks to come to the front when it can read a line. Ends when it is killed or
 // asked to close.
 
-#include "Platform/Linux/LayerShellProtocol.h"
+#include "Platform/Linux/Wayland/LayerShellProtocol.h"
 #include "viewporter-client-protocol.h"
 #include "xdg-activation-v1-client-protocol.h"
 #include "xdg-shell-client-protocol.h"

@@ -1,8 +1,8 @@
 #include "Platform/Linux/DesktopSettings.h"
 
-#include "Locations.h"
+#include "Base/Locations.h"
+#include "Platform/Linux/Bus/SessionBus.h"
 #include "Platform/Linux/GLibPointers.h"
-#include "Platform/Linux/SessionBus.h"
 
 #include <QFile>
 

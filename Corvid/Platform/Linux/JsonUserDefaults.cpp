@@ -1,6 +1,6 @@
 #include "Platform/Linux/JsonUserDefaults.h"
 
-#include "AtomicFile.h"
+#include "Base/AtomicFile.h"
 
 #include <QDateTime>
 #include <QFile>

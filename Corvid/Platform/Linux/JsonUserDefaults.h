@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Locations.h"
+#include "Base/Locations.h"
 #include "Platform/UserDefaults.h"
 
 #include <QByteArray>

@@ -1,0 +1,57 @@
+#include "Base/Locations.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace corvid::locations {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QString withoutTrailingSlashes(QString path) {
+    while (path.size() > 1 && path.endsWith(u'/'))
+        path.chop(1);
+    return path;
+}
+
+QString xdgFolder(const char *variable, QLatin1StringView belowHome) {
+    const QString folder = QFile::decodeName(qgetenv(variable));
+    if (folder.startsWith(u'/'))
+        return withoutTrailingSlashes(folder);
+    const QString homeFolder = home();
+    return homeFolder == u'/' ? QString(belowHome) : homeFolder + belowHome;
+}
+
+} // namespace
+
+QString home() {
+    const QString fromEnvironment = QFile::decodeName(qgetenv("HOME"));
+    if (!fromEnvironment.isEmpty())
+        return withoutTrailingSlashes(fromEnvironment);
+    const passwd *account = getpwuid(getuid());
+    if (account && account->pw_dir && *account->pw_dir)
+        return withoutTrailingSlashes(QFile::decodeName(account->pw_dir));
+    return u"/"_s;
+}
+
+QString applicationSupport() {
+    return xdgFolder("XDG_DATA_HOME", "/.local/share"_L1);
+}
+
+QString configuration() {
+    return xdgFolder("XDG_CONFIG_HOME", "/.config"_L1);
+}
+
+QString state() {
+    return xdgFolder("XDG_STATE_HOME", "/.local/state"_L1);
+}
+
+QString cacheFile(const QString &name) {
+    return applicationSupport() + "/Corvid/"_L1 + name;
+}
+
+} // namespace corvid::locations

@@ -1,0 +1,75 @@
+#include "Catalog/ApplicationScan.h"
+
+#include "Base/NameOrder.h"
+#include "Base/RegularFile.h"
+#include "Catalog/DesktopEntryMapping.h"
+#include "Catalog/PropertyList.h"
+
+#include <QDir>
+
+#include <map>
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr auto bundleSuffix = ".app"_L1;
+constexpr qint64 largestPropertyList = 16 * 1024 * 1024;
+
+std::optional<AppEntry> readBundle(const QString &folder, const QString &fileName,
+                                   const RoleCatalog &catalog) {
+    const QString path = folder + u'/' + fileName;
+    const auto bytes = readRegularFile(path + "/Contents/Info.plist"_L1, largestPropertyList);
+    const auto info = decodePropertyList(bytes.value_or(QByteArray()));
+    if (!info || !info->contains(u"CFBundleIdentifier"_s))
+        return std::nullopt;
+    AppEntry app;
+    app.bundleID = info->value(u"CFBundleIdentifier"_s);
+    app.path = path;
+    app.name = info->value(u"CFBundleDisplayName"_s,
+                           info->value(u"CFBundleName"_s, fileName.chopped(bundleSuffix.size())));
+    app.category = info->value(u"LSApplicationCategoryType"_s, u""_s);
+    const RoleCatalog::AppMeta known = catalog.taxonomy.apps.value(app.bundleID);
+    app.roles = known.roles + catalog.categoryMap.value(app.category);
+    app.aliases = known.aliases;
+    return app;
+}
+
+} // namespace
+
+QStringList bundleFolders(const QString &home) {
+    return {u"/Applications"_s, u"/System/Applications"_s, u"/System/Applications/Utilities"_s,
+            u"/System/Library/CoreServices/Applications"_s, home + "/Applications"_L1};
+}
+
+std::vector<AppEntry> scanAll(const ScanInput &input, const std::stop_token &stop) {
+    // Ordered by identifier, so that equal names come out in the same order every time.
+    std::map<QString, AppEntry> found;
+    for (const QString &folder : input.bundleFolders) {
+        const QStringList names = QDir(folder).entryList(
+            QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+        for (const QString &name : names) {
+            if (stop.stop_requested())
+                break;
+            if (!name.endsWith(bundleSuffix))
+                continue;
+            if (std::optional<AppEntry> app = readBundle(folder, name, input.roles))
+                found.insert_or_assign(app->bundleID, *app);
+        }
+    }
+    for (const DesktopEntry &entry : input.desktopEntries) {
+        if (stop.stop_requested())
+            break;
+        found.insert_or_assign(entry.id, appEntry(entry, input.roles));
+    }
+    std::vector<AppEntry> apps;
+    apps.reserve(found.size());
+    for (auto &[identifier, app] : found)
+        apps.push_back(std::move(app));
+    sortByName(apps);
+    return apps;
+}
+
+} // namespace corvid

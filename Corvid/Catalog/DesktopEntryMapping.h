@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Base/Records.h"
+#include "Platform/DesktopEntries.h"
+#include "RoleCatalog.h"
+
+namespace corvid {
+
+/**
+ * The application that a desktop entry describes. Aliases are those of the catalog, then the
+ * generic name, the unlocalised name and the program's own name, none twice and none equal to the
+ * name, letter case aside. Keywords are no aliases: too many of them are everyday words. Roles are
+ * those of the catalog, then those of the category, then those of single Categories, none twice.
+ * Pure.
+ */
+AppEntry appEntry(const DesktopEntry &entry, const RoleCatalog &catalog);
+
+/** The "public.app-category.…" value that fits an entry's Categories best; empty for none. */
+QString appCategory(const QStringList &categories);
+
+/** The roles that single Categories, or two of them together, tell. */
+QStringList rolesOfCategories(const QStringList &categories);
+
+} // namespace corvid

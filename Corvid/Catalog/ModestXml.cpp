@@ -1,0 +1,66 @@
+#include "Catalog/ModestXml.h"
+
+#include <QXmlStreamReader>
+
+#include <algorithm>
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr qsizetype portion = 4096;
+constexpr qsizetype longestProlog = 64 * 1024; // with the document type's declarations
+constexpr qsizetype mostAttributes = 256;      // of one element
+constexpr qsizetype mostNamespaces = 256;
+constexpr qsizetype deepestNesting = 512;
+// The reader looks at an element's attributes before it lets anybody see how many they are. Each
+// has an equals sign; so few are looked at in no time, and only once.
+constexpr qsizetype mostEqualsSignsAtOnce = 4096;
+
+bool isNamespace(const QXmlStreamAttribute &attribute) {
+    return attribute.qualifiedName().startsWith("xmlns"_L1);
+}
+
+} // namespace
+
+bool isModestXml(const QByteArray &bytes) {
+    QXmlStreamReader xml;
+    // A mistake with a prefix ends the reading for some readers, and for others it is none.
+    xml.setNamespaceProcessing(false);
+    qsizetype depth = 0;
+    qsizetype namespaces = 0;
+    qsizetype equalsSigns = 0; // in what was not understood yet
+    bool inProlog = true;
+    for (qsizetype start = 0; start < bytes.size(); start += portion) {
+        const QByteArray piece = bytes.mid(start, portion);
+        const qsizetype equalsSignsOfPiece = piece.count('=');
+        equalsSigns += equalsSignsOfPiece;
+        if (equalsSigns > mostEqualsSignsAtOnce || (inProlog && start >= longestProlog))
+            return false;
+        xml.addData(piece);
+        while (!xml.atEnd()) {
+            const QXmlStreamReader::TokenType token = xml.readNext();
+            if (token == QXmlStreamReader::Invalid)
+                break;
+            equalsSigns = std::min(equalsSigns, equalsSignsOfPiece);
+            if (token == QXmlStreamReader::StartElement) {
+                inProlog = false;
+                const QXmlStreamAttributes attributes = xml.attributes();
+                namespaces += std::count_if(attributes.begin(), attributes.end(), isNamespace);
+                if (++depth > deepestNesting || namespaces > mostNamespaces ||
+                    attributes.size() > mostAttributes)
+                    return false;
+            } else if (token == QXmlStreamReader::EndElement) {
+                --depth;
+            }
+        }
+        // Nothing behind a mistake is ever read.
+        if (xml.error() != QXmlStreamReader::PrematureEndOfDocumentError)
+            return true;
+    }
+    return true;
+}
+
+} // namespace corvid

@@ -1,0 +1,105 @@
+#include "Chat/ChatProtocol.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+
+namespace corvid::chat {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QJsonArray messages(const QString &instruction, const QString &text) {
+    return {QJsonObject{{u"role"_s, u"system"_s}, {u"content"_s, instruction}},
+            QJsonObject{{u"role"_s, u"user"_s}, {u"content"_s, text}}};
+}
+
+QByteArray encoded(const QJsonObject &body) {
+    return QJsonDocument(body).toJson(QJsonDocument::Compact);
+}
+
+const QString &intentInstruction() {
+    static const QString text =
+        u"You map a launcher command to one concrete action. Reply ONLY with minified JSON, no "
+        "markdown:\n"
+        "{\"action\":\"open_app\"|\"open_project\"|\"none\",\"app\":\"<exact name from APPS>\","
+        "\"project\":\"<exact name from PROJECTS>\",\"editor\":\"<exact name from EDITORS>\"}\n"
+        "Rules: open_app = user wants to open/launch an app. open_project = user wants to open a "
+        "project/repo, optionally in an editor. none = it's a question or chit-chat, not a launch "
+        "request. Use only exact names from the lists.\n"
+        "APPS: "_s;
+    return text;
+}
+
+} // namespace
+
+std::optional<QUrl> endpoint(const QString &baseURL) {
+    QStringView base = baseURL;
+    while (base.startsWith(u'/'))
+        base = base.sliced(1);
+    while (base.endsWith(u'/'))
+        base.chop(1);
+    const QUrl url(base.toString() + u"/chat/completions"_s, QUrl::TolerantMode);
+    if (!url.isValid())
+        return std::nullopt;
+    return url;
+}
+
+std::optional<QByteArray> authorization(const QString &key) {
+    const bool sendable =
+        std::all_of(key.begin(), key.end(), [](QChar c) { return c >= u' ' && c <= u'~'; });
+    if (!sendable)
+        return std::nullopt;
+    return "Bearer " + key.toLatin1();
+}
+
+QByteArray answerBody(const QString &model, const QString &prompt) {
+    return encoded(
+        {{u"model"_s, model},
+         {u"stream"_s, true},
+         {u"messages"_s,
+          messages(u"You are a concise assistant inside a macOS launcher. Answer briefly."_s,
+                   prompt)}});
+}
+
+QByteArray intentBody(const QString &model, const QString &query, const QStringList &apps,
+                      const QStringList &projects, const QStringList &editors) {
+    const QString instruction = intentInstruction() + apps.join(", "_L1) + u"\nPROJECTS: "_s +
+                                projects.join(", "_L1) + u"\nEDITORS: "_s + editors.join(", "_L1);
+    return encoded({{u"model"_s, model},
+                    {u"messages"_s, messages(instruction, query)},
+                    {u"max_tokens"_s, 150},
+                    {u"temperature"_s, 0}});
+}
+
+std::optional<QString> content(QByteArrayView json, QLatin1StringView part) {
+    const QJsonDocument document =
+        QJsonDocument::fromJson(QByteArray::fromRawData(json.data(), json.size()));
+    const QJsonValue choices = document.object().value("choices"_L1);
+    if (!choices.isArray())
+        return std::nullopt;
+    const QJsonArray list = choices.toArray();
+    const bool objects =
+        std::all_of(list.begin(), list.end(), [](const QJsonValue &v) { return v.isObject(); });
+    if (list.isEmpty() || !objects)
+        return std::nullopt;
+    const QJsonValue text = list.first().toObject().value(part).toObject().value("content"_L1);
+    if (!text.isString())
+        return std::nullopt;
+    return text.toString();
+}
+
+QString noKeyText() {
+    return u"No API key set. Open Settings and add your OpenAI-compatible API key.\n\n"
+           "Works with: OpenAI, OpenRouter, Ollama (http://localhost:11434/v1), LM Studio, Groq."_s;
+}
+
+QString httpErrorText(int status, const QString &baseURL) {
+    return u"HTTP "_s + QString::number(status) + u" from "_s + baseURL +
+           u". Check endpoint, key, and model name."_s;
+}
+
+} // namespace corvid::chat

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "Base/Records.h"
+
+#include <QAbstractListModel>
+#include <QListView>
+
+#include <functional>
+#include <vector>
+
+class QVariantAnimation;
+
+namespace corvid {
+
+class ResultRow;
+
+/** The rows of the result list for the view; a row's ResultItem is its whole data. */
+class ResultListModel final : public QAbstractListModel {
+    Q_OBJECT
+
+public:
+    using QAbstractListModel::QAbstractListModel;
+
+    void setRows(const std::vector<ResultItem> &rows);
+    void setIcon(int row, const Image &icon);
+    const ResultItem &row(const QModelIndex &index) const {
+        return rows_[static_cast<std::size_t>(index.row())];
+    }
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role) const override;
+
+private:
+    std::vector<ResultItem> rows_;
+};
+
+/** The scrolling list of rows. A click on a row chooses it; hovering changes nothing. */
+class ResultList final : public QListView {
+    Q_OBJECT
+
+public:
+    explicit ResultList(QWidget *parent = nullptr);
+
+    void setRows(const std::vector<ResultItem> &rows, int selected);
+    void setIcon(int row, const Image &icon) { model_.setIcon(row, icon); }
+    /** Highlights a row and scrolls just as far as makes it visible. */
+    void select(int row);
+
+    /** Takes over changed colours and fonts. */
+    void applyStyle();
+
+    std::function<void(int row)> onClick;
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    void scrollIntoView(int row);
+
+    ResultListModel model_;
+    ResultRow *row_;
+    QVariantAnimation *scroll_;
+    int pressedRow_ = -1;
+};
+
+} // namespace corvid

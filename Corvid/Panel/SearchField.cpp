@@ -1,0 +1,202 @@
+#include "Panel/SearchField.h"
+
+#include "Panel/Style.h"
+
+#include <QGuiApplication>
+#include <QInputMethod>
+#include <QInputMethodEvent>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPointer>
+#include <QProxyStyle>
+#include <QStyleHints>
+#include <QTimer>
+#include <QTimerEvent>
+
+#include <algorithm>
+
+namespace corvid {
+
+namespace {
+
+QPointer<SearchField> currentField;
+
+// Qt draws the caret in the colour of the text; ours is drawn by ourselves.
+class WithoutCaret final : public QProxyStyle {
+public:
+    int pixelMetric(PixelMetric metric, const QStyleOption *option,
+                    const QWidget *widget) const override {
+        return metric == PM_TextCursorWidth ? 0 : QProxyStyle::pixelMetric(metric, option, widget);
+    }
+};
+
+} // namespace
+
+SearchField::SearchField(QWidget *parent) : QLineEdit(parent) {
+    currentField = this;
+    setFrame(false);
+    setTextMargins(0, 0, 0, 0);
+    setFixedHeight(style::searchFieldHeight);
+    setContextMenuPolicy(Qt::NoContextMenu);
+    auto *caretless = new WithoutCaret;
+    caretless->setParent(this);
+    setStyle(caretless);
+    applyStyle();
+    connect(this, &QLineEdit::textChanged, this, &SearchField::announce);
+    connect(this, &QLineEdit::cursorPositionChanged, this, &SearchField::showCaret);
+    connect(this, &QLineEdit::selectionChanged, this, &SearchField::showCaret);
+}
+
+void SearchField::applyStyle() {
+    QFont fieldFont = style::font();
+    fieldFont.setPixelSize(style::searchFontSize);
+    fieldFont.setWeight(QFont::Light);
+    setFont(fieldFont);
+    QPalette colours = palette();
+    colours.setColor(QPalette::Base, Qt::transparent);
+    colours.setColor(QPalette::Text, style::primary());
+    colours.setColor(QPalette::PlaceholderText, style::tertiary());
+    colours.setColor(QPalette::Highlight, style::accent());
+    colours.setColor(QPalette::HighlightedText, Qt::white);
+    setPalette(colours);
+}
+
+SearchField *SearchField::current() {
+    return currentField;
+}
+
+void SearchField::keyPressEvent(QKeyEvent *event) {
+    showCaret();
+    if (composing_) {
+        QLineEdit::keyPressEvent(event);
+        // Also what the field has no use for must not reach the panel: it was meant for the
+        // input method.
+        event->accept();
+        return;
+    }
+    switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        later(onSubmit);
+        break;
+    case Qt::Key_Up:
+        later(onUp);
+        break;
+    case Qt::Key_Down:
+        later(onDown);
+        break;
+    case Qt::Key_Escape:
+        later(onEsc);
+        break;
+    default:
+        QLineEdit::keyPressEvent(event);
+        return;
+    }
+    event->accept();
+}
+
+void SearchField::inputMethodEvent(QInputMethodEvent *event) {
+    // Before the field changes its text: beginning to compose over a selection deletes that.
+    composing_ = !event->preeditString().isEmpty();
+    QLineEdit::inputMethodEvent(event);
+    announce();
+}
+
+void SearchField::focusInEvent(QFocusEvent *event) {
+    QLineEdit::focusInEvent(event);
+    showCaret();
+}
+
+void SearchField::focusOutEvent(QFocusEvent *event) {
+    endComposition();
+    stopCaret();
+    QLineEdit::focusOutEvent(event);
+}
+
+void SearchField::hideEvent(QHideEvent *event) {
+    endComposition();
+    stopCaret();
+    // What could be undone would only grow, from one showing to the next.
+    const int cursor = cursorPosition();
+    setText(text());
+    setCursorPosition(cursor);
+    QLineEdit::hideEvent(event);
+}
+
+// There is no other field to go to, and leaving this one would lose what is typed next. True, as
+// if it had been left: the window would look for another widget otherwise.
+bool SearchField::focusNextPrevChild(bool /*next*/) {
+    return true;
+}
+
+QRect SearchField::caretRect() const {
+    QRect caret = cursorRect();
+    // The base class reports an area around the place between two characters.
+    const int x = std::clamp(caret.center().x() + 1, 0, width() - style::caretWidth);
+    return {x, (height() - style::caretHeight) / 2, style::caretWidth, style::caretHeight};
+}
+
+// Lit whenever it moves, so that it can be followed.
+void SearchField::showCaret() {
+    if (!hasFocus())
+        return;
+    caretIsLit_ = true;
+    const int flashTime = QGuiApplication::styleHints()->cursorFlashTime();
+    if (flashTime >= 2)
+        blink_.start(flashTime / 2, this);
+    update();
+}
+
+void SearchField::stopCaret() {
+    blink_.stop();
+    caretIsLit_ = false;
+}
+
+void SearchField::timerEvent(QTimerEvent *event) {
+    if (event->timerId() != blink_.timerId()) {
+        QLineEdit::timerEvent(event);
+        return;
+    }
+    caretIsLit_ = !caretIsLit_;
+    update(caretRect());
+}
+
+void SearchField::paintEvent(QPaintEvent *event) {
+    QLineEdit::paintEvent(event);
+    if (!caretIsLit_ || hasSelectedText())
+        return;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(style::accent());
+    painter.drawRoundedRect(caretRect(), style::caretWidth / 2.0, style::caretWidth / 2.0);
+}
+
+void SearchField::showText(const QString &text) {
+    endComposition();
+    announced_ = text;
+    setText(text);
+}
+
+// An input method need not say that it has given up.
+void SearchField::endComposition() {
+    if (!composing_)
+        return;
+    composing_ = false;
+    QGuiApplication::inputMethod()->reset();
+}
+
+void SearchField::announce() {
+    if (composing_ || text() == announced_)
+        return;
+    announced_ = text();
+    Q_EMIT edited(announced_);
+}
+
+// The view model changes after the field has done with the event, not in the midst of it.
+void SearchField::later(const std::function<void()> &callback) {
+    if (callback)
+        QTimer::singleShot(0, this, callback);
+}
+
+} // namespace corvid

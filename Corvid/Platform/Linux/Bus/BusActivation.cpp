@@ -1,0 +1,78 @@
+#include "Platform/Linux/Bus/BusActivation.h"
+
+#include "Platform/Linux/Bus/SessionBus.h"
+
+namespace corvid::launching {
+
+namespace {
+
+constexpr int timeoutMs = 25'000; // a slow application's start is no failure
+
+bool meansNoService(int code) {
+    switch (code) {
+    case G_DBUS_ERROR_SERVICE_UNKNOWN:
+    case G_DBUS_ERROR_NAME_HAS_NO_OWNER:
+    case G_DBUS_ERROR_UNKNOWN_METHOD:
+    case G_DBUS_ERROR_UNKNOWN_OBJECT:
+    case G_DBUS_ERROR_UNKNOWN_INTERFACE:
+        return true;
+    default: // the bus has one code for each way in which starting the service can fail
+        return code >= G_DBUS_ERROR_SPAWN_EXEC_FAILED && code <= G_DBUS_ERROR_SPAWN_NO_MEMORY;
+    }
+}
+
+struct Call {
+    const char *method;
+    GVariant *arguments; ///< floating
+};
+
+Call callFor(const BusRequest &request) {
+    GVariantBuilder platformData;
+    g_variant_builder_init(&platformData, G_VARIANT_TYPE_VARDICT);
+    if (!request.startupId.isEmpty()) {
+        // The older name and the newer one: toolkits look for either.
+        for (const char *key : {"desktop-startup-id", "activation-token"})
+            g_variant_builder_add(&platformData, "{sv}", key,
+                                  g_variant_new_string(request.startupId.constData()));
+    }
+    if (request.action) {
+        return {"ActivateAction",
+                g_variant_new("(sava{sv})", request.action->constData(), nullptr, &platformData)};
+    }
+    if (request.urls.isEmpty())
+        return {"Activate", g_variant_new("(a{sv})", &platformData)};
+    GVariantBuilder uris;
+    g_variant_builder_init(&uris, G_VARIANT_TYPE_STRING_ARRAY);
+    for (const QUrl &url : request.urls)
+        g_variant_builder_add(&uris, "s", url.toEncoded().constData());
+    return {"Open", g_variant_new("(asa{sv})", &uris, &platformData)};
+}
+
+} // namespace
+
+BusActivation activateByBus(const QString &id, const BusRequest &request, GCancellable *shutdown,
+                            GErrorHolder &error) {
+    const QByteArray name = id.toUtf8();
+    if (!g_dbus_is_name(name.constData()) || g_dbus_is_unique_name(name.constData()))
+        return BusActivation::ServiceMissing;
+    const GObjectPointer<GDBusConnection> bus = sessionBus(shutdown);
+    if (!bus)
+        return BusActivation::ServiceMissing;
+
+    QByteArray object = "/" + name;
+    object.replace('.', '/').replace('-', '_');
+    const Call call = callFor(request);
+    GVariant *reply = g_dbus_connection_call_sync(
+        bus.get(), name.constData(), object.constData(), "org.freedesktop.Application", call.method,
+        call.arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, timeoutMs, shutdown, error.out());
+    if (reply) {
+        g_variant_unref(reply);
+        return BusActivation::Done;
+    }
+    // Anything else may come from an application that is there and busy: starting it once more
+    // would open it twice.
+    const bool missing = error.get()->domain == G_DBUS_ERROR && meansNoService(error.get()->code);
+    return missing ? BusActivation::ServiceMissing : BusActivation::Failed;
+}
+
+} // namespace corvid::launching

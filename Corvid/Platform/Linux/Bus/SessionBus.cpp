@@ -1,0 +1,33 @@
+#include "Platform/Linux/Bus/SessionBus.h"
+
+#include <mutex>
+
+namespace corvid {
+
+GObjectPointer<GDBusConnection> sessionBus(GCancellable *cancellable) {
+    GErrorHolder error;
+    GObjectPointer<GDBusConnection> bus(
+        g_bus_get_sync(G_BUS_TYPE_SESSION, cancellable, error.out()));
+    if (!bus)
+        return bus;
+    g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
+    // GLib shares one connection for as long as somebody holds it; after that it would make
+    // another, which ends the process again.
+    static std::once_flag held;
+    std::call_once(held, [&] { g_object_ref(bus.get()); });
+    return bus;
+}
+
+GObjectPointer<GDBusConnection> ownSessionBus(GCancellable *cancellable) {
+    const GFreePointer<gchar> address(
+        g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, cancellable, nullptr));
+    if (!address)
+        return nullptr;
+    const auto flags =
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+    return GObjectPointer<GDBusConnection>(g_dbus_connection_new_for_address_sync(
+        address.get(), flags, nullptr, cancellable, nullptr));
+}
+
+} // namespace corvid

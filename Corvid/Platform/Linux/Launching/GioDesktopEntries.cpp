@@ -1,0 +1,153 @@
+#include "Platform/Linux/Launching/GioDesktopEntries.h"
+
+#include "Base/Locations.h"
+#include "Base/RegularFile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+
+#include <gio/gdesktopappinfo.h>
+
+#include <memory>
+#include <optional>
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr auto entrySuffix = ".desktop"_L1;
+
+struct GFree {
+    void operator()(void *memory) const { g_free(memory); }
+};
+struct GUnref {
+    void operator()(void *object) const { g_object_unref(object); }
+};
+struct KeyFileFree {
+    void operator()(GKeyFile *file) const { g_key_file_free(file); }
+};
+using GText = std::unique_ptr<char, GFree>;
+using KeyFile = std::unique_ptr<GKeyFile, KeyFileFree>;
+using AppInfo = std::unique_ptr<GDesktopAppInfo, GUnref>;
+
+struct EntryFile {
+    QString id;
+    QString path;
+};
+
+// The entry files below one folder. In a subfolder the id begins with its name: sub/x.desktop is
+// "sub-x". Files come before subfolders, so that a plain file wins over one with its id in there.
+std::vector<EntryFile> entryFiles(const QString &root) {
+    // A link may lead into a large tree, or back to where we are.
+    constexpr int deepestFolder = 8;
+    constexpr qsizetype mostFolders = 1000;
+    struct Folder {
+        QString path;
+        QString idPrefix;
+        int depth;
+    };
+    std::vector<EntryFile> files;
+    std::vector<Folder> folders{{root, {}, 0}};
+    QSet<QString> seen;
+    for (std::size_t next = 0; next < folders.size() && seen.size() < mostFolders; ++next) {
+        const Folder folder = folders[next];
+        const QString canonical = QFileInfo(folder.path).canonicalFilePath();
+        if (canonical.isEmpty() || seen.contains(canonical))
+            continue;
+        seen.insert(canonical);
+        const QDir::Filters everything = QDir::AllEntries | QDir::NoDotAndDotDot;
+        for (const QString &name : QDir(folder.path).entryList(everything, QDir::Name)) {
+            const QString path = folder.path + u'/' + name;
+            if (name.endsWith(entrySuffix))
+                files.push_back({folder.idPrefix + name.chopped(entrySuffix.size()), path});
+            else if (folder.depth < deepestFolder && QFileInfo(path).isDir())
+                folders.push_back({path, folder.idPrefix + name + u'-', folder.depth + 1});
+        }
+    }
+    return files;
+}
+
+QString keyFileText(GKeyFile *file, const char *key) {
+    const GText value(g_key_file_get_string(file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr));
+    return QString::fromUtf8(value.get());
+}
+
+std::optional<DesktopEntry> readEntry(const EntryFile &source) {
+    constexpr qint64 largest = 1024 * 1024;
+    const QByteArray bytes = readRegularFile(source.path, largest).value_or(QByteArray());
+    const KeyFile file(g_key_file_new());
+    if (bytes.isEmpty() ||
+        !g_key_file_load_from_data(file.get(), bytes.constData(), static_cast<gsize>(bytes.size()),
+                                   G_KEY_FILE_NONE, nullptr))
+        return std::nullopt;
+    // Null also when the program that the entry needs is not installed.
+    const AppInfo info(g_desktop_app_info_new_from_keyfile(file.get()));
+    if (!info || g_desktop_app_info_get_is_hidden(info.get()) ||
+        !g_app_info_should_show(G_APP_INFO(info.get())))
+        return std::nullopt;
+    const QString unlocalizedName = keyFileText(file.get(), G_KEY_FILE_DESKTOP_KEY_NAME);
+    if (unlocalizedName.isEmpty())
+        return std::nullopt;
+    return DesktopEntry{source.id,
+                        source.path,
+                        QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get()))),
+                        unlocalizedName,
+                        QString::fromUtf8(g_desktop_app_info_get_generic_name(info.get())),
+                        keyFileText(file.get(), G_KEY_FILE_DESKTOP_KEY_EXEC),
+                        QString::fromUtf8(g_desktop_app_info_get_categories(info.get()))
+                            .split(u';', Qt::SkipEmptyParts),
+                        QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get()))};
+}
+
+// $XDG_DATA_DIRS without what is not absolute; the standard's default when nothing is left.
+QStringList systemDataFolders() {
+    QStringList folders;
+    const QString variable = QFile::decodeName(qgetenv("XDG_DATA_DIRS"));
+    for (const QString &folder : variable.split(u':', Qt::SkipEmptyParts)) {
+        if (folder.startsWith(u'/'))
+            folders.append(QDir::cleanPath(folder));
+    }
+    return folders.isEmpty() ? QStringList{u"/usr/local/share"_s, u"/usr/share"_s} : folders;
+}
+
+} // namespace
+
+QStringList GioDesktopEntries::folders() {
+    const QString user = locations::applicationSupport();
+    const QString flatpakExports = u"/flatpak/exports/share"_s;
+    QStringList dataFolders{user};
+    QStringList system = systemDataFolders();
+    // Where the environment names them, it also says which comes first.
+    for (const QString &folder : {user + flatpakExports, u"/var/lib"_s + flatpakExports}) {
+        if (!system.contains(folder))
+            dataFolders.append(folder);
+    }
+    dataFolders += system;
+    dataFolders.append(u"/var/lib/snapd/desktop"_s);
+    dataFolders.removeDuplicates();
+    for (QString &folder : dataFolders)
+        folder += "/applications"_L1;
+    return dataFolders;
+}
+
+std::vector<DesktopEntry> GioDesktopEntries::list() const {
+    std::vector<DesktopEntry> entries;
+    // The first file with an id masks the others, also when it is not shown or cannot be read.
+    QSet<QString> ids;
+    for (const QString &folder : folders()) {
+        for (const EntryFile &file : entryFiles(folder)) {
+            if (ids.contains(file.id))
+                continue;
+            ids.insert(file.id);
+            if (std::optional<DesktopEntry> entry = readEntry(file))
+                entries.push_back(*std::move(entry));
+        }
+    }
+    return entries;
+}
+
+} // namespace corvid

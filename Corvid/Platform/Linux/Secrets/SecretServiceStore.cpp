@@ -1,0 +1,350 @@
+#include "Platform/Linux/Secrets/SecretServiceStore.h"
+
+#include "Platform/Linux/Bus/SessionBus.h"
+#include "Platform/Linux/GLibPointers.h"
+#include "Platform/SecretStore.h"
+
+#include <QStringDecoder>
+
+#include <libsecret/secret.h>
+
+#include <array>
+#include <memory>
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr auto busName = "org.freedesktop.secrets";
+
+// The generic name is what items get that are stored without a schema, so that such a tool
+// replaces our item instead of making a second one.
+const SecretSchema schema = {"org.freedesktop.Secret.Generic",
+                             SECRET_SCHEMA_DONT_MATCH_NAME,
+                             {{"service", SECRET_SCHEMA_ATTRIBUTE_STRING},
+                              {"account", SECRET_SCHEMA_ATTRIBUTE_STRING},
+                              {nullptr, SECRET_SCHEMA_ATTRIBUTE_STRING}},
+                             0,
+                             nullptr,
+                             nullptr,
+                             nullptr,
+                             nullptr,
+                             nullptr,
+                             nullptr,
+                             nullptr};
+
+struct HashTableUnref {
+    void operator()(GHashTable *table) const { g_hash_table_unref(table); }
+};
+using AttributesPointer = std::unique_ptr<GHashTable, HashTableUnref>;
+
+struct VariantUnref {
+    void operator()(GVariant *variant) const { g_variant_unref(variant); }
+};
+using VariantPointer = std::unique_ptr<GVariant, VariantUnref>;
+
+struct SecretValueUnref {
+    void operator()(SecretValue *value) const { secret_value_unref(value); }
+};
+using SecretValuePointer = std::unique_ptr<SecretValue, SecretValueUnref>;
+
+struct ObjectListFree {
+    void operator()(GList *list) const { g_list_free_full(list, g_object_unref); }
+};
+using ItemsPointer = std::unique_ptr<GList, ObjectListFree>;
+
+AttributesPointer attributesOf(const QString &account) {
+    AttributesPointer attributes(g_hash_table_new_full(g_str_hash, g_str_equal, g_free, g_free));
+    const auto add = [&](const char *name, const QByteArray &value) {
+        g_hash_table_insert(attributes.get(), g_strdup(name), g_strdup(value.constData()));
+    };
+    add("service", QByteArray(secretService.data(), secretService.size()));
+    add("account", account.toUtf8());
+    return attributes;
+}
+
+// An unlocked one where there is any, as other programs choose too; null where there is none.
+SecretItem *chosenFrom(const ItemsPointer &items) {
+    for (GList *item = items.get(); item; item = item->next) {
+        if (!secret_item_get_locked(SECRET_ITEM(item->data)))
+            return SECRET_ITEM(item->data);
+    }
+    return items ? SECRET_ITEM(items->data) : nullptr;
+}
+
+std::optional<QString> textOf(SecretItem *item) {
+    const SecretValuePointer value(secret_item_get_secret(item));
+    if (!value)
+        return std::nullopt;
+    gsize size = 0;
+    const gchar *bytes = secret_value_get(value.get(), &size);
+    QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = decode(QByteArrayView(bytes, static_cast<qsizetype>(size)));
+    if (decode.hasError())
+        return std::nullopt;
+    return text;
+}
+
+struct SourceDestroy {
+    void operator()(GSource *source) const {
+        g_source_destroy(source);
+        g_source_unref(source);
+    }
+};
+using SourcePointer = std::unique_ptr<GSource, SourceDestroy>;
+
+struct ContextUnref {
+    void operator()(GMainContext *context) const { g_main_context_unref(context); }
+};
+using ContextPointer = std::unique_ptr<GMainContext, ContextUnref>;
+
+/**
+ * Waits for an operation of libsecret that may prompt the user. Its own synchronous ones would
+ * wait, even when cancelled, until the service confirms that the prompt is gone; here a service
+ * has a moment for that and is then left to itself. Null when cancelled.
+ */
+class Prompting {
+public:
+    explicit Prompting(GCancellable *cancellable)
+        : context_(g_main_context_new()), inner_(g_cancellable_new()), outer_(cancellable) {
+        g_main_context_push_thread_default(context_.get());
+    }
+    Prompting(const Prompting &) = delete;
+    Prompting &operator=(const Prompting &) = delete;
+    ~Prompting() { g_main_context_pop_thread_default(context_.get()); }
+
+    /** For the operation. Cancelled in this thread alone: libsecret goes on working from there. */
+    GCancellable *cancellable() const { return inner_.get(); }
+
+    /** Its callback, and the data for that. Never called once this has returned from wait(). */
+    static void callback(GObject * /*source*/, GAsyncResult *result, gpointer data) {
+        static_cast<Prompting *>(data)->result_.reset(G_ASYNC_RESULT(g_object_ref(result)));
+    }
+
+    GAsyncResult *wait() {
+        const SourcePointer cancelled(g_cancellable_source_new(outer_));
+        wakeBy(cancelled.get());
+        while (!result_ && !g_cancellable_is_cancelled(outer_))
+            g_main_context_iteration(context_.get(), TRUE);
+        if (result_)
+            return result_.get();
+        g_cancellable_cancel(inner_.get());
+        const SourcePointer moment(g_timeout_source_new(momentMs));
+        wakeBy(moment.get());
+        while (!result_ && !g_source_is_destroyed(moment.get()))
+            g_main_context_iteration(context_.get(), TRUE);
+        return result_.get();
+    }
+
+private:
+    static constexpr guint momentMs = 200;
+
+    void wakeBy(GSource *source) const {
+        g_source_set_callback(source, G_SOURCE_FUNC(+[] { return G_SOURCE_REMOVE; }), nullptr,
+                              nullptr);
+        g_source_attach(source, context_.get());
+    }
+
+    ContextPointer context_;
+    GObjectPointer<GCancellable> inner_;
+    GObjectPointer<GAsyncResult> result_;
+    GCancellable *outer_;
+};
+
+bool isSilence(const GErrorHolder &error) {
+    return g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_CANCELLED) ||
+           g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_TIMED_OUT) ||
+           g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_TIMEOUT) ||
+           g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_TIMED_OUT) ||
+           g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY);
+}
+
+} // namespace
+
+/** The bus, what we listen to on it, and the service once it has answered. */
+struct SecretServiceStore::Connection {
+    Connection(GObjectPointer<GDBusConnection> sessionBus, std::function<void()> changed)
+        : bus(std::move(sessionBus)), onChange(std::move(changed)) {
+        listen("org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged", busName);
+        listen(busName, "org.freedesktop.Secret.Service", nullptr, nullptr);
+        listen(busName, "org.freedesktop.Secret.Collection", nullptr, nullptr);
+        // Whether a collection is locked is one of its properties.
+        listen(busName, "org.freedesktop.DBus.Properties", "PropertiesChanged", nullptr);
+        loss->connection = this;
+        closed = g_signal_connect_data(
+            bus.get(), "closed", G_CALLBACK(+onClosed), new std::shared_ptr<Loss>(loss),
+            [](gpointer data, GClosure *) { release(data); }, G_CONNECT_DEFAULT);
+    }
+    Connection(const Connection &) = delete;
+    Connection &operator=(const Connection &) = delete;
+    ~Connection() {
+        loss->connection = nullptr;
+        g_signal_handler_disconnect(bus.get(), closed);
+        for (const guint subscription : subscriptions)
+            g_dbus_connection_signal_unsubscribe(bus.get(), subscription);
+    }
+
+    void listen(const char *sender, const char *interface, const char *member,
+                const char *firstArgument) {
+        subscriptions[used++] = g_dbus_connection_signal_subscribe(
+            bus.get(), sender, interface, member, nullptr, firstArgument, G_DBUS_SIGNAL_FLAGS_NONE,
+            onSignal, this, nullptr);
+    }
+
+    static void onSignal(GDBusConnection * /*bus*/, const gchar * /*sender*/,
+                         const gchar * /*path*/, const gchar * /*interface*/, const gchar *member,
+                         GVariant * /*arguments*/, gpointer data) {
+        auto *self = static_cast<Connection *>(data);
+        // What we agreed upon with the one before is unknown to the next.
+        if (qstrcmp(member, "NameOwnerChanged") == 0)
+            self->service.reset();
+        self->onChange();
+    }
+
+    /** What the end of the bus, which is told in the thread that made the shared connection, needs
+        to be told in the store's thread, however long that takes. */
+    struct Loss {
+        ContextPointer context{g_main_context_ref_thread_default()};
+        Connection *connection = nullptr; ///< the store's thread's alone; null once it is gone
+    };
+
+    static void release(gpointer data) { delete static_cast<std::shared_ptr<Loss> *>(data); }
+
+    static void onClosed(GDBusConnection * /*bus*/, gboolean /*byPeer*/, GError * /*error*/,
+                         gpointer data) {
+        const auto &loss = *static_cast<std::shared_ptr<Loss> *>(data);
+        GSource *source = g_idle_source_new();
+        g_source_set_callback(source, onLost, new std::shared_ptr<Loss>(loss), release);
+        g_source_attach(source, loss->context.get());
+        g_source_unref(source);
+    }
+
+    static gboolean onLost(gpointer data) {
+        if (Connection *self = (*static_cast<std::shared_ptr<Loss> *>(data))->connection) {
+            self->service.reset();
+            self->onChange();
+        }
+        return G_SOURCE_REMOVE;
+    }
+
+    bool askBus(const char *method, GVariant *arguments, GCancellable *cancellable,
+                GErrorHolder &error) const {
+        const VariantPointer reply(g_dbus_connection_call_sync(
+            bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+            method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, cancellable, error.out()));
+        return reply != nullptr;
+    }
+
+    ItemsPointer search(const QString &account, SecretSearchFlags flags, GCancellable *cancellable,
+                        GErrorHolder &error) const {
+        const AttributesPointer attributes = attributesOf(account);
+        return ItemsPointer(secret_service_search_sync(service.get(), &schema, attributes.get(),
+                                                       flags, cancellable, error.out()));
+    }
+
+    GObjectPointer<GDBusConnection> bus;
+    std::function<void()> onChange;
+    GObjectPointer<SecretService> service; ///< null until it has answered
+    std::array<guint, 4> subscriptions{};
+    std::size_t used = 0;
+    const std::shared_ptr<Loss> loss = std::make_shared<Loss>();
+    gulong closed = 0;
+};
+
+SecretServiceStore::SecretServiceStore(std::function<void()> onChange)
+    : onChange_(std::move(onChange)) {}
+
+SecretServiceStore::~SecretServiceStore() = default;
+
+SecretServiceStore::State SecretServiceStore::connect(Start start, GCancellable *cancellable) {
+    if (!connection_) {
+        GObjectPointer<GDBusConnection> bus = sessionBus(cancellable);
+        if (!bus)
+            return g_cancellable_is_cancelled(cancellable) ? State::NoAnswer : State::NoService;
+        connection_ = std::make_unique<Connection>(std::move(bus), onChange_);
+    }
+    // Asked for each time: a change of owner is told only between calls.
+    GErrorHolder error;
+    bool runs =
+        connection_->askBus("GetNameOwner", g_variant_new("(s)", busName), cancellable, error);
+    if (!runs && start == Start::IfNeeded && !isSilence(error)) {
+        runs = connection_->askBus("StartServiceByName", g_variant_new("(su)", busName, 0U),
+                                   cancellable, error);
+    }
+    if (!runs) {
+        connection_->service.reset();
+        return isSilence(error) ? State::NoAnswer : State::NoService;
+    }
+    if (!connection_->service) {
+        connection_->service.reset(secret_service_open_sync(
+            SECRET_TYPE_SERVICE, busName, SECRET_SERVICE_OPEN_SESSION, cancellable, error.out()));
+    }
+    return connection_->service ? State::Found : State::NoAnswer;
+}
+
+SecretServiceStore::Answer SecretServiceStore::get(const QString &account, Start start,
+                                                   GCancellable *cancellable) {
+    if (const State state = connect(start, cancellable); state != State::Found)
+        return {state, {}};
+    GErrorHolder error;
+    const ItemsPointer items = connection_->search(
+        account, static_cast<SecretSearchFlags>(SECRET_SEARCH_ALL | SECRET_SEARCH_LOAD_SECRETS),
+        cancellable, error);
+    if (error.get()) {
+        connection_->service.reset();
+        return {State::NoAnswer, {}};
+    }
+    SecretItem *item = chosenFrom(items);
+    if (!item)
+        return {State::NoItem, {}};
+    return {State::Found, textOf(item)};
+}
+
+SecretServiceStore::Saved SecretServiceStore::set(const QString &account, const QString &secret,
+                                                  GCancellable *cancellable) {
+    switch (connect(Start::IfNeeded, cancellable)) {
+    case State::Found:
+        break;
+    case State::NoService:
+        return Saved::NoService;
+    default:
+        return Saved::Failed;
+    }
+    GErrorHolder error;
+    const ItemsPointer items = connection_->search(account, SECRET_SEARCH_ALL, cancellable, error);
+    if (error.get())
+        return Saved::Failed;
+
+    QByteArray text = secret.toUtf8();
+    const SecretValuePointer value(secret_value_new(text.constData(), text.size(), "text/plain"));
+    explicit_bzero(text.data(), static_cast<std::size_t>(text.size()));
+
+    SecretService *service = connection_->service.get();
+    SecretItem *item = chosenFrom(items);
+    if (!item) {
+        const AttributesPointer attributes = attributesOf(account);
+        Prompting prompting(cancellable);
+        // Makes or unlocks the default collection by itself.
+        secret_service_store(service, &schema, attributes.get(), SECRET_COLLECTION_DEFAULT,
+                             "Corvid API key", value.get(), prompting.cancellable(),
+                             Prompting::callback, &prompting);
+        GAsyncResult *result = prompting.wait();
+        return result && secret_service_store_finish(service, result, error.out()) ? Saved::Yes
+                                                                                   : Saved::Failed;
+    }
+    if (secret_item_get_locked(item)) {
+        GList only = {item, nullptr, nullptr};
+        Prompting prompting(cancellable);
+        secret_service_unlock(service, &only, prompting.cancellable(), Prompting::callback,
+                              &prompting);
+        GAsyncResult *result = prompting.wait();
+        if (!result || secret_service_unlock_finish(service, result, nullptr, error.out()) < 1)
+            return Saved::Failed;
+    }
+    return secret_item_set_secret_sync(item, value.get(), cancellable, error.out()) ? Saved::Yes
+                                                                                    : Saved::Failed;
+}
+
+} // namespace corvid

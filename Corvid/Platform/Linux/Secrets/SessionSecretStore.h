@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Platform/SecretStore.h"
+
+#include <QHash>
+#include <QObject>
+
+#include <chrono>
+#include <memory>
+#include <thread>
+
+namespace corvid {
+
+/**
+ * Keeps secrets in the desktop's Secret Service; as long as there is none, in a file store of our
+ * own. A secret that only the file store has is read from there until the service has one of its
+ * own; a secret saved to the service leaves the file store.
+ *
+ * The main thread answers from its memory alone: everything that blocks is a thread's, which
+ * sleeps until the service reports a change. A service that does not answer in time changes
+ * nothing about what it said before, and is asked again when somebody wants to know.
+ *
+ * Destroying it completes what is being saved, but waits no longer than a moment for it.
+ */
+class SessionSecretStore final : public SecretStore {
+public:
+    /** How long a look into the service may take. */
+    static constexpr std::chrono::milliseconds defaultDeadline = std::chrono::seconds(5);
+
+    explicit SessionSecretStore(std::chrono::milliseconds deadline = defaultDeadline);
+    ~SessionSecretStore() override;
+
+    std::optional<QString> get(const QString &account) const override;
+    void set(const QString &account, const QString &secret) override;
+
+private:
+    class Worker;
+    struct Report;
+
+    struct Known {
+        std::optional<QString> secret;
+        bool beingAsked = false;
+        bool answered = false; ///< the last question was
+        int pendingSaves = 0;  ///< until they are through, what the stores say is outdated
+    };
+
+    void install(const Report &report);
+
+    mutable QHash<QString, Known> known_;
+    QObject receiver_; ///< what the thread says is addressed to it
+    std::unique_ptr<Worker> worker_;
+    std::jthread thread_;
+};
+
+} // namespace corvid

@@ -1,0 +1,166 @@
+#include "Platform/Linux/X11/X11PanelSurface.h"
+
+#include "Platform/Linux/X11/Struts.h"
+#include "Platform/Linux/X11/X11Properties.h"
+
+#include <QGuiApplication>
+#include <QPainterPath>
+#include <QRegion>
+#include <QScreen>
+#include <QWindow>
+
+#include <private/qtx11extras_p.h>
+#include <qpa/qwindowsysteminterface.h>
+
+#include <algorithm>
+
+namespace corvid {
+
+namespace {
+
+constexpr std::uint32_t longestList = 65536; // 32-bit units
+
+QRect nativeGeometry(const QScreen &screen) {
+    // Where a screen lies on the desktop is not scaled, only what is on it.
+    return {screen.geometry().topLeft(),
+            (QSizeF(screen.geometry().size()) * screen.devicePixelRatio()).toSize()};
+}
+
+QRect scaledDown(const QRect &native, const QScreen &screen) {
+    const QPointF origin = screen.geometry().topLeft();
+    const qreal ratio = screen.devicePixelRatio();
+    return QRectF((QPointF(native.topLeft()) - origin) / ratio + origin,
+                  QSizeF(native.size()) / ratio)
+        .toRect();
+}
+
+} // namespace
+
+X11PanelSurface::X11PanelSurface(xcb_connection_t *connection)
+    : connection_(connection), root_(static_cast<std::uint32_t>(QX11Info::appRootWindow())) {
+    // Compositing managers own the selection of their screen as long as they run.
+    const QByteArray compositor = "_NET_WM_CM_S" + QByteArray::number(QX11Info::appScreen());
+    x11::intern(connection_, {
+                                 {&atoms_.startupId, "_NET_STARTUP_ID"},
+                                 {&atoms_.utf8, "UTF8_STRING"},
+                                 {&atoms_.state, "_NET_WM_STATE"},
+                                 {&atoms_.skipTaskbar, "_NET_WM_STATE_SKIP_TASKBAR"},
+                                 {&atoms_.skipPager, "_NET_WM_STATE_SKIP_PAGER"},
+                                 {&atoms_.above, "_NET_WM_STATE_ABOVE"},
+                                 {&atoms_.sticky, "_NET_WM_STATE_STICKY"},
+                                 {&atoms_.desktop, "_NET_WM_DESKTOP"},
+                                 {&atoms_.blurRegion, "_KDE_NET_WM_BLUR_BEHIND_REGION"},
+                                 {&atoms_.clientList, "_NET_CLIENT_LIST"},
+                                 {&atoms_.strutPartial, "_NET_WM_STRUT_PARTIAL"},
+                                 {&atoms_.compositor, compositor.constData()},
+                             });
+}
+
+PanelSurface::Behind X11PanelSurface::behind() const {
+    const auto owner = xcb_get_selection_owner(connection_, atoms_.compositor);
+    // A compositor that blurs says so by having this property on the root window.
+    const auto blur =
+        xcb_get_property(connection_, 0, root_, atoms_.blurRegion, XCB_GET_PROPERTY_TYPE_ANY, 0, 0);
+    const x11::Reply<xcb_get_selection_owner_reply_t> owned(
+        xcb_get_selection_owner_reply(connection_, owner, nullptr));
+    const x11::Reply<xcb_get_property_reply_t> blurred(
+        xcb_get_property_reply(connection_, blur, nullptr));
+    if (!owned || owned->owner == XCB_NONE)
+        return Behind::Nothing;
+    return blurred && blurred->type != XCB_ATOM_NONE ? Behind::BlurredDesktop : Behind::Desktop;
+}
+
+QRect X11PanelSurface::visibleFrame(const QScreen &screen) const {
+    // The window manager tells one work area for the whole desktop. With several screens it
+    // means nothing to a single one, and Qt leaves it aside.
+    if (screen.virtualSiblings().size() < 2)
+        return screen.availableGeometry();
+    const std::vector<std::uint32_t> windows =
+        x11::numbers(connection_, xcb_get_property(connection_, 0, root_, atoms_.clientList,
+                                                   XCB_ATOM_WINDOW, 0, longestList));
+    std::vector<xcb_get_property_cookie_t> cookies;
+    cookies.reserve(windows.size());
+    for (const std::uint32_t window : windows)
+        cookies.push_back(xcb_get_property(connection_, 0, window, atoms_.strutPartial,
+                                           XCB_ATOM_CARDINAL, 0, std::tuple_size_v<Strut>));
+    std::vector<Strut> struts;
+    for (const xcb_get_property_cookie_t cookie : cookies) {
+        const std::vector<std::uint32_t> values = x11::numbers(connection_, cookie);
+        if (values.size() == std::tuple_size_v<Strut>)
+            std::copy(values.begin(), values.end(), struts.emplace_back().begin());
+    }
+    QRect desktop;
+    const QList<QScreen *> screens = screen.virtualSiblings();
+    for (const QScreen *sibling : screens)
+        desktop |= nativeGeometry(*sibling);
+    return scaledDown(
+        withoutStruts(nativeGeometry(screen), {desktop.right() + 1, desktop.bottom() + 1}, struts),
+        screen);
+}
+
+void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) {
+    // Window managers give the keyboard only to whom the user turned last. The press of the hot
+    // key came over another connection, so Qt does not know of it.
+    QX11Info::setAppTime(time ? time : QX11Info::getTimestamp());
+    // While a window is shown its state is the window manager's, who forgets it when it hides.
+    if (panel.isVisible())
+        return;
+    // Qt tells that the keyboard was lost a tenth of a second late. A window that is shown again
+    // before then counts as having had it all the time, and would not be told that it has it.
+    if (QGuiApplication::focusWindow() == &panel) {
+        untold_ = static_cast<std::uint32_t>(panel.winId());
+        QCoreApplication::instance()->installNativeEventFilter(this);
+    }
+    constexpr std::uint32_t everyDesktop = 0xFFFFFFFF;
+    const auto window = static_cast<xcb_window_t>(panel.winId());
+    x11::setNumbers(connection_, window, atoms_.state, XCB_ATOM_ATOM,
+                    {atoms_.skipTaskbar, atoms_.skipPager, atoms_.above, atoms_.sticky});
+    x11::setNumbers(connection_, window, atoms_.desktop, XCB_ATOM_CARDINAL, {everyDesktop});
+    if (startupId_.isEmpty())
+        xcb_delete_property(connection_, window, atoms_.startupId);
+    else
+        xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, atoms_.startupId,
+                            atoms_.utf8, 8, static_cast<std::uint32_t>(startupId_.size()),
+                            startupId_.constData());
+    askForBlur(panel, cornerRadius);
+}
+
+// The wish may have come over the bus, of which Qt knows no time.
+void X11PanelSurface::claimKeyboard(QWindow & /*window*/) {
+    QX11Info::setAppTime(QX11Info::getTimestamp());
+}
+
+bool X11PanelSurface::hasKeyboard(const QWindow &panel) const {
+    const x11::Reply<xcb_get_input_focus_reply_t> focus(
+        xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+    return focus && focus->focus == static_cast<xcb_window_t>(panel.winId());
+}
+
+bool X11PanelSurface::nativeEventFilter(const QByteArray & /*type*/, void *message,
+                                        qintptr * /*result*/) {
+    const auto *event = static_cast<const xcb_focus_in_event_t *>(message);
+    if ((event->response_type & 0x7F) == XCB_FOCUS_IN && event->event == untold_ &&
+        event->detail != XCB_NOTIFY_DETAIL_POINTER) {
+        QCoreApplication::instance()->removeNativeEventFilter(this);
+        // Queued; what Qt makes of the event itself comes after it.
+        QWindowSystemInterface::handleWindowActivated(nullptr);
+    }
+    return false;
+}
+
+void X11PanelSurface::askForBlur(const QWindow &panel, qreal cornerRadius) const {
+    const qreal ratio = panel.devicePixelRatio();
+    QPainterPath card;
+    card.addRoundedRect(QRectF(QPointF(), QSizeF(panel.size()) * ratio), cornerRadius * ratio,
+                        cornerRadius * ratio);
+    std::vector<std::uint32_t> rectangles;
+    for (const QRect &rectangle : QRegion(card.toFillPolygon().toPolygon())) {
+        for (const int number :
+             {rectangle.x(), rectangle.y(), rectangle.width(), rectangle.height()})
+            rectangles.push_back(static_cast<std::uint32_t>(number));
+    }
+    x11::setNumbers(connection_, static_cast<xcb_window_t>(panel.winId()), atoms_.blurRegion,
+                    XCB_ATOM_CARDINAL, rectangles);
+}
+
+} // namespace corvid

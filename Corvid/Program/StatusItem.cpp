@@ -1,0 +1,69 @@
+#include "Program/StatusItem.h"
+
+#include "Panel/Symbol.h"
+#include "Platform/TrayWatch.h"
+
+#include <QPainter>
+#include <QPixmap>
+#include <QPointer>
+#include <QTimer>
+
+#include <chrono>
+#include <utility>
+
+namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+// The tray costs some ten milliseconds, and nobody waits for it: the first picture of the panel
+// goes before.
+constexpr auto afterFirstPaint = 300ms;
+
+constexpr int sizes[]{16, 22, 24, 32, 48, 64};
+
+} // namespace
+
+QIcon statusIcon() {
+    QIcon icon;
+    for (const int size : sizes)
+        icon.addPixmap(symbolPixmap(u"diamond"_s, size));
+    return icon;
+}
+
+StatusItem::StatusItem(TrayWatch &tray, Actions actions) : actions_(std::move(actions)) {
+    QTimer::singleShot(afterFirstPaint, this, [this, &tray] {
+        tray.await([self = QPointer(this)] {
+            if (self)
+                self->install();
+        });
+    });
+}
+
+void StatusItem::install() {
+    menu_.emplace();
+    menu_->addAction(u"Show Corvid"_s, this, [this] { actions_.show(); });
+    menu_->addSeparator();
+    QAction *settings = menu_->addAction(u"Settings…"_s, this, [this] { actions_.openSettings(); });
+    settings->setShortcut(Qt::CTRL | Qt::Key_Comma);
+    menu_->addSeparator();
+    QAction *quit = menu_->addAction(u"Quit Corvid"_s, this, [this] { actions_.quit(); });
+    quit->setShortcut(Qt::CTRL | Qt::Key_Q);
+    // Menus that pop up leave them out unless they are told.
+    settings->setShortcutVisibleInContextMenu(true);
+    quit->setShortcutVisibleInContextMenu(true);
+
+    icon_.emplace(statusIcon());
+    icon_->setToolTip(u"Corvid"_s);
+    icon_->setContextMenu(&*menu_);
+    connect(&*icon_, &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                if (reason == QSystemTrayIcon::Trigger)
+                    actions_.show();
+            });
+    icon_->show();
+}
+
+} // namespace corvid

@@ -1,0 +1,166 @@
+#include "Search/Calculator.h"
+
+#include <QLatin1StringView>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <string>
+#include <string_view>
+
+namespace corvid {
+
+namespace {
+
+// The expression in plain ASCII; absent as soon as a character shows that it is none.
+std::optional<std::string> normalised(QStringView query) {
+    std::string text;
+    bool hasDigit = false;
+    bool hasOperator = false;
+    for (const QChar character : query) {
+        char16_t unit = character.unicode();
+        if (unit == u',')
+            continue;
+        if (unit == u'×')
+            unit = u'*';
+        else if (unit == u'÷')
+            unit = u'/';
+        if (unit >= u'0' && unit <= u'9')
+            hasDigit = true;
+        else if (unit == u'+' || unit == u'-' || unit == u'*' || unit == u'/')
+            hasOperator = true;
+        else if (unit != u'.' && unit != u'(' && unit != u')' && unit != u' ')
+            return std::nullopt;
+        text.push_back(static_cast<char>(unit));
+    }
+    if (!hasDigit || !hasOperator)
+        return std::nullopt;
+    return text;
+}
+
+/**
+ * Recursive descent over
+ *   sum     = product { ("+" | "-") product }
+ *   product = factor { ("*" | "/") factor }
+ *   factor  = { "-" } (number | "(" sum ")")
+ * Only parentheses recurse, and only so deep: the text comes from a keyboard or a clipboard and
+ * must not exhaust the stack.
+ */
+class Parser {
+public:
+    explicit Parser(std::string_view text) : rest_(text) {}
+
+    std::optional<double> parse() {
+        const std::optional<double> value = sum();
+        skipSpaces();
+        if (!rest_.empty())
+            return std::nullopt;
+        return value;
+    }
+
+private:
+    std::optional<double> sum() {
+        std::optional<double> value = product();
+        while (value) {
+            const bool minus = take('-');
+            if (!minus && !take('+'))
+                break;
+            const std::optional<double> right = product();
+            if (!right)
+                return std::nullopt;
+            value = minus ? *value - *right : *value + *right;
+        }
+        return value;
+    }
+
+    std::optional<double> product() {
+        std::optional<double> value = factor();
+        while (value) {
+            const bool divide = take('/');
+            if (!divide && !take('*'))
+                break;
+            const std::optional<double> right = factor();
+            if (!right)
+                return std::nullopt;
+            value = divide ? *value / *right : *value * *right;
+        }
+        return value;
+    }
+
+    std::optional<double> factor() {
+        bool negative = false;
+        while (take('-'))
+            negative = !negative;
+        const std::optional<double> value = take('(') ? parenthesised() : number();
+        if (value && negative)
+            return -*value;
+        return value;
+    }
+
+    std::optional<double> parenthesised() {
+        constexpr int deepest = 200;
+        if (depth_ == deepest)
+            return std::nullopt;
+        ++depth_;
+        const std::optional<double> value = sum();
+        --depth_;
+        if (!value || !take(')'))
+            return std::nullopt;
+        return value;
+    }
+
+    std::optional<double> number() {
+        skipSpaces();
+        const std::size_t end = std::min(rest_.find_first_not_of("0123456789."), rest_.size());
+        const char *const last = rest_.data() + end;
+        double value = 0;
+        const auto [stop, error] =
+            std::from_chars(rest_.data(), last, value, std::chars_format::fixed);
+        // A second point stops the conversion early; too many digits are out of range.
+        if (error != std::errc() || stop != last)
+            return std::nullopt;
+        rest_.remove_prefix(end);
+        return value;
+    }
+
+    bool take(char token) {
+        skipSpaces();
+        if (!rest_.starts_with(token))
+            return false;
+        rest_.remove_prefix(1);
+        return true;
+    }
+
+    void skipSpaces() { rest_.remove_prefix(std::min(rest_.find_first_not_of(' '), rest_.size())); }
+
+    std::string_view rest_;
+    int depth_ = 0;
+};
+
+// The shortest text that reads back as the same double. It has no superfluous zeros to trim.
+QString formatted(double value) {
+    constexpr double firstNotShownAsInteger = 1e15;
+    std::array<char, 32> text{};
+    char *const begin = text.data();
+    char *const end = begin + text.size();
+    const bool integral = value == std::round(value) && std::abs(value) < firstNotShownAsInteger;
+    const std::to_chars_result result = integral
+                                            ? std::to_chars(begin, end, static_cast<qint64>(value))
+                                            : std::to_chars(begin, end, value);
+    return QLatin1StringView(begin, result.ptr);
+}
+
+} // namespace
+
+std::optional<QString> evalMath(QStringView trimmedQuery) {
+    const std::optional<std::string> text = normalised(trimmedQuery);
+    if (!text)
+        return std::nullopt;
+    const std::optional<double> value = Parser(*text).parse();
+    if (!value || !std::isfinite(*value))
+        return std::nullopt;
+    return formatted(*value);
+}
+
+} // namespace corvid

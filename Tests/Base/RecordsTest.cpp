@@ -1,0 +1,70 @@
+#include "Catalog/JsonCache.h"
+
+#include <gtest/gtest.h>
+
+using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const AppEntry editor{u"Editor"_s,        u"com.example.editor"_s,
+                      u"/a/Editor.app"_s, {u"code-editor"_s},
+                      {u"ed"_s},          u"public.app-category.developer-tools"_s};
+const ProjectEntry web{u"web"_s, u"/home/x/Code/web"_s, {u"git"_s, u"js"_s}};
+
+} // namespace
+
+TEST(Records, usageKeyOfAnApplicationIsBundleIdBarPath) {
+    EXPECT_EQ(usageKey(editor), u"com.example.editor|/a/Editor.app");
+}
+
+TEST(Records, usageKeyOfAProjectIsItsPath) {
+    EXPECT_EQ(usageKey(web), u"/home/x/Code/web");
+}
+
+TEST(Records, codingKeysAreTheFieldNames) {
+    EXPECT_EQ(toJson(editor).keys(), (QStringList{u"aliases"_s, u"bundleID"_s, u"category"_s,
+                                                  u"name"_s, u"path"_s, u"roles"_s}));
+    EXPECT_EQ(toJson(web).keys(), (QStringList{u"name"_s, u"path"_s, u"stack"_s}));
+}
+
+TEST(Records, recordsSurviveCoding) {
+    EXPECT_EQ(decodeRecords<AppEntry>(encodeRecords<AppEntry>({editor})),
+              std::vector<AppEntry>{editor});
+    EXPECT_EQ(decodeRecords<ProjectEntry>(encodeRecords<ProjectEntry>({web})),
+              std::vector<ProjectEntry>{web});
+}
+
+TEST(Records, everyKeyOfAnApplicationIsRequired) {
+    const QStringList keys = toJson(editor).keys();
+    for (const QString &key : keys) {
+        QJsonObject object = toJson(editor);
+        object.remove(key);
+        EXPECT_FALSE(fromJson<AppEntry>(object)) << qPrintable(key);
+        object[key] = 7;
+        EXPECT_FALSE(fromJson<AppEntry>(object)) << qPrintable(key);
+    }
+}
+
+TEST(Records, everyKeyOfAProjectIsRequired) {
+    const QStringList keys = toJson(web).keys();
+    for (const QString &key : keys) {
+        QJsonObject object = toJson(web);
+        object.remove(key);
+        EXPECT_FALSE(fromJson<ProjectEntry>(object)) << qPrintable(key);
+        object[key] = QJsonArray{7};
+        EXPECT_FALSE(fromJson<ProjectEntry>(object)) << qPrintable(key);
+    }
+}
+
+TEST(Records, oneRecordThatIsNotWholeMakesTheWholeListUnreadable) {
+    QJsonObject damaged = toJson(web);
+    damaged.remove(u"stack"_s);
+    const QByteArray json = QJsonDocument(QJsonArray{toJson(web), damaged}).toJson();
+    EXPECT_TRUE(decodeRecords<ProjectEntry>(json).empty());
+}
+
+TEST(Records, bytesThatAreNoJsonArrayDecodeToNothing) {
+    for (const char *bytes : {"", "{}", "[", "null", "[1]", "\xff\xfe", "[{}]"})
+        EXPECT_TRUE(decodeRecords<AppEntry>(bytes).empty()) << bytes;
+}

@@ -1,0 +1,222 @@
+#include "Catalog/DesktopEntryMapping.h"
+
+#include <gtest/gtest.h>
+
+using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+DesktopEntry editor() {
+    return {u"org.example.Editor"_s, u"/usr/share/applications/org.example.Editor.desktop"_s,
+            u"Schreiber"_s,          u"Writer"_s,
+            u"Texteditor"_s,         u"/usr/bin/writer %F"_s,
+            {u"Utility"_s}};
+}
+
+RoleCatalog catalogKnowing(const QString &id, const RoleCatalog::AppMeta &meta) {
+    RoleCatalog::Taxonomy taxonomy;
+    taxonomy.apps.insert(id, meta);
+    return RoleCatalog(taxonomy);
+}
+
+const RoleCatalog knowsNothing{{}};
+
+QStringList list(const char *categories) {
+    return QString::fromLatin1(categories).split(u';', Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+TEST(DesktopEntryMapping, idPathAndNameAreTheEntrys) {
+    const AppEntry app = appEntry(editor(), knowsNothing);
+    EXPECT_EQ(app.bundleID, u"org.example.Editor");
+    EXPECT_EQ(app.path, u"/usr/share/applications/org.example.Editor.desktop");
+    EXPECT_EQ(app.name, u"Schreiber");
+}
+
+TEST(DesktopEntryMapping, aliasesAreTheCatalogsThenGenericNameUnlocalisedNameAndProgram) {
+    const auto catalog = catalogKnowing(u"org.example.Editor"_s, {{}, {u"we"_s, u"wr"_s}});
+    DesktopEntry entry = editor();
+    entry.exec = u"env X=1 /usr/bin/exwriter"_s;
+    EXPECT_EQ(appEntry(entry, catalog).aliases,
+              (QStringList{u"we"_s, u"wr"_s, u"Texteditor"_s, u"Writer"_s, u"exwriter"_s}));
+}
+
+TEST(DesktopEntryMapping, aliasesRepeatNeitherTheNameNorEachOtherLetterCaseAside) {
+    EXPECT_EQ(appEntry(editor(), knowsNothing).aliases, (QStringList{u"Texteditor"_s, u"Writer"_s}))
+        << "the program writer repeats the unlocalised name Writer";
+    const auto catalog =
+        catalogKnowing(u"org.example.Editor"_s, {{}, {u"SCHREIBER"_s, u"ed"_s, u"Ed"_s}});
+    DesktopEntry entry = editor();
+    entry.genericName = u"schreiber"_s;
+    entry.unlocalizedName = u"Schreiber"_s;
+    entry.exec = u"ED"_s;
+    EXPECT_EQ(appEntry(entry, catalog).aliases, QStringList{u"ed"_s});
+}
+
+TEST(DesktopEntryMapping, composedAndDecomposedSpellingsAreRepeats) {
+    DesktopEntry entry = editor();
+    entry.name = u"Café"_s;
+    entry.genericName = u"CAFE\u0301"_s;
+    EXPECT_FALSE(appEntry(entry, knowsNothing).aliases.contains(entry.genericName));
+}
+
+TEST(DesktopEntryMapping, whatIsEmptyIsNoAlias) {
+    DesktopEntry entry = editor();
+    entry.genericName.clear();
+    entry.unlocalizedName.clear();
+    entry.exec.clear();
+    EXPECT_EQ(appEntry(entry, catalogKnowing(entry.id, {{}, {u""_s}})).aliases, QStringList());
+}
+
+TEST(DesktopEntryMapping, rolesAreTheCatalogsThenTheCategorysThenThoseOfSingleCategories) {
+    DesktopEntry entry = editor();
+    entry.categories = list("Development;IDE;Debugger");
+    EXPECT_EQ(appEntry(entry, catalogKnowing(entry.id, {{u"notes"_s, u"debugger"_s}, {}})).roles,
+              (QStringList{u"notes"_s, u"debugger"_s, u"developer-tool"_s, u"code-editor"_s}));
+    EXPECT_EQ(appEntry(entry, knowsNothing).roles,
+              (QStringList{u"developer-tool"_s, u"code-editor"_s, u"debugger"_s}));
+}
+
+TEST(DesktopEntryMapping, rolesAreNotRepeated) {
+    DesktopEntry entry = editor();
+    entry.categories = list("Network;Chat;InstantMessaging");
+    EXPECT_EQ(appEntry(entry, knowsNothing).roles, QStringList{u"chat"_s});
+}
+
+TEST(DesktopEntryMapping, theCatalogIsAskedForTheIdOnly) {
+    for (const QString &id : {u"Schreiber"_s, u"org.example.editor"_s, u"writer"_s})
+        EXPECT_EQ(appEntry(editor(), catalogKnowing(id, {{u"notes"_s}, {u"alias"_s}})).roles,
+                  QStringList{u"utility"_s});
+}
+
+TEST(DesktopEntryMapping, anEntryWithoutCategoriesHasNeitherCategoryNorRoles) {
+    DesktopEntry entry = editor();
+    entry.categories.clear();
+    EXPECT_EQ(appEntry(entry, knowsNothing).category, QString());
+    EXPECT_EQ(appEntry(entry, knowsNothing).roles, QStringList());
+}
+
+TEST(DesktopEntryMapping, everyCategoryHasItsCounterpart) {
+    const std::pair<const char *, const char *> rows[] = {
+        {"Photography", "photography"},
+        {"Finance", "finance"},
+        {"InstantMessaging", "social-networking"},
+        {"Chat", "social-networking"},
+        {"IRCClient", "social-networking"},
+        {"Telephony", "social-networking"},
+        {"VideoConference", "social-networking"},
+        {"Email", "productivity"},
+        {"Calendar", "productivity"},
+        {"ContactManagement", "productivity"},
+        {"ProjectManagement", "productivity"},
+        {"WebBrowser", "productivity"},
+        {"News", "news"},
+        {"Feed", "news"},
+        {"Development", "developer-tools"},
+        {"MedicalSoftware", "medical"},
+        {"Dictionary", "reference"},
+        {"Maps", "travel"},
+        {"Game", "games"},
+        {"Education", "education"},
+        {"Science", "education"},
+        {"Video", "video"},
+        {"Audio", "music"},
+        {"AudioVideo", "music"},
+        {"Office", "business"},
+        {"Graphics", "graphics-design"},
+        {"Network", "utilities"},
+        {"System", "utilities"},
+        {"Settings", "utilities"},
+        {"Utility", "utilities"},
+    };
+    for (const auto &[category, expected] : rows) {
+        const QString found = appCategory({QLatin1StringView(category)});
+        EXPECT_EQ(found, "public.app-category."_L1 + QLatin1StringView(expected)) << category;
+        EXPECT_TRUE(knowsNothing.categoryMap.contains(found)) << category;
+    }
+    for (const char *category : {"", "GTK", "X-Tool", "utility", "Qt"})
+        EXPECT_EQ(appCategory({QLatin1StringView(category)}), QString()) << category;
+}
+
+TEST(DesktopEntryMapping, theMostTellingCategoryCounts) {
+    const std::pair<const char *, const char *> rows[] = {
+        {"Utility;TextEditor;Development;IDE", "developer-tools"},
+        {"Network;InstantMessaging", "social-networking"},
+        {"Office;Finance", "finance"},
+        {"GNOME;GTK;AudioVideo;Audio;Player", "music"},
+        {"AudioVideo;Audio;Video;Player", "video"},
+        {"Graphics;Photography", "photography"},
+        {"Office;FlowChart;Graphics;2DGraphics", "business"},
+        {"System;Network;Office", "business"},
+        {"Network;Email;News", "productivity"},
+        {"Science;Graphics", "education"},
+    };
+    for (const auto &[categories, expected] : rows)
+        EXPECT_EQ(appCategory(list(categories)),
+                  "public.app-category."_L1 + QLatin1StringView(expected))
+            << categories;
+}
+
+TEST(DesktopEntryMapping, singleCategoriesTellRoles) {
+    const std::pair<const char *, const char *> rows[] = {
+        {"IDE", "code-editor"},
+        {"TextEditor", "code-editor"},
+        {"IDE;TextEditor", "code-editor"},
+        {"WebBrowser", "browser"},
+        {"TerminalEmulator", "terminal"},
+        {"FileManager", "file-manager"},
+        {"RevisionControl", "git-client"},
+        {"Database", "database-client"},
+        {"Debugger", "debugger"},
+        {"Profiling", "profiler"},
+        {"Email", "mail"},
+        {"Chat", "chat"},
+        {"InstantMessaging", "chat"},
+        {"IRCClient", "chat"},
+        {"VideoConference", "chat"},
+        {"News", "news"},
+        {"Feed", "news"},
+        {"Calendar", "calendar"},
+        {"WordProcessor", "word-processor"},
+        {"Spreadsheet", "spreadsheet"},
+        {"Presentation", "presentation"},
+        {"Dictionary", "dictionary"},
+        {"Maps", "maps"},
+        {"Calculator", "calculator"},
+        {"Archiving", "archive"},
+        {"Compression", "archive"},
+        {"PackageManager", "package-manager"},
+        {"Monitor", "system-monitor"},
+        {"Filesystem", "disk-tool"},
+        {"Settings", "settings"},
+        {"RemoteAccess", "remote-desktop"},
+        {"P2P", "torrent"},
+        {"FileTransfer", "ftp-client"},
+        {"FileTransfer;P2P", "torrent"},
+        {"Emulator", "emulator"},
+        {"Viewer", ""},
+        {"Office;Viewer", "pdf-reader"},
+        {"Graphics;Viewer", "image-viewer"},
+        {"Office;Graphics;Viewer", "pdf-reader"},
+        {"VectorGraphics", "vector-editor"},
+        {"RasterGraphics", "image-editor"},
+        {"3DGraphics", "3d-modeling"},
+        {"VectorGraphics;RasterGraphics;3DGraphics;Viewer", ""},
+        {"Engineering", ""},
+        {"Graphics;Engineering", "cad"},
+        {"Player", "video-player"},
+        {"Player;Audio", "music"},
+        {"Player;Audio;Video", "video-player;music"},
+        {"Player;Video", "video-player"},
+        {"AudioVideoEditing", "video-editor"},
+        {"AudioVideoEditing;Audio", "audio-editor"},
+        {"AudioVideoEditing;Audio;Video", "video-editor;audio-editor"},
+        {"AudioVideoEditing;Video", "video-editor"},
+        {"Audio;Video;Office;Graphics;GTK;ide", ""},
+        {"Email;WebBrowser", "browser;mail"},
+    };
+    for (const auto &[categories, roles] : rows)
+        EXPECT_EQ(rolesOfCategories(list(categories)), list(roles)) << categories;
+}

@@ -1,0 +1,106 @@
+#include "Catalog/ProgramName.h"
+
+#include <gtest/gtest.h>
+
+using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct Row {
+    const char *exec;
+    const char *program; ///< null for none
+};
+
+void PrintTo(const Row &row, std::ostream *out) {
+    *out << row.exec;
+}
+
+class ProgramName : public testing::TestWithParam<Row> {};
+
+} // namespace
+
+TEST_P(ProgramName, isTheFileNameBehindTheWrappers) {
+    const std::optional<QString> program = programName(QString::fromUtf8(GetParam().exec));
+    if (GetParam().program)
+        EXPECT_EQ(program, QString::fromUtf8(GetParam().program));
+    else
+        EXPECT_EQ(program, std::nullopt) << qPrintable(*program);
+}
+
+INSTANTIATE_TEST_SUITE_P(Plain, ProgramName,
+                         testing::Values(Row{"firefox", "firefox"}, Row{"firefox %u", "firefox"},
+                                         Row{"/usr/bin/gnome-calculator", "gnome-calculator"},
+                                         Row{"/usr/share/code/code --unity-launch %F", "code"},
+                                         Row{"  spaced   --x ", "spaced"},
+                                         Row{"%f editor", "editor"}, Row{"tool-100%%", "tool-100%"},
+                                         Row{"LANG=C tool", "tool"}, Row{"prüfen", "prüfen"}));
+
+INSTANTIATE_TEST_SUITE_P(Quoting, ProgramName,
+                         testing::Values(Row{R"("/opt/My Tools/tool" %f)", "tool"},
+                                         Row{R"("tool")", "tool"}, Row{R"('tool' x)", "tool"},
+                                         Row{R"("/opt/a\"b/tool")", "tool"},
+                                         Row{R"("/opt/back\\slash/tool")", "tool"},
+                                         Row{R"(/opt/My\ Tools/run)", "run"},
+                                         Row{R"("my tool")", "my tool"}, Row{R"("tool)", nullptr},
+                                         Row{"it's", nullptr}));
+
+INSTANTIATE_TEST_SUITE_P(NothingToRun, ProgramName,
+                         testing::Values(Row{"", nullptr}, Row{"   ", nullptr}, Row{"%f", nullptr},
+                                         Row{"A=b", nullptr}, Row{"/usr/bin/", nullptr},
+                                         Row{"\"\"", nullptr}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Wrappers, ProgramName,
+    testing::Values(
+        Row{"env tool", "tool"}, Row{"/usr/bin/env -i A=b B=\"c d\" tool %U", "tool"},
+        Row{"env -u GTK_THEME --chdir=/tmp -C /x tool", "tool"}, Row{"env -- tool", "tool"},
+        Row{"env BAMF_DESKTOP_FILE_HINT=/var/lib/snapd/desktop/applications/code_code.desktop "
+            "/snap/bin/code --force-user-env %F",
+            "code"},
+        Row{"snap run code", "code"}, Row{"snap run --shell lxd.lxc %u", "lxd.lxc"},
+        Row{"snap", "snap"},
+        Row{"/usr/bin/flatpak run --branch=stable --arch=x86_64 --command=gimp-2.10 "
+            "--file-forwarding org.gimp.GIMP @@u %U @@",
+            "gimp-2.10"},
+        Row{"flatpak run --command=/app/bin/run.sh org.example.App", "run.sh"},
+        Row{"flatpak run org.example.App", nullptr}, Row{"pkexec synaptic", "synaptic"},
+        Row{"pkexec --user root gparted", "gparted"}, Row{"sudo -u nobody A=b tool", "tool"},
+        Row{"gksu -u root tool", "tool"}, Row{"nice tool", "tool"}, Row{"nice -n 10 tool", "tool"},
+        Row{"nice -10 tool", "tool"}, Row{"nice --adjustment=5 tool", "tool"},
+        Row{"ionice -c 3 tool", "tool"}, Row{"nohup tool", "tool"}, Row{"setsid -f tool", "tool"},
+        Row{"systemd-run --user --scope -p CPUQuota=50% tool", "tool"},
+        Row{"dbus-run-session -- tool", "tool"}, Row{"gtk-launch tool", "tool"},
+        Row{"timeout -k 5 10 tool", "tool"}, Row{"taskset 0x1 tool", "tool"},
+        Row{"switcherooctl launch tool", "tool"}, Row{"wine /opt/Tool.exe", "Tool.exe"},
+        Row{"env nice -n 5 nohup sh -c \"exec /opt/x/tool\"", "tool"}));
+
+INSTANTIATE_TEST_SUITE_P(Interpreters, ProgramName,
+                         testing::Values(Row{"python3 /usr/share/foo/foo.py %f", "foo.py"},
+                                         Row{"/usr/bin/python3 -m module", "module"},
+                                         Row{"python3.11", "python3.11"},
+                                         Row{"python3 -c \"import x\"", "python3"},
+                                         Row{"switcherooctl launch -g 1 tool", "tool"},
+                                         Row{"perl -w script.pl", "script.pl"},
+                                         Row{"java -Xmx1g -jar /opt/tool.jar", "tool.jar"},
+                                         Row{"java -cp /opt/lib Main", "Main"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Shells, ProgramName,
+    testing::Values(Row{"sh /opt/tool/run.sh", "run.sh"}, Row{"bash", "bash"},
+                    Row{"sh -c tool", "tool"}, Row{"/bin/bash -lc \"tool --x\"", "tool"},
+                    Row{"bash -l -c 'exec tool \"$@\"' bash %F", "tool"},
+                    Row{"sh -c \"A=b C='d e' tool\"", "tool"},
+                    Row{"sh -c \"cd /opt/tool && ./tool\"", "tool"},
+                    Row{"sh -c \"sleep 1; export A=b; tool & other\"", "tool"},
+                    Row{"sh -c \"test -e /x || pkexec tool | cat\"", "tool"},
+                    Row{"sh -c \"sh -c tool\"", "tool"}, Row{"sh -c \"\"", nullptr},
+                    Row{"sh -c \"cd /x\"", nullptr}, Row{"sh -c \"\\$TOOL\"", nullptr},
+                    Row{"sh -c \"`which tool`\"", nullptr},
+                    Row{"sh -c \"if true; then x; fi\"", nullptr}, Row{"sh -c \"it's\"", nullptr}));
+
+TEST(ProgramNameLimits, longAndNestedLinesAreReadInOneGo) {
+    EXPECT_EQ(programName(u"env "_s.repeated(20'000) + u"tool"_s), u"tool"_s);
+    EXPECT_EQ(programName(u"sh -c "_s.repeated(2'000) + u"tool"_s), u"sh"_s)
+        << "the line of the first shell is the word sh alone";
+}

@@ -1,0 +1,274 @@
+#include "Platform/Linux/Launching/GioDesktopEntries.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+
+#include <sys/stat.h>
+
+using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// GIO asks for the desktop's name once in a process.
+[[maybe_unused]] const bool desktopNamed = qputenv("XDG_CURRENT_DESKTOP", "Testbed");
+
+class GioDesktopEntriesTest : public testing::Test {
+protected:
+    GioDesktopEntriesTest() {
+        set("XDG_DATA_HOME", disk_.filePath(u"user"_s));
+        set("XDG_DATA_DIRS", disk_.filePath(u"first"_s) + u':' + disk_.filePath(u"second"_s));
+        set("LANGUAGE", u"de"_s);
+        set("LC_ALL", u"de_DE.UTF-8"_s);
+    }
+    ~GioDesktopEntriesTest() override {
+        for (const auto &[variable, value] : old_) {
+            if (value.isNull())
+                qunsetenv(variable);
+            else
+                qputenv(variable, value);
+        }
+    }
+
+    void set(const char *variable, const QString &value) {
+        old_.try_emplace(variable, qgetenv(variable));
+        qputenv(variable, value.toLocal8Bit());
+    }
+
+    QString path(const QString &file) const { return disk_.filePath(file); }
+
+    void write(const QString &file, const QByteArray &bytes) const {
+        QDir().mkpath(QFileInfo(path(file)).path());
+        QFile out(path(file));
+        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+        ASSERT_EQ(out.write(bytes), bytes.size());
+    }
+
+    void install(const QString &file, const QByteArray &name, const QByteArray &more = {}) const {
+        write(file, "[Desktop Entry]\nType=Application\nName=" + name + "\nExec=true\n" + more);
+    }
+
+    // Entries by id. The machine's own, from Flatpak and Snap, may be among them.
+    static std::map<QString, DesktopEntry> listed() {
+        std::map<QString, DesktopEntry> byId;
+        for (const DesktopEntry &entry : GioDesktopEntries().list())
+            EXPECT_TRUE(byId.emplace(entry.id, entry).second) << qPrintable(entry.id);
+        return byId;
+    }
+
+    QTemporaryDir disk_;
+    std::map<const char *, QByteArray> old_;
+};
+
+} // namespace
+
+TEST_F(GioDesktopEntriesTest, anEntryIsReadAsTheDesktopResolvesIt) {
+    write(u"first/applications/org.example.Editor.desktop"_s,
+          "[Desktop Entry]\nType=Application\nName=Writer\nName[de]=Schreiber\n"
+          "GenericName=Text Editor\nGenericName[de]=Texteditor\nExec=env A=\"b c\" true %F\n"
+          "Categories=Utility;TextEditor;\nKeywords=word;\nStartupWMClass=Writer-Bin\n");
+    EXPECT_EQ(listed().at(u"org.example.Editor"_s),
+              (DesktopEntry{u"org.example.Editor"_s,
+                            path(u"first/applications/org.example.Editor.desktop"_s),
+                            u"Schreiber"_s,
+                            u"Writer"_s,
+                            u"Texteditor"_s,
+                            u"env A=\"b c\" true %F"_s,
+                            {u"Utility"_s, u"TextEditor"_s},
+                            u"Writer-Bin"_s}));
+}
+
+TEST_F(GioDesktopEntriesTest, whatAnEntryLacksIsEmpty) {
+    install(u"first/applications/plain.desktop"_s, "Plain");
+    const DesktopEntry entry = listed().at(u"plain"_s);
+    EXPECT_EQ(entry.genericName, QString());
+    EXPECT_EQ(entry.categories, QStringList());
+    EXPECT_EQ(entry.startupWMClass, QString());
+    EXPECT_EQ(entry.name, u"Plain");
+}
+
+TEST_F(GioDesktopEntriesTest, anEntryThatIsActivatedByTheBusNeedsNoExec) {
+    write(u"first/applications/org.example.Bus.desktop"_s,
+          "[Desktop Entry]\nType=Application\nName=Bus\nDBusActivatable=true\n");
+    EXPECT_EQ(listed().at(u"org.example.Bus"_s).exec, QString());
+}
+
+TEST_F(GioDesktopEntriesTest, anEarlierFolderWins) {
+    install(u"user/applications/a.desktop"_s, "User");
+    install(u"first/applications/a.desktop"_s, "First");
+    install(u"first/applications/b.desktop"_s, "First");
+    install(u"second/applications/b.desktop"_s, "Second");
+    install(u"second/applications/c.desktop"_s, "Second");
+    const auto entries = listed();
+    EXPECT_EQ(entries.at(u"a"_s).name, u"User");
+    EXPECT_EQ(entries.at(u"b"_s).name, u"First");
+    EXPECT_EQ(entries.at(u"c"_s).name, u"Second");
+}
+
+TEST_F(GioDesktopEntriesTest, aHiddenEntryOfTheUserMasksTheSystemsOne) {
+    for (const char *hiding : {"Hidden=true\n", "NoDisplay=true\n"}) {
+        install(u"user/applications/a.desktop"_s, "User", hiding);
+        install(u"first/applications/a.desktop"_s, "First");
+        EXPECT_FALSE(listed().contains(u"a"_s)) << hiding;
+    }
+    write(u"user/applications/a.desktop"_s, "damaged");
+    EXPECT_FALSE(listed().contains(u"a"_s)) << "damaged";
+}
+
+TEST_F(GioDesktopEntriesTest, onlyEntriesThatTheDesktopShowsAreListed) {
+    const std::pair<const char *, bool> rows[] = {
+        {"", true},
+        {"NoDisplay=true\n", false},
+        {"NoDisplay=false\n", true},
+        {"Hidden=true\n", false},
+        {"OnlyShowIn=Testbed;\n", true},
+        {"OnlyShowIn=Other;\n", false},
+        {"NotShowIn=Testbed;\n", false},
+        {"NotShowIn=Other;\n", true},
+        {"TryExec=true\n", true},
+        {"TryExec=no-such-program-anywhere\n", false},
+        {"TryExec=/no/such/program\n", false},
+    };
+    for (const auto &[more, shown] : rows) {
+        install(u"first/applications/a.desktop"_s, "A", more);
+        EXPECT_EQ(listed().contains(u"a"_s), shown) << more;
+    }
+}
+
+TEST_F(GioDesktopEntriesTest, brokenEntriesAreLeftOut) {
+    const std::pair<const char *, QByteArray> rows[] = {
+        {"empty", ""},
+        {"no group", "Name=A\nExec=true\n"},
+        {"no name", "[Desktop Entry]\nType=Application\nExec=true\n"},
+        {"a link", "[Desktop Entry]\nType=Link\nName=A\nURL=http://127.0.0.1/\n"},
+        {"a missing program", "[Desktop Entry]\nType=Application\nName=A\nExec=/no/such/program\n"},
+        {"open quotation", "[Desktop Entry]\nType=Application\nName=A\nExec=\"true\n"},
+        {"zeros", QByteArray(1000, '\0')},
+        {"name that is not UTF-8", "[Desktop Entry]\nType=Application\nName=\xff\xfe\nExec=true\n"},
+    };
+    for (const auto &[what, bytes] : rows) {
+        write(u"first/applications/a.desktop"_s, bytes);
+        EXPECT_FALSE(listed().contains(u"a"_s)) << what;
+    }
+}
+
+TEST_F(GioDesktopEntriesTest, anEntryBeyondOneMebibyteIsLeftOut) {
+    const QByteArray head = "[Desktop Entry]\nType=Application\nName=A\nExec=true\n#";
+    constexpr qsizetype limit = 1024 * 1024;
+    write(u"first/applications/a.desktop"_s, head + QByteArray(limit - head.size(), 'x'));
+    EXPECT_TRUE(listed().contains(u"a"_s));
+    write(u"first/applications/a.desktop"_s, head + QByteArray(limit - head.size() + 1, 'x'));
+    EXPECT_FALSE(listed().contains(u"a"_s));
+}
+
+TEST_F(GioDesktopEntriesTest, whatIsNoFileIsLeftOut) {
+    QDir().mkpath(path(u"first/applications/folder.desktop"_s));
+    const QByteArray pipe = QFile::encodeName(path(u"first/applications/pipe.desktop"_s));
+    ASSERT_EQ(mkfifo(pipe.constData(), 0600), 0);
+    QFile::link(path(u"nowhere"_s), path(u"first/applications/dangling.desktop"_s));
+    const auto entries = listed();
+    for (const QString &id : {u"folder"_s, u"pipe"_s, u"dangling"_s})
+        EXPECT_FALSE(entries.contains(id)) << qPrintable(id);
+}
+
+TEST_F(GioDesktopEntriesTest, otherFilesAreIgnored) {
+    install(u"first/applications/a.desktop.bak"_s, "A");
+    install(u"first/applications/mimeinfo.cache"_s, "A");
+    install(u"first/applications/b.DESKTOP"_s, "A");
+    for (const auto &[id, entry] : listed())
+        EXPECT_FALSE(entry.path.startsWith(disk_.path())) << qPrintable(entry.path);
+}
+
+TEST_F(GioDesktopEntriesTest, aSubfoldersNameIsPartOfTheId) {
+    install(u"first/applications/foo/bar.desktop"_s, "A");
+    install(u"first/applications/foo/deep/baz.desktop"_s, "B");
+    const auto entries = listed();
+    EXPECT_EQ(entries.at(u"foo-bar"_s).path, path(u"first/applications/foo/bar.desktop"_s));
+    EXPECT_TRUE(entries.contains(u"foo-deep-baz"_s));
+}
+
+TEST_F(GioDesktopEntriesTest, anIdInASubfolderMasksAndIsMaskedLikeAnyOther) {
+    install(u"user/applications/foo-bar.desktop"_s, "Plain");
+    install(u"first/applications/foo/bar.desktop"_s, "Subfolder");
+    install(u"first/applications/one-two.desktop"_s, "Plain");
+    install(u"first/applications/one/two.desktop"_s, "Subfolder");
+    const auto entries = listed();
+    EXPECT_EQ(entries.at(u"foo-bar"_s).name, u"Plain");
+    EXPECT_EQ(entries.at(u"one-two"_s).name, u"Plain");
+}
+
+TEST_F(GioDesktopEntriesTest, linksBetweenFoldersAreFollowedOnce) {
+    install(u"elsewhere/b.desktop"_s, "B");
+    install(u"first/applications/a.desktop"_s, "A");
+    QFile::link(path(u"elsewhere"_s), path(u"first/applications/linked"_s));
+    QFile::link(path(u"first/applications"_s), path(u"first/applications/self"_s));
+    const auto entries = listed();
+    EXPECT_TRUE(entries.contains(u"a"_s));
+    EXPECT_TRUE(entries.contains(u"linked-b"_s));
+    EXPECT_FALSE(entries.contains(u"self-a"_s));
+}
+
+TEST_F(GioDesktopEntriesTest, foldersAreReadAfreshEachTime) {
+    EXPECT_FALSE(listed().contains(u"a"_s));
+    install(u"first/applications/a.desktop"_s, "A");
+    EXPECT_TRUE(listed().contains(u"a"_s));
+    install(u"third/applications/b.desktop"_s, "B");
+    set("XDG_DATA_DIRS", path(u"third"_s));
+    const auto entries = listed();
+    EXPECT_FALSE(entries.contains(u"a"_s));
+    EXPECT_TRUE(entries.contains(u"b"_s));
+}
+
+TEST_F(GioDesktopEntriesTest, flatpaksExportsOfTheUserAreListedThoughTheEnvironmentLacksThem) {
+    install(u"user/flatpak/exports/share/applications/org.example.Flat.desktop"_s, "Flat");
+    EXPECT_TRUE(listed().contains(u"org.example.Flat"_s));
+}
+
+TEST_F(GioDesktopEntriesTest, theFoldersAreTheUsersFlatpaksTheSystemsAndSnaps) {
+    set("XDG_DATA_HOME", u"/home/x/share"_s);
+    set("XDG_DATA_DIRS", u"/a:/b/"_s);
+    EXPECT_EQ(GioDesktopEntries::folders(),
+              (QStringList{u"/home/x/share/applications"_s,
+                           u"/home/x/share/flatpak/exports/share/applications"_s,
+                           u"/var/lib/flatpak/exports/share/applications"_s, u"/a/applications"_s,
+                           u"/b/applications"_s, u"/var/lib/snapd/desktop/applications"_s}));
+}
+
+TEST_F(GioDesktopEntriesTest, foldersThatTheEnvironmentNamesKeepItsOrder) {
+    set("XDG_DATA_HOME", u"/u"_s);
+    set("XDG_DATA_DIRS",
+        u"/var/lib/snapd/desktop:/a:/var/lib/flatpak/exports/share/:/u/flatpak/exports/share:/a"_s);
+    EXPECT_EQ(GioDesktopEntries::folders(),
+              (QStringList{u"/u/applications"_s, u"/var/lib/snapd/desktop/applications"_s,
+                           u"/a/applications"_s, u"/var/lib/flatpak/exports/share/applications"_s,
+                           u"/u/flatpak/exports/share/applications"_s}));
+}
+
+TEST_F(GioDesktopEntriesTest, withoutUsableDataFoldersTheDefaultOnesCount) {
+    for (const QString &value : {u""_s, u"relative:./other"_s, u"::"_s}) {
+        set("XDG_DATA_DIRS", value);
+        const QStringList folders = GioDesktopEntries::folders();
+        EXPECT_EQ(folders.indexOf(u"/usr/local/share/applications"_s), 3) << qPrintable(value);
+        EXPECT_EQ(folders.indexOf(u"/usr/share/applications"_s), 4) << qPrintable(value);
+    }
+}
+
+TEST_F(GioDesktopEntriesTest, aThousandEntriesAreListedWithoutRepeats) {
+    for (int i = 0; i < 1000; ++i)
+        install(u"first/applications/app%1.desktop"_s.arg(i), "App " + QByteArray::number(i),
+                "Categories=Utility;\nComment=One of many\nIcon=app\nTryExec=true\n");
+    QElapsedTimer timer;
+    timer.start();
+    const auto entries = listed();
+    RecordProperty("milliseconds", static_cast<int>(timer.elapsed()));
+    EXPECT_EQ(std::count_if(entries.begin(), entries.end(),
+                            [](const auto &entry) { return entry.first.startsWith("app"_L1); }),
+              1000);
+}

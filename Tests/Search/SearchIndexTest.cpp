@@ -1,0 +1,115 @@
+#include "Search/SearchIndex.h"
+
+#include "Fakes/FakeUserDefaults.h"
+
+#include <QJsonObject>
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/** Short random strings over an alphabet small enough that queries often match, with every kind of
+    character that folding and segmentation treat specially. */
+class RandomText {
+public:
+    QString operator()(int longest) {
+        static const QStringList pieces = {
+            u"a"_s,       u"b"_s,  u"A"_s,          u"B"_s,
+            u"c"_s,       u" "_s,  u"-"_s,          u"é"_s,
+            u"e\u0301"_s, u"É"_s,  u"ß"_s,          u"İ"_s,
+            u"\u0307"_s,  u"日"_s, u"\U0001F44D"_s, u"\U0001F44D\U0001F3FD"_s,
+            u"\r"_s,      u"\n"_s, u"\u200d"_s,     QString(QChar(0xd83d)),
+        };
+        QString text;
+        const int length = std::uniform_int_distribution(0, longest)(random_);
+        for (int i = 0; i < length; ++i)
+            text += pieces[pick(static_cast<int>(pieces.size()))];
+        return text;
+    }
+    int pick(int count) { return std::uniform_int_distribution(0, count - 1)(random_); }
+
+private:
+    std::mt19937 random_{20261121};
+};
+
+} // namespace
+
+TEST(SearchIndex, preparedScoresEqualThePureOnesOnRandomNames) {
+    RandomText text;
+    FakeUserDefaults defaults;
+    UsageStats stats(defaults);
+    int matches = 0;
+    for (int round = 0; round < 200; ++round) {
+        std::vector<AppEntry> apps;
+        std::vector<ProjectEntry> projects;
+        QJsonObject launches;
+        for (int i = 0; i < 20; ++i) {
+            AppEntry app{text(8), u"id%1"_s.arg(i), u"/a/%1"_s.arg(i), {}, {}, {}};
+            for (int alias = text.pick(3); alias > 0; --alias)
+                app.aliases.append(text(6));
+            ProjectEntry project{text(8), u"/p/%1"_s.arg(i), {}};
+            if (text.pick(3) == 0) {
+                launches.insert(usageKey(app), text.pick(30) - 10);
+                launches.insert(usageKey(project), text.pick(30) - 10);
+            }
+            apps.push_back(app);
+            projects.push_back(project);
+        }
+        defaults.set(u"launchCounts"_s, launches);
+        AppSearchIndex appIndex(apps);
+        ProjectSearchIndex projectIndex(projects);
+        appIndex.updateUsage(stats);
+        projectIndex.updateUsage(stats);
+        for (int i = 0; i < 20; ++i) {
+            const QString query = text(4);
+            const PreparedQuery prepared(query);
+            for (std::size_t at = 0; at < apps.size(); ++at) {
+                const qint64 pure = SearchEngine::score(query, apps[at], stats);
+                ASSERT_EQ(appIndex.score(prepared, at), pure)
+                    << qPrintable(query) << " in " << qPrintable(apps[at].name);
+                ASSERT_EQ(projectIndex.score(prepared, at),
+                          SearchEngine::score(query, projects[at], stats))
+                    << qPrintable(query) << " in " << qPrintable(projects[at].name);
+                matches += pure > 0;
+            }
+        }
+    }
+    EXPECT_GT(matches, 1000) << "the random names hardly ever match: nothing was compared";
+}
+
+TEST(SearchIndex, usageIsTakenOverWhenItChangesAndDroppedWhenItGoes) {
+    FakeUserDefaults defaults;
+    UsageStats stats(defaults);
+    const std::vector<ProjectEntry> projects{{u"web"_s, u"/p/web"_s, {}}};
+    ProjectSearchIndex index(projects);
+    const PreparedQuery query(u"web"_s);
+    stats.recordLaunch(u"/p/web"_s);
+    index.updateUsage(stats);
+    EXPECT_EQ(index.score(query, 0), 1015);
+    defaults.set(u"launchCounts"_s, QJsonObject{});
+    index.updateUsage(stats);
+    EXPECT_EQ(index.score(query, 0), 1000);
+}
+
+TEST(BestMatches, isTheHeadOfAStableSortByDescendingScore) {
+    RandomText random;
+    for (int round = 0; round < 500; ++round) {
+        std::vector<Scored<int>> all;
+        BestMatches<int> best(9);
+        const int count = random.pick(40);
+        for (int i = 0; i < count; ++i) {
+            all.push_back({i, random.pick(6)});
+            best.offer(all.back().score, i);
+        }
+        std::stable_sort(all.begin(), all.end(),
+                         [](const auto &a, const auto &b) { return a.score > b.score; });
+        ASSERT_EQ(best.sorted().size(), std::min<std::size_t>(all.size(), 9));
+        for (std::size_t i = 0; i < best.sorted().size(); ++i)
+            ASSERT_EQ(best.sorted()[i].item, all[i].item);
+    }
+}
