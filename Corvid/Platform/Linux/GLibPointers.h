@@ -27,6 +27,21 @@ struct GStrvFree {
 };
 using GStrvPointer = std::unique_ptr<gchar *, GStrvFree>;
 
+struct GVariantUnref {
+    void operator()(GVariant *variant) const { g_variant_unref(variant); }
+};
+using GVariantPointer = std::unique_ptr<GVariant, GVariantUnref>;
+
+struct GMainContextUnref {
+    void operator()(GMainContext *context) const { g_main_context_unref(context); }
+};
+using GMainContextPointer = std::unique_ptr<GMainContext, GMainContextUnref>;
+
+struct GKeyFileUnref {
+    void operator()(GKeyFile *file) const { g_key_file_unref(file); }
+};
+using GKeyFilePointer = std::unique_ptr<GKeyFile, GKeyFileUnref>;
+
 /** Receives the error of one GLib call: pass out() to it. */
 class GErrorHolder {
 public:
