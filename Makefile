@@ -1,9 +1,9 @@
 # Everything goes through here: `make run` and `make test` set up a fresh
-# Debian 12 machine by themselves.
+# Debian 12 machine by themselves, and say what they are doing.
 
 # Passed on to the program: make run ARGS='--query "code editor"'
 ARGS ?=
-PRESET ?= dev
+PRESET ?= test
 
 # Seconds for each fuzz target.
 TIME ?= 60
@@ -15,11 +15,11 @@ run:
 
 build-tests:
 	@scripts/setup run test
-	@cmake --preset $(PRESET) >/dev/null
-	@cmake --build build -- --quiet
+	@scripts/build $(PRESET)
 
 test: build-tests
-	@cd build && ctest --output-on-failure --progress -j2
+	@echo "Running the tests: some minutes on two cores."
+	@ctest --preset $(PRESET) --progress -j2
 
 screenshots: build-tests
 	@scripts/setup screenshots
@@ -37,7 +37,6 @@ fuzz:
 
 lint:
 	@scripts/setup run test lint
-	@cmake --preset $(PRESET) >/dev/null
 	@scripts/lint
 
 package:
