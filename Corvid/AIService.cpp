@@ -1,6 +1,6 @@
 #include "AIService.h"
 
-#include "Base/StoredSettings.h"
+#include "Base/Settings.h"
 #include "Chat/ChatProtocol.h"
 #include "Chat/ServerSentEvents.h"
 #include "Platform/SecretStore.h"
@@ -75,7 +75,7 @@ void AIService::installSecrets(const SecretStore *secrets) {
 
 AIService::Config AIService::config() const {
     return {settings::aiBaseURL(defaults_), settings::aiModel(defaults_),
-            secrets_ ? secrets_->get(u"ai-api-key"_s).value_or(QString()) : QString()};
+            secrets_ ? secrets_->get(settings::aiKeyAccount).value_or(QString()) : QString()};
 }
 
 template <typename Function>

@@ -1,6 +1,7 @@
 #include "ProjectIndex.h"
 
 #include "Base/Locations.h"
+#include "Base/Settings.h"
 #include "Catalog/ProjectScan.h"
 
 #include <QFileInfo>
@@ -27,25 +28,13 @@ bool isThere(const QString &root, const Volumes &volumes, const VolumeProperties
     return volumes.properties(root) != homeVolume || QFileInfo::exists(root);
 }
 
-// Anything but a list of strings reads as absent, i.e. as an empty list.
-QStringList storedRoots(const QJsonValue &value) {
-    QStringList roots;
-    const QJsonArray array = value.toArray();
-    for (const auto &element : array) {
-        if (!element.isString())
-            return {};
-        roots.append(element.toString());
-    }
-    return roots;
-}
-
 } // namespace
 
 ProjectIndex::ProjectIndex(const UserDefaults &defaults, const Volumes &volumes, QObject *parent)
     : QObject(parent), defaults_(defaults), volumes_(volumes), snapshot_(prepare({})) {}
 
 QStringList ProjectIndex::roots() const {
-    QStringList roots = storedRoots(defaults_.value(u"projectRoots"_s));
+    QStringList roots = settings::projectRoots(defaults_);
     if (!roots.isEmpty())
         return roots;
     const QString home = locations::home();
