@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// The space belongs to it: "data:" alone begins no data line here.
+// Including the space: "data:" without one begins no data line here.
 constexpr QByteArrayView prefix = "data: ";
 
 bool mayBecomeData(QByteArrayView beginning) {
@@ -53,7 +53,7 @@ void ServerSentEvents::finish(QStringList &pieces) {
 void ServerSentEvents::keep(QByteArrayView part, QStringList &pieces) {
     if (ignoringLine_)
         return;
-    // One byte more than a line may have tells that it has too many.
+    // One byte more than a line may have is kept, to tell that the line is too long.
     line_.append(part.first(std::min(part.size(), maxLine + 1 - line_.size())));
     if (!mayBecomeData(line_)) {
         ignoringLine_ = true;
@@ -88,7 +88,7 @@ void ServerSentEvents::takeLine(QByteArrayView line, QStringList &pieces) {
         state_ = State::Ended;
         return;
     }
-    // Bytes that are no text become replacement characters and do not cost the whole line.
+    // Bytes that are not UTF-8 become replacement characters; the rest of the line counts.
     std::optional<QString> text = data.isValidUtf8()
                                       ? chat::content(data, "delta"_L1)
                                       : chat::content(QString::fromUtf8(data).toUtf8(), "delta"_L1);
