@@ -32,21 +32,18 @@ ServerSentEvents::State ServerSentEvents::read(QByteArrayView bytes, QStringList
         }
         const auto end =
             std::find_if(bytes.begin(), bytes.end(), [](char c) { return c == '\n' || c == '\r'; });
-        const QByteArrayView part = bytes.first(end - bytes.begin());
-        if (end == bytes.end()) {
-            keep(part, pieces);
+        keep(bytes.first(end - bytes.begin()), pieces);
+        if (end == bytes.end())
             break;
-        }
         afterCarriageReturn_ = *end == '\r';
-        bytes = bytes.sliced(part.size() + 1);
-        endLine(part, pieces);
+        bytes = bytes.sliced(end + 1 - bytes.begin());
+        endLine(pieces);
     }
     return state_;
 }
 
 void ServerSentEvents::finish(QStringList &pieces) {
-    if (state_ == State::Reading)
-        endLine({}, pieces);
+    endLine(pieces);
     state_ = State::Ended;
 }
 
@@ -63,27 +60,16 @@ void ServerSentEvents::keep(QByteArrayView part, QStringList &pieces) {
     }
 }
 
-void ServerSentEvents::endLine(QByteArrayView rest, QStringList &pieces) {
-    if (std::exchange(ignoringLine_, false))
-        return;
-    if (line_.isEmpty()) { // the usual case: nothing to join
-        takeLine(rest, pieces);
-        return;
-    }
-    keep(rest, pieces);
+void ServerSentEvents::endLine(QStringList &pieces) {
     if (state_ == State::Reading && !std::exchange(ignoringLine_, false))
-        takeLine(line_, pieces);
+        takeLine(pieces);
     line_.resize(0);
 }
 
-void ServerSentEvents::takeLine(QByteArrayView line, QStringList &pieces) {
-    if (!line.startsWith(prefix))
+void ServerSentEvents::takeLine(QStringList &pieces) {
+    if (!line_.startsWith(prefix))
         return;
-    if (line.size() > maxLine) {
-        cutOff(pieces);
-        return;
-    }
-    const QByteArrayView data = line.sliced(prefix.size());
+    const QByteArrayView data = QByteArrayView(line_).sliced(prefix.size());
     if (data == "[DONE]") {
         state_ = State::Ended;
         return;

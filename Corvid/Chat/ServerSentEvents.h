@@ -37,8 +37,8 @@ public:
 
 private:
     void keep(QByteArrayView part, QStringList &pieces);
-    void endLine(QByteArrayView rest, QStringList &pieces);
-    void takeLine(QByteArrayView line, QStringList &pieces);
+    void endLine(QStringList &pieces);
+    void takeLine(QStringList &pieces);
     void cutOff(QStringList &pieces);
 
     QByteArray line_;           ///< the beginning of the unfinished line
