@@ -1,15 +1,11 @@
 #include "AIService.h"
 
-#include "Base/StoredSettings.h"
+#include "Base/Settings.h"
 #include "Chat/ChatProtocol.h"
 #include "Chat/ServerSentEvents.h"
 #include "Platform/SecretStore.h"
-#include "Platform/UserDefaults.h"
 
 #include <QCoreApplication>
-#include <QJsonValue>
-
-#include <utility>
 
 namespace corvid {
 
@@ -19,26 +15,11 @@ namespace {
 
 constexpr qsizetype maxIntentReply = 1 << 20; // bytes
 
-const SecretStore *sharedSecrets = nullptr;
-std::unique_ptr<AIService> sharedService;
-
 bool isWeb(const QUrl &url) {
     return url.scheme() == "http"_L1 || url.scheme() == "https"_L1;
 }
 
 } // namespace
-
-AIService::Task::Task(Task &&other) noexcept
-    : service_(std::exchange(other.service_, nullptr)), id_(other.id_) {}
-
-AIService::Task &AIService::Task::operator=(Task &&other) noexcept {
-    if (this != &other) {
-        cancel();
-        service_ = std::exchange(other.service_, nullptr);
-        id_ = other.id_;
-    }
-    return *this;
-}
 
 void AIService::Task::cancel() {
     if (AIService *service = std::exchange(service_, nullptr))
@@ -52,30 +33,24 @@ bool AIService::Task::active() const {
 AIService::AIService(const UserDefaults &defaults, const SecretStore *secrets, Timeouts timeouts)
     : defaults_(defaults), secrets_(secrets), timeouts_(timeouts) {}
 
-AIService::AIService(const UserDefaults &defaults, const SecretStore *secrets)
-    : AIService(defaults, secrets, Timeouts()) {}
-
 AIService::~AIService() {
     // Callbacks may own tasks, which then find nothing left to cancel.
     std::exchange(calls_, {}).clear();
 }
 
 AIService &AIService::shared() {
-    if (!sharedService) {
-        sharedService = std::make_unique<AIService>(UserDefaults::standard(), sharedSecrets);
+    static std::unique_ptr<AIService> service;
+    if (!service) {
+        service = std::make_unique<AIService>(UserDefaults::standard(), sharedSecrets_);
         // Its thread must not outlive the application object.
-        qAddPostRoutine([] { sharedService.reset(); });
+        qAddPostRoutine([] { service.reset(); });
     }
-    return *sharedService;
-}
-
-void AIService::installSecrets(const SecretStore *secrets) {
-    sharedSecrets = secrets;
+    return *service;
 }
 
 AIService::Config AIService::config() const {
     return {settings::aiBaseURL(defaults_), settings::aiModel(defaults_),
-            secrets_ ? secrets_->get(u"ai-api-key"_s).value_or(QString()) : QString()};
+            secrets_ ? secrets_->get(settings::aiKeyAccount).value_or(QString()) : QString()};
 }
 
 template <typename Function>
@@ -99,42 +74,37 @@ AIService::Task AIService::stream(const QString &prompt, OnElement onElement,
             finish(id, error);
         });
     };
-    if (config.apiKey.isEmpty()) {
-        tell({chat::noKeyText()}, std::nullopt);
-        return {this, id};
-    }
     const std::optional<QUrl> url = chat::endpoint(config.baseURL);
-    if (!url)
-        qFatal("the base address of the AI endpoint is not a URL");
     const std::optional<QByteArray> authorization = chat::authorization(config.apiKey);
-    if (!authorization) {
-        tell({}, u"The API key holds a character that cannot be sent."_s);
-        return {this, id};
-    }
-    if (!isWeb(*url)) {
-        tell({}, u"The base URL is not an http or https address."_s);
-        return {this, id};
-    }
     const auto events = std::make_shared<ServerSentEvents>();
-    transport_.start(
-        id, {*url, *authorization, chat::answerBody(config.model, prompt), timeouts_.stream},
-        {.onBytes =
-             [this, id, events](QByteArrayView bytes) {
-                 QStringList elements;
-                 const ServerSentEvents::State state = events->read(bytes, elements);
-                 if (!elements.isEmpty())
-                     later([this, id, elements] { deliver(id, elements); });
-                 return state == ServerSentEvents::State::Reading;
-             },
-         .onEnd =
-             [tell, events, baseURL = config.baseURL](const ChatTransfer::End &end) {
-                 QStringList elements;
-                 if (end.refusal)
-                     elements = {chat::httpErrorText(*end.refusal, baseURL)};
-                 else if (!end.error)
-                     events->finish(elements);
-                 tell(elements, end.error);
-             }});
+    if (config.apiKey.isEmpty())
+        tell({chat::noKeyText()}, std::nullopt);
+    else if (!url)
+        qFatal("the base address of the AI endpoint is not a URL");
+    else if (!authorization)
+        tell({}, u"The API key holds a character that cannot be sent."_s);
+    else if (!isWeb(*url))
+        tell({}, u"The base URL is not an http or https address."_s);
+    else
+        transport_.start(
+            id, {*url, *authorization, chat::answerBody(config.model, prompt), timeouts_.stream},
+            {.onBytes =
+                 [this, id, events](QByteArrayView bytes) {
+                     QStringList elements;
+                     const ServerSentEvents::State state = events->read(bytes, elements);
+                     if (!elements.isEmpty())
+                         later([this, id, elements] { deliver(id, elements); });
+                     return state == ServerSentEvents::State::Reading;
+                 },
+             .onEnd =
+                 [tell, events, baseURL = config.baseURL](const ChatTransfer::End &end) {
+                     QStringList elements;
+                     if (end.refusal)
+                         elements = {chat::httpErrorText(*end.refusal, baseURL)};
+                     else if (!end.error)
+                         events->finish(elements);
+                     tell(elements, end.error);
+                 }});
     return {this, id};
 }
 
@@ -148,25 +118,25 @@ AIService::Task AIService::intent(const QString &query, const QStringList &apps,
     };
     const std::optional<QUrl> url = chat::endpoint(config.baseURL);
     const std::optional<QByteArray> authorization = chat::authorization(config.apiKey);
-    if (config.apiKey.isEmpty() || !url || !isWeb(*url) || !authorization) {
-        tell(std::nullopt);
-        return {this, id};
-    }
     const auto body = std::make_shared<QByteArray>();
-    transport_.start(
-        id,
-        {*url, *authorization, chat::intentBody(config.model, query, apps, projects, editors),
-         timeouts_.intent},
-        {.onBytes =
-             [body](QByteArrayView bytes) {
-                 body->append(bytes);
-                 return body->size() <= maxIntentReply;
-             },
-         .onEnd =
-             [tell, body](const ChatTransfer::End &end) {
-                 const bool whole = !end.refusal && !end.error && body->size() <= maxIntentReply;
-                 tell(whole ? intentFromReply(*body) : std::nullopt);
-             }});
+    if (config.apiKey.isEmpty() || !url || !isWeb(*url) || !authorization)
+        tell(std::nullopt);
+    else
+        transport_.start(id,
+                         {*url, *authorization,
+                          chat::intentBody(config.model, query, apps, projects, editors),
+                          timeouts_.intent},
+                         {.onBytes =
+                              [body](QByteArrayView bytes) {
+                                  body->append(bytes);
+                                  return body->size() <= maxIntentReply;
+                              },
+                          .onEnd =
+                              [tell, body](const ChatTransfer::End &end) {
+                                  const bool whole =
+                                      !end.refusal && !end.error && body->size() <= maxIntentReply;
+                                  tell(whole ? intentFromReply(*body) : std::nullopt);
+                              }});
     return {this, id};
 }
 

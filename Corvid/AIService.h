@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <unordered_map>
+#include <utility>
 
 namespace corvid {
 
@@ -31,8 +32,8 @@ class AIService final : public QObject {
 public:
     /** The longest silence of a server before a call gives up. */
     struct Timeouts {
-        std::chrono::milliseconds stream = std::chrono::seconds(60);
-        std::chrono::milliseconds intent = std::chrono::seconds(20);
+        std::chrono::milliseconds stream;
+        std::chrono::milliseconds intent;
     };
 
     /** A call under way. Ends it when destroyed: the connection is closed and nothing is called
@@ -41,8 +42,14 @@ public:
     class Task {
     public:
         Task() = default;
-        Task(Task &&other) noexcept;
-        Task &operator=(Task &&other) noexcept;
+        Task(Task &&other) noexcept
+            : service_(std::exchange(other.service_, nullptr)), id_(other.id_) {}
+        /** Ends the call that it stood for before. */
+        Task &operator=(Task other) noexcept {
+            std::swap(service_, other.service_);
+            std::swap(id_, other.id_);
+            return *this;
+        }
         ~Task() { cancel(); }
 
         /** Does nothing when the call has ended or there is none. */
@@ -65,14 +72,14 @@ public:
     using OnIntent = std::function<void(const std::optional<Intent> &)>;
 
     /** Without secrets there is never a key. Both outlive the service. */
-    AIService(const UserDefaults &defaults, const SecretStore *secrets, Timeouts timeouts);
-    AIService(const UserDefaults &defaults, const SecretStore *secrets);
+    AIService(const UserDefaults &defaults, const SecretStore *secrets,
+              Timeouts timeouts = {std::chrono::seconds(60), std::chrono::seconds(20)});
     ~AIService() override;
 
     /** The process-wide instance, on the standard user defaults and the secrets that the platform
-        installed before anything asked for it. Ends with the application object. */
+        installs before anything asks for it. Ends with the application object. */
     static AIService &shared();
-    static void installSecrets(const SecretStore *secrets);
+    static void installSecrets(const SecretStore *secrets) { sharedSecrets_ = secrets; }
 
     /** Asks a question. A missing key and a refusal of the endpoint are answers of one element; an
         answer without end is cut off with a last element that says so. A base address that is no
@@ -105,6 +112,8 @@ private:
     /** Runs later in the main thread, called from any. */
     template <typename Function>
     void later(Function function);
+
+    inline static const SecretStore *sharedSecrets_ = nullptr;
 
     const UserDefaults &defaults_;
     const SecretStore *secrets_;

@@ -2,7 +2,7 @@
 
 #include "Base/Records.h"
 #include "Base/TaskGroup.h"
-#include "Catalog/JsonCache.h"
+#include "Catalog/ScannedList.h"
 #include "Platform/DesktopEntries.h"
 #include "Platform/Workspace.h"
 #include "RoleCatalog.h"
@@ -13,7 +13,6 @@
 #include <QSet>
 
 #include <functional>
-#include <future>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -31,38 +30,45 @@ class IconQueue;
 class AppCatalog final : public QObject {
     Q_OBJECT
 
+    struct Snapshot {
+        /** A path that occurs twice ends the program. */
+        explicit Snapshot(std::vector<AppEntry> list);
+
+        static constexpr QLatin1StringView cacheFile{"catalog.json"};
+        const std::vector<AppEntry> records;
+        AppSearchIndex searchIndex; ///< follows the usage, once shown
+    };
+    using List = ScannedList<Snapshot>;
+
 public:
     AppCatalog(const Workspace &workspace, const DesktopEntries &desktopEntries,
                const RoleCatalog &roles, QObject *parent = nullptr);
     ~AppCatalog() override;
 
-    struct Snapshot;
-    using SharedSnapshot = std::shared_ptr<Snapshot>;
-    /** The list of the last run, empty when there is none; its destructor waits for it. */
-    using CachedList = std::future<SharedSnapshot>;
+    using CachedList = List::Cached;
 
-    /** Starts to read the cache. For who has something else to do before load(); any thread, and
-        needs no event loop. */
-    static CachedList readCachedList();
+    /** Starts to read the cache, for a caller that has something else to do before load(). Any
+        thread, and needs no event loop. */
+    static CachedList readCachedList() { return List::readCache(); }
 
-    /** Applies the cached list, if there is one, and starts a scan, whose result is applied and
-        cached. A cache too large to be waited for is applied when it is read, unless a scan was
-        faster. Called again, it starts another scan; the one that ends last counts. A list in
-        which a path occurs twice ends the program. */
+    /** Shows the cached list, if there is one, and starts a scan, whose result is shown and cached.
+        A cache too large to be waited for is shown when it is read, unless a scan was faster.
+        Called again, it starts another scan; the one that ends last counts. A list in which a path
+        occurs twice ends the program. */
     void load(CachedList cached = readCachedList());
 
     /** Sorted by name. */
-    const std::vector<AppEntry> &apps() const;
+    const std::vector<AppEntry> &apps() const { return list_->records; }
 
     /** The names of apps(), prepared for matching; replaced with the list. */
-    AppSearchIndex &searchIndex();
+    AppSearchIndex &searchIndex() { return list_->searchIndex; }
 
     /** The application whose path is exactly this one. */
     std::optional<AppEntry> appAtPath(const QString &path) const;
 
     /** Never null and never slow: while the application's own icon has not been fetched, the
         generic one, and its own is fetched next. iconArrived() tells when to ask again. */
-    Image icon(const AppEntry &app);
+    Image icon(const AppEntry &app) { return iconForPath(app.path); }
     /** The same for any file or folder. */
     Image iconForPath(const QString &path);
 
@@ -79,40 +85,17 @@ Q_SIGNALS:
     void iconArrived(const QString &path);
 
 private:
-    void applyCache(CachedList cached);
-    void apply(SharedSnapshot snapshot);
-    void discard(SharedSnapshot snapshot);
     void prewarmIcons();
     void fetchIcons(const QStringList &paths);
-    void storeIcon(const QString &path, const Image &image);
 
     const Workspace &workspace_;
     const DesktopEntries &desktopEntries_;
     const RoleCatalog &roles_;
-    SharedSnapshot snapshot_;
-    quint64 generation_ = 0; // of what is shown: grows with each load() and each scan's end
-    CacheWriter<AppEntry> cacheWriter_;
     QHash<QString, Image> icons_;
-    QSet<QString> freshIcons_;             // paths whose icons were fetched since the last load()
-    std::shared_ptr<IconQueue> iconQueue_; // shared with the task that empties it
+    QSet<QString> freshIcons_;             ///< paths whose icons were fetched since the last load()
+    std::shared_ptr<IconQueue> iconQueue_; ///< shared with the task that empties it
+    List list_;
     TaskGroup tasks_;
 };
-
-/** What the main thread installs as a whole, made in the background. */
-struct AppCatalog::Snapshot {
-    explicit Snapshot(std::vector<AppEntry> list);
-
-    const std::vector<AppEntry> apps;
-    AppSearchIndex searchIndex;         ///< follows the usage, once installed
-    QHash<QString, std::size_t> byPath; ///< index into apps
-};
-
-inline const std::vector<AppEntry> &AppCatalog::apps() const {
-    return snapshot_->apps;
-}
-
-inline AppSearchIndex &AppCatalog::searchIndex() {
-    return snapshot_->searchIndex;
-}
 
 } // namespace corvid

@@ -1,6 +1,6 @@
 #include "AppDelegate.h"
 
-#include "Base/StoredSettings.h"
+#include "Base/Settings.h"
 #include "Base/Text.h"
 #include "Front/CommandLine.h"
 #include "HotKeyManager.h"
@@ -9,7 +9,6 @@
 #include "Platform/Instance.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/SecretStore.h"
-#include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
 #include "Program/Benchmark.h"
 #include "Program/StatusItem.h"
@@ -17,7 +16,6 @@
 #include "Settings/SettingsWindow.h"
 
 #include <QCoreApplication>
-#include <QJsonObject>
 #include <QPointer>
 #include <QTimer>
 #include <QUrl>
@@ -32,8 +30,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr quint32 defaultKeyCode = 49; // Space
-constexpr quint32 defaultModifiers = HotKey::option;
 constexpr auto freshAfter = 10s;
 constexpr auto catalogsLoadTime = 800ms;
 constexpr auto queryDumpPause = 100ms;
@@ -181,10 +177,8 @@ void AppDelegate::fulfil(const Wish &wish) {
 }
 
 void AppDelegate::applyHotkey() {
-    const quint32 keyCode = settings::hotkeyKeyCode(platform_.defaults).value_or(defaultKeyCode);
-    const quint32 modifiers =
-        settings::hotkeyModifiers(platform_.defaults).value_or(defaultModifiers);
-    platform_.hotKeys.registerHotKey(keyCode, modifiers, [delegate = QPointer(this)] {
+    const HotKey hotKey = settings::hotKey(platform_.defaults);
+    platform_.hotKeys.registerHotKey(hotKey.keyCode, hotKey.modifiers, [delegate = QPointer(this)] {
         if (!delegate)
             return;
         HotKeyManager &hotKeys = delegate->platform_.hotKeys;
@@ -206,11 +200,9 @@ void AppDelegate::performAction(const LauncherAction &action) {
                    },
                    [this](const OpenProject &open) {
                        editorLauncher_.open(open.project, open.editor);
-                       if (open.editor) {
-                           platform_.defaults.set(u"lastProject"_s,
-                                                  QJsonObject{{"project"_L1, open.project.path},
-                                                              {"editor"_L1, open.editor->path}});
-                       }
+                       if (open.editor)
+                           settings::setLastProject(platform_.defaults,
+                                                    {open.project.path, open.editor->path});
                    },
                    [this](const CopyAI &copy) { platform_.pasteboard.setText(copy.text); },
                    // The view model asks by itself; such a row never gets here.
@@ -227,15 +219,11 @@ void AppDelegate::performAction(const LauncherAction &action) {
 }
 
 void AppDelegate::openLastProject() {
-    const QJsonObject last = platform_.defaults.value(u"lastProject"_s).toObject();
-    const QJsonValue project = last.value("project"_L1);
-    const QJsonValue editor = last.value("editor"_L1);
-    if (!project.isString() || !editor.isString())
+    const std::optional<settings::LastProject> last = settings::lastProject(platform_.defaults);
+    if (!last)
         return;
-    const QString path = project.toString();
-    editorLauncher_.open(
-        {QUrl::fromLocalFile(path).adjusted(QUrl::StripTrailingSlash).fileName(), path, {}},
-        catalog_.appAtPath(editor.toString()));
+    const QUrl folder = QUrl::fromLocalFile(last->project).adjusted(QUrl::StripTrailingSlash);
+    editorLauncher_.open({folder.fileName(), last->project, {}}, catalog_.appAtPath(last->editor));
 }
 
 void AppDelegate::openSettings() {

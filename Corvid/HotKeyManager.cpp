@@ -10,10 +10,22 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-HotKeyBackend *sharedBackend = nullptr;
+struct Modifier {
+    ModifierFlag flag;
+    quint32 bit; ///< of HotKey::modifiers
+    QChar symbol;
+};
 
-// Codes 97, 98, 99 and 101 are named otherwise than what is printed on those keys. The names are
-// part of how combinations are shown everywhere and are kept on purpose.
+// In the order in which they are shown.
+constexpr Modifier modifierTable[]{
+    {ModifierFlag::Control, HotKey::control, u'⌃'},
+    {ModifierFlag::Option, HotKey::option, u'⌥'},
+    {ModifierFlag::Shift, HotKey::shift, u'⇧'},
+    {ModifierFlag::Command, HotKey::command, u'⌘'},
+};
+
+// Keys 97, 98, 99 and 101 are labelled F6, F7, F3 and F9. Everywhere that combinations are shown,
+// they have had these other names, and they keep them on purpose.
 const QHash<quint32, QString> &keyNames() {
     static const QHash<quint32, QString> names{
         {49, u"Space"_s}, {36, u"Return"_s}, {48, u"Tab"_s}, {51, u"Delete"_s}, {53, u"Esc"_s},
@@ -41,21 +53,16 @@ HotKeyManager::~HotKeyManager() {
 }
 
 HotKeyManager &HotKeyManager::shared() {
-    if (!sharedBackend)
+    if (!sharedBackend_)
         qFatal("the hot key was used before the platform installed its backend");
-    static HotKeyManager manager(*sharedBackend);
+    static HotKeyManager manager(*sharedBackend_);
     return manager;
-}
-
-void HotKeyManager::installBackend(HotKeyBackend *backend) {
-    sharedBackend = backend;
 }
 
 void HotKeyManager::registerHotKey(quint32 keyCode, quint32 modifiers, Handler handler) {
     unregister();
     handler_ = std::move(handler);
-    hotKey_ = {keyCode, modifiers};
-    registered_ = true;
+    registered_ = HotKey{keyCode, modifiers};
     grab();
 }
 
@@ -73,22 +80,22 @@ void HotKeyManager::grab() {
             },
             Qt::QueuedConnection);
     };
-    const auto answered = [this, registration = registration_](bool obtained) {
+    const auto answered = [this, releases = releases_](bool obtained) {
         QMetaObject::invokeMethod(
             &receiver_,
-            [this, registration, obtained] {
-                if (registration == registration_)
+            [this, releases, obtained] {
+                if (releases == releases_)
                     setObtained(obtained);
             },
             Qt::QueuedConnection);
     };
-    backend_.grab(hotKey_, {pressed, answered});
+    backend_.grab(*registered_, {pressed, answered});
 }
 
 void HotKeyManager::unregister() {
     if (!registered_)
         return;
-    registered_ = false;
+    registered_.reset();
     if (!std::exchange(paused_, false))
         release();
 }
@@ -106,7 +113,7 @@ void HotKeyManager::resume() {
 }
 
 void HotKeyManager::release() {
-    ++registration_;
+    ++releases_;
     backend_.release();
     setObtained(std::nullopt);
 }
@@ -120,30 +127,18 @@ void HotKeyManager::setObtained(std::optional<bool> obtained) {
 
 quint32 HotKeyManager::carbonFlags(ModifierFlags flags) {
     quint32 modifiers = 0;
-    if (flags.testFlag(ModifierFlag::Command))
-        modifiers |= HotKey::command;
-    if (flags.testFlag(ModifierFlag::Option))
-        modifiers |= HotKey::option;
-    if (flags.testFlag(ModifierFlag::Shift))
-        modifiers |= HotKey::shift;
-    if (flags.testFlag(ModifierFlag::Control))
-        modifiers |= HotKey::control;
+    for (const Modifier &modifier : modifierTable)
+        modifiers |= flags.testFlag(modifier.flag) ? modifier.bit : 0;
     return modifiers;
 }
 
 QString HotKeyManager::describe(quint32 keyCode, quint32 modifiers) {
     QString text;
-    if (modifiers & HotKey::control)
-        text += u'⌃';
-    if (modifiers & HotKey::option)
-        text += u'⌥';
-    if (modifiers & HotKey::shift)
-        text += u'⇧';
-    if (modifiers & HotKey::command)
-        text += u'⌘';
-    const auto name = keyNames().constFind(keyCode);
-    const bool named = name != keyNames().constEnd();
-    return text + u' ' + (named ? *name : u"Key "_s + QString::number(keyCode));
+    for (const Modifier &modifier : modifierTable) {
+        if (modifiers & modifier.bit)
+            text += modifier.symbol;
+    }
+    return text + u' ' + keyNames().value(keyCode, u"Key "_s + QString::number(keyCode));
 }
 
 } // namespace corvid

@@ -28,7 +28,7 @@ public:
     /** The process-wide instance, on the backend that the platform installs before anything asks
         for it; asking earlier is a fatal programming error. */
     static HotKeyManager &shared();
-    static void installBackend(HotKeyBackend *backend);
+    static void installBackend(HotKeyBackend *backend) { sharedBackend_ = backend; }
 
     /** Replaces the combination and the handler. The handler runs on the main thread, always
         from the event loop, once for each press. */
@@ -41,28 +41,26 @@ public:
     /** Gives the combination back, if there is one. */
     void unregister();
 
-    /** Gives the combination back for a while, in which it does nothing and reaches our windows
-       like any other. Ended by resume(), and by registering another. */
+    /** Gives the combination back until resume(), or until another is registered: it does nothing
+        meanwhile and reaches our windows like any other. */
     void pause();
     void resume();
 
     /** What is registered, also while it is paused. */
-    std::optional<HotKey> registered() const {
-        return registered_ ? std::optional(hotKey_) : std::nullopt;
-    }
+    const std::optional<HotKey> &registered() const { return registered_; }
 
     /** Whether the registered combination could be had; absent while that is not known yet or
         nothing is registered. */
     std::optional<bool> obtained() const { return obtained_; }
 
-    /** Called when obtained() has become another; not from the destructor. */
+    /** Called when obtained() has changed; not from the destructor. */
     std::function<void()> onObtainedChange;
 
-    /** The window system's time of the press that the handler was last called for, in its own
+    /** The time of the press that the handler was last called for, in the window system's own
         milliseconds; 0 when there was none or it has no time. Focus is asked for with it. */
     quint32 lastPressTime() const { return lastPressTime_; }
 
-    /** The stored modifier bits for what is held; locks and kinds of keys leave no trace. */
+    /** The modifier bits of a HotKey for what is held. Other flags leave no trace. */
     static quint32 carbonFlags(ModifierFlags flags);
 
     /** A combination as text: the modifiers' symbols, a space, the key's name. */
@@ -73,19 +71,17 @@ private:
     void release();
     void setObtained(std::optional<bool> obtained);
 
+    inline static HotKeyBackend *sharedBackend_ = nullptr;
+
     HotKeyBackend &backend_;
-    HotKey hotKey_;
+    std::optional<HotKey> registered_;
     Handler handler_;
-    bool registered_ = false;
     bool paused_ = false;
     std::optional<bool> obtained_;
     quint32 lastPressTime_ = 0;
-    /** What the handler says of the press that it deals with. */
-    NextKeys nextKeys_ = NextKeys::WhoHasTheKeyboard;
-    /** Counts registrations, so that an answer to an earlier one is recognized. */
-    quint64 registration_ = 0;
-    /** Receives what the backend says from other threads. Destroyed first. */
-    QObject receiver_;
+    NextKeys nextKeys_ = NextKeys::WhoHasTheKeyboard; ///< after the press being handled
+    quint64 releases_ = 0; ///< so that an answer to what was released since is recognized
+    QObject receiver_;     ///< of what the backend says on other threads; destroyed first
 };
 
 } // namespace corvid

@@ -1,7 +1,7 @@
 #include "LauncherViewModel.h"
 
 #include "Base/Locations.h"
-#include "Base/StoredSettings.h"
+#include "Base/Settings.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"

@@ -4,6 +4,7 @@
 
 #include "AppCatalog.h"
 #include "Base/Locations.h"
+#include "Base/Settings.h"
 #include "KeychainHelper.h"
 #include "Platform/Workspace.h"
 #include "ProjectIndex.h"
@@ -198,7 +199,7 @@ LauncherViewModel::Rows LauncherViewModel::askRows(const QString &trimmedQuery) 
                         // Return in ask mode is submit()'s matter, so the row itself does nothing.
                         CopyAI{QString()}});
     }
-    if (environment_.keychain.get(KeychainHelper::aiApiKey)) {
+    if (environment_.keychain.get(settings::aiKeyAccount)) {
         if (!question.isEmpty() && aiEnabled())
             fetchIntent(question, rows);
     } else {

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Base/Records.h"
-#include "Base/TaskGroup.h"
-#include "Catalog/JsonCache.h"
+#include "Catalog/ScannedList.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Volumes.h"
 #include "Search/SearchIndex.h"
@@ -10,9 +9,6 @@
 #include <QObject>
 
 #include <functional>
-#include <future>
-#include <memory>
-#include <optional>
 #include <vector>
 
 namespace corvid {
@@ -25,17 +21,27 @@ namespace corvid {
 class ProjectIndex final : public QObject {
     Q_OBJECT
 
+    struct Snapshot {
+        explicit Snapshot(std::vector<ProjectEntry> list)
+            : records(std::move(list)), searchIndex(records) {}
+
+        static constexpr QLatin1StringView cacheFile{"projects.json"};
+        const std::vector<ProjectEntry> records;
+        ProjectSearchIndex searchIndex; ///< follows the usage, once shown
+    };
+    using List = ScannedList<Snapshot>;
+
 public:
     /** Both references outlive the index. The volumes are asked on any thread. */
     ProjectIndex(const UserDefaults &defaults, const Volumes &volumes, QObject *parent = nullptr);
 
     /** The present list. Valid until the next replacement. */
-    const std::vector<ProjectEntry> &projects() const;
+    const std::vector<ProjectEntry> &projects() const { return list_->records; }
 
     /** The names of projects(), prepared for matching; replaced with the list. */
-    ProjectSearchIndex &searchIndex();
+    ProjectSearchIndex &searchIndex() { return list_->searchIndex; }
 
-    /** True from the start of a scan until a scan's result has been applied. */
+    /** True from the start of a scan until a scan's result is shown. */
     bool scanning() const { return scanning_; }
 
     /** Called after each replacement of the list, by the cache or by a scan; must not destroy the
@@ -46,14 +52,11 @@ public:
         otherwise those of the default ones that exist. Paths; possibly none. */
     QStringList roots() const;
 
-    struct Snapshot;
-    using SharedSnapshot = std::shared_ptr<const Snapshot>;
-    /** The list of the last run, empty when there is none; its destructor waits for it. */
-    using CachedList = std::future<SharedSnapshot>;
+    using CachedList = List::Cached;
 
-    /** Starts to read the cache. For who has something else to do before load(); any thread, and
-        needs no event loop. */
-    static CachedList readCachedList();
+    /** Starts to read the cache, for a caller that has something else to do before load(). Any
+        thread, and needs no event loop. */
+    static CachedList readCachedList() { return List::readCache(); }
 
     /** Shows the cached list if there is one, then starts a scan and returns. A cache too large to
         be waited for is shown when it is read, unless a scan was faster. May be called again at
@@ -65,35 +68,12 @@ Q_SIGNALS:
     void scanningChanged();
 
 private:
-    static SharedSnapshot prepare(std::vector<ProjectEntry> projects);
-    void showCache(CachedList cached);
-    void install(SharedSnapshot snapshot);
-    void discard(SharedSnapshot snapshot);
-    void finish(const SharedSnapshot &snapshot);
     void setScanning(bool scanning);
 
     const UserDefaults &defaults_;
     const Volumes &volumes_;
-    SharedSnapshot snapshot_;
     bool scanning_ = false;
-    quint64 generation_ = 0; ///< of what is shown: grows with each load() and each scan's end
-    CacheWriter<ProjectEntry> cacheWriter_;
-    TaskGroup tasks_;
+    List list_;
 };
-
-/** What the main thread installs as a whole, made in the background. */
-struct ProjectIndex::Snapshot {
-    std::vector<ProjectEntry> projects;
-    /** Not shared with other threads once installed, and follows the usage from then on. */
-    std::shared_ptr<ProjectSearchIndex> searchIndex;
-};
-
-inline const std::vector<ProjectEntry> &ProjectIndex::projects() const {
-    return snapshot_->projects;
-}
-
-inline ProjectSearchIndex &ProjectIndex::searchIndex() {
-    return *snapshot_->searchIndex;
-}
 
 } // namespace corvid

@@ -1,12 +1,11 @@
 #include "RoleCatalog.h"
 
+#include "Base/Json.h"
 #include "Base/Text.h"
 #include "resource_bundle_accessor.h"
 
 #include <QFile>
-#include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 
 #include <algorithm>
 
@@ -51,30 +50,18 @@ QString withoutSurroundingBlanks(const QString &text) {
     return first < last ? QString(first, last - first) : QString();
 }
 
-std::optional<QStringList> decodeStrings(const QJsonValue &value) {
-    if (!value.isArray())
-        return std::nullopt;
-    QStringList strings;
-    for (const auto &element : value.toArray()) {
-        if (!element.isString())
-            return std::nullopt;
-        strings.append(element.toString());
-    }
-    return strings;
-}
-
 std::optional<RoleCatalog::Role> decodeRole(const QJsonValue &value) {
-    const QJsonValue label = value["label"_L1];
-    auto aliases = decodeStrings(value["aliases"_L1]);
-    if (!label.isString() || !aliases)
+    auto label = json::text(value["label"_L1]);
+    auto aliases = json::texts(value["aliases"_L1]);
+    if (!label || !aliases)
         return std::nullopt;
-    return RoleCatalog::Role{label.toString(), *std::move(aliases)};
+    return RoleCatalog::Role{*std::move(label), *std::move(aliases)};
 }
 
 std::optional<RoleCatalog::AppMeta> decodeAppMeta(const QJsonValue &value) {
-    auto roles = decodeStrings(value["roles"_L1]);
+    auto roles = json::texts(value["roles"_L1]);
     const QJsonValue stored = value["aliases"_L1];
-    auto aliases = stored.isUndefined() || stored.isNull() ? QStringList() : decodeStrings(stored);
+    auto aliases = stored.isUndefined() || stored.isNull() ? QStringList() : json::texts(stored);
     if (!roles || !aliases)
         return std::nullopt;
     return RoleCatalog::AppMeta{*std::move(roles), *std::move(aliases)};
@@ -128,28 +115,14 @@ QStringList RoleCatalog::rolesFuzzy(const QString &query) const {
     return found;
 }
 
-std::optional<RoleCatalog::Taxonomy> decodeTaxonomy(const QByteArray &json) {
-    const QJsonObject object = QJsonDocument::fromJson(json).object();
-    const QJsonValue roles = object["roles"_L1];
-    const QJsonValue apps = object["apps"_L1];
-    if (!roles.isObject() || !apps.isObject())
+std::optional<RoleCatalog::Taxonomy> decodeTaxonomy(const QByteArray &bytes) {
+    const QJsonObject object = QJsonDocument::fromJson(bytes).object();
+    using Taxonomy = RoleCatalog::Taxonomy;
+    auto roles = json::map<decltype(Taxonomy::roles)>(object["roles"_L1], decodeRole);
+    auto apps = json::map<decltype(Taxonomy::apps)>(object["apps"_L1], decodeAppMeta);
+    if (!roles || !apps)
         return std::nullopt;
-    RoleCatalog::Taxonomy taxonomy;
-    const QJsonObject roleObject = roles.toObject();
-    for (auto entry = roleObject.begin(); entry != roleObject.end(); ++entry) {
-        auto role = decodeRole(entry.value());
-        if (!role)
-            return std::nullopt;
-        taxonomy.roles.emplace(entry.key(), *std::move(role));
-    }
-    const QJsonObject appObject = apps.toObject();
-    for (auto entry = appObject.begin(); entry != appObject.end(); ++entry) {
-        auto meta = decodeAppMeta(entry.value());
-        if (!meta)
-            return std::nullopt;
-        taxonomy.apps.insert(entry.key(), *std::move(meta));
-    }
-    return taxonomy;
+    return Taxonomy{*std::move(roles), *std::move(apps)};
 }
 
 } // namespace corvid

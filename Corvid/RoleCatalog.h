@@ -65,6 +65,6 @@ private:
 
 /** Reads the JSON form of a taxonomy; absent when any required member is missing or of another
     type. Unknown members are ignored. */
-std::optional<RoleCatalog::Taxonomy> decodeTaxonomy(const QByteArray &json);
+std::optional<RoleCatalog::Taxonomy> decodeTaxonomy(const QByteArray &bytes);
 
 } // namespace corvid

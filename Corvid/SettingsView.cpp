@@ -1,10 +1,9 @@
 #include "SettingsView.h"
 
-#include "Base/StoredSettings.h"
+#include "Base/Settings.h"
 #include "HotKeyManager.h"
 #include "KeychainHelper.h"
 #include "Platform/FolderDialog.h"
-#include "Platform/UserDefaults.h"
 #include "ProjectIndex.h"
 #include "Settings/FormWidgets.h"
 #include "Settings/OwnFolderDialog.h"
@@ -13,7 +12,6 @@
 #include <QCheckBox>
 #include <QFileDialog>
 #include <QGridLayout>
-#include <QJsonArray>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPointer>
@@ -200,8 +198,8 @@ void SettingsView::load() {
     apiKey_->setModified(false);
     loadKey();
     QString hotkey;
-    if (const std::optional<quint32> keyCode = settings::hotkeyKeyCode(defaults))
-        hotkey = HotKeyManager::describe(*keyCode, settings::hotkeyModifiers(defaults).value_or(0));
+    if (const std::optional<HotKey> stored = settings::storedHotKey(defaults))
+        hotkey = HotKeyManager::describe(stored->keyCode, stored->modifiers);
     hotkeyText_->setText(hotkey);
     roots_ = environment_.projects.roots();
     showRoots();
@@ -212,17 +210,17 @@ void SettingsView::load() {
 void SettingsView::loadKey() {
     if (apiKey_->isModified())
         return;
-    apiKey_->setText(environment_.keychain.get(KeychainHelper::aiApiKey).value_or(QString()));
+    apiKey_->setText(environment_.keychain.get(settings::aiKeyAccount).value_or(QString()));
 }
 
 void SettingsView::save() {
     UserDefaults &defaults = environment_.defaults;
-    defaults.set(u"aiBaseURL"_s, baseURL_->text());
-    defaults.set(u"aiModel"_s, model_->text());
-    defaults.set(u"aiEnabled"_s, aiEnabled_->isChecked());
+    settings::setAiBaseURL(defaults, baseURL_->text());
+    settings::setAiModel(defaults, model_->text());
+    settings::setAiEnabled(defaults, aiEnabled_->isChecked());
     // Nobody can tell a field that was cleared from a key that could not be read.
     if (!apiKey_->text().isEmpty())
-        environment_.keychain.save(KeychainHelper::aiApiKey, apiKey_->text());
+        environment_.keychain.save(settings::aiKeyAccount, apiKey_->text());
     changeRoots(roots_);
     saved_ = true;
     window()->close();
@@ -242,8 +240,7 @@ void SettingsView::stopRecording() {
 }
 
 void SettingsView::keepHotKey(const HotKey &hotKey) {
-    environment_.defaults.set(u"hotkeyKeyCode"_s, qint64{hotKey.keyCode});
-    environment_.defaults.set(u"hotkeyModifiers"_s, qint64{hotKey.modifiers});
+    settings::setHotKey(environment_.defaults, hotKey);
     hotkeyText_->setText(HotKeyManager::describe(hotKey.keyCode, hotKey.modifiers));
     recorder_.stop();
     showRecording();
@@ -308,7 +305,7 @@ void SettingsView::putTabsInOrder() {
 
 void SettingsView::changeRoots(const QStringList &roots) {
     roots_ = roots;
-    environment_.defaults.set(u"projectRoots"_s, QJsonArray::fromStringList(roots_));
+    settings::setProjectRoots(environment_.defaults, roots_);
     environment_.projects.load();
 }
 

@@ -1,9 +1,6 @@
 #pragma once
 
-#include "Platform/UserDefaults.h"
-
-#include <QHash>
-#include <QString>
+#include "Base/Settings.h"
 
 namespace corvid {
 
@@ -19,10 +16,10 @@ public:
     /** The one instance of the process, on the standard user defaults. */
     static UsageStats &shared();
 
-    /** Launches by usage key. The reference holds until the next call of anything here. */
-    const QHash<QString, qint64> &counts() const;
-    /** The usage key chosen for a folded query. The reference holds as counts() says. */
-    const QHash<QString, QString> &latches() const;
+    /** Launches by usage key. The reference is valid until the next call of any function here. */
+    const settings::LaunchCounts &counts() const;
+    /** The usage key chosen for a folded query. The reference is valid as that of counts() is. */
+    const settings::QueryLatches &latches() const;
 
     /** The number that changes whenever a table may have changed. */
     quint64 generation() const { return defaults_.generation(); }
@@ -38,11 +35,11 @@ private:
     void readTables() const;
 
     UserDefaults &defaults_;
-    // The tables as parsed at `readGeneration_`; parsing them for each key stroke would cost more
+    // The tables as parsed at `readGeneration_`: parsing them at each key stroke would cost more
     // than the ranking does.
     mutable std::optional<quint64> readGeneration_;
-    mutable QHash<QString, qint64> counts_;
-    mutable QHash<QString, QString> latches_;
+    mutable settings::LaunchCounts counts_;
+    mutable settings::QueryLatches latches_;
 };
 
 } // namespace corvid

@@ -7,7 +7,7 @@ namespace corvid {
 /**
  * The folder of the resources shipped with the program, "Corvid_Corvid.bundle": beside the
  * installed data (<folder of the executable>/../share/corvid), else the build tree's. Any thread.
- * Without it the program was packaged wrongly, and stops saying so.
+ * Where there is none, the program was packaged wrongly: it stops and says so.
  */
 QString resourceBundle();
 

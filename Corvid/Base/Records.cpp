@@ -1,34 +1,8 @@
 #include "Base/Records.h"
 
-#include <QJsonArray>
+#include "Base/Json.h"
 
 namespace corvid {
-
-namespace {
-
-std::optional<QString> stringAt(const QJsonObject &object, QLatin1StringView key) {
-    const QJsonValue value = object.value(key);
-    if (!value.isString())
-        return std::nullopt;
-    return value.toString();
-}
-
-std::optional<QStringList> stringsAt(const QJsonObject &object, QLatin1StringView key) {
-    const QJsonValue value = object.value(key);
-    if (!value.isArray())
-        return std::nullopt;
-    const QJsonArray array = value.toArray();
-    QStringList strings;
-    strings.reserve(array.size());
-    for (const auto &element : array) {
-        if (!element.isString())
-            return std::nullopt;
-        strings.append(element.toString());
-    }
-    return strings;
-}
-
-} // namespace
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -57,13 +31,12 @@ QJsonObject toJson(const ProjectEntry &project) {
 
 template <>
 std::optional<AppEntry> fromJson<AppEntry>(const QJsonValue &value) {
-    const QJsonObject object = value.toObject();
-    auto name = stringAt(object, "name"_L1);
-    auto bundleID = stringAt(object, "bundleID"_L1);
-    auto path = stringAt(object, "path"_L1);
-    auto roles = stringsAt(object, "roles"_L1);
-    auto aliases = stringsAt(object, "aliases"_L1);
-    auto category = stringAt(object, "category"_L1);
+    auto name = json::text(value["name"_L1]);
+    auto bundleID = json::text(value["bundleID"_L1]);
+    auto path = json::text(value["path"_L1]);
+    auto roles = json::texts(value["roles"_L1]);
+    auto aliases = json::texts(value["aliases"_L1]);
+    auto category = json::text(value["category"_L1]);
     if (!name || !bundleID || !path || !roles || !aliases || !category)
         return std::nullopt;
     return AppEntry{*std::move(name),  *std::move(bundleID), *std::move(path),
@@ -72,10 +45,9 @@ std::optional<AppEntry> fromJson<AppEntry>(const QJsonValue &value) {
 
 template <>
 std::optional<ProjectEntry> fromJson<ProjectEntry>(const QJsonValue &value) {
-    const QJsonObject object = value.toObject();
-    auto name = stringAt(object, "name"_L1);
-    auto path = stringAt(object, "path"_L1);
-    auto stack = stringsAt(object, "stack"_L1);
+    auto name = json::text(value["name"_L1]);
+    auto path = json::text(value["path"_L1]);
+    auto stack = json::texts(value["stack"_L1]);
     if (!name || !path || !stack)
         return std::nullopt;
     return ProjectEntry{*std::move(name), *std::move(path), *std::move(stack)};

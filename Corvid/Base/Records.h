@@ -37,8 +37,8 @@ struct ProjectEntry {
 QString usageKey(const AppEntry &app);
 QString usageKey(const ProjectEntry &project);
 
-/** JSON coding: the keys are the field names, all of them required when reading. Reading yields
-    nothing when a key is missing or of another type. */
+/** JSON coding: the keys are the field names. Decoding yields nothing when one is missing or of
+    another type. */
 QJsonObject toJson(const AppEntry &app);
 QJsonObject toJson(const ProjectEntry &project);
 template <typename Record>

@@ -1,8 +1,8 @@
 #include "Chat/ChatProtocol.h"
 
-#include <QJsonArray>
+#include "Base/Json.h"
+
 #include <QJsonDocument>
-#include <QJsonObject>
 
 #include <algorithm>
 
@@ -21,18 +21,15 @@ QByteArray encoded(const QJsonObject &body) {
     return QJsonDocument(body).toJson(QJsonDocument::Compact);
 }
 
-const QString &intentInstruction() {
-    static const QString text =
-        u"You map a launcher command to one concrete action. Reply ONLY with minified JSON, no "
-        "markdown:\n"
-        "{\"action\":\"open_app\"|\"open_project\"|\"none\",\"app\":\"<exact name from APPS>\","
-        "\"project\":\"<exact name from PROJECTS>\",\"editor\":\"<exact name from EDITORS>\"}\n"
-        "Rules: open_app = user wants to open/launch an app. open_project = user wants to open a "
-        "project/repo, optionally in an editor. none = it's a question or chit-chat, not a launch "
-        "request. Use only exact names from the lists.\n"
-        "APPS: "_s;
-    return text;
-}
+const QString intentInstruction =
+    u"You map a launcher command to one concrete action. Reply ONLY with minified JSON, no "
+    "markdown:\n"
+    "{\"action\":\"open_app\"|\"open_project\"|\"none\",\"app\":\"<exact name from APPS>\","
+    "\"project\":\"<exact name from PROJECTS>\",\"editor\":\"<exact name from EDITORS>\"}\n"
+    "Rules: open_app = user wants to open/launch an app. open_project = user wants to open a "
+    "project/repo, optionally in an editor. none = it's a question or chit-chat, not a launch "
+    "request. Use only exact names from the lists.\n"
+    "APPS: "_s;
 
 } // namespace
 
@@ -49,9 +46,7 @@ std::optional<QUrl> endpoint(const QString &baseURL) {
 }
 
 std::optional<QByteArray> authorization(const QString &key) {
-    const bool sendable =
-        std::all_of(key.begin(), key.end(), [](QChar c) { return c >= u' ' && c <= u'~'; });
-    if (!sendable)
+    if (!std::ranges::all_of(key, [](QChar c) { return c >= u' ' && c <= u'~'; }))
         return std::nullopt;
     return "Bearer " + key.toLatin1();
 }
@@ -67,7 +62,7 @@ QByteArray answerBody(const QString &model, const QString &prompt) {
 
 QByteArray intentBody(const QString &model, const QString &query, const QStringList &apps,
                       const QStringList &projects, const QStringList &editors) {
-    const QString instruction = intentInstruction() + apps.join(", "_L1) + u"\nPROJECTS: "_s +
+    const QString instruction = intentInstruction + apps.join(", "_L1) + u"\nPROJECTS: "_s +
                                 projects.join(", "_L1) + u"\nEDITORS: "_s + editors.join(", "_L1);
     return encoded({{u"model"_s, model},
                     {u"messages"_s, messages(instruction, query)},
@@ -75,21 +70,15 @@ QByteArray intentBody(const QString &model, const QString &query, const QStringL
                     {u"temperature"_s, 0}});
 }
 
-std::optional<QString> content(QByteArrayView json, QLatin1StringView part) {
+std::optional<QString> content(QByteArrayView bytes, QLatin1StringView part) {
     const QJsonDocument document =
-        QJsonDocument::fromJson(QByteArray::fromRawData(json.data(), json.size()));
-    const QJsonValue choices = document.object().value("choices"_L1);
-    if (!choices.isArray())
+        QJsonDocument::fromJson(QByteArray::fromRawData(bytes.data(), bytes.size()));
+    const QJsonArray choices = document.object().value("choices"_L1).toArray();
+    const bool objects = std::all_of(choices.begin(), choices.end(),
+                                     [](const QJsonValue &choice) { return choice.isObject(); });
+    if (choices.isEmpty() || !objects)
         return std::nullopt;
-    const QJsonArray list = choices.toArray();
-    const bool objects =
-        std::all_of(list.begin(), list.end(), [](const QJsonValue &v) { return v.isObject(); });
-    if (list.isEmpty() || !objects)
-        return std::nullopt;
-    const QJsonValue text = list.first().toObject().value(part).toObject().value("content"_L1);
-    if (!text.isString())
-        return std::nullopt;
-    return text.toString();
+    return json::text(choices.first()[part]["content"_L1]);
 }
 
 QString noKeyText() {

@@ -32,7 +32,7 @@ QByteArray intentBody(const QString &model, const QString &query, const QStringL
 
 /** The text in the first choice's `part` ("delta" of a streamed piece, "message" of a whole
     reply). Nothing when the JSON is damaged or anything on the way there is of another type. */
-std::optional<QString> content(QByteArrayView json, QLatin1StringView part);
+std::optional<QString> content(QByteArrayView bytes, QLatin1StringView part);
 
 /** The answer of a stream for which there is no key. */
 QString noKeyText();

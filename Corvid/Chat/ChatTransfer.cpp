@@ -23,13 +23,17 @@ bool sameOrigin(const QUrl &a, const QUrl &b) {
     return a.scheme() == b.scheme() && a.host() == b.host() && originPort(a) == originPort(b);
 }
 
+bool isRefusal(int status) {
+    return status != 0 && (status < 200 || status > 299);
+}
+
 } // namespace
 
 ChatTransfer::ChatTransfer(QNetworkAccessManager &manager, Request request, Handlers handlers)
     : manager_(manager), request_(std::move(request)), handlers_(std::move(handlers)) {
     silence_.setSingleShot(true);
     connect(&silence_, &QTimer::timeout, this,
-            [this] { end({.refusal = {}, .error = u"The request timed out."_s}); });
+            [this] { end({.error = u"The request timed out."_s}); });
     post(request_.url);
 }
 
@@ -47,7 +51,7 @@ void ChatTransfer::post(const QUrl &url) {
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
     reply_ = manager_.post(request, request_.body);
-    // Set right now it would not reach the part of Qt that reads the socket.
+    // Set before Qt connects, it would not reach the part of Qt that reads the socket.
     const auto limit = [this] { reply_->setReadBufferSize(readBuffer); };
     connect(reply_, &QNetworkReply::socketStartedConnecting, this, limit);
     connect(reply_, &QNetworkReply::requestSent, this, limit);
@@ -58,12 +62,14 @@ void ChatTransfer::post(const QUrl &url) {
     silence_.start(request_.silence);
 }
 
+int ChatTransfer::status() const {
+    return reply_->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
 void ChatTransfer::headArrived() {
     silence_.start();
-    const int status = reply_->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (status == 0 || (status >= 200 && status <= 299) || follow(status))
-        return;
-    end({.refusal = status, .error = {}});
+    if (isRefusal(status()) && !follow(status()))
+        end({.refusal = status()});
 }
 
 bool ChatTransfer::follow(int status) {
@@ -97,33 +103,31 @@ bool ChatTransfer::readBody() {
 }
 
 void ChatTransfer::finished() {
-    const int status = reply_->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (status != 0 && (status < 200 || status > 299)) {
-        end({.refusal = status, .error = {}});
+    if (isRefusal(status())) {
+        end({.refusal = status()});
         return;
     }
     if (!readBody())
         return;
     // Qt (6.4) calls every close an error once an earlier transfer has lost its connection.
-    const bool wholeAtClose = status != 0 && endsWithItsConnection() &&
+    const bool wholeAtClose = status() != 0 && endsWithItsConnection() &&
                               reply_->error() == QNetworkReply::RemoteHostClosedError;
     if (reply_->error() != QNetworkReply::NoError && !wholeAtClose)
-        end({.refusal = {}, .error = errorText()});
+        end({.error = errorText()});
     else if (!complete())
-        end({.refusal = {}, .error = u"Connection closed"_s});
+        end({.error = u"Connection closed"_s});
     else
         end({});
 }
 
-// Qt (6.4) does not always notice that a connection was lost before the end. A lost end of a
-// chunked body cannot be told apart; the header is absent where the length is that of
-// compressed data.
+// Qt (6.4) does not always notice that a connection was lost before the end. Nothing tells that of
+// a chunked body, and Qt hides the length of a compressed one.
 bool ChatTransfer::complete() const {
     const QVariant promised = reply_->header(QNetworkRequest::ContentLengthHeader);
     return !promised.isValid() || received_ >= promised.toLongLong();
 }
 
-// A compressed body's length is not there to be asked for.
+// Neither a length nor chunks tell where the body ends. Qt hides the length of a compressed one.
 bool ChatTransfer::endsWithItsConnection() const {
     for (const char *header : {"Content-Length", "Transfer-Encoding", "Content-Encoding"}) {
         if (reply_->hasRawHeader(header))

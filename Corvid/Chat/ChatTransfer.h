@@ -23,8 +23,8 @@ namespace corvid {
  * nothing is called afterwards.
  *
  * The authorization goes to the origin (scheme, host, port) of the request only: of redirects,
- * 307 and 308 within the origin are followed, any other counts as the status that it is. TLS
- * is verified. No cookies, no caches, no asking for credentials.
+ * 307 and 308 within the origin are followed, any other is a refusal. TLS is verified. No cookies,
+ * no caches, no asking for credentials.
  */
 class ChatTransfer final : public QObject {
 public:
@@ -37,8 +37,8 @@ public:
 
     /** How a transfer ended; neither: the whole body is here. */
     struct End {
-        std::optional<int> refusal;   ///< an HTTP status outside 200–299
-        std::optional<QString> error; ///< for people; holds no secret
+        std::optional<int> refusal = {};   ///< an HTTP status outside 200–299
+        std::optional<QString> error = {}; ///< for people; holds no secret
     };
 
     struct Handlers {
@@ -54,6 +54,7 @@ public:
 
 private:
     void post(const QUrl &url);
+    int status() const; // 0: none yet
     void headArrived();
     bool readBody();
     void finished();

@@ -7,10 +7,10 @@
 namespace corvid {
 
 /**
- * The thread that all chat transfers run in. What Qt does on the way of a request where it is
- * made (loading TLS and its certificates, asking for the proxy) takes longer than the main
- * thread may be blocked. The thread starts with the first transfer. Main thread only, except for
- * the transfers' handlers, which run in the network thread.
+ * The thread that all chat transfers run in: to start a request, Qt loads TLS and its certificates
+ * and asks for the proxy, which takes longer than the main thread may be blocked. It starts with
+ * the first transfer. Main thread only, except for the transfers' handlers, which run in the
+ * thread.
  */
 class ChatTransport {
 public:
@@ -20,10 +20,10 @@ public:
     /** Closes every transfer; afterwards no handler runs. */
     ~ChatTransport();
 
-    /** The id is the caller's and not in use. */
+    /** The caller chooses the id, which must not be in use. */
     void start(quint64 id, ChatTransfer::Request request, ChatTransfer::Handlers handlers);
 
-    /** Closes a transfer soon; nothing when it has ended. Handlers may still run meanwhile. */
+    /** Closes a transfer soon, if it has not ended. Until then its handlers may still run. */
     void cancel(quint64 id);
 
 private:

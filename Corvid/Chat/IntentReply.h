@@ -7,7 +7,7 @@
 
 namespace corvid {
 
-/** What the model took a launcher query for. Taken as the model wrote it; nothing validated. */
+/** What a launcher query means, as the model wrote it; nothing is validated. */
 struct Intent {
     QString action; ///< "open_app", "open_project" or "none"
     QString app;

@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// The space belongs to it: "data:" alone begins no data line here.
+// Including the space: "data:" without one begins no data line here.
 constexpr QByteArrayView prefix = "data: ";
 
 bool mayBecomeData(QByteArrayView beginning) {
@@ -32,28 +32,25 @@ ServerSentEvents::State ServerSentEvents::read(QByteArrayView bytes, QStringList
         }
         const auto end =
             std::find_if(bytes.begin(), bytes.end(), [](char c) { return c == '\n' || c == '\r'; });
-        const QByteArrayView part = bytes.first(end - bytes.begin());
-        if (end == bytes.end()) {
-            keep(part, pieces);
+        keep(bytes.first(end - bytes.begin()), pieces);
+        if (end == bytes.end())
             break;
-        }
         afterCarriageReturn_ = *end == '\r';
-        bytes = bytes.sliced(part.size() + 1);
-        endLine(part, pieces);
+        bytes = bytes.sliced(end + 1 - bytes.begin());
+        endLine(pieces);
     }
     return state_;
 }
 
 void ServerSentEvents::finish(QStringList &pieces) {
-    if (state_ == State::Reading)
-        endLine({}, pieces);
+    endLine(pieces);
     state_ = State::Ended;
 }
 
 void ServerSentEvents::keep(QByteArrayView part, QStringList &pieces) {
     if (ignoringLine_)
         return;
-    // One byte more than a line may have tells that it has too many.
+    // One byte more than a line may have is kept, to tell that the line is too long.
     line_.append(part.first(std::min(part.size(), maxLine + 1 - line_.size())));
     if (!mayBecomeData(line_)) {
         ignoringLine_ = true;
@@ -63,32 +60,21 @@ void ServerSentEvents::keep(QByteArrayView part, QStringList &pieces) {
     }
 }
 
-void ServerSentEvents::endLine(QByteArrayView rest, QStringList &pieces) {
-    if (std::exchange(ignoringLine_, false))
-        return;
-    if (line_.isEmpty()) { // the usual case: nothing to join
-        takeLine(rest, pieces);
-        return;
-    }
-    keep(rest, pieces);
+void ServerSentEvents::endLine(QStringList &pieces) {
     if (state_ == State::Reading && !std::exchange(ignoringLine_, false))
-        takeLine(line_, pieces);
+        takeLine(pieces);
     line_.resize(0);
 }
 
-void ServerSentEvents::takeLine(QByteArrayView line, QStringList &pieces) {
-    if (!line.startsWith(prefix))
+void ServerSentEvents::takeLine(QStringList &pieces) {
+    if (!line_.startsWith(prefix))
         return;
-    if (line.size() > maxLine) {
-        cutOff(pieces);
-        return;
-    }
-    const QByteArrayView data = line.sliced(prefix.size());
+    const QByteArrayView data = QByteArrayView(line_).sliced(prefix.size());
     if (data == "[DONE]") {
         state_ = State::Ended;
         return;
     }
-    // Bytes that are no text become replacement characters and do not cost the whole line.
+    // Bytes that are not UTF-8 become replacement characters; the rest of the line counts.
     std::optional<QString> text = data.isValidUtf8()
                                       ? chat::content(data, "delta"_L1)
                                       : chat::content(QString::fromUtf8(data).toUtf8(), "delta"_L1);

@@ -29,7 +29,7 @@ public:
     /** Takes the next bytes and appends the pieces of text that they complete. */
     State read(QByteArrayView bytes, QStringList &pieces);
 
-    /** The server sent everything: what stands of an unfinished line is a line. */
+    /** The server has sent everything: an unfinished line counts as a line. */
     void finish(QStringList &pieces);
 
     /** Bytes kept of the unfinished line. */
@@ -37,8 +37,8 @@ public:
 
 private:
     void keep(QByteArrayView part, QStringList &pieces);
-    void endLine(QByteArrayView rest, QStringList &pieces);
-    void takeLine(QByteArrayView line, QStringList &pieces);
+    void endLine(QStringList &pieces);
+    void takeLine(QStringList &pieces);
     void cutOff(QStringList &pieces);
 
     QByteArray line_;           ///< the beginning of the unfinished line

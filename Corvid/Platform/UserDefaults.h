@@ -25,8 +25,12 @@ public:
 
     /** The process-wide store, which the platform installs before anything asks for it; asking
         earlier is a fatal programming error. The store must outlive its users. */
-    static UserDefaults &standard();
-    static void installStandard(UserDefaults *store);
+    static UserDefaults &standard() {
+        if (!standard_)
+            qFatal("the standard user defaults were used before the platform installed them");
+        return *standard_;
+    }
+    static void installStandard(UserDefaults *store) { standard_ = store; }
 
     /** The stored value, as fresh as the store itself; undefined when absent. */
     virtual QJsonValue value(const QString &key) const = 0;
@@ -45,6 +49,9 @@ public:
     void set(const QString &key, const QJsonValue &newValue) {
         update(key, [newValue](const QJsonValue &) { return newValue; });
     }
+
+private:
+    inline static UserDefaults *standard_ = nullptr;
 };
 
 } // namespace corvid

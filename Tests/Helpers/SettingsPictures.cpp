@@ -82,7 +82,7 @@ int main(int argc, char **argv) {
         scene(u"settings-no-folders"_s, At::Top);
         window.close();
 
-        world.secrets.set(KeychainHelper::aiApiKey, u"sk-0123456789abcdef"_s);
+        world.secrets.set(settings::aiKeyAccount, u"sk-0123456789abcdef"_s);
         world.defaults.set(u"hotkeyKeyCode"_s, 49);
         world.defaults.set(u"hotkeyModifiers"_s, 0x900);
         world.defaults.set(u"projectRoots"_s, folders(30));

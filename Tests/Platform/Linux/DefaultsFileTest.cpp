@@ -2,7 +2,7 @@
 // when. docs/settings.md tells people the same.
 
 #include "AppDelegate.h"
-#include "Base/StoredSettings.h"
+#include "Base/Settings.h"
 #include "Fakes/FakeAppearanceSettings.h"
 #include "Fakes/FakeFolderDialog.h"
 #include "Fakes/FakeHotKeyBackend.h"

@@ -1,0 +1,136 @@
+#pragma once
+
+#include "Base/Locations.h"
+#include "Base/TaskGroup.h"
+#include "Catalog/JsonCache.h"
+
+#include <QFileInfo>
+#include <QObject>
+
+#include <atomic>
+#include <functional>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <type_traits>
+#include <utility>
+
+namespace corvid {
+
+/**
+ * A list that scans in the background fill, and the cache that holds it for the next run. Main
+ * thread only, and needs an event loop, through which lists arrive. What cannot be read or written
+ * is no cache. The destructor stops the scans and waits for them.
+ *
+ * A Snapshot is a list and what is prepared from it, both made in the background: it has the member
+ * `records`, is constructed from such a vector, and names its cache file as `Snapshot::cacheFile`.
+ */
+template <typename Snapshot>
+class ScannedList {
+public:
+    using Records = std::remove_const_t<decltype(Snapshot::records)>;
+    using SharedSnapshot = std::shared_ptr<Snapshot>;
+    /** The list of the last run, empty when there is none; its destructor waits for it. */
+    using Cached = std::future<SharedSnapshot>;
+    using Scan = std::function<Records(const std::stop_token &)>;
+    enum class Source { Cache, Scan };
+
+    /** `onReplaced` follows each replacement of the list. It may load again. */
+    explicit ScannedList(std::function<void(Source)> onReplaced)
+        : onReplaced_(std::move(onReplaced)) {}
+
+    /** Starts to read the cache. Any thread; needs no event loop. */
+    static Cached readCache() {
+        return std::async(std::launch::async, [path = cachePath()] {
+            return std::make_shared<Snapshot>(
+                corvid::readCache<typename Records::value_type>(path));
+        });
+    }
+
+    /** The present list, empty at first. Valid until the next replacement. */
+    Snapshot *operator->() const { return snapshot_.get(); }
+
+    /** Shows the cached list unless it is empty. One too large to be waited for is shown when it
+        is read, unless a scan was faster or this was called again. */
+    void showCached(Cached cached) {
+        ++generation_;
+        if (isQuickToRead()) {
+            if (SharedSnapshot list = cached.get(); !list->records.empty())
+                replace(std::move(list), Source::Cache);
+            return;
+        }
+        tasks_.start([this, generation = generation_,
+                      reading = std::make_shared<Cached>(std::move(cached))](const auto &) {
+            later([this, generation, list = reading->get()]() mutable {
+                if (generation == generation_ && !list->records.empty())
+                    replace(std::move(list), Source::Cache);
+                else
+                    discard(std::move(list));
+            });
+        });
+    }
+
+    /** Starts a scan, whose result is shown and cached. Scans may overlap; the one that ends last
+        counts. */
+    void start(Scan scan) {
+        tasks_.start([this, scan = std::move(scan)](const std::stop_token &stop) {
+            Records records = scan(stop);
+            // Half a scan is no result; whoever asked it to stop is waiting to be destroyed.
+            if (stop.stop_requested())
+                return;
+            later([this, list = std::make_shared<Snapshot>(std::move(records))] {
+                ++generation_;
+                replace(list, Source::Scan);
+                write(list);
+            });
+        });
+    }
+
+private:
+    static QString cachePath() { return locations::cacheFile(Snapshot::cacheFile); }
+
+    /** Whether reading the cache, and preparing what it holds for searching, takes so little time
+        (4 ms at most on a slow machine) that the main thread can wait for it. Holds for 1,000
+        applications or 3,000 projects. */
+    static bool isQuickToRead() {
+        constexpr qint64 most = 384 * 1024;
+        return QFileInfo(cachePath()).size() <= most;
+    }
+
+    /** Runs it in the main thread, called from any. */
+    template <typename Function>
+    void later(Function function) {
+        QMetaObject::invokeMethod(&receiver_, std::move(function), Qt::QueuedConnection);
+    }
+
+    void replace(SharedSnapshot list, Source source) {
+        discard(std::exchange(snapshot_, std::move(list)));
+        onReplaced_(source);
+    }
+
+    // Taking a long list apart takes long, too.
+    void discard(SharedSnapshot list) {
+        tasks_.start([list = std::move(list)](const auto &) {});
+    }
+
+    // One write at a time, and of the lists that wait for it only the newest: the file ends as the
+    // list that was shown last.
+    void write(SharedSnapshot list) {
+        tasks_.start([this, list = std::move(list), path = cachePath(),
+                      number = ++lastWrite_](const auto &) {
+            const std::scoped_lock lock(writing_);
+            if (number == lastWrite_)
+                writeCache(path, list->records);
+        });
+    }
+
+    const std::function<void(Source)> onReplaced_;
+    SharedSnapshot snapshot_ = std::make_shared<Snapshot>(Records());
+    quint64 generation_ = 0; ///< of what is shown: grows with each showCached() and scan's end
+    std::atomic<quint64> lastWrite_ = 0;
+    std::mutex writing_;
+    QObject receiver_; ///< of what the tasks hand over
+    TaskGroup tasks_;
+};
+
+} // namespace corvid
