@@ -1,12 +1,16 @@
 #include "Base/AtomicFile.h"
 
+#include <QDateTime>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 
+#include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -101,6 +105,28 @@ bool writeFileAtomically(const QString &path, const QByteArray &bytes) {
     if (!replaced)
         unlink(temporary.constData());
     return replaced;
+}
+
+bool lockFile(int descriptor, int operation) {
+    constexpr auto patience = std::chrono::seconds(2);
+    constexpr auto pause = std::chrono::milliseconds(5);
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (flock(descriptor, operation | LOCK_NB) != 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(pause);
+    }
+    return true;
+}
+
+bool keepAside(const QString &damaged, const QString &path) {
+    const QString name =
+        path + ".damaged-"_L1 + QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss'Z'"_s);
+    QString free = name;
+    for (int number = 2; QFileInfo::exists(free) || QFileInfo(free).isSymLink(); ++number)
+        free = name + u'-' + QString::number(number);
+    return rename(QFile::encodeName(damaged), QFile::encodeName(free)) == 0 ||
+           QFile::rename(damaged, free); // on another disk
 }
 
 } // namespace corvid

@@ -23,4 +23,14 @@ bool writeFileAtomically(const QString &path, const QByteArray &bytes);
     when that is impossible. Any thread; blocks on the disk. */
 bool makePrivateFolders(const QString &folder);
 
+/** Takes the advisory lock of an open file or folder: LOCK_EX or LOCK_SH. Waits while others hold
+    it, though not for long: a process may have been stopped that does. False when it cannot be had.
+    Any thread. */
+bool lockFile(int descriptor, int operation);
+
+/** Moves a damaged file to "<path>.damaged-<UTC time>", so that `path` can be written anew; it is
+    `path` itself or what that links to. Moved, not copied: what somebody is just writing into the
+    file is kept as well. False when that is impossible. Any thread; blocks on the disk. */
+bool keepAside(const QString &damaged, const QString &path);
+
 } // namespace corvid
