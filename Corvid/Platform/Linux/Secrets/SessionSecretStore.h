@@ -6,8 +6,8 @@
 #include <QObject>
 
 #include <chrono>
+#include <future>
 #include <memory>
-#include <thread>
 
 namespace corvid {
 
@@ -41,7 +41,7 @@ private:
         std::optional<QString> secret;
         bool beingAsked = false;
         bool answered = false; ///< the last question was
-        int pendingSaves = 0;  ///< until they are through, what the stores say is outdated
+        int saves = 0;         ///< until all are through, what the stores say is outdated
     };
 
     void install(const Report &report);
@@ -49,7 +49,7 @@ private:
     mutable QHash<QString, Known> known_;
     QObject receiver_; ///< what the thread says is addressed to it
     std::unique_ptr<Worker> worker_;
-    std::jthread thread_;
+    std::future<void> thread_; ///< runs the worker; waits for its end when destroyed
 };
 
 } // namespace corvid
