@@ -40,13 +40,13 @@ bool mayBeReplaced(const QString &path) {
     return !file.exists() || (file.isFile() && file.isWritable());
 }
 
-// Not "defaults.json.XXXXXX": that would also be the name of a user's "defaults.json.backup".
+// Not "defaults.json.XXXXXX": a user's "defaults.json.backup" would look like one of ours.
 QString temporaryPrefix(const QString &target) {
     const QFileInfo file(target);
     return file.path() + "/."_L1 + file.fileName() + ".corvid-"_L1;
 }
 
-// A living writer holds the lock of its temporary file; it falls with the writer.
+// A writer holds the lock of its temporary file until it ends.
 void removeLeftovers(const QString &prefix) {
     QDirIterator entries(QFileInfo(prefix).path(), QDir::Files | QDir::Hidden);
     while (entries.hasNext()) {

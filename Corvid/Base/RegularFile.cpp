@@ -10,7 +10,7 @@
 namespace corvid {
 
 std::optional<QByteArray> readRegularFile(const QString &path, qint64 most) {
-    // Looked at when it is open: between a look at the name and the opening it can be exchanged.
+    // Checked once it is open: after a check of the name, another file could take its place.
     const FileDescriptor descriptor(
         open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     struct stat status = {};

@@ -97,7 +97,7 @@ JsonUserDefaults::~JsonUserDefaults() {
 }
 
 QJsonValue JsonUserDefaults::value(const QString &key) const {
-    // In this order: once a change counts as written, the file that has it must be looked at.
+    // First drop, then read: once a change counts as written, only the file shows it.
     dropWrittenOverlays();
     if (const auto overlay = overlays_.constFind(key); overlay != overlays_.constEnd())
         return overlay->value;
@@ -192,7 +192,7 @@ bool JsonUserDefaults::write(const std::deque<PendingChange> &changes) const {
     while (true) {
         const std::optional<Stamp> before = Stamp::of(file_);
         const Content present = readContent(file_);
-        // What we cannot read we would destroy.
+        // Writing would destroy what we cannot read.
         if (present.state == FileState::Unreadable)
             return false;
         QJsonObject object = present.object;
@@ -203,7 +203,7 @@ bool JsonUserDefaults::write(const std::deque<PendingChange> &changes) const {
         // Editors know nothing of our lock: what was saved in the meantime is merged, too.
         if (Stamp::of(file_) != before)
             continue;
-        // Of a symbolic link, the link stays and the content goes.
+        // A symbolic link stays; what it leads to is moved.
         if (present.state == FileState::Damaged &&
             !keepAside(QFileInfo(file_).canonicalFilePath(), file_))
             return false;

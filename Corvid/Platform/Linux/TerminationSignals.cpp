@@ -37,7 +37,7 @@ TerminationSignals::TerminationSignals() : notifier_(openEvent(), QSocketNotifie
     });
     struct sigaction action = {};
     action.sa_handler = noteSignal;
-    // With the default back in place, whoever is impatient is heard the second time.
+    // The first signal restores the default, so that a second one ends the process at once.
     action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
     for (const int signal : terminationSignals)
         sigaction(signal, &action, nullptr);

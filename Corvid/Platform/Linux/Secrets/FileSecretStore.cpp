@@ -148,7 +148,7 @@ bool FileSecretStore::set(const QString &account, const QString &secret) {
     if (!folder.valid() || !lockFile(folder.number(), LOCK_EX))
         return false;
     const Content present = read();
-    // What we cannot read we would destroy.
+    // Writing would destroy what we cannot read.
     if (present.unreadable)
         return false;
     QJsonObject table = present.table;
@@ -207,7 +207,7 @@ bool FileSecretStore::write(const Content &present, const QJsonObject &table) co
     if (key.isEmpty()) {
         key = QByteArray(keySize, Qt::Uninitialized);
         crypto_secretbox_keygen(bytes(key));
-        // First the key: a secret that nothing opens would be lost.
+        // The key comes first: without it, the secret would be lost.
         if (!writeFileAtomically(keyFile_, key))
             return false;
     }

@@ -17,23 +17,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr auto busName = "org.freedesktop.secrets";
+constexpr auto secretsBusName = "org.freedesktop.secrets";
 
-// The generic name is what items get that are stored without a schema, so that such a tool
-// replaces our item instead of making a second one.
-const SecretSchema schema = {"org.freedesktop.Secret.Generic",
-                             SECRET_SCHEMA_DONT_MATCH_NAME,
-                             {{"service", SECRET_SCHEMA_ATTRIBUTE_STRING},
-                              {"account", SECRET_SCHEMA_ATTRIBUTE_STRING},
-                              {nullptr, SECRET_SCHEMA_ATTRIBUTE_STRING}},
-                             0,
-                             nullptr,
-                             nullptr,
-                             nullptr,
-                             nullptr,
-                             nullptr,
-                             nullptr,
-                             nullptr};
+// Items that are stored without a schema have this name. With the same one, a tool that stores them
+// so replaces our item instead of making a second one.
+const SecretSchema secretSchema = [] {
+    SecretSchema result = {};
+    result.name = "org.freedesktop.Secret.Generic";
+    result.flags = SECRET_SCHEMA_DONT_MATCH_NAME;
+    result.attributes[0] = {"service", SECRET_SCHEMA_ATTRIBUTE_STRING};
+    result.attributes[1] = {"account", SECRET_SCHEMA_ATTRIBUTE_STRING};
+    return result;
+}();
 
 struct HashTableUnref {
     void operator()(GHashTable *table) const { g_hash_table_unref(table); }
@@ -51,7 +46,7 @@ struct ObjectListFree {
 using ItemsPointer = std::unique_ptr<GList, ObjectListFree>;
 
 AttributesPointer attributesOf(const QString &account) {
-    return AttributesPointer(secret_attributes_build(&schema, "service", secretService.data(),
+    return AttributesPointer(secret_attributes_build(&secretSchema, "service", secretService.data(),
                                                      "account", account.toUtf8().constData(),
                                                      nullptr));
 }
@@ -134,7 +129,7 @@ bool makeItem(SecretService *service, const QString &account, SecretValue *value
               GCancellable *cancellable) {
     const AttributesPointer attributes = attributesOf(account);
     Prompting prompting(cancellable);
-    secret_service_store(service, &schema, attributes.get(), SECRET_COLLECTION_DEFAULT,
+    secret_service_store(service, &secretSchema, attributes.get(), SECRET_COLLECTION_DEFAULT,
                          "Corvid API key", value, prompting.cancellable(), Prompting::callback,
                          &prompting);
     GAsyncResult *result = prompting.wait();
@@ -159,16 +154,16 @@ bool isSilence(const GErrorHolder &error) {
 
 } // namespace
 
-/** The bus, what we listen to on it, and the service once it has answered. The connection is of our
-    own: the end of the shared one is told in the thread that made it. */
+/** The bus, what we listen to on it, and the service once it has answered. The connection is not
+   the shared one, whose loss is reported to the thread that made it. */
 struct SecretServiceStore::Connection {
     Connection(GObjectPointer<GDBusConnection> ownBus, const std::function<void()> &changed)
         : bus(std::move(ownBus)), onChange(changed) {
-        listen("org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged", busName);
-        listen(busName, "org.freedesktop.Secret.Service", nullptr, nullptr);
-        listen(busName, "org.freedesktop.Secret.Collection", nullptr, nullptr);
+        listen("org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged", secretsBusName);
+        listen(secretsBusName, "org.freedesktop.Secret.Service", nullptr, nullptr);
+        listen(secretsBusName, "org.freedesktop.Secret.Collection", nullptr, nullptr);
         // Whether a collection is locked is one of its properties.
-        listen(busName, "org.freedesktop.DBus.Properties", "PropertiesChanged", nullptr);
+        listen(secretsBusName, "org.freedesktop.DBus.Properties", "PropertiesChanged", nullptr);
         closed = g_signal_connect(bus.get(), "closed", G_CALLBACK(+onClosed), this);
     }
     Connection(const Connection &) = delete;
@@ -214,8 +209,8 @@ struct SecretServiceStore::Connection {
     ItemsPointer search(const QString &account, SecretSearchFlags flags, GCancellable *cancellable,
                         GErrorHolder &error) const {
         const AttributesPointer attributes = attributesOf(account);
-        return ItemsPointer(secret_service_search_sync(service.get(), &schema, attributes.get(),
-                                                       flags, cancellable, error.out()));
+        return ItemsPointer(secret_service_search_sync(
+            service.get(), &secretSchema, attributes.get(), flags, cancellable, error.out()));
     }
 
     GObjectPointer<GDBusConnection> bus;
@@ -233,7 +228,7 @@ SecretServiceStore::~SecretServiceStore() = default;
 
 SecretServiceStore::State SecretServiceStore::connect(Start start, GCancellable *cancellable) {
     if (!connection_) {
-        // libsecret uses the shared connection, whose end would be ours had we not made it.
+        // libsecret uses the shared connection; made by us, its loss does not end the process.
         const GObjectPointer<GDBusConnection> shared = sessionBus(cancellable);
         GObjectPointer<GDBusConnection> bus = shared ? ownSessionBus(cancellable) : nullptr;
         if (!bus)
@@ -242,10 +237,10 @@ SecretServiceStore::State SecretServiceStore::connect(Start start, GCancellable 
     }
     // Asked for each time: a change of owner is told only between calls.
     GErrorHolder error;
-    bool runs =
-        connection_->askBus("GetNameOwner", g_variant_new("(s)", busName), cancellable, error);
+    bool runs = connection_->askBus("GetNameOwner", g_variant_new("(s)", secretsBusName),
+                                    cancellable, error);
     if (!runs && start == Start::IfNeeded && !isSilence(error)) {
-        runs = connection_->askBus("StartServiceByName", g_variant_new("(su)", busName, 0U),
+        runs = connection_->askBus("StartServiceByName", g_variant_new("(su)", secretsBusName, 0U),
                                    cancellable, error);
     }
     if (!runs) {
@@ -253,8 +248,9 @@ SecretServiceStore::State SecretServiceStore::connect(Start start, GCancellable 
         return isSilence(error) ? State::NoAnswer : State::NoService;
     }
     if (!connection_->service) {
-        connection_->service.reset(secret_service_open_sync(
-            SECRET_TYPE_SERVICE, busName, SECRET_SERVICE_OPEN_SESSION, cancellable, error.out()));
+        connection_->service.reset(secret_service_open_sync(SECRET_TYPE_SERVICE, secretsBusName,
+                                                            SECRET_SERVICE_OPEN_SESSION,
+                                                            cancellable, error.out()));
     }
     return connection_->service ? State::Found : State::NoAnswer;
 }

@@ -18,8 +18,8 @@ namespace {
 
 constexpr auto patienceAtTheEnd = std::chrono::seconds(2);
 
-void wipe(std::optional<QString> &secret) {
-    // A string that somebody else still uses is theirs to lose.
+void forget(std::optional<QString> &secret) {
+    // A string that is still shared is not ours to overwrite.
     if (secret && secret->isDetached())
         explicit_bzero(secret->data(), static_cast<std::size_t>(secret->size()) * sizeof(QChar));
     secret.reset();
@@ -62,7 +62,7 @@ public:
     /** Reports on the account now and whenever something may have changed. */
     void follow(const QString &account) {
         const std::scoped_lock lock(mutex_);
-        jobs_[account]; // where a save waits, that reports, too
+        jobs_[account]; // a waiting save stays: it reports, too
         g_main_context_wakeup(context_.get());
     }
 
@@ -74,7 +74,7 @@ public:
         if (!savingAccount_ || *savingAccount_ == account)
             g_cancellable_cancel(running_.get());
         Job &job = jobs_[account];
-        wipe(job.secretToSave);
+        forget(job.secretToSave);
         job = {secret, number};
         g_main_context_wakeup(context_.get());
     }
@@ -131,7 +131,7 @@ private:
                 carryOut(account, *job.secretToSave, job.number);
             else
                 look(account, SecretServiceStore::Start::IfNeeded);
-            wipe(job.secretToSave);
+            forget(job.secretToSave);
         } else if (std::exchange(changed_, false)) {
             // A service that was ended is not ours to bring back.
             for (const QString &account : followed_.keys())
@@ -212,7 +212,7 @@ SessionSecretStore::~SessionSecretStore() {
     if (thread_.wait_for(patienceAtTheEnd) != std::future_status::ready)
         worker_->giveUp();
     for (Known &known : known_)
-        wipe(known.secret);
+        forget(known.secret);
 }
 
 std::optional<QString> SessionSecretStore::get(const QString &account) const {
@@ -229,7 +229,7 @@ void SessionSecretStore::set(const QString &account, const QString &secret) {
     worker_->save(account, secret, ++known.saves);
     if (known.secret == secret)
         return;
-    wipe(known.secret);
+    forget(known.secret);
     known.secret = secret;
     const auto tell = [this] {
         if (onChange)
@@ -245,7 +245,7 @@ void SessionSecretStore::install(const Report &report) {
     // What the stores said before the last save is outdated.
     if (report.saves < known.saves || known.secret == report.secret)
         return;
-    wipe(known.secret);
+    forget(known.secret);
     known.secret = report.secret;
     if (onChange)
         onChange();

@@ -17,10 +17,10 @@ namespace corvid {
  * own; a secret saved to the service leaves the file store.
  *
  * The main thread answers from its memory alone: everything that blocks is a thread's, which
- * sleeps until the service reports a change. A service that does not answer in time changes
- * nothing about what it said before, and is asked again when somebody wants to know.
+ * sleeps until the service reports a change. When a service does not answer in time, what it said
+ * before still counts; it is asked again when somebody wants to know.
  *
- * Destroying it completes what is being saved, but waits no longer than a moment for it.
+ * The destructor completes what is being saved, but waits no longer than two seconds for it.
  */
 class SessionSecretStore final : public SecretStore {
 public:
