@@ -2,6 +2,7 @@
 
 #include "AIService.h"
 #include "AppDelegate.h"
+#include "Base/Deadline.h"
 #include "Front/CommandLine.h"
 #include "HotKeyManager.h"
 #include "Platform/Linux/Bus/BusInstance.h"
@@ -9,7 +10,6 @@
 #include "Platform/Linux/Bus/PortalFolderDialog.h"
 #include "Platform/Linux/Bus/SessionTrayWatch.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
-#include "Platform/Linux/ExitDeadline.h"
 #include "Platform/Linux/JsonUserDefaults.h"
 #include "Platform/Linux/Launching/GioDesktopEntries.h"
 #include "Platform/Linux/Launching/SessionWorkspace.h"
@@ -34,8 +34,10 @@
 #include <cstdio>
 #include <future>
 #include <memory>
+#include <optional>
 
 #include <malloc.h>
+#include <unistd.h>
 
 namespace {
 
@@ -87,7 +89,7 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
         [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); },
         Qt::DirectConnection);
     const TerminationSignals terminationSignals;
-    ExitDeadline exitDeadline;
+    std::optional<Deadline> exitDeadline;
 
     JsonUserDefaults defaults;
     UserDefaults::installStandard(&defaults);
@@ -118,9 +120,11 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
     const int exitCode = QApplication::exec();
-    // Everything that follows may have to wait for a disk, but what the user did is stored first.
+    // Everything that follows may have to wait for a disk, even without end: threads are waited
+    // for, and one may be in the kernel, asking a file system that no longer answers. What the user
+    // did is stored first.
     constexpr std::chrono::seconds patience(5);
-    exitDeadline.start(patience, exitCode);
+    exitDeadline.emplace(patience, [exitCode] { _exit(exitCode); });
     defaults.synchronize();
     return exitCode;
 }

@@ -1,12 +1,16 @@
 #include "Base/AtomicFile.h"
 
+#include <QDateTime>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 
+#include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -36,13 +40,13 @@ bool mayBeReplaced(const QString &path) {
     return !file.exists() || (file.isFile() && file.isWritable());
 }
 
-// Not "defaults.json.XXXXXX": that would also be the name of a user's "defaults.json.backup".
+// Not "defaults.json.XXXXXX": a user's "defaults.json.backup" would look like one of ours.
 QString temporaryPrefix(const QString &target) {
     const QFileInfo file(target);
     return file.path() + "/."_L1 + file.fileName() + ".corvid-"_L1;
 }
 
-// A living writer holds the lock of its temporary file; it falls with the writer.
+// A writer holds the lock of its temporary file until it ends.
 void removeLeftovers(const QString &prefix) {
     QDirIterator entries(QFileInfo(prefix).path(), QDir::Files | QDir::Hidden);
     while (entries.hasNext()) {
@@ -101,6 +105,28 @@ bool writeFileAtomically(const QString &path, const QByteArray &bytes) {
     if (!replaced)
         unlink(temporary.constData());
     return replaced;
+}
+
+bool lockFile(int descriptor, int operation) {
+    constexpr auto patience = std::chrono::seconds(2);
+    constexpr auto pause = std::chrono::milliseconds(5);
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (flock(descriptor, operation | LOCK_NB) != 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(pause);
+    }
+    return true;
+}
+
+bool keepAside(const QString &damaged, const QString &path) {
+    const QString name =
+        path + ".damaged-"_L1 + QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss'Z'"_s);
+    QString free = name;
+    for (int number = 2; QFileInfo::exists(free) || QFileInfo(free).isSymLink(); ++number)
+        free = name + u'-' + QString::number(number);
+    return rename(QFile::encodeName(damaged), QFile::encodeName(free)) == 0 ||
+           QFile::rename(damaged, free); // on another disk
 }
 
 } // namespace corvid

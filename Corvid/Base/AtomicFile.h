@@ -19,8 +19,18 @@ namespace corvid {
  */
 bool writeFileAtomically(const QString &path, const QByteArray &bytes);
 
-/** Makes the folder and its missing parents, which are nobody else's business (0700). False
+/** Makes the folder and its missing parents, for the user alone (0700). False
     when that is impossible. Any thread; blocks on the disk. */
 bool makePrivateFolders(const QString &folder);
+
+/** Takes the advisory lock of an open file or folder: LOCK_EX or LOCK_SH. Waits while others hold
+    it, but for two seconds at most, since the holder may have been stopped. False when it cannot be
+    had. Any thread. */
+bool lockFile(int descriptor, int operation);
+
+/** Moves a damaged file to "<path>.damaged-<UTC time>", so that `path` can be written anew; it is
+    `path` itself or what that links to. Moved, not copied: what somebody is just writing into the
+    file is kept as well. False when that is impossible. Any thread; blocks on the disk. */
+bool keepAside(const QString &damaged, const QString &path);
 
 } // namespace corvid

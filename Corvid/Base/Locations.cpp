@@ -42,6 +42,21 @@ QString applicationSupport() {
     return xdgFolder("XDG_DATA_HOME", "/.local/share"_L1);
 }
 
+QStringList systemData() {
+    QStringList folders;
+    const QString variable = QFile::decodeName(qgetenv("XDG_DATA_DIRS"));
+    for (const QString &folder : variable.split(u':')) {
+        if (folder.startsWith(u'/'))
+            folders.append(QDir::cleanPath(folder));
+    }
+    return folders.isEmpty() ? QStringList{u"/usr/local/share"_s, u"/usr/share"_s} : folders;
+}
+
+QStringList flatpakData() {
+    return {applicationSupport() + "/flatpak/exports/share"_L1,
+            u"/var/lib/flatpak/exports/share"_s};
+}
+
 QString configuration() {
     return xdgFolder("XDG_CONFIG_HOME", "/.config"_L1);
 }

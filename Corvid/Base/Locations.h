@@ -1,11 +1,13 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 /**
- * Where the user's files live. The one place that reads $HOME and $XDG_…, so that a test or a
+ * Where files live. The one place that reads $HOME and the folders of $XDG_…, so that a test or a
  * second user is given another world by environment alone. Read afresh at every call, any thread.
- * An empty or relative $XDG_… counts as unset. No result ends with "/" and none is empty.
+ * An empty or relative folder in a $XDG_… counts as not given. No result ends with "/" and none is
+ * empty.
  */
 namespace corvid::locations {
 
@@ -14,6 +16,14 @@ QString home();
 
 /** $XDG_DATA_HOME, by default ~/.local/share. */
 QString applicationSupport();
+
+/** $XDG_DATA_DIRS, where what is installed for everybody keeps its data; by default
+    /usr/local/share and /usr/share. */
+QStringList systemData();
+
+/** Where Flatpak puts the data of what it installs: the user's own, then everybody's. The
+    environment need not name them. */
+QStringList flatpakData();
 
 /** $XDG_CONFIG_HOME, by default ~/.config. */
 QString configuration();

@@ -1,27 +1,24 @@
 #include "Base/RegularFile.h"
 
+#include "Base/FileDescriptor.h"
+
 #include <QFile>
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace corvid {
 
 std::optional<QByteArray> readRegularFile(const QString &path, qint64 most) {
-    // Looked at when it is open: between a look at the name and the opening it can be exchanged.
-    const int descriptor =
-        open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (descriptor < 0)
-        return std::nullopt;
+    // Checked once it is open: after a check of the name, another file could take its place.
+    const FileDescriptor descriptor(
+        open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     struct stat status = {};
     QFile file;
-    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > most ||
-        !file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered,
-                   QFileDevice::AutoCloseHandle)) {
-        close(descriptor);
+    if (!descriptor.valid() || fstat(descriptor.number(), &status) != 0 ||
+        !S_ISREG(status.st_mode) || status.st_size > most ||
+        !file.open(descriptor.number(), QIODevice::ReadOnly | QIODevice::Unbuffered))
         return std::nullopt;
-    }
     // What is appended meanwhile does not count.
     QByteArray bytes = file.read(status.st_size);
     if (file.error() != QFileDevice::NoError)

@@ -1,5 +1,6 @@
 #include "Catalog/ProjectScan.h"
 
+#include "Base/FileDescriptor.h"
 #include "Base/NameOrder.h"
 
 #include <QDir>
@@ -65,26 +66,6 @@ private:
 
 constexpr MarkerLookup lookup;
 constexpr MarkerSet gitMarker = lookup.rowsOf(".git");
-
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int number = -1) : number_(number) {}
-    FileDescriptor(FileDescriptor &&other) noexcept : number_(std::exchange(other.number_, -1)) {}
-    FileDescriptor &operator=(FileDescriptor &&other) noexcept {
-        std::swap(number_, other.number_);
-        return *this;
-    }
-    ~FileDescriptor() {
-        if (number_ >= 0)
-            close(number_);
-    }
-
-    int number() const { return number_; }
-    bool valid() const { return number_ >= 0; }
-
-private:
-    int number_;
-};
 
 bool isFolder(const FileDescriptor &folder, const char *name, unsigned char type) {
     if (type != DT_UNKNOWN)

@@ -21,7 +21,7 @@ public:
     Volumes &operator=(const Volumes &) = delete;
     virtual ~Volumes() = default;
 
-    /** Any thread. Must not touch the volume itself: a dead network mount may not hang it. */
+    /** Any thread. Must not touch the volume itself: a dead network mount would hang the caller. */
     virtual VolumeProperties properties(const QString &path) const = 0;
 };
 

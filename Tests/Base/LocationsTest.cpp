@@ -20,9 +20,11 @@ protected:
         qunsetenv("XDG_DATA_HOME");
         qunsetenv("XDG_CONFIG_HOME");
         qunsetenv("XDG_STATE_HOME");
+        qputenv("XDG_DATA_DIRS", dataDirs_);
     }
 
     const QByteArray home_;
+    const QByteArray dataDirs_ = qgetenv("XDG_DATA_DIRS");
 };
 
 } // namespace
@@ -92,6 +94,22 @@ TEST_F(Locations, theVariablesAreReadAfreshAtEveryCall) {
     EXPECT_EQ(locations::applicationSupport(), u"/one");
     qputenv("XDG_DATA_HOME", "/two");
     EXPECT_EQ(locations::applicationSupport(), u"/two");
+}
+
+TEST_F(Locations, ofTheSystemsDataFoldersThoseThatAreAbsoluteCountInTheirOrder) {
+    qputenv("XDG_DATA_DIRS", "/one/:relative::/t\xC3\xB6o//two:./three");
+    EXPECT_EQ(locations::systemData(), (QStringList{u"/one"_s, u"/t\u00f6o/two"_s}));
+    const QStringList usual{u"/usr/local/share"_s, u"/usr/share"_s};
+    for (const char *value : {"", "relative:./other", "::"}) {
+        qputenv("XDG_DATA_DIRS", value);
+        EXPECT_EQ(locations::systemData(), usual) << value;
+    }
+}
+
+TEST_F(Locations, flatpaksDataIsTheUsersAndEverybodys) {
+    qputenv("XDG_DATA_HOME", "/data");
+    EXPECT_EQ(locations::flatpakData(),
+              (QStringList{u"/data/flatpak/exports/share"_s, u"/var/lib/flatpak/exports/share"_s}));
 }
 
 TEST_F(Locations, cacheFilesLieInOurFolderOfTheApplicationSupport) {

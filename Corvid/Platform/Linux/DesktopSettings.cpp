@@ -12,8 +12,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct KeyFileFree {
-    void operator()(GKeyFile *file) const { g_key_file_free(file); }
+struct SchemaUnref {
+    void operator()(GSettingsSchema *schema) const { g_settings_schema_unref(schema); }
 };
 
 bool underKde() {
@@ -22,78 +22,56 @@ bool underKde() {
         .contains("KDE"_L1, Qt::CaseInsensitive);
 }
 
-// Absent schemas and keys must be asked for first: GLib aborts the process over them.
+// Asks for the schema and the key first: GLib aborts the process over absent ones.
 QString fromSettings(const char *schemaId, const char *key, bool onlyChosenByUser) {
     GSettingsSchemaSource *source = g_settings_schema_source_get_default();
-    if (!source)
-        return {};
-    GSettingsSchema *schema = g_settings_schema_source_lookup(source, schemaId, TRUE);
-    if (!schema)
+    const std::unique_ptr<GSettingsSchema, SchemaUnref> schema(
+        source ? g_settings_schema_source_lookup(source, schemaId, TRUE) : nullptr);
+    if (!schema || !g_settings_schema_has_key(schema.get(), key))
         return {};
     sessionBus(nullptr);
-    QString value;
-    if (g_settings_schema_has_key(schema, key)) {
-        const GObjectPointer<GSettings> settings(g_settings_new(schemaId));
-        GVariant *variant = onlyChosenByUser ? g_settings_get_user_value(settings.get(), key)
-                                             : g_settings_get_value(settings.get(), key);
-        if (variant && g_variant_is_of_type(variant, G_VARIANT_TYPE_STRING))
-            value = QString::fromUtf8(g_variant_get_string(variant, nullptr));
-        if (variant)
-            g_variant_unref(variant);
-    }
-    g_settings_schema_unref(schema);
-    return value;
+    const GObjectPointer<GSettings> settings(g_settings_new(schemaId));
+    const GVariantPointer value(onlyChosenByUser ? g_settings_get_user_value(settings.get(), key)
+                                                 : g_settings_get_value(settings.get(), key));
+    if (!value || !g_variant_is_of_type(value.get(), G_VARIANT_TYPE_STRING))
+        return {};
+    return QString::fromUtf8(g_variant_get_string(value.get(), nullptr));
 }
 
 QString fromConfigurationFile(QLatin1StringView name, const char *group, const char *key) {
-    const std::unique_ptr<GKeyFile, KeyFileFree> file(g_key_file_new());
+    const GKeyFilePointer file(g_key_file_new());
     const QByteArray path = QFile::encodeName(locations::configuration() + u'/' + name);
-    GErrorHolder error;
-    if (!g_key_file_load_from_file(file.get(), path.constData(), G_KEY_FILE_NONE, error.out()))
+    if (!g_key_file_load_from_file(file.get(), path.constData(), G_KEY_FILE_NONE, nullptr))
         return {};
-    const GFreePointer<gchar> value(g_key_file_get_string(file.get(), group, key, error.out()));
+    const GFreePointer<gchar> value(g_key_file_get_string(file.get(), group, key, nullptr));
     return QString::fromUtf8(value.get());
-}
-
-QString firstNotEmpty(std::initializer_list<QString (*)()> sources) {
-    for (const auto source : sources)
-        if (QString value = source(); !value.isEmpty())
-            return value;
-    return {};
 }
 
 QString kdeIconTheme() {
     return fromConfigurationFile("kdeglobals"_L1, "Icons", "Theme");
 }
 
-QString kdeTerminal() {
-    return fromConfigurationFile("kdeglobals"_L1, "General", "TerminalApplication");
-}
-
 QString settingsIconTheme() {
     return fromSettings("org.gnome.desktop.interface", "icon-theme", false);
-}
-
-// The default names a terminal that need not be installed, so only a choice counts.
-QString settingsTerminal() {
-    return fromSettings("org.gnome.desktop.default-applications.terminal", "exec", true);
-}
-
-QString gtkIconTheme() {
-    return fromConfigurationFile("gtk-3.0/settings.ini"_L1, "Settings", "gtk-icon-theme-name");
 }
 
 } // namespace
 
 QString iconTheme() {
-    const QString theme = underKde()
-                              ? firstNotEmpty({kdeIconTheme, settingsIconTheme, gtkIconTheme})
-                              : firstNotEmpty({settingsIconTheme, kdeIconTheme, gtkIconTheme});
+    const bool kdeFirst = underKde();
+    QString theme = kdeFirst ? kdeIconTheme() : settingsIconTheme();
+    if (theme.isEmpty())
+        theme = kdeFirst ? settingsIconTheme() : kdeIconTheme();
+    if (theme.isEmpty())
+        theme = fromConfigurationFile("gtk-3.0/settings.ini"_L1, "Settings", "gtk-icon-theme-name");
     return theme.isEmpty() ? u"hicolor"_s : theme;
 }
 
 QString terminal() {
-    return underKde() ? kdeTerminal() : settingsTerminal();
+    if (underKde())
+        return fromConfigurationFile("kdeglobals"_L1, "General", "TerminalApplication");
+    // The default names a terminal that need not be installed, so only a choice counts.
+    return fromSettings("org.gnome.desktop.default-applications.terminal", "exec", true);
 }
 
 } // namespace corvid::desktopsettings

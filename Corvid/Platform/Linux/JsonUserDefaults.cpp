@@ -1,16 +1,15 @@
 #include "Platform/Linux/JsonUserDefaults.h"
 
 #include "Base/AtomicFile.h"
+#include "Base/RegularFile.h"
 
-#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 
 #include <cerrno>
-#include <chrono>
 #include <ctime>
-#include <thread>
+#include <limits>
 #include <utility>
 
 #include <sys/file.h>
@@ -46,44 +45,16 @@ qint64 fileSystemTime() {
 
 Content readContent(const QString &path) {
     struct stat status = {};
-    if (stat(QFile::encodeName(path).constData(), &status) != 0)
-        return {errno == ENOENT ? FileState::Readable : FileState::Unreadable, {}};
-    QFile file(path);
-    // A pipe would keep us waiting for somebody to write into it.
-    if (!S_ISREG(status.st_mode) || !file.open(QIODevice::ReadOnly))
+    if (stat(QFile::encodeName(path).constData(), &status) != 0 && errno == ENOENT)
+        return {};
+    const std::optional<QByteArray> bytes =
+        readRegularFile(path, std::numeric_limits<qint64>::max());
+    if (!bytes)
         return {FileState::Unreadable, {}};
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return {FileState::Unreadable, {}};
-    std::optional<QJsonObject> object = decodeDefaults(bytes);
+    std::optional<QJsonObject> object = decodeDefaults(*bytes);
     if (!object)
         return {FileState::Damaged, {}};
     return {FileState::Readable, *std::move(object)};
-}
-
-// Moved, not copied: what somebody is just writing into the file is kept as well.
-bool keepAside(const QString &path) {
-    const QString name =
-        path + ".damaged-"_L1 + QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss'Z'"_s);
-    QString free = name;
-    for (int number = 2; QFileInfo::exists(free); ++number)
-        free = name + u'-' + QString::number(number);
-    // Of a symbolic link, the link stays and the content goes.
-    return QFile::rename(QFileInfo(path).canonicalFilePath(), free);
-}
-
-// A process that was stopped while it holds the lock must not hold us, too.
-constexpr auto lockPatience = std::chrono::seconds(2);
-
-bool lockWithin(int descriptor, std::chrono::milliseconds patience) {
-    constexpr auto pause = std::chrono::milliseconds(5);
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(pause);
-    }
-    return true;
 }
 
 } // namespace
@@ -126,7 +97,7 @@ JsonUserDefaults::~JsonUserDefaults() {
 }
 
 QJsonValue JsonUserDefaults::value(const QString &key) const {
-    // In this order: once a change counts as written, the file that has it must be looked at.
+    // First drop, then read: once a change counts as written, only the file shows it.
     dropWrittenOverlays();
     if (const auto overlay = overlays_.constFind(key); overlay != overlays_.constEnd())
         return overlay->value;
@@ -214,15 +185,14 @@ void JsonUserDefaults::writeChanges(const std::stop_token &stop) {
 bool JsonUserDefaults::write(const std::deque<PendingChange> &changes) const {
     if (!makePrivateFolders(QFileInfo(file_).path()))
         return false;
-    QFile lockFile(file_ + ".lock"_L1);
-    if (!lockFile.open(QIODevice::ReadWrite, QFileDevice::ReadOwner | QFileDevice::WriteOwner))
-        return false;
-    if (!lockWithin(lockFile.handle(), lockPatience))
+    QFile lock(file_ + ".lock"_L1);
+    if (!lock.open(QIODevice::ReadWrite, QFileDevice::ReadOwner | QFileDevice::WriteOwner) ||
+        !lockFile(lock.handle(), LOCK_EX))
         return false;
     while (true) {
         const std::optional<Stamp> before = Stamp::of(file_);
         const Content present = readContent(file_);
-        // What we cannot read we would destroy.
+        // Writing would destroy what we cannot read.
         if (present.state == FileState::Unreadable)
             return false;
         QJsonObject object = present.object;
@@ -233,7 +203,9 @@ bool JsonUserDefaults::write(const std::deque<PendingChange> &changes) const {
         // Editors know nothing of our lock: what was saved in the meantime is merged, too.
         if (Stamp::of(file_) != before)
             continue;
-        if (present.state == FileState::Damaged && !keepAside(file_))
+        // A symbolic link stays; what it leads to is moved.
+        if (present.state == FileState::Damaged &&
+            !keepAside(QFileInfo(file_).canonicalFilePath(), file_))
             return false;
         return writeFileAtomically(file_, encodeDefaults(object));
     }

@@ -5,10 +5,9 @@
 
 #include <algorithm>
 #include <array>
-#include <climits>
+#include <filesystem>
 #include <string_view>
-
-#include <unistd.h>
+#include <system_error>
 
 namespace corvid {
 
@@ -28,34 +27,20 @@ constexpr std::array<std::string_view, 27> networkFileSystems{
 std::optional<bool> isLocal(const QByteArray &fileSystem) {
     const std::string_view type(fileSystem.constData(),
                                 static_cast<std::size_t>(fileSystem.size()));
-    if (std::find(networkFileSystems.begin(), networkFileSystems.end(), type) !=
-        networkFileSystems.end())
+    if (std::ranges::find(networkFileSystems, type) != networkFileSystems.end())
         return false;
     if (type == "autofs" || type == "fuse" || type.starts_with("fuse."))
         return std::nullopt;
     return true;
 }
 
-bool isOctalDigit(char c) {
-    return c >= '0' && c <= '7';
-}
-
-// The kernel writes white space, "\" and "#" as a backslash and three octal digits.
-QByteArray unescaped(const QByteArray &field) {
-    QByteArray bytes;
-    bytes.reserve(field.size());
-    for (qsizetype i = 0; i < field.size(); ++i) {
-        if (field[i] == '\\' && i + 3 < field.size() && isOctalDigit(field[i + 1]) &&
-            isOctalDigit(field[i + 2]) && isOctalDigit(field[i + 3])) {
-            const int code =
-                (field[i + 1] - '0') * 64 + (field[i + 2] - '0') * 8 + (field[i + 3] - '0');
-            bytes.append(static_cast<char>(code));
-            i += 3;
-        } else {
-            bytes.append(field[i]);
-        }
-    }
-    return bytes;
+// The kernel escapes these, and no others. The backslash itself comes last.
+QByteArray unescaped(QByteArray field) {
+    return field.replace("\\040", " ")
+        .replace("\\011", "\t")
+        .replace("\\012", "\n")
+        .replace("\\043", "#")
+        .replace("\\134", "\\");
 }
 
 std::optional<Mount> parseMount(const QByteArray &line) {
@@ -80,7 +65,7 @@ public:
     explicit Descent(const std::vector<Mount> &mounts) : mounts_(mounts) { restart(); }
 
     void restart() {
-        levels_ = {{QByteArray(), nullptr}};
+        levels_.assign(1, Level());
         enterMounts();
     }
     void up() {
@@ -88,22 +73,21 @@ public:
             levels_.pop_back();
     }
     void down(const QByteArray &component) {
-        levels_.push_back({levels_.back().path + '/' + component, levels_.back().mount});
+        const Level &above = levels_.back();
+        levels_.push_back({above.path + '/' + component, above.mount, above.automounted});
         enterMounts();
     }
 
     /** Without a final slash; empty at the top. */
     const QByteArray &path() const { return levels_.back().path; }
 
-    /** Whether something is mounted on the present folder. */
-    bool startsMount() const { return levels_.back().startsMount; }
+    /** Whether something is mounted on the present folder, which is not the topmost. */
+    bool startsMount() const { return levels_.back().mount != levels_[levels_.size() - 2].mount; }
 
     VolumeProperties properties() const {
         if (!levels_.back().mount)
             return {};
-        const bool automounted = std::any_of(levels_.begin(), levels_.end(),
-                                             [](const Level &l) { return l.automounted; });
-        return {isLocal(levels_.back().mount->fileSystem), automounted};
+        return {isLocal(levels_.back().mount->fileSystem), levels_.back().automounted};
     }
 
     /** Whether a look at the present folder cannot hang. */
@@ -115,9 +99,8 @@ public:
 private:
     struct Level {
         QByteArray path;
-        const Mount *mount;
-        bool automounted = false;
-        bool startsMount = false;
+        const Mount *mount = nullptr;
+        bool automounted = false; ///< it or a folder above
     };
 
     // A mount shows at its mount point only where the mount that it was put on shows. Several may
@@ -133,7 +116,6 @@ private:
             if (next == mounts_.end())
                 return;
             level.mount = &*next;
-            level.startsMount = true;
             level.automounted = level.automounted || next->fileSystem == "autofs";
         }
     }
@@ -157,13 +139,9 @@ QList<QByteArray> components(const QByteArray &path) {
 }
 
 std::optional<QByteArray> readLinkAt(const QByteArray &path) {
-    QByteArray target(PATH_MAX, Qt::Uninitialized);
-    const ssize_t size =
-        readlink(path.constData(), target.data(), static_cast<std::size_t>(target.size()));
-    if (size <= 0)
-        return std::nullopt;
-    target.truncate(size);
-    return target;
+    std::error_code error;
+    const auto target = std::filesystem::read_symlink(path.toStdString(), error);
+    return error ? std::nullopt : std::optional(QByteArray::fromStdString(target.native()));
 }
 
 } // namespace

@@ -20,7 +20,9 @@ struct Mount {
     bool operator==(const Mount &) const = default;
 };
 
-/** Reads the text of /proc/self/mountinfo; leaves out lines that are none. Pure, for any bytes. */
+/** Reads the text of /proc/self/mountinfo; leaves out lines that are none. Pure, for any bytes.
+    GIO's list of mounts lacks what tells which of them are covered: the parents. libmount has them,
+    but to go through its table takes as much code as to read these lines. */
 std::vector<Mount> parseMounts(const QByteArray &mountinfo);
 
 /** The target of a symbolic link; absent when the path is none. */

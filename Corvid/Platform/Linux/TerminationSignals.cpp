@@ -5,7 +5,7 @@
 #include <array>
 #include <csignal>
 
-#include <fcntl.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 namespace corvid {
@@ -14,26 +14,22 @@ namespace {
 
 constexpr std::array terminationSignals{SIGTERM, SIGINT, SIGHUP};
 
-int writeEnd = -1;
+int signalled = -1; ///< an eventfd: a signal handler may do next to nothing, but write to that
 
 void noteSignal(int /*signal*/) {
-    const char byte = 0;
-    // A full pipe wakes the loop just as well, and nothing could be done about an error here.
-    [[maybe_unused]] const ssize_t written = write(writeEnd, &byte, 1);
+    eventfd_write(signalled, 1);
 }
 
-int openPipe() {
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
-        qFatal("no pipe for signals");
-    writeEnd = ends[1];
-    return ends[0];
+int openEvent() {
+    signalled = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (signalled < 0)
+        qFatal("no descriptor for signals");
+    return signalled;
 }
 
 } // namespace
 
-TerminationSignals::TerminationSignals()
-    : readEnd_(openPipe()), notifier_(readEnd_, QSocketNotifier::Read) {
+TerminationSignals::TerminationSignals() : notifier_(openEvent(), QSocketNotifier::Read) {
     QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] {
         notifier_.setEnabled(false);
         // quit() would ask every window first, and the panel hides where others close.
@@ -41,7 +37,7 @@ TerminationSignals::TerminationSignals()
     });
     struct sigaction action = {};
     action.sa_handler = noteSignal;
-    // With the default back in place, whoever is impatient is heard the second time.
+    // The first signal restores the default, so that a second one ends the process at once.
     action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
     for (const int signal : terminationSignals)
         sigaction(signal, &action, nullptr);
@@ -50,9 +46,8 @@ TerminationSignals::TerminationSignals()
 TerminationSignals::~TerminationSignals() {
     for (const int signal : terminationSignals)
         std::signal(signal, SIG_DFL);
-    close(readEnd_);
-    close(writeEnd);
-    writeEnd = -1;
+    notifier_.setEnabled(false);
+    close(signalled);
 }
 
 } // namespace corvid

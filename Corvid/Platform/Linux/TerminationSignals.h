@@ -17,8 +17,6 @@ public:
     ~TerminationSignals();
 
 private:
-    // A signal handler may do next to nothing; it writes a byte here, and the loop wakes.
-    int readEnd_ = -1;
     QSocketNotifier notifier_;
 };
 

@@ -1,5 +1,6 @@
 #include "Platform/Linux/Bus/BusInstance.h"
 
+#include "Base/Deadline.h"
 #include "Front/InstanceCall.h"
 #include "Platform/Linux/Bus/SessionBus.h"
 
@@ -8,11 +9,8 @@
 #include <QObject>
 
 #include <chrono>
-#include <condition_variable>
 #include <mutex>
 #include <optional>
-#include <stop_token>
-#include <thread>
 #include <utility>
 
 namespace corvid {
@@ -32,23 +30,6 @@ struct VariantUnref {
     void operator()(GVariant *variant) const { g_variant_unref(variant); }
 };
 using VariantPointer = std::unique_ptr<GVariant, VariantUnref>;
-
-/** Cancels when it is not destroyed in time. */
-class CancelAfter {
-public:
-    CancelAfter(GCancellable *cancellable, std::chrono::milliseconds patience)
-        : thread_([this, cancellable, patience](const std::stop_token &stop) {
-              std::unique_lock lock(mutex_);
-              condition_.wait_for(lock, stop, patience, [] { return false; });
-              if (!stop.stop_requested())
-                  g_cancellable_cancel(cancellable);
-          }) {}
-
-private:
-    std::mutex mutex_;
-    std::condition_variable_any condition_;
-    std::jthread thread_;
-};
 
 // What a call asks for; nothing when it is none of ours.
 std::optional<Wish> wishOf(GDBusMessage *message) {
@@ -195,7 +176,7 @@ BusInstance::Claim BusInstance::claim(const std::vector<Wish> &wishes) {
     GObjectPointer<GDBusConnection> ours;
     {
         const GObjectPointer<GCancellable> cancellable(g_cancellable_new());
-        const CancelAfter watchdog(cancellable.get(), busPatience);
+        const Deadline watchdog(busPatience, [&] { g_cancellable_cancel(cancellable.get()); });
         ours = sessionBus(cancellable.get());
         if (!ours && g_cancellable_is_cancelled(cancellable.get()))
             qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");

@@ -239,21 +239,11 @@ bool IconTheme::isCurrent() const {
 }
 
 QStringList iconBaseFolders() {
-    const QString home = locations::home();
-    QStringList result{home + "/.icons"_L1, locations::applicationSupport() + "/icons"_L1};
-    QString dataFolders = QFile::decodeName(qgetenv("XDG_DATA_DIRS"));
-    if (dataFolders.isEmpty())
-        dataFolders = u"/usr/local/share:/usr/share"_s;
-    QStringList candidates = dataFolders.split(u':', Qt::SkipEmptyParts);
-    candidates << locations::applicationSupport() + "/flatpak/exports/share"_L1
-               << u"/var/lib/flatpak/exports/share"_s;
-    for (QString folder : candidates) {
-        while (folder.size() > 1 && folder.endsWith(u'/'))
-            folder.chop(1);
-        folder += "/icons"_L1;
-        if (folder.startsWith(u'/') && !result.contains(folder))
-            result.append(folder);
-    }
+    QStringList result{locations::home() + "/.icons"_L1,
+                       locations::applicationSupport() + "/icons"_L1};
+    for (const QString &folder : locations::systemData() + locations::flatpakData())
+        result.append(folder + "/icons"_L1);
+    result.removeDuplicates();
     return result;
 }
 

@@ -4,7 +4,6 @@
 #include "Base/RegularFile.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
@@ -103,26 +102,13 @@ std::optional<DesktopEntry> readEntry(const EntryFile &source) {
                         QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get()))};
 }
 
-// $XDG_DATA_DIRS without what is not absolute; the standard's default when nothing is left.
-QStringList systemDataFolders() {
-    QStringList folders;
-    const QString variable = QFile::decodeName(qgetenv("XDG_DATA_DIRS"));
-    for (const QString &folder : variable.split(u':', Qt::SkipEmptyParts)) {
-        if (folder.startsWith(u'/'))
-            folders.append(QDir::cleanPath(folder));
-    }
-    return folders.isEmpty() ? QStringList{u"/usr/local/share"_s, u"/usr/share"_s} : folders;
-}
-
 } // namespace
 
 QStringList GioDesktopEntries::folders() {
-    const QString user = locations::applicationSupport();
-    const QString flatpakExports = u"/flatpak/exports/share"_s;
-    QStringList dataFolders{user};
-    QStringList system = systemDataFolders();
+    QStringList dataFolders{locations::applicationSupport()};
+    const QStringList system = locations::systemData();
     // Where the environment names them, it also says which comes first.
-    for (const QString &folder : {user + flatpakExports, u"/var/lib"_s + flatpakExports}) {
+    for (const QString &folder : locations::flatpakData()) {
         if (!system.contains(folder))
             dataFolders.append(folder);
     }

@@ -8,10 +8,11 @@ namespace corvid {
 
 namespace {
 
-// The limit of who started us. Written before there are threads or children.
+// What this process was started with. Written before there are threads or children.
 std::optional<rlimit> inherited;
 
-// Too small for any file; and unlike 0 the kernel heeds it for crash reporters that it pipes to.
+// Too small for any core file. Not 0, which the kernel ignores where it pipes the core to a
+// program.
 constexpr rlim_t noCore = 1;
 
 } // namespace

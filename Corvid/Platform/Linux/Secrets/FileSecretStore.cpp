@@ -1,10 +1,10 @@
 #include "Platform/Linux/Secrets/FileSecretStore.h"
 
 #include "Base/AtomicFile.h"
+#include "Base/FileDescriptor.h"
 #include "Base/Locations.h"
 #include "Platform/SecretStore.h"
 
-#include <QDateTime>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -12,9 +12,6 @@
 #include <sodium.h>
 
 #include <cerrno>
-#include <chrono>
-#include <cstdio>
-#include <thread>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -32,10 +29,6 @@ const QByteArray magic = "Corvid secrets 1\n";
 constexpr qsizetype nonceSize = crypto_secretbox_NONCEBYTES;
 constexpr qsizetype keySize = crypto_secretbox_KEYBYTES;
 constexpr qsizetype macSize = crypto_secretbox_MACBYTES;
-constexpr off_t largestFile = 1 << 20;
-constexpr mode_t forOthers = S_IRWXG | S_IRWXO;
-// A process that was stopped while it holds the lock must not hold us, too.
-constexpr auto lockPatience = std::chrono::seconds(2);
 
 unsigned char *bytes(QByteArray &array) {
     return reinterpret_cast<unsigned char *>(array.data());
@@ -48,135 +41,83 @@ void wipe(QByteArray &array) {
     sodium_memzero(array.data(), static_cast<std::size_t>(array.size()));
 }
 
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    ~Descriptor() {
-        if (number_ >= 0)
-            close(number_);
-    }
-    operator int() const { return number_; }
-
-private:
-    int number_;
-};
-
-// Opens what is ours alone from then on; negative, with errno set, where that is impossible.
-int openPrivately(const QString &path, mode_t kind, int flags) {
-    const int descriptor =
-        open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | flags);
+// Opens what is ours alone from then on, a file or a folder. Not valid where that is impossible;
+// errno is then ELOOP or ENXIO when what is there is of another kind or belongs to somebody else.
+FileDescriptor openPrivately(const QString &path, mode_t kind) {
+    constexpr mode_t forOthers = S_IRWXG | S_IRWXO;
+    // A pipe would keep us waiting for somebody to write into it.
+    FileDescriptor file(
+        open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
     struct stat status = {};
-    if (descriptor < 0 || fstat(descriptor, &status) != 0)
-        return -1;
+    if (!file.valid() || fstat(file.number(), &status) != 0)
+        return FileDescriptor();
     const bool ours = (status.st_mode & S_IFMT) == kind && status.st_uid == geteuid();
     if (ours &&
-        ((status.st_mode & forOthers) == 0 || fchmod(descriptor, status.st_mode & S_IRWXU) == 0))
-        return descriptor;
-    close(descriptor);
+        ((status.st_mode & forOthers) == 0 || fchmod(file.number(), status.st_mode & S_IRWXU) == 0))
+        return file;
     errno = ELOOP;
-    return -1;
+    return FileDescriptor();
 }
 
 struct FileContent {
-    enum class State { Absent, Present, NotOurs, Unreadable };
+    enum class State { Absent, Present, Unreadable };
     State state = State::Absent;
-    QByteArray bytes;
+    QByteArray bytes; ///< none when what is present is no file of ours
 };
 
 FileContent readPrivately(const QString &path) {
-    // A pipe would keep us waiting for somebody to write into it.
-    const Descriptor descriptor(openPrivately(path, S_IFREG, O_NONBLOCK));
-    if (descriptor < 0) {
-        switch (errno) {
-        case ENOENT:
+    constexpr qint64 most = 1 << 20;
+    const FileDescriptor descriptor = openPrivately(path, S_IFREG);
+    if (!descriptor.valid()) {
+        if (errno == ENOENT)
             return {};
-        case ELOOP:
-        case ENXIO: // a socket, a device
-            return {FileContent::State::NotOurs, {}};
-        default:
-            return {FileContent::State::Unreadable, {}};
-        }
+        const bool present = errno == ELOOP || errno == ENXIO;
+        return {present ? FileContent::State::Present : FileContent::State::Unreadable, {}};
     }
     QFile file;
-    if (!file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered))
+    if (!file.open(descriptor.number(), QIODevice::ReadOnly | QIODevice::Unbuffered))
         return {FileContent::State::Unreadable, {}};
-    QByteArray content = file.read(largestFile);
+    QByteArray content = file.read(most);
     if (file.error() != QFileDevice::NoError)
         return {FileContent::State::Unreadable, {}};
     return {FileContent::State::Present, std::move(content)};
 }
 
 bool makePrivateFolder(const QString &folder) {
-    return makePrivateFolders(folder) && Descriptor(openPrivately(folder, S_IFDIR, 0)) >= 0;
+    return makePrivateFolders(folder) && openPrivately(folder, S_IFDIR).valid();
 }
 
-bool exists(const QByteArray &path) {
-    struct stat status = {};
-    return lstat(path.constData(), &status) == 0;
-}
-
-// Of a symbolic link, the link itself goes.
-bool keepAside(const QString &path) {
-    const QByteArray present = QFile::encodeName(path);
-    const QByteArray name =
-        present + ".damaged-" +
-        QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss'Z'"_s).toLatin1();
-    QByteArray free = name;
-    for (int number = 2; exists(free); ++number)
-        free = name + '-' + QByteArray::number(number);
-    return std::rename(present.constData(), free.constData()) == 0;
-}
-
-QByteArray encrypt(const QByteArray &plainText, const QByteArray &key) {
+QByteArray encrypt(const QJsonObject &table, const QByteArray &key) {
+    QByteArray plainText = QJsonDocument(table).toJson(QJsonDocument::Compact);
     QByteArray nonce(nonceSize, Qt::Uninitialized);
     randombytes_buf(nonce.data(), static_cast<std::size_t>(nonceSize));
     QByteArray box(plainText.size() + macSize, Qt::Uninitialized);
     crypto_secretbox_easy(bytes(box), bytes(plainText),
                           static_cast<unsigned long long>(plainText.size()), bytes(nonce),
                           bytes(key));
+    wipe(plainText);
     return magic + nonce + box;
 }
 
-std::optional<QByteArray> decrypt(const QByteArray &file, const QByteArray &key) {
+std::optional<QJsonObject> decrypt(const QByteArray &file, const QByteArray &key) {
     const qsizetype start = magic.size() + nonceSize;
-    if (!file.startsWith(magic) || file.size() < start + macSize)
+    if (key.size() != keySize || !file.startsWith(magic) || file.size() < start + macSize)
         return std::nullopt;
     QByteArray plainText(file.size() - start - macSize, Qt::Uninitialized);
     if (crypto_secretbox_open_easy(bytes(plainText), bytes(file) + start,
                                    static_cast<unsigned long long>(file.size() - start),
                                    bytes(file) + magic.size(), bytes(key)) != 0)
         return std::nullopt;
-    return plainText;
+    const QJsonDocument document = QJsonDocument::fromJson(plainText);
+    wipe(plainText);
+    return document.isObject() ? std::optional(document.object()) : std::nullopt;
 }
 
 } // namespace
 
-/** Held by one process at a time for a change, by any number for a look. Where the folder does
-    not exist or the lock cannot be had in time, nothing is held. */
-class FileSecretStore::Lock {
-public:
-    Lock(const QString &folder, int operation) : folder_(openPrivately(folder, S_IFDIR, 0)) {
-        constexpr auto pause = std::chrono::milliseconds(5);
-        const auto deadline = std::chrono::steady_clock::now() + lockPatience;
-        while (folder_ >= 0 && !held_ && std::chrono::steady_clock::now() < deadline) {
-            held_ = flock(folder_, operation | LOCK_NB) == 0;
-            if (!held_)
-                std::this_thread::sleep_for(pause);
-        }
-    }
-    bool folderIsOurs() const { return folder_ >= 0; }
-    bool held() const { return held_; }
-
-private:
-    Descriptor folder_;
-    bool held_ = false;
-};
-
 struct FileSecretStore::Content {
-    QJsonObject table;
-    QByteArray key; ///< empty when there is no usable one
+    QJsonObject table; ///< empty when there is none that can be read
+    QByteArray key;    ///< empty when there is no usable one
     bool unreadable = false;
     bool boxIsUseless = false;
     bool keyIsUseless = false;
@@ -191,36 +132,35 @@ FileSecretStore::FileSecretStore()
 }
 
 std::optional<QString> FileSecretStore::get(const QString &account) const {
-    const Lock lock(boxFolder_, LOCK_SH);
-    if (!lock.folderIsOurs())
+    const FileDescriptor folder = openPrivately(boxFolder_, S_IFDIR);
+    if (!folder.valid())
         return std::nullopt;
+    // Without the lock the two files may be of different moments, but each is whole.
+    lockFile(folder.number(), LOCK_SH);
     const QJsonValue secret = read().table.value(secretService).toObject().value(account);
-    if (!secret.isString())
-        return std::nullopt;
-    return secret.toString();
+    return secret.isString() ? std::optional(secret.toString()) : std::nullopt;
 }
 
 bool FileSecretStore::set(const QString &account, const QString &secret) {
     if (!makePrivateFolder(boxFolder_) || !makePrivateFolder(keyFolder_))
         return false;
-    const Lock lock(boxFolder_, LOCK_EX);
+    const FileDescriptor folder = openPrivately(boxFolder_, S_IFDIR);
+    if (!folder.valid() || !lockFile(folder.number(), LOCK_EX))
+        return false;
     const Content present = read();
-    // What we cannot read we would destroy.
-    if (!lock.held() || present.unreadable)
+    // Writing would destroy what we cannot read.
+    if (present.unreadable)
         return false;
     QJsonObject table = present.table;
     QJsonObject secrets = table.value(secretService).toObject();
     secrets.insert(account, secret);
     table.insert(secretService, secrets);
-    QByteArray plainText = QJsonDocument(table).toJson(QJsonDocument::Compact);
-    const bool written = write(present, plainText);
-    wipe(plainText);
-    return written;
+    return write(present, table);
 }
 
 void FileSecretStore::remove(const QString &account) {
-    const Lock lock(boxFolder_, LOCK_EX);
-    if (!lock.held())
+    const FileDescriptor folder = openPrivately(boxFolder_, S_IFDIR);
+    if (!folder.valid() || !lockFile(folder.number(), LOCK_EX))
         return;
     const Content present = read();
     QJsonObject table = present.table;
@@ -237,52 +177,41 @@ void FileSecretStore::remove(const QString &account) {
         QFile::remove(keyFile_);
         return;
     }
-    write(present, QJsonDocument(table).toJson(QJsonDocument::Compact));
+    write(present, table);
 }
 
 FileSecretStore::Content FileSecretStore::read() const {
+    using State = FileContent::State;
     const FileContent box = readPrivately(boxFile_);
     const FileContent key = readPrivately(keyFile_);
     Content content;
-    if (box.state == FileContent::State::Unreadable ||
-        key.state == FileContent::State::Unreadable) {
-        content.unreadable = true;
+    content.unreadable = box.state == State::Unreadable || key.state == State::Unreadable;
+    if (content.unreadable)
         return content;
-    }
     if (key.bytes.size() == keySize)
         content.key = key.bytes;
     else
-        content.keyIsUseless = key.state != FileContent::State::Absent;
-    if (box.state == FileContent::State::Absent)
-        return content;
-    content.boxIsUseless = true;
-    if (content.key.isEmpty())
-        return content;
-    std::optional<QByteArray> plainText = decrypt(box.bytes, content.key);
-    if (!plainText)
-        return content;
-    const QJsonDocument document = QJsonDocument::fromJson(*plainText);
-    wipe(*plainText);
-    if (!document.isObject())
-        return content;
-    content.boxIsUseless = false;
-    content.table = document.object();
+        content.keyIsUseless = key.state == State::Present;
+    if (std::optional<QJsonObject> table = decrypt(box.bytes, content.key))
+        content.table = *std::move(table);
+    else
+        content.boxIsUseless = box.state == State::Present;
     return content;
 }
 
-bool FileSecretStore::write(const Content &present, const QByteArray &plainText) const {
-    if ((present.boxIsUseless && !keepAside(boxFile_)) ||
-        (present.keyIsUseless && !keepAside(keyFile_)))
+bool FileSecretStore::write(const Content &present, const QJsonObject &table) const {
+    if ((present.boxIsUseless && !keepAside(boxFile_, boxFile_)) ||
+        (present.keyIsUseless && !keepAside(keyFile_, keyFile_)))
         return false;
     QByteArray key = present.key;
     if (key.isEmpty()) {
         key = QByteArray(keySize, Qt::Uninitialized);
         crypto_secretbox_keygen(bytes(key));
-        // First the key: a secret that nothing opens would be lost.
+        // The key comes first: without it, the secret would be lost.
         if (!writeFileAtomically(keyFile_, key))
             return false;
     }
-    return writeFileAtomically(boxFile_, encrypt(plainText, key));
+    return writeFileAtomically(boxFile_, encrypt(table, key));
 }
 
 } // namespace corvid

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <QByteArray>
 #include <QString>
 
 #include <optional>
+
+class QJsonObject;
 
 namespace corvid {
 
@@ -32,11 +33,10 @@ public:
     void remove(const QString &account);
 
 private:
-    class Lock;
     struct Content;
 
     Content read() const;
-    bool write(const Content &present, const QByteArray &plainText) const;
+    bool write(const Content &present, const QJsonObject &table) const;
 
     QString boxFolder_;
     QString keyFolder_;

@@ -17,33 +17,23 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr auto busName = "org.freedesktop.secrets";
+constexpr auto secretsBusName = "org.freedesktop.secrets";
 
-// The generic name is what items get that are stored without a schema, so that such a tool
-// replaces our item instead of making a second one.
-const SecretSchema schema = {"org.freedesktop.Secret.Generic",
-                             SECRET_SCHEMA_DONT_MATCH_NAME,
-                             {{"service", SECRET_SCHEMA_ATTRIBUTE_STRING},
-                              {"account", SECRET_SCHEMA_ATTRIBUTE_STRING},
-                              {nullptr, SECRET_SCHEMA_ATTRIBUTE_STRING}},
-                             0,
-                             nullptr,
-                             nullptr,
-                             nullptr,
-                             nullptr,
-                             nullptr,
-                             nullptr,
-                             nullptr};
+// Items that are stored without a schema have this name. With the same one, a tool that stores them
+// so replaces our item instead of making a second one.
+const SecretSchema secretSchema = [] {
+    SecretSchema result = {};
+    result.name = "org.freedesktop.Secret.Generic";
+    result.flags = SECRET_SCHEMA_DONT_MATCH_NAME;
+    result.attributes[0] = {"service", SECRET_SCHEMA_ATTRIBUTE_STRING};
+    result.attributes[1] = {"account", SECRET_SCHEMA_ATTRIBUTE_STRING};
+    return result;
+}();
 
 struct HashTableUnref {
     void operator()(GHashTable *table) const { g_hash_table_unref(table); }
 };
 using AttributesPointer = std::unique_ptr<GHashTable, HashTableUnref>;
-
-struct VariantUnref {
-    void operator()(GVariant *variant) const { g_variant_unref(variant); }
-};
-using VariantPointer = std::unique_ptr<GVariant, VariantUnref>;
 
 struct SecretValueUnref {
     void operator()(SecretValue *value) const { secret_value_unref(value); }
@@ -56,13 +46,9 @@ struct ObjectListFree {
 using ItemsPointer = std::unique_ptr<GList, ObjectListFree>;
 
 AttributesPointer attributesOf(const QString &account) {
-    AttributesPointer attributes(g_hash_table_new_full(g_str_hash, g_str_equal, g_free, g_free));
-    const auto add = [&](const char *name, const QByteArray &value) {
-        g_hash_table_insert(attributes.get(), g_strdup(name), g_strdup(value.constData()));
-    };
-    add("service", QByteArray(secretService.data(), secretService.size()));
-    add("account", account.toUtf8());
-    return attributes;
+    return AttributesPointer(secret_attributes_build(&secretSchema, "service", secretService.data(),
+                                                     "account", account.toUtf8().constData(),
+                                                     nullptr));
 }
 
 // An unlocked one where there is any, as other programs choose too; null where there is none.
@@ -86,19 +72,6 @@ std::optional<QString> textOf(SecretItem *item) {
         return std::nullopt;
     return text;
 }
-
-struct SourceDestroy {
-    void operator()(GSource *source) const {
-        g_source_destroy(source);
-        g_source_unref(source);
-    }
-};
-using SourcePointer = std::unique_ptr<GSource, SourceDestroy>;
-
-struct ContextUnref {
-    void operator()(GMainContext *context) const { g_main_context_unref(context); }
-};
-using ContextPointer = std::unique_ptr<GMainContext, ContextUnref>;
 
 /**
  * Waits for an operation of libsecret that may prompt the user. Its own synchronous ones would
@@ -124,34 +97,52 @@ public:
     }
 
     GAsyncResult *wait() {
-        const SourcePointer cancelled(g_cancellable_source_new(outer_));
-        wakeBy(cancelled.get());
-        while (!result_ && !g_cancellable_is_cancelled(outer_))
-            g_main_context_iteration(context_.get(), TRUE);
-        if (result_)
-            return result_.get();
-        g_cancellable_cancel(inner_.get());
-        const SourcePointer moment(g_timeout_source_new(momentMs));
-        wakeBy(moment.get());
-        while (!result_ && !g_source_is_destroyed(moment.get()))
-            g_main_context_iteration(context_.get(), TRUE);
+        constexpr guint momentMs = 200;
+        waitUntil(g_cancellable_source_new(outer_));
+        if (!result_) {
+            g_cancellable_cancel(inner_.get());
+            waitUntil(g_timeout_source_new(momentMs));
+        }
         return result_.get();
     }
 
 private:
-    static constexpr guint momentMs = 200;
-
-    void wakeBy(GSource *source) const {
+    /** Until there is a result or the source, which is ours now, is due. */
+    void waitUntil(GSource *source) {
         g_source_set_callback(source, G_SOURCE_FUNC(+[] { return G_SOURCE_REMOVE; }), nullptr,
                               nullptr);
         g_source_attach(source, context_.get());
+        while (!result_ && !g_source_is_destroyed(source))
+            g_main_context_iteration(context_.get(), TRUE);
+        g_source_destroy(source);
+        g_source_unref(source);
     }
 
-    ContextPointer context_;
+    GMainContextPointer context_;
     GObjectPointer<GCancellable> inner_;
     GObjectPointer<GAsyncResult> result_;
     GCancellable *outer_;
 };
+
+// In the default collection, which this also makes or unlocks.
+bool makeItem(SecretService *service, const QString &account, SecretValue *value,
+              GCancellable *cancellable) {
+    const AttributesPointer attributes = attributesOf(account);
+    Prompting prompting(cancellable);
+    secret_service_store(service, &secretSchema, attributes.get(), SECRET_COLLECTION_DEFAULT,
+                         "Corvid API key", value, prompting.cancellable(), Prompting::callback,
+                         &prompting);
+    GAsyncResult *result = prompting.wait();
+    return result && secret_service_store_finish(service, result, nullptr);
+}
+
+bool unlock(SecretService *service, SecretItem *item, GCancellable *cancellable) {
+    GList only = {item, nullptr, nullptr};
+    Prompting prompting(cancellable);
+    secret_service_unlock(service, &only, prompting.cancellable(), Prompting::callback, &prompting);
+    GAsyncResult *result = prompting.wait();
+    return result && secret_service_unlock_finish(service, result, nullptr, nullptr) > 0;
+}
 
 bool isSilence(const GErrorHolder &error) {
     return g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_CANCELLED) ||
@@ -163,24 +154,21 @@ bool isSilence(const GErrorHolder &error) {
 
 } // namespace
 
-/** The bus, what we listen to on it, and the service once it has answered. */
+/** The bus, what we listen to on it, and the service once it has answered. The connection is not
+   the shared one, whose loss is reported to the thread that made it. */
 struct SecretServiceStore::Connection {
-    Connection(GObjectPointer<GDBusConnection> sessionBus, std::function<void()> changed)
-        : bus(std::move(sessionBus)), onChange(std::move(changed)) {
-        listen("org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged", busName);
-        listen(busName, "org.freedesktop.Secret.Service", nullptr, nullptr);
-        listen(busName, "org.freedesktop.Secret.Collection", nullptr, nullptr);
+    Connection(GObjectPointer<GDBusConnection> ownBus, const std::function<void()> &changed)
+        : bus(std::move(ownBus)), onChange(changed) {
+        listen("org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged", secretsBusName);
+        listen(secretsBusName, "org.freedesktop.Secret.Service", nullptr, nullptr);
+        listen(secretsBusName, "org.freedesktop.Secret.Collection", nullptr, nullptr);
         // Whether a collection is locked is one of its properties.
-        listen(busName, "org.freedesktop.DBus.Properties", "PropertiesChanged", nullptr);
-        loss->connection = this;
-        closed = g_signal_connect_data(
-            bus.get(), "closed", G_CALLBACK(+onClosed), new std::shared_ptr<Loss>(loss),
-            [](gpointer data, GClosure *) { release(data); }, G_CONNECT_DEFAULT);
+        listen(secretsBusName, "org.freedesktop.DBus.Properties", "PropertiesChanged", nullptr);
+        closed = g_signal_connect(bus.get(), "closed", G_CALLBACK(+onClosed), this);
     }
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
     ~Connection() {
-        loss->connection = nullptr;
         g_signal_handler_disconnect(bus.get(), closed);
         for (const guint subscription : subscriptions)
             g_dbus_connection_signal_unsubscribe(bus.get(), subscription);
@@ -203,35 +191,16 @@ struct SecretServiceStore::Connection {
         self->onChange();
     }
 
-    /** What the end of the bus, which is told in the thread that made the shared connection, needs
-        to be told in the store's thread, however long that takes. */
-    struct Loss {
-        ContextPointer context{g_main_context_ref_thread_default()};
-        Connection *connection = nullptr; ///< the store's thread's alone; null once it is gone
-    };
-
-    static void release(gpointer data) { delete static_cast<std::shared_ptr<Loss> *>(data); }
-
     static void onClosed(GDBusConnection * /*bus*/, gboolean /*byPeer*/, GError * /*error*/,
                          gpointer data) {
-        const auto &loss = *static_cast<std::shared_ptr<Loss> *>(data);
-        GSource *source = g_idle_source_new();
-        g_source_set_callback(source, onLost, new std::shared_ptr<Loss>(loss), release);
-        g_source_attach(source, loss->context.get());
-        g_source_unref(source);
-    }
-
-    static gboolean onLost(gpointer data) {
-        if (Connection *self = (*static_cast<std::shared_ptr<Loss> *>(data))->connection) {
-            self->service.reset();
-            self->onChange();
-        }
-        return G_SOURCE_REMOVE;
+        auto *self = static_cast<Connection *>(data);
+        self->service.reset();
+        self->onChange();
     }
 
     bool askBus(const char *method, GVariant *arguments, GCancellable *cancellable,
                 GErrorHolder &error) const {
-        const VariantPointer reply(g_dbus_connection_call_sync(
+        const GVariantPointer reply(g_dbus_connection_call_sync(
             bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
             method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, cancellable, error.out()));
         return reply != nullptr;
@@ -240,16 +209,15 @@ struct SecretServiceStore::Connection {
     ItemsPointer search(const QString &account, SecretSearchFlags flags, GCancellable *cancellable,
                         GErrorHolder &error) const {
         const AttributesPointer attributes = attributesOf(account);
-        return ItemsPointer(secret_service_search_sync(service.get(), &schema, attributes.get(),
-                                                       flags, cancellable, error.out()));
+        return ItemsPointer(secret_service_search_sync(
+            service.get(), &secretSchema, attributes.get(), flags, cancellable, error.out()));
     }
 
     GObjectPointer<GDBusConnection> bus;
-    std::function<void()> onChange;
+    const std::function<void()> &onChange;
     GObjectPointer<SecretService> service; ///< null until it has answered
     std::array<guint, 4> subscriptions{};
     std::size_t used = 0;
-    const std::shared_ptr<Loss> loss = std::make_shared<Loss>();
     gulong closed = 0;
 };
 
@@ -260,17 +228,19 @@ SecretServiceStore::~SecretServiceStore() = default;
 
 SecretServiceStore::State SecretServiceStore::connect(Start start, GCancellable *cancellable) {
     if (!connection_) {
-        GObjectPointer<GDBusConnection> bus = sessionBus(cancellable);
+        // libsecret uses the shared connection; made by us, its loss does not end the process.
+        const GObjectPointer<GDBusConnection> shared = sessionBus(cancellable);
+        GObjectPointer<GDBusConnection> bus = shared ? ownSessionBus(cancellable) : nullptr;
         if (!bus)
             return g_cancellable_is_cancelled(cancellable) ? State::NoAnswer : State::NoService;
         connection_ = std::make_unique<Connection>(std::move(bus), onChange_);
     }
     // Asked for each time: a change of owner is told only between calls.
     GErrorHolder error;
-    bool runs =
-        connection_->askBus("GetNameOwner", g_variant_new("(s)", busName), cancellable, error);
+    bool runs = connection_->askBus("GetNameOwner", g_variant_new("(s)", secretsBusName),
+                                    cancellable, error);
     if (!runs && start == Start::IfNeeded && !isSilence(error)) {
-        runs = connection_->askBus("StartServiceByName", g_variant_new("(su)", busName, 0U),
+        runs = connection_->askBus("StartServiceByName", g_variant_new("(su)", secretsBusName, 0U),
                                    cancellable, error);
     }
     if (!runs) {
@@ -278,8 +248,9 @@ SecretServiceStore::State SecretServiceStore::connect(Start start, GCancellable 
         return isSilence(error) ? State::NoAnswer : State::NoService;
     }
     if (!connection_->service) {
-        connection_->service.reset(secret_service_open_sync(
-            SECRET_TYPE_SERVICE, busName, SECRET_SERVICE_OPEN_SESSION, cancellable, error.out()));
+        connection_->service.reset(secret_service_open_sync(SECRET_TYPE_SERVICE, secretsBusName,
+                                                            SECRET_SERVICE_OPEN_SESSION,
+                                                            cancellable, error.out()));
     }
     return connection_->service ? State::Found : State::NoAnswer;
 }
@@ -304,14 +275,8 @@ SecretServiceStore::Answer SecretServiceStore::get(const QString &account, Start
 
 SecretServiceStore::Saved SecretServiceStore::set(const QString &account, const QString &secret,
                                                   GCancellable *cancellable) {
-    switch (connect(Start::IfNeeded, cancellable)) {
-    case State::Found:
-        break;
-    case State::NoService:
-        return Saved::NoService;
-    default:
-        return Saved::Failed;
-    }
+    if (const State state = connect(Start::IfNeeded, cancellable); state != State::Found)
+        return state == State::NoService ? Saved::NoService : Saved::Failed;
     GErrorHolder error;
     const ItemsPointer items = connection_->search(account, SECRET_SEARCH_ALL, cancellable, error);
     if (error.get())
@@ -323,28 +288,11 @@ SecretServiceStore::Saved SecretServiceStore::set(const QString &account, const 
 
     SecretService *service = connection_->service.get();
     SecretItem *item = chosenFrom(items);
-    if (!item) {
-        const AttributesPointer attributes = attributesOf(account);
-        Prompting prompting(cancellable);
-        // Makes or unlocks the default collection by itself.
-        secret_service_store(service, &schema, attributes.get(), SECRET_COLLECTION_DEFAULT,
-                             "Corvid API key", value.get(), prompting.cancellable(),
-                             Prompting::callback, &prompting);
-        GAsyncResult *result = prompting.wait();
-        return result && secret_service_store_finish(service, result, error.out()) ? Saved::Yes
-                                                                                   : Saved::Failed;
-    }
-    if (secret_item_get_locked(item)) {
-        GList only = {item, nullptr, nullptr};
-        Prompting prompting(cancellable);
-        secret_service_unlock(service, &only, prompting.cancellable(), Prompting::callback,
-                              &prompting);
-        GAsyncResult *result = prompting.wait();
-        if (!result || secret_service_unlock_finish(service, result, nullptr, error.out()) < 1)
-            return Saved::Failed;
-    }
-    return secret_item_set_secret_sync(item, value.get(), cancellable, error.out()) ? Saved::Yes
-                                                                                    : Saved::Failed;
+    if (!item)
+        return makeItem(service, account, value.get(), cancellable) ? Saved::Yes : Saved::Failed;
+    const bool saved = (!secret_item_get_locked(item) || unlock(service, item, cancellable)) &&
+                       secret_item_set_secret_sync(item, value.get(), cancellable, error.out());
+    return saved ? Saved::Yes : Saved::Failed;
 }
 
 } // namespace corvid

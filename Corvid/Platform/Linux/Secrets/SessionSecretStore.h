@@ -6,8 +6,8 @@
 #include <QObject>
 
 #include <chrono>
+#include <future>
 #include <memory>
-#include <thread>
 
 namespace corvid {
 
@@ -17,10 +17,10 @@ namespace corvid {
  * own; a secret saved to the service leaves the file store.
  *
  * The main thread answers from its memory alone: everything that blocks is a thread's, which
- * sleeps until the service reports a change. A service that does not answer in time changes
- * nothing about what it said before, and is asked again when somebody wants to know.
+ * sleeps until the service reports a change. When a service does not answer in time, what it said
+ * before still counts; it is asked again when somebody wants to know.
  *
- * Destroying it completes what is being saved, but waits no longer than a moment for it.
+ * The destructor completes what is being saved, but waits no longer than two seconds for it.
  */
 class SessionSecretStore final : public SecretStore {
 public:
@@ -41,7 +41,7 @@ private:
         std::optional<QString> secret;
         bool beingAsked = false;
         bool answered = false; ///< the last question was
-        int pendingSaves = 0;  ///< until they are through, what the stores say is outdated
+        int saves = 0;         ///< until all are through, what the stores say is outdated
     };
 
     void install(const Report &report);
@@ -49,7 +49,7 @@ private:
     mutable QHash<QString, Known> known_;
     QObject receiver_; ///< what the thread says is addressed to it
     std::unique_ptr<Worker> worker_;
-    std::jthread thread_;
+    std::future<void> thread_; ///< runs the worker; waits for its end when destroyed
 };
 
 } // namespace corvid

@@ -1,8 +1,10 @@
-#include "Platform/Linux/ExitDeadline.h"
+#include "Base/Deadline.h"
 
 #include <gtest/gtest.h>
 
 #include <semaphore>
+
+#include <unistd.h>
 
 using namespace corvid;
 using namespace std::chrono_literals;
@@ -17,25 +19,22 @@ namespace {
 
 } // namespace
 
-TEST(ExitDeadlineDeathTest, aProcessThatHangsEndsWithItsCodeWhenTheTimeIsOver) {
+TEST(DeadlineDeathTest, aProcessThatHangsCanBeEndedWhenTheTimeIsOver) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            ExitDeadline deadline;
-            deadline.start(50ms, 7);
+            const Deadline deadline(50ms, [] { _exit(7); });
             waitForEver();
         },
         testing::ExitedWithCode(7), "");
 }
 
-TEST(ExitDeadlineDeathTest, notStartedOrLiftedInTimeItEndsNothing) {
+TEST(DeadlineDeathTest, liftedInTimeItCallsNothing) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             {
-                const ExitDeadline unused;
-                ExitDeadline lifted;
-                lifted.start(1h, 7);
+                const Deadline lifted(1h, [] { _exit(7); });
             }
             std::_Exit(0);
         },
