@@ -77,7 +77,6 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, 
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
     panel_->onClose = [this] { hide(); };
-    viewModel_.onOpenSettings = [this] { openSettings(); };
     catalog_.onUpdate = [this] { viewModel_.refresh(); };
     projects_.onUpdate = [this] { viewModel_.refresh(); };
     platform_.secrets.onChange = [delegate = QPointer(this)] {
