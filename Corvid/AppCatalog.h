@@ -55,7 +55,7 @@ public:
     const std::vector<AppEntry> &apps() const;
 
     /** The names of apps(), prepared for matching; replaced with the list. */
-    AppSearchIndex &searchIndex();
+    SearchIndex &searchIndex();
 
     /** The application whose path is exactly this one. */
     std::optional<AppEntry> appAtPath(const QString &path) const;
@@ -103,7 +103,7 @@ struct AppCatalog::Snapshot {
     explicit Snapshot(std::vector<AppEntry> list);
 
     const std::vector<AppEntry> apps;
-    AppSearchIndex searchIndex;         ///< follows the usage, once installed
+    SearchIndex searchIndex;            ///< follows the usage, once installed
     QHash<QString, std::size_t> byPath; ///< index into apps
 };
 
@@ -111,7 +111,7 @@ inline const std::vector<AppEntry> &AppCatalog::apps() const {
     return snapshot_->apps;
 }
 
-inline AppSearchIndex &AppCatalog::searchIndex() {
+inline SearchIndex &AppCatalog::searchIndex() {
     return snapshot_->searchIndex;
 }
 

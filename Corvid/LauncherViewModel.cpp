@@ -37,22 +37,18 @@ bool LauncherViewModel::aiEnabled() const {
 
 void LauncherViewModel::refresh() {
     conversation_.cancelUnderstanding();
-    const bool asks = parsedQuery_.kind == Query::Kind::Ask;
-    assign(this, statusText_, asks ? u"Ask AI  ·  Return to send"_s : QString(),
+    assign(this, statusText_, asks() ? u"Ask AI  ·  Return to send"_s : QString(),
            &LauncherViewModel::statusTextChanged);
-    if (asks)
-        publish(rowsOfQuestion());
-    else
+    if (!asks()) {
         publish(catalog && projects ? rowsFor(parsedQuery_, sources()) : Rows());
-}
-
-Rows LauncherViewModel::rowsOfQuestion() {
+        return;
+    }
     const QString question = parsedQuery_.object.trimmed();
     const bool hasKey = environment_.keychain.get(KeychainHelper::aiApiKey).has_value();
-    Rows rows = questionRows(question, hasKey);
+    const Rows rows = questionRows(question, hasKey);
     if (hasKey && !question.isEmpty() && aiEnabled())
         fetchIntent(question, rows);
-    return rows;
+    publish(rows);
 }
 
 RowSources LauncherViewModel::sources() {
@@ -95,15 +91,14 @@ std::optional<QString> LauncherViewModel::selectedPath() const {
 }
 
 void LauncherViewModel::submit(OpenApp::Window window) {
-    const bool asks = parsedQuery_.kind == Query::Kind::Ask;
-    if (asks && parsedQuery_.object.isEmpty())
+    if (asks() && parsedQuery_.object.isEmpty())
         return;
     if (parsedQuery_.kind == Query::Kind::LastProject) {
         perform(OpenLastProject{});
     } else if (selectionIsValid()) {
         // A copy: recording and performing may refresh the list.
         submitRow(ResultItem(results_[static_cast<std::size_t>(selected_)]), window);
-    } else if (asks) {
+    } else if (asks()) {
         askAI(parsedQuery_.object);
     }
 }
@@ -123,7 +118,7 @@ void LauncherViewModel::submitRow(ResultItem row, OpenApp::Window window) {
 
 void LauncherViewModel::record(const ResultItem &row) {
     UsageStats &stats = environment_.stats;
-    if (parsedQuery_.kind != Query::Kind::Ask) {
+    if (!asks()) {
         stats.recordLaunch(row.id);
         stats.recordLatch(parsedQuery_.text, row.id);
     } else if (const auto *app = std::get_if<OpenApp>(&row.action)) {

@@ -129,7 +129,7 @@ Q_SIGNALS:
     void displayFlushRequested();
 
 private:
-    Rows rowsOfQuestion();
+    bool asks() const { return parsedQuery_.kind == Query::Kind::Ask; }
     RowSources sources();
     void publish(Rows rows);
     bool selectionIsValid() const;

@@ -78,7 +78,7 @@ void ProjectIndex::load(CachedList cached) {
 }
 
 ProjectIndex::SharedSnapshot ProjectIndex::prepare(std::vector<ProjectEntry> projects) {
-    auto searchIndex = std::make_shared<ProjectSearchIndex>(projects);
+    auto searchIndex = std::make_shared<SearchIndex>(projects);
     return std::make_shared<const Snapshot>(Snapshot{std::move(projects), std::move(searchIndex)});
 }
 

@@ -33,7 +33,7 @@ public:
     const std::vector<ProjectEntry> &projects() const;
 
     /** The names of projects(), prepared for matching; replaced with the list. */
-    ProjectSearchIndex &searchIndex();
+    SearchIndex &searchIndex();
 
     /** True from the start of a scan until a scan's result has been applied. */
     bool scanning() const { return scanning_; }
@@ -85,14 +85,14 @@ private:
 struct ProjectIndex::Snapshot {
     std::vector<ProjectEntry> projects;
     /** Not shared with other threads once installed, and follows the usage from then on. */
-    std::shared_ptr<ProjectSearchIndex> searchIndex;
+    std::shared_ptr<SearchIndex> searchIndex;
 };
 
 inline const std::vector<ProjectEntry> &ProjectIndex::projects() const {
     return snapshot_->projects;
 }
 
-inline ProjectSearchIndex &ProjectIndex::searchIndex() {
+inline SearchIndex &ProjectIndex::searchIndex() {
     return *snapshot_->searchIndex;
 }
 

@@ -62,37 +62,37 @@ Rows fallbackRows(const QString &text) {
             askRow(u"ai-fallback"_s, text, AskAI{text})};
 }
 
-Rows recentApplications(const RowSources &from) {
-    BestMatches<std::size_t> best(mostRecentApplications);
-    for (std::size_t i = 0; i < from.apps.size(); ++i) {
-        if (const qint64 launches = from.appIndex.launches(i); launches > 0)
-            best.offer(launches, i);
+// The best of `count` items by a score, of which less than 1 is no match.
+template <typename Score>
+std::vector<Scored<std::size_t>> bestOf(std::size_t most, std::size_t count, const Score &score) {
+    BestMatches<std::size_t> best(most);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (const qint64 value = score(i); value >= 1)
+            best.offer(value, i);
     }
+    return best.sorted();
+}
+
+Rows recentApplications(const RowSources &from) {
+    const auto launches = [&from](std::size_t i) { return from.appIndex.launches(i); };
     Rows rows;
-    for (const Scored<std::size_t> &app : best.sorted())
+    for (const auto &app : bestOf(mostRecentApplications, from.apps.size(), launches))
         rows.push_back(appRow(app.item, from));
     return rows;
 }
 
 std::optional<std::size_t> findEditor(const QString &text, const RowSources &from) {
     const PreparedQuery query(text);
-    BestMatches<std::size_t> best(1);
-    const auto offer = [&](std::size_t index) {
-        if (const qint64 score = from.appIndex.score(query, index); score >= 1)
-            best.offer(score, index);
-    };
-    for (const std::size_t index : from.codeEditors())
-        offer(index);
-    // Any other application that has a role is used only where no code editor matches at all.
-    if (best.sorted().empty()) {
-        for (std::size_t i = 0; i < from.apps.size(); ++i) {
-            if (!from.apps[i].roles.isEmpty())
-                offer(i);
-        }
-    }
-    if (best.sorted().empty())
-        return std::nullopt;
-    return best.sorted().front().item;
+    const std::vector<std::size_t> &editors = from.codeEditors();
+    auto best = bestOf(1, editors.size(),
+                       [&](std::size_t i) { return from.appIndex.score(query, editors[i]); });
+    if (!best.empty())
+        return editors[best.front().item];
+    // No code editor matches: any other application that has a role will do.
+    best = bestOf(1, from.apps.size(), [&](std::size_t i) {
+        return from.apps[i].roles.isEmpty() ? 0 : from.appIndex.score(query, i);
+    });
+    return best.empty() ? std::nullopt : std::optional(best.front().item);
 }
 
 Rows projectsInEditor(const SearchEngine::InQuery &in, const RowSources &from) {
@@ -100,13 +100,9 @@ Rows projectsInEditor(const SearchEngine::InQuery &in, const RowSources &from) {
     const auto editor = index ? std::optional(from.apps[*index]) : std::nullopt;
     const QString badge = u"Open in "_s + (editor ? editor->name : u"default editor"_s);
     const PreparedQuery query(in.project);
-    BestMatches<std::size_t> best(mostProjectsInEditor);
-    for (std::size_t i = 0; i < from.projects.size(); ++i) {
-        if (const qint64 score = from.projectIndex.score(query, i); score >= 1)
-            best.offer(score, i);
-    }
+    const auto score = [&](std::size_t i) { return from.projectIndex.score(query, i); };
     Rows rows;
-    for (const Scored<std::size_t> &project : best.sorted())
+    for (const auto &project : bestOf(mostProjectsInEditor, from.projects.size(), score))
         rows.push_back(projectRow(from.projects[project.item], badge, editor));
     if (index) {
         ResultItem alone = appRow(*index, from);

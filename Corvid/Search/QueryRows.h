@@ -17,9 +17,9 @@ using Rows = std::vector<ResultItem>;
 /** What rows are made from. Refers to all of it, so it is for one use. */
 struct RowSources {
     const std::vector<AppEntry> &apps;
-    const AppSearchIndex &appIndex; ///< of `apps`, with the present launches
+    const SearchIndex &appIndex; ///< of `apps`, with the present launches
     const std::vector<ProjectEntry> &projects;
-    const ProjectSearchIndex &projectIndex; ///< likewise
+    const SearchIndex &projectIndex; ///< likewise
     const RoleCatalog &roles;
     const UsageStats &stats;
     const QSet<QString> &running; ///< bundle identifiers

@@ -28,8 +28,8 @@ protected:
                                      {u"Zed"_s, u"id.Other"_s, u"/Other.app"_s, {}, {}, {}}};
     const std::vector<ProjectEntry> projects{
         {u"web"_s, home + u"/backup"_s + home + u"/web"_s, {}}};
-    const AppSearchIndex appIndex{apps};
-    const ProjectSearchIndex projectIndex{projects};
+    const SearchIndex appIndex{apps};
+    const SearchIndex projectIndex{projects};
     const RoleCatalog roles{{}};
     FakeUserDefaults defaults;
     const UsageStats stats{defaults};

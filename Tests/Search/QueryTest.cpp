@@ -58,6 +58,7 @@ TEST_P(QueryKind, isDecidedByTheText) {
     EXPECT_EQ(query.kind, row.kind);
     EXPECT_EQ(query.text, QString::fromUtf16(row.text));
     EXPECT_EQ(query.object, QString::fromUtf16(row.object));
-    if (row.kind == Kind::In)
+    if (row.kind == Kind::In) {
         EXPECT_EQ(query.in, SearchEngine::parseInQuery(query.text));
+    }
 }
