@@ -105,10 +105,6 @@ public:
     /** Brings the settings up, in the one window that they have. */
     void openSettings();
 
-    // The status item's menu.
-    void showFromMenu() { show(); }
-    void openSettingsFromMenu() { openSettings(); }
-
     LauncherViewModel &viewModel() { return viewModel_; }
     LauncherPanel *panel() { return panel_.get(); }
     /** Null until the settings were first opened. */
@@ -117,10 +113,13 @@ public:
     const StatusItem *statusItem() const { return statusItem_.get(); }
 
 private:
-    void setupStatusItem();
+    void makePanel();
+    void connectParts();
+    void makeStatusItem();
+    /** Does what the command line asks for, once the event loop runs. */
+    void obey(const CommandLine &commandLine);
     void installMouseMonitor();
     void openLastProject();
-    void runBenchmark();
     void dumpQuery(const QString &query);
 
     Platform platform_;
