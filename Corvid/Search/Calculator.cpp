@@ -40,7 +40,7 @@ std::optional<std::string> normalised(QStringView query) {
     return text;
 }
 
-// What every calculation with a part that is wrong yields in turn, as does one without a value.
+// Not a number: every operation on it yields it again, so one wrong part spoils the whole.
 constexpr double invalid = std::numeric_limits<double>::quiet_NaN();
 
 /**

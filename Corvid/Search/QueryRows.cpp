@@ -28,7 +28,7 @@ QString withHomeAsTilde(const QString &path) {
 }
 
 QString webSearchUrl(const QString &query) {
-    // What may stand in a URL's query besides the unreserved characters.
+    // Allowed in a URL's query besides the unreserved characters.
     static const QByteArray allowed = "!$&'()*+,;=:@/?";
     return u"https://www.google.com/search?q="_s +
            QString::fromLatin1(QUrl::toPercentEncoding(query, allowed));
@@ -62,7 +62,7 @@ Rows fallbackRows(const QString &text) {
             askRow(u"ai-fallback"_s, text, AskAI{text})};
 }
 
-// The best of `count` items by a score, of which less than 1 is no match.
+// The best of `count` items; a score below 1 is no match.
 template <typename Score>
 std::vector<Scored<std::size_t>> bestOf(std::size_t most, std::size_t count, const Score &score) {
     BestMatches<std::size_t> best(most);
@@ -149,7 +149,7 @@ private:
         std::size_t index;
     };
 
-    // What was chosen for this text before; listed even if the text no longer matches it.
+    // The application chosen for this text before. It is listed even if the text no longer matches.
     std::optional<std::size_t> latchedApplication() const {
         const auto &latches = from_.stats.latches();
         const auto latch = latches.constFind(text_.toLower());
@@ -243,7 +243,7 @@ Rows rowsFor(const Query &query, const RowSources &from) {
 Rows questionRows(const QString &question, bool hasKey) {
     const QString trimmed = question.trimmed();
     Rows rows;
-    // Return on this row is the view model's matter, so the row's own action does nothing.
+    // The view model handles Return on this row; the action stands for nothing.
     if (!trimmed.isEmpty())
         rows.push_back(askRow(u"ai-ask"_s, trimmed, CopyAI{}));
     if (!hasKey) {
