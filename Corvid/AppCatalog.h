@@ -36,7 +36,7 @@ class AppCatalog final : public QObject {
 
         static constexpr QLatin1StringView cacheFile{"catalog.json"};
         const std::vector<AppEntry> records;
-        AppSearchIndex searchIndex; ///< follows the usage, once shown
+        SearchIndex searchIndex; ///< follows the usage, once shown
     };
     using List = ScannedList<Snapshot>;
 
@@ -61,7 +61,7 @@ public:
     const std::vector<AppEntry> &apps() const { return list_->records; }
 
     /** The names of apps(), prepared for matching; replaced with the list. */
-    AppSearchIndex &searchIndex() { return list_->searchIndex; }
+    SearchIndex &searchIndex() { return list_->searchIndex; }
 
     /** The application whose path is exactly this one. */
     std::optional<AppEntry> appAtPath(const QString &path) const;

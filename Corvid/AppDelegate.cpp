@@ -35,9 +35,7 @@ constexpr auto catalogsLoadTime = 800ms;
 constexpr auto queryDumpPause = 100ms;
 
 void printError(const QString &line) {
-    const QByteArray bytes = line.toUtf8() + '\n';
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
-    std::fflush(stderr);
+    std::fprintf(stderr, "%s\n", qUtf8Printable(line));
 }
 
 template <typename... Functions>
@@ -62,41 +60,15 @@ AppDelegate::~AppDelegate() {
 }
 
 void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, CachedLists lists) {
-    style::setAppearance(platform_.appearance.current());
-    panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.panelSurface);
-    platform_.appearance.onChange = [this] {
-        style::setAppearance(platform_.appearance.current());
-        panel_->applyStyle();
-        if (settingsWindow_)
-            settingsWindow_->applyStyle();
-    };
-    viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
-    viewModel_.onHide = [this] { hide(); };
-    panel_->onClose = [this] { hide(); };
-    viewModel_.onOpenSettings = [this] { openSettings(); };
-    catalog_.onUpdate = [this] { viewModel_.refresh(); };
-    projects_.onUpdate = [this] { viewModel_.refresh(); };
-    platform_.secrets.onChange = [delegate = QPointer(this)] {
-        if (!delegate)
-            return;
-        // Only what is typed can depend on the key.
-        if (!delegate->viewModel_.query().isEmpty())
-            delegate->viewModel_.refresh();
-        if (delegate->settingsWindow_)
-            delegate->settingsWindow_->view().loadKey();
-    };
-    connect(&catalog_, &AppCatalog::iconArrived, &viewModel_, [this](const QString &path) {
-        viewModel_.updateIcon(path, catalog_.icons().value(path));
-    });
-    viewModel_.catalog = &catalog_;
-    viewModel_.projects = &projects_;
+    makePanel();
+    connectParts();
     viewModel_.refresh();
     catalog_.load(std::move(lists.apps));
     projects_.load(std::move(lists.projects));
     // A process that answers on standard error and shows nothing must not take the hot key from
     // the one that people use, nor a place in the tray.
     if (commandLine.show || !commandLine.isDiagnostic()) {
-        setupStatusItem();
+        makeStatusItem();
         applyHotkey();
     }
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { platform_.hotKeys.unregister(); });
@@ -106,23 +78,62 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, 
                 hide();
         };
     }
+    obey(commandLine);
+    platform_.instance.serve([this](const Wish &wish) { fulfil(wish); });
+}
+
+void AppDelegate::makePanel() {
+    style::setAppearance(platform_.appearance.current());
+    panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.panelSurface);
+    panel_->onClose = [this] { hide(); };
+    platform_.appearance.onChange = [this] {
+        style::setAppearance(platform_.appearance.current());
+        panel_->applyStyle();
+        if (settingsWindow_)
+            settingsWindow_->applyStyle();
+    };
+}
+
+void AppDelegate::connectParts() {
+    viewModel_.catalog = &catalog_;
+    viewModel_.projects = &projects_;
+    viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
+    viewModel_.onHide = [this] { hide(); };
+    catalog_.onUpdate = projects_.onUpdate = [this] { viewModel_.refresh(); };
+    connect(&catalog_, &AppCatalog::iconArrived, &viewModel_, [this](const QString &path) {
+        viewModel_.updateIcon(path, catalog_.icons().value(path));
+    });
+    platform_.secrets.onChange = [delegate = QPointer(this)] {
+        if (!delegate)
+            return;
+        // Only what is typed can depend on the key.
+        if (!delegate->viewModel_.query().isEmpty())
+            delegate->viewModel_.refresh();
+        if (delegate->settingsWindow_)
+            delegate->settingsWindow_->view().loadKey();
+    };
+}
+
+void AppDelegate::makeStatusItem() {
+    statusItem_ = std::make_unique<StatusItem>(
+        platform_.tray, StatusItem::Actions{[this] { show(); }, [this] { openSettings(); },
+                                            [] { QCoreApplication::exit(); }});
+}
+
+void AppDelegate::obey(const CommandLine &commandLine) {
     for (const Wish &wish : commandLine.wishes())
         fulfil(wish);
-    if (commandLine.bench)
-        QTimer::singleShot(catalogsLoadTime, this, &AppDelegate::runBenchmark);
+    if (commandLine.bench) {
+        QTimer::singleShot(catalogsLoadTime, this, [this] {
+            printError(benchmarkRefresh(viewModel_));
+            QCoreApplication::exit();
+        });
+    }
     if (commandLine.query) {
         QTimer::singleShot(
             catalogsLoadTime, this,
             [this, text = QString::fromLocal8Bit(*commandLine.query)] { dumpQuery(text); });
     }
-    platform_.instance.serve([this](const Wish &wish) { fulfil(wish); });
-}
-
-void AppDelegate::setupStatusItem() {
-    statusItem_ = std::make_unique<StatusItem>(
-        platform_.tray,
-        StatusItem::Actions{[this] { showFromMenu(); }, [this] { openSettingsFromMenu(); },
-                            [] { QCoreApplication::exit(); }});
 }
 
 void AppDelegate::show(quint32 time) {
@@ -238,11 +249,6 @@ void AppDelegate::openSettings() {
             platform_.panelSurface);
     }
     settingsWindow_->present();
-}
-
-void AppDelegate::runBenchmark() {
-    printError(benchmarkRefresh(viewModel_));
-    QCoreApplication::exit(0);
 }
 
 void AppDelegate::dumpQuery(const QString &query) {

@@ -63,14 +63,14 @@ public:
         AppearanceSettings &appearance;
         FolderDialog &folderDialog;
         AIService &ai;
-        /** Never goes backwards, whatever is done to the clock on the wall. */
+        /** Monotonic time. */
         std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
     };
 
     explicit AppDelegate(const Platform &platform);
     ~AppDelegate() override;
 
-    /** What the last run knew. */
+    /** The catalogs as the last run stored them. */
     struct CachedLists {
         AppCatalog::CachedList apps;
         ProjectIndex::CachedList projects;
@@ -92,7 +92,7 @@ public:
     /** Hides the panel when it is shown, shows it otherwise. */
     void toggle(quint32 time = 0);
 
-    /** Does what another process, or the command line, asks for. */
+    /** Does what the command line or another process asks for. */
     void fulfil(const Wish &wish);
 
     /** Registers the stored key combination, which toggles the panel. Where none is stored it is
@@ -105,10 +105,6 @@ public:
     /** Brings the settings up, in the one window that they have. */
     void openSettings();
 
-    // The status item's menu.
-    void showFromMenu() { show(); }
-    void openSettingsFromMenu() { openSettings(); }
-
     LauncherViewModel &viewModel() { return viewModel_; }
     LauncherPanel *panel() { return panel_.get(); }
     /** Null until the settings were first opened. */
@@ -117,10 +113,13 @@ public:
     const StatusItem *statusItem() const { return statusItem_.get(); }
 
 private:
-    void setupStatusItem();
+    void makePanel();
+    void connectParts();
+    void makeStatusItem();
+    /** Fulfils the wishes at once; benchmark and query follow when the catalogs have loaded. */
+    void obey(const CommandLine &commandLine);
     void installMouseMonitor();
     void openLastProject();
-    void runBenchmark();
     void dumpQuery(const QString &query);
 
     Platform platform_;
@@ -135,7 +134,7 @@ private:
     std::unique_ptr<SettingsWindow> settingsWindow_;
     /** Absent until the panel was hidden for the first time. */
     std::optional<std::chrono::steady_clock::time_point> lastHideTime_;
-    /** The panel stays without the keyboard: until it is hidden. */
+    /** The panel stays when it loses the keyboard, until it is hidden. */
     bool stickyShowing_ = false;
     /** Present only while the panel is shown. */
     std::unique_ptr<ClickMonitor::Token> mouseMonitor_;

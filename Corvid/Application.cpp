@@ -25,11 +25,9 @@
 #include <QApplication>
 #include <QLoggingCategory>
 #include <QProcessEnvironment>
-#include <QScreen>
 #include <QSessionManager>
 #include <QThread>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <future>
@@ -43,25 +41,36 @@ namespace {
 
 using namespace corvid;
 
-qreal highestDevicePixelRatio() {
-    qreal highest = 1;
-    const QList<QScreen *> screens = QGuiApplication::screens();
-    for (const QScreen *screen : screens)
-        highest = std::max(highest, screen->devicePixelRatio());
-    return highest;
-}
-
-int run(const CommandLine &commandLine, char **argv, Instance &instance) {
-    // What we start gets the environment that we were started with.
-    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-
-    auto session = Session::X11;
+Session chooseSession(const CommandLine &commandLine) {
     if (commandLine.isDiagnostic() && !commandLine.show) {
         // These answer on standard error alone, so they run where there is no display too.
         qputenv("QT_QPA_PLATFORM", "offscreen");
         // Standard error is the answer: no word of Qt's about the surroundings goes there.
         QLoggingCategory::setFilterRules(QStringLiteral("*.warning=false"));
-    } else if ((session = choosePlatform()) == Session::Unreachable) {
+        return Session::X11;
+    }
+    return choosePlatform();
+}
+
+void introduce(const QApplication &application) {
+    // The display name is left unset: the toolkit would add it to the titles of windows.
+    QApplication::setApplicationName(QStringLiteral("Corvid"));
+    // Desktops look up the name and icon of a window by this.
+    QApplication::setDesktopFileName(QStringLiteral("app.corvid.Launcher"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    // The session's autostart starts us. If the session manager did so too, the second process
+    // would make the first one show its panel at every login.
+    QObject::connect(
+        &application, &QGuiApplication::saveStateRequest, &application,
+        [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); },
+        Qt::DirectConnection);
+}
+
+int run(const CommandLine &commandLine, char **argv, Instance &instance) {
+    // What we start gets the environment that we were started with.
+    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const Session session = chooseSession(commandLine);
+    if (session == Session::Unreachable) {
         std::fputs("Corvid needs a display: start it in a desktop session, or set DISPLAY or "
                    "WAYLAND_DISPLAY.\n",
                    stderr);
@@ -74,20 +83,10 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
         std::async(std::launch::async, [] { static_cast<void>(RoleCatalog::shared()); });
     AppDelegate::CachedLists cachedLists = AppDelegate::readCachedLists();
 
-    // Our arguments are not the toolkit's: it would take some of them out of a query's text.
+    // The toolkit gets no arguments: it would take some out of a query's text.
     int argc = 1;
     QApplication application(argc, argv);
-    // Not as the display name, which the toolkit adds to the titles of windows.
-    QApplication::setApplicationName(QStringLiteral("Corvid"));
-    // By which desktops find our name and icon for a window.
-    QApplication::setDesktopFileName(QStringLiteral("app.corvid.Launcher"));
-    QApplication::setQuitOnLastWindowClosed(false);
-    // The session starts us by its autostart; brought back by the session manager as well, the
-    // second one would show its panel at every login.
-    QObject::connect(
-        &application, &QGuiApplication::saveStateRequest, &application,
-        [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); },
-        Qt::DirectConnection);
+    introduce(application);
     const TerminationSignals terminationSignals;
     std::optional<Deadline> exitDeadline;
 
@@ -100,7 +99,7 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     SessionWorkspace workspace(desktopEntries, {environment,
                                                 {qgetenv("DISPLAY"), qgetenv("WAYLAND_DISPLAY")},
                                                 panelDesktop.activationToken,
-                                                highestDevicePixelRatio()});
+                                                application.devicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
     SessionSecretStore secrets;
@@ -132,8 +131,8 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
 } // namespace
 
 int runCorvid(const CommandLine &commandLine, char **argv) {
-    // Heaps of their own for the threads would keep what the scans once needed: some 7 MB. They are
-    // too short-lived to get in each other's way in a shared one.
+    // With a heap for each thread, those of the scans would keep some 7 MB. The threads are too
+    // short-lived to get in each other's way in one heap.
     mallopt(M_ARENA_MAX, 1);
     forbidCoreDumps();
     BusInstance instance;

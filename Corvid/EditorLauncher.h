@@ -6,7 +6,6 @@
 
 namespace corvid {
 
-class AppCatalog;
 class SystemLog;
 class Workspace;
 

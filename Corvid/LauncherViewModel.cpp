@@ -1,11 +1,11 @@
 #include "LauncherViewModel.h"
 
-#include "Base/Locations.h"
+#include "AppCatalog.h"
 #include "Base/Settings.h"
+#include "KeychainHelper.h"
 #include "Platform/Pasteboard.h"
-#include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
-#include "Search/Calculator.h"
+#include "ProjectIndex.h"
 
 #include <algorithm>
 
@@ -13,96 +13,64 @@ namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-// The path behind a row, for revealing and copying it.
-std::optional<QString> pathOf(const LauncherAction &action) {
-    if (const auto *openApp = std::get_if<OpenApp>(&action))
-        return openApp->app.path;
-    if (const auto *openProject = std::get_if<OpenProject>(&action))
-        return openProject->project.path;
-    return std::nullopt;
-}
-
-// The path whose icon a row shows: every project carries that of the home folder, deliberately.
-std::optional<QString> iconPathOf(const LauncherAction &action) {
-    if (std::holds_alternative<OpenProject>(action))
-        return locations::home();
-    return pathOf(action);
-}
-
-} // namespace
-
-LauncherViewModel::LauncherViewModel(const Environment &environment) : environment_(environment) {
-    intentDebounce_.setSingleShot(true);
-    // Any other timer may fire early, and ask for a text that is still being typed.
-    intentDebounce_.setTimerType(Qt::PreciseTimer);
-    connect(&intentDebounce_, &QTimer::timeout, this, [this] { askForIntent_(); });
+LauncherViewModel::LauncherViewModel(const Environment &environment)
+    : environment_(environment), conversation_(environment.ai) {
+    connect(&conversation_, &Conversation::questionChanged, this,
+            &LauncherViewModel::aiQuestionChanged);
+    connect(&conversation_, &Conversation::answerChanged, this,
+            &LauncherViewModel::aiResponseChanged);
+    connect(&conversation_, &Conversation::busyChanged, this, &LauncherViewModel::aiBusyChanged);
 }
 
 void LauncherViewModel::setQuery(const QString &query) {
     if (query_ == query)
         return;
     query_ = query;
+    parsedQuery_ = parseQuery(query, environment_.roles);
     Q_EMIT queryChanged();
     refresh();
-}
-
-void LauncherViewModel::setSelected(int index) {
-    if (selected_ == index)
-        return;
-    selected_ = index;
-    Q_EMIT selectedChanged();
-}
-
-void LauncherViewModel::setFocusSearch(bool wanted) {
-    if (focusSearch_ == wanted)
-        return;
-    focusSearch_ = wanted;
-    Q_EMIT focusSearchChanged();
-}
-
-void LauncherViewModel::setAiMode(bool on) {
-    if (aiMode_ == on)
-        return;
-    aiMode_ = on;
-    Q_EMIT aiModeChanged();
-}
-
-void LauncherViewModel::setAiResponse(const QString &text) {
-    if (aiResponse_ == text)
-        return;
-    aiResponse_ = text;
-    Q_EMIT aiResponseChanged();
-}
-
-void LauncherViewModel::setAiBusy(bool busy) {
-    if (aiBusy_ == busy)
-        return;
-    aiBusy_ = busy;
-    Q_EMIT aiBusyChanged();
-}
-
-void LauncherViewModel::setAiQuestion(const QString &question) {
-    if (aiQuestion_ == question)
-        return;
-    aiQuestion_ = question;
-    Q_EMIT aiQuestionChanged();
-}
-
-void LauncherViewModel::setStatusText(const QString &text) {
-    if (statusText_ == text)
-        return;
-    statusText_ = text;
-    Q_EMIT statusTextChanged();
 }
 
 bool LauncherViewModel::aiEnabled() const {
     return settings::aiEnabled(environment_.defaults);
 }
 
-std::optional<QString> LauncherViewModel::evalMath(const QString &trimmedQuery) {
-    return corvid::evalMath(trimmedQuery);
+void LauncherViewModel::refresh() {
+    conversation_.cancelUnderstanding();
+    assign(this, statusText_, asks() ? u"Ask AI  ·  Return to send"_s : QString(),
+           &LauncherViewModel::statusTextChanged);
+    if (!asks()) {
+        publish(catalog && projects ? rowsFor(parsedQuery_, sources()) : Rows());
+        return;
+    }
+    const QString question = parsedQuery_.object.trimmed();
+    const bool hasKey = environment_.keychain.get(settings::aiKeyAccount).has_value();
+    const Rows rows = questionRows(question, hasKey);
+    if (hasKey && !question.isEmpty() && aiEnabled())
+        fetchIntent(question, rows);
+    publish(rows);
+}
+
+RowSources LauncherViewModel::sources() {
+    catalog->searchIndex().updateUsage(environment_.stats);
+    projects->searchIndex().updateUsage(environment_.stats);
+    return {catalog->apps(),
+            catalog->searchIndex(),
+            projects->projects(),
+            projects->searchIndex(),
+            environment_.roles,
+            environment_.stats,
+            environment_.workspace.runningApplications(),
+            [this](const QString &path) { return catalog->iconForPath(path); }};
+}
+
+void LauncherViewModel::publish(Rows rows) {
+    results_ = std::move(rows);
+    Q_EMIT resultsChanged();
+    QMetaObject::invokeMethod(this, &LauncherViewModel::displayFlushRequested,
+                              Qt::QueuedConnection);
+    const int last = static_cast<int>(results_.size()) - 1;
+    setSelected(results_.empty() ? 0 : std::min(selected_, last));
 }
 
 void LauncherViewModel::moveSelection(int delta) {
@@ -110,14 +78,6 @@ void LauncherViewModel::moveSelection(int delta) {
         return;
     const int count = static_cast<int>(results_.size());
     setSelected((selected_ + delta % count + count) % count);
-}
-
-void LauncherViewModel::clamp() {
-    if (results_.empty())
-        setSelected(0);
-    else
-        setSelected(std::min(selected_, static_cast<int>(results_.size()) - 1));
-    flushDisplay();
 }
 
 bool LauncherViewModel::selectionIsValid() const {
@@ -131,58 +91,45 @@ std::optional<QString> LauncherViewModel::selectedPath() const {
 }
 
 void LauncherViewModel::submit(OpenApp::Window window) {
-    const QString q = query_.trimmed();
-    const QString lower = q.toLower();
-    if (lower == "ai"_L1)
+    if (asks() && parsedQuery_.object.isEmpty())
         return;
-    if (lower.startsWith("ai "_L1)) {
-        submitInAskMode(q, window);
-        return;
-    }
-    if (lower == "open last project"_L1 || lower == "last project"_L1) {
+    if (parsedQuery_.kind == Query::Kind::LastProject) {
         perform(OpenLastProject{});
-        return;
+    } else if (selectionIsValid()) {
+        // A copy: recording and performing may refresh the list.
+        submitRow(ResultItem(results_[static_cast<std::size_t>(selected_)]), window);
+    } else if (asks()) {
+        askAI(parsedQuery_.object);
     }
-    if (selectionIsValid())
-        submitSelected(q, window);
 }
 
-// The ask row, or no row, asks. Nothing is latched here: the query is a question.
-void LauncherViewModel::submitInAskMode(const QString &trimmedQuery, OpenApp::Window window) {
-    constexpr qsizetype prefixLength = 3; // "ai "
-    if (!selectionIsValid()) {
-        askAI(trimmedQuery.sliced(prefixLength));
-        return;
-    }
-    // A copy: recording and performing may refresh the list.
-    const ResultItem row = results_[static_cast<std::size_t>(selected_)];
+void LauncherViewModel::submitRow(ResultItem row, OpenApp::Window window) {
     if (row.id == "ai-ask"_L1) {
-        askAI(trimmedQuery.sliced(prefixLength));
-        return;
-    }
-    // What the endpoint understood counts for what it opens.
-    if (const auto *app = std::get_if<OpenApp>(&row.action))
-        environment_.stats.recordLaunch(usageKey(app->app));
-    else if (const auto *project = std::get_if<OpenProject>(&row.action))
-        environment_.stats.recordLaunch(usageKey(project->project));
-    perform(row.action, window);
-}
-
-void LauncherViewModel::submitSelected(const QString &trimmedQuery, OpenApp::Window window) {
-    // A copy: recording and performing may refresh the list.
-    const ResultItem row = results_[static_cast<std::size_t>(selected_)];
-    if (const auto *ask = std::get_if<AskAI>(&row.action)) {
+        askAI(parsedQuery_.object);
+    } else if (const auto *ask = std::get_if<AskAI>(&row.action)) {
         askAI(ask->question);
-        return;
+    } else {
+        record(row);
+        if (auto *open = std::get_if<OpenApp>(&row.action))
+            open->window = window;
+        perform(row.action);
     }
-    environment_.stats.recordLaunch(row.id);
-    environment_.stats.recordLatch(trimmedQuery, row.id);
-    perform(row.action, window);
 }
 
-void LauncherViewModel::perform(LauncherAction action, OpenApp::Window window) {
-    if (auto *openApp = std::get_if<OpenApp>(&action))
-        openApp->window = window;
+void LauncherViewModel::record(const ResultItem &row) {
+    UsageStats &stats = environment_.stats;
+    if (!asks()) {
+        stats.recordLaunch(row.id);
+        stats.recordLatch(parsedQuery_.text, row.id);
+    } else if (const auto *app = std::get_if<OpenApp>(&row.action)) {
+        // What the endpoint understood counts for what it opens. A question is not latched.
+        stats.recordLaunch(usageKey(app->app));
+    } else if (const auto *project = std::get_if<OpenProject>(&row.action)) {
+        stats.recordLaunch(usageKey(project->project));
+    }
+}
+
+void LauncherViewModel::perform(const LauncherAction &action) {
     if (onAction)
         onAction(action);
     hide();
@@ -213,14 +160,12 @@ bool LauncherViewModel::handleKeyEvent(const KeyPress &key) {
             environment_.pasteboard.setText(*path);
         return true;
     }
-    bool isNumber = false;
-    const int row = characters.toInt(&isNumber);
-    if (isNumber && row >= 1 && row <= 9 && row <= static_cast<int>(results_.size())) {
-        setSelected(row - 1);
-        submit();
-        return true;
-    }
-    return false;
+    const int row = characters.toInt(); // 0 for what is no number
+    if (row < 1 || row > 9 || row > static_cast<int>(results_.size()))
+        return false;
+    setSelected(row - 1);
+    submit();
+    return true;
 }
 
 void LauncherViewModel::cancel() {
@@ -229,22 +174,44 @@ void LauncherViewModel::cancel() {
         return;
     }
     setAiMode(false);
-    cancelAnswers();
-    setAiBusy(false);
-    setAiResponse(QString());
+    conversation_.end();
 }
 
 void LauncherViewModel::reset() {
-    cancelAnswers();
+    conversation_.end();
     setQuery(QString());
     setAiMode(false);
-    setAiResponse(QString());
     setAiQuestion(QString());
     setSelected(0);
-    setAiBusy(false);
     session_ = QUuid::createUuid();
     Q_EMIT sessionChanged();
     refresh();
+}
+
+void LauncherViewModel::fetchIntent(const QString &query, const Rows &baseItems) {
+    conversation_.cancelUnderstanding();
+    if (!catalog || !projects)
+        return;
+    conversation_.understand(
+        query, [this] { return sources(); },
+        [this, baseItems](const ResultItem &row) {
+            Rows rows{row};
+            rows.insert(rows.end(), baseItems.begin(), baseItems.end());
+            publish(std::move(rows));
+        });
+}
+
+void LauncherViewModel::askAI(const QString &question) {
+    // The list is out of sight from here on: no row may come to stand under the selection.
+    conversation_.cancelUnderstanding();
+    setAiMode(true);
+    conversation_.ask(question);
+}
+
+void LauncherViewModel::copyAnswer(const QString &part) {
+    const QString &text = part.isEmpty() ? aiResponse() : part;
+    if (!text.isEmpty() && onAction)
+        onAction(CopyAI{text});
 }
 
 void LauncherViewModel::updateIcon(const QString &path, const Image &icon) {
@@ -254,11 +221,6 @@ void LauncherViewModel::updateIcon(const QString &path, const Image &icon) {
         results_[i].icon = icon;
         Q_EMIT iconChanged(static_cast<int>(i));
     }
-}
-
-void LauncherViewModel::flushDisplay() {
-    QMetaObject::invokeMethod(this, &LauncherViewModel::displayFlushRequested,
-                              Qt::QueuedConnection);
 }
 
 } // namespace corvid

@@ -1,15 +1,14 @@
 #pragma once
 
-#include "AIService.h"
-#include "Base/Records.h"
-#include "UsageStats.h"
+#include "Base/Assign.h"
+#include "Chat/Conversation.h"
+#include "Search/Query.h"
+#include "Search/QueryRows.h"
 
 #include <QObject>
-#include <QTimer>
 #include <QUuid>
 
 #include <functional>
-#include <vector>
 
 namespace corvid {
 
@@ -31,7 +30,7 @@ struct KeyPress {
 
 /**
  * The one observable object behind the launcher panel: the query, the list it yields, the
- * selection, and what Return does. Main thread only. Every published field has a signal that
+ * selection, and what the keys do. Main thread only. Every published field has a signal that
  * follows each change of its value. Nothing here fails.
  */
 class LauncherViewModel final : public QObject {
@@ -54,23 +53,27 @@ public:
     const QString &query() const { return query_; }
     /** Every change runs refresh(). */
     void setQuery(const QString &query);
-    const std::vector<ResultItem> &results() const { return results_; }
+    const Rows &results() const { return results_; }
     /** Index of the highlighted row. */
     int selected() const { return selected_; }
-    void setSelected(int index);
+    void setSelected(int index) {
+        assign(this, selected_, index, &LauncherViewModel::selectedChanged);
+    }
     /** The search field shall take the focus; the view clears it when it has done so. */
     bool focusSearch() const { return focusSearch_; }
-    void setFocusSearch(bool wanted);
+    void setFocusSearch(bool wanted) {
+        assign(this, focusSearch_, wanted, &LauncherViewModel::focusSearchChanged);
+    }
     /** An AI answer is being shown. */
     bool aiMode() const { return aiMode_; }
-    void setAiMode(bool on);
-    const QString &aiResponse() const { return aiResponse_; }
-    void setAiResponse(const QString &text);
+    void setAiMode(bool on) { assign(this, aiMode_, on, &LauncherViewModel::aiModeChanged); }
+    const QString &aiResponse() const { return conversation_.answer(); }
+    void setAiResponse(const QString &text) { conversation_.setAnswer(text); }
     /** An answer is streaming. */
-    bool aiBusy() const { return aiBusy_; }
-    void setAiBusy(bool busy);
-    const QString &aiQuestion() const { return aiQuestion_; }
-    void setAiQuestion(const QString &question);
+    bool aiBusy() const { return conversation_.busy(); }
+    void setAiBusy(bool busy) { conversation_.setBusy(busy); }
+    const QString &aiQuestion() const { return conversation_.question(); }
+    void setAiQuestion(const QString &question) { conversation_.setQuestion(question); }
     /** Hint line under the list. */
     const QString &statusText() const { return statusText_; }
     /** Identity of the current showing; a new value tells the view to start afresh. */
@@ -78,7 +81,7 @@ public:
 
     std::function<void(const LauncherAction &)> onAction;
     std::function<void()> onHide;
-    std::function<void()> onOpenSettings;
+    /** Without one of the two, only questions have rows. */
     AppCatalog *catalog = nullptr;
     ProjectIndex *projects = nullptr;
 
@@ -97,7 +100,7 @@ public:
     void reset();
     /** Starts to find out in the background what a query means; a row for it then stands before
         the given ones. Replaces what was under way. */
-    void fetchIntent(const QString &query, const std::vector<ResultItem> &baseItems);
+    void fetchIntent(const QString &query, const Rows &baseItems);
     /** Shows the AI answer to a question as it comes, or what went wrong with it. */
     void askAI(const QString &question);
     /** Copies a part of the answer, or all of it where none is given. */
@@ -107,9 +110,6 @@ public:
 
     /** Whether AI is switched on; so unless the user switched it off. */
     bool aiEnabled() const;
-
-    /** The value of an arithmetic query as text; nothing when it is none. */
-    static std::optional<QString> evalMath(const QString &trimmedQuery);
 
 Q_SIGNALS:
     void queryChanged();
@@ -129,58 +129,26 @@ Q_SIGNALS:
     void displayFlushRequested();
 
 private:
-    using Rows = std::vector<ResultItem>;
-
-    // The modes of refresh(), each of which yields the whole list.
-    Rows recentApplications();
-    Rows projectsInEditor(const QString &projectText, const QString &editorText,
-                          const QString &trimmedQuery);
-    Rows applicationsOfRole(const QString &role, const QString &trimmedQuery);
-    Rows search(const QString &trimmedQuery);
-    Rows askRows(const QString &trimmedQuery);
-
-    std::optional<AppEntry> findEditor(const QString &editorText);
-    static Rows fallbackItems(const QString &trimmedQuery);
-
-    /** The row of the application at an index of the catalog. */
-    ResultItem appRow(std::size_t index) const;
-    ResultItem projectRow(const ProjectEntry &project, const QString &badge,
-                          const std::optional<AppEntry> &editor) const;
-    bool isRunning(const AppEntry &app) const;
-
-    void cancelIntent();
-    void applyIntent(const Intent &intent, const QString &query, const Rows &baseItems);
-    void appendToAnswer(const QString &text);
-    void cancelAnswers();
-
+    bool asks() const { return parsedQuery_.kind == Query::Kind::Ask; }
+    RowSources sources();
     void publish(Rows rows);
-    void setStatusText(const QString &text);
-    void clamp();
-    std::optional<QString> selectedPath() const;
     bool selectionIsValid() const;
-    void flushDisplay();
-    void submitSelected(const QString &trimmedQuery, OpenApp::Window window);
-    void submitInAskMode(const QString &trimmedQuery, OpenApp::Window window);
-    void perform(LauncherAction action, OpenApp::Window window = OpenApp::Window::Running);
+    std::optional<QString> selectedPath() const;
+    void submitRow(ResultItem row, OpenApp::Window window);
+    void record(const ResultItem &row);
+    void perform(const LauncherAction &action);
     void hide();
 
     Environment environment_;
     QString query_;
+    Query parsedQuery_; ///< what `query_` asks for
     Rows results_;
     int selected_ = 0;
     bool focusSearch_ = false;
     bool aiMode_ = false;
-    QString aiResponse_;
-    bool aiBusy_ = false;
-    QString aiQuestion_;
     QString statusText_;
     QUuid session_ = QUuid::createUuid();
-    AIService::Task aiTask_;
-    std::vector<AIService::Task> replacedTasks_; ///< answers that a newer question did not end
-    QTimer intentDebounce_;
-    std::function<void()> askForIntent_;
-    AIService::Task intentTask_;
-    qint64 intentSeq_ = 0; ///< number of the latest request; an answer to an older one is dropped
+    Conversation conversation_;
 };
 
 } // namespace corvid

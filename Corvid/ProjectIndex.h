@@ -27,7 +27,7 @@ class ProjectIndex final : public QObject {
 
         static constexpr QLatin1StringView cacheFile{"projects.json"};
         const std::vector<ProjectEntry> records;
-        ProjectSearchIndex searchIndex; ///< follows the usage, once shown
+        SearchIndex searchIndex; ///< follows the usage, once shown
     };
     using List = ScannedList<Snapshot>;
 
@@ -39,7 +39,7 @@ public:
     const std::vector<ProjectEntry> &projects() const { return list_->records; }
 
     /** The names of projects(), prepared for matching; replaced with the list. */
-    ProjectSearchIndex &searchIndex() { return list_->searchIndex; }
+    SearchIndex &searchIndex() { return list_->searchIndex; }
 
     /** True from the start of a scan until a scan's result is shown. */
     bool scanning() const { return scanning_; }

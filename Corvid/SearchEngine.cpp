@@ -1,5 +1,7 @@
 #include "SearchEngine.h"
 
+#include <QStringList>
+
 #include <algorithm>
 
 namespace corvid::SearchEngine {
@@ -117,24 +119,6 @@ qint64 usageBoost(qint64 count) {
     if (__builtin_mul_overflow(pointsPerLaunch, count, &points))
         qFatal("a launch count of %lld overflows the usage boost", static_cast<long long>(count));
     return std::min(points, mostPoints);
-}
-
-qint64 score(const QString &query, const AppEntry &app, const UsageStats &stats) {
-    const FoldedText q(query.trimmed());
-    qint64 best = matchScore(q.view(), FoldedText(app.name).view(), appNameTiers);
-    for (const QString &alias : app.aliases)
-        best = std::max(best, matchScore(q.view(), FoldedText(alias).view(), appAliasTiers));
-    if (best < 1)
-        return best;
-    return best + usageBoost(stats.counts().value(usageKey(app)));
-}
-
-qint64 score(const QString &query, const ProjectEntry &project, const UsageStats &stats) {
-    const FoldedText q(query.trimmed());
-    const qint64 best = matchScore(q.view(), FoldedText(project.name).view(), projectNameTiers);
-    if (best < 1)
-        return best;
-    return best + usageBoost(stats.counts().value(usageKey(project)));
 }
 
 std::optional<InQuery> parseInQuery(const QString &query) {

@@ -1,17 +1,14 @@
 #pragma once
 
-#include "Base/Records.h"
 #include "Base/Text.h"
-#include "UsageStats.h"
 
 #include <QString>
 
 #include <optional>
 
 /**
- * Whether a query matches an application or a project, and how strongly. Pure functions; any
- * thread, except those that take the UsageStats. Scores are integers, higher is better, 0 means
- * no match.
+ * How strongly a query matches a name. Pure functions, any thread. Scores are integers, higher is
+ * better, 0 means no match.
  */
 namespace corvid::SearchEngine {
 
@@ -19,12 +16,6 @@ namespace corvid::SearchEngine {
     empty or is not a subsequence. Greedy: each character is taken at its first place. A run of k
     adjacent characters gives k² + 2k, and short targets up to 30 more. */
 std::optional<qint64> fuzzy(const QString &query, const QString &target);
-
-/** Name, aliases and the usage boost; roles and identifiers are not matched. */
-qint64 score(const QString &query, const AppEntry &app, const UsageStats &stats);
-
-/** Name and the usage boost; below the score of an application that matches the same way. */
-qint64 score(const QString &query, const ProjectEntry &project, const UsageStats &stats);
 
 struct InQuery {
     QString project;
@@ -34,8 +25,6 @@ struct InQuery {
 
 /** Splits "<project> in <editor>", lower-cased; nothing for any other form. */
 std::optional<InQuery> parseInQuery(const QString &query);
-
-// The same scoring on names folded in advance, which is what ranks a catalog at each key stroke.
 
 /** What each kind of match is worth; `contains` is 0 where it does not count. */
 struct Tiers {

@@ -33,13 +33,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::vector<ProjectEntry> projects = checkedRecords<ProjectEntry>(bytes);
 
     const PreparedQuery query(u"e"_s);
-    const AppSearchIndex appIndex(apps);
+    const SearchIndex appIndex(apps);
     for (std::size_t i = 0; i < apps.size(); ++i) {
         const qint64 score = appIndex.score(query, i);
         require(score >= 0 && score <= 1000, "a score without launches is from 0 to 1000");
         require(appIndex.indexOf(usageKey(apps[i])).has_value(), "found by its usage key");
     }
-    const ProjectSearchIndex projectIndex(projects);
+    const SearchIndex projectIndex(projects);
     for (std::size_t i = 0; i < projects.size(); ++i)
         require(projectIndex.score(query, i) >= 0, "a project's score is not negative");
     return 0;

@@ -1,6 +1,7 @@
 #include "SearchEngine.h"
 
 #include "Fakes/FakeUserDefaults.h"
+#include "Search/SearchIndex.h"
 
 #include <QJsonObject>
 
@@ -22,10 +23,10 @@ ProjectEntry project(const QString &name) {
 class SearchEngineTest : public ::testing::Test {
 protected:
     qint64 score(const char16_t *query, const AppEntry &entry) {
-        return SearchEngine::score(QString::fromUtf16(query), entry, stats);
+        return scoreIn(SearchIndex(std::vector{entry}), query);
     }
     qint64 score(const char16_t *query, const ProjectEntry &entry) {
-        return SearchEngine::score(QString::fromUtf16(query), entry, stats);
+        return scoreIn(SearchIndex(std::vector{entry}), query);
     }
     void setLaunches(const QString &key, qint64 count) {
         defaults.set(u"launchCounts"_s, QJsonObject{{key, count}});
@@ -33,6 +34,12 @@ protected:
 
     FakeUserDefaults defaults;
     UsageStats stats{defaults};
+
+private:
+    qint64 scoreIn(SearchIndex index, const char16_t *query) {
+        index.updateUsage(stats);
+        return index.score(PreparedQuery(QString::fromUtf16(query)), 0);
+    }
 };
 
 struct FuzzyRow {

@@ -18,8 +18,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// The tray costs some ten milliseconds, and nobody waits for it: the first picture of the panel
-// goes before.
+// Making the tray icon takes some ten milliseconds, which must not delay the panel's first paint.
 constexpr auto afterFirstPaint = 300ms;
 
 constexpr int sizes[]{16, 22, 24, 32, 48, 64};
@@ -51,7 +50,7 @@ void StatusItem::install() {
     menu_->addSeparator();
     QAction *quit = menu_->addAction(u"Quit Corvid"_s, this, [this] { actions_.quit(); });
     quit->setShortcut(Qt::CTRL | Qt::Key_Q);
-    // Menus that pop up leave them out unless they are told.
+    // A context menu hides shortcuts by default.
     settings->setShortcutVisibleInContextMenu(true);
     quit->setShortcutVisibleInContextMenu(true);
 

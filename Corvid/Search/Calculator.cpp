@@ -6,6 +6,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -39,6 +40,9 @@ std::optional<std::string> normalised(QStringView query) {
     return text;
 }
 
+// Not a number: every operation on it yields it again, so one wrong part spoils the whole.
+constexpr double invalid = std::numeric_limits<double>::quiet_NaN();
+
 /**
  * Recursive descent over
  *   sum     = product { ("+" | "-") product }
@@ -51,66 +55,56 @@ class Parser {
 public:
     explicit Parser(std::string_view text) : rest_(text) {}
 
-    std::optional<double> parse() {
-        const std::optional<double> value = sum();
+    double parse() {
+        const double value = sum();
         skipSpaces();
-        if (!rest_.empty())
-            return std::nullopt;
-        return value;
+        return rest_.empty() ? value : invalid;
     }
 
 private:
-    std::optional<double> sum() {
-        std::optional<double> value = product();
-        while (value) {
-            const bool minus = take('-');
-            if (!minus && !take('+'))
-                break;
-            const std::optional<double> right = product();
-            if (!right)
-                return std::nullopt;
-            value = minus ? *value - *right : *value + *right;
+    double sum() {
+        double value = product();
+        for (;;) {
+            if (take('+'))
+                value += product();
+            else if (take('-'))
+                value -= product();
+            else
+                return value;
         }
-        return value;
     }
 
-    std::optional<double> product() {
-        std::optional<double> value = factor();
-        while (value) {
-            const bool divide = take('/');
-            if (!divide && !take('*'))
-                break;
-            const std::optional<double> right = factor();
-            if (!right)
-                return std::nullopt;
-            value = divide ? *value / *right : *value * *right;
+    double product() {
+        double value = factor();
+        for (;;) {
+            if (take('*'))
+                value *= factor();
+            else if (take('/'))
+                value /= factor();
+            else
+                return value;
         }
-        return value;
     }
 
-    std::optional<double> factor() {
+    double factor() {
         bool negative = false;
         while (take('-'))
             negative = !negative;
-        const std::optional<double> value = take('(') ? parenthesised() : number();
-        if (value && negative)
-            return -*value;
-        return value;
+        const double value = take('(') ? parenthesised() : number();
+        return negative ? -value : value;
     }
 
-    std::optional<double> parenthesised() {
+    double parenthesised() {
         constexpr int deepest = 200;
         if (depth_ == deepest)
-            return std::nullopt;
+            return invalid;
         ++depth_;
-        const std::optional<double> value = sum();
+        const double value = sum();
         --depth_;
-        if (!value || !take(')'))
-            return std::nullopt;
-        return value;
+        return take(')') ? value : invalid;
     }
 
-    std::optional<double> number() {
+    double number() {
         skipSpaces();
         const std::size_t end = std::min(rest_.find_first_not_of("0123456789."), rest_.size());
         const char *const last = rest_.data() + end;
@@ -119,7 +113,7 @@ private:
             std::from_chars(rest_.data(), last, value, std::chars_format::fixed);
         // A second point stops the conversion early; too many digits are out of range.
         if (error != std::errc() || stop != last)
-            return std::nullopt;
+            return invalid;
         rest_.remove_prefix(end);
         return value;
     }
@@ -157,10 +151,8 @@ std::optional<QString> evalMath(QStringView trimmedQuery) {
     const std::optional<std::string> text = normalised(trimmedQuery);
     if (!text)
         return std::nullopt;
-    const std::optional<double> value = Parser(*text).parse();
-    if (!value || !std::isfinite(*value))
-        return std::nullopt;
-    return formatted(*value);
+    const double value = Parser(*text).parse();
+    return std::isfinite(value) ? std::optional(formatted(value)) : std::nullopt;
 }
 
 } // namespace corvid

@@ -19,37 +19,10 @@ FoldedView NameTable::at(std::size_t index) const {
             std::span(bounds_).subspan(boundStart, boundStarts_[index + 1] - boundStart)};
 }
 
-void UsageCounts::update(const UsageStats &stats) {
-    const quint64 generation = stats.generation();
-    if (generation_ == generation)
-        return;
-    generation_ = generation;
-    for (const std::size_t index : launched_)
-        counts_[index] = 0;
-    launched_.clear();
-    const QHash<QString, qint64> &counts = stats.counts();
-    for (auto entry = counts.begin(); entry != counts.end(); ++entry) {
-        const auto [first, last] = indexes_.equal_range(entry.key());
-        for (auto index = first; index != last; ++index) {
-            counts_[*index] = entry.value();
-            launched_.push_back(*index);
-        }
-    }
-}
-
-std::optional<std::size_t> UsageCounts::indexOf(const QString &key) const {
-    const auto index = indexes_.constFind(key);
-    if (index == indexes_.cend())
-        return std::nullopt;
-    return *index;
-}
-
-AppSearchIndex::AppSearchIndex(const std::vector<AppEntry> &apps) : launches_(apps) {
+SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
+    : nameTiers_(SearchEngine::appNameTiers) {
     for (std::size_t i = 0; i < apps.size(); ++i) {
-        names_.append(apps[i].name);
-        for (const QString &alias : apps[i].aliases)
-            aliases_.append(alias);
-        aliasStarts_.push_back(static_cast<std::uint32_t>(aliases_.size()));
+        append(apps[i].name, apps[i].aliases, usageKey(apps[i]));
         for (const QString &role : apps[i].roles) {
             std::vector<std::size_t> &members = roles_[role];
             if (members.empty() || members.back() != i)
@@ -58,28 +31,56 @@ AppSearchIndex::AppSearchIndex(const std::vector<AppEntry> &apps) : launches_(ap
     }
 }
 
-qint64 AppSearchIndex::score(const PreparedQuery &query, std::size_t index) const {
-    qint64 best = names_.score(query, index, SearchEngine::appNameTiers);
+SearchIndex::SearchIndex(const std::vector<ProjectEntry> &projects)
+    : nameTiers_(SearchEngine::projectNameTiers) {
+    for (const ProjectEntry &project : projects)
+        append(project.name, {}, usageKey(project));
+}
+
+void SearchIndex::append(const QString &name, const QStringList &aliases, const QString &key) {
+    indexes_.insert(key, size());
+    keys_.push_back(key);
+    launches_.push_back(0);
+    names_.append(name);
+    for (const QString &alias : aliases)
+        aliases_.append(alias);
+    aliasStarts_.push_back(static_cast<std::uint32_t>(aliases_.size()));
+}
+
+void SearchIndex::updateUsage(const UsageStats &stats) {
+    const quint64 generation = stats.generation();
+    if (generation_ == generation)
+        return;
+    generation_ = generation;
+    for (const std::size_t index : launched_)
+        launches_[index] = 0;
+    launched_.clear();
+    const QHash<QString, qint64> &counts = stats.counts();
+    for (auto entry = counts.begin(); entry != counts.end(); ++entry) {
+        const auto [first, last] = indexes_.equal_range(entry.key());
+        for (auto index = first; index != last; ++index) {
+            launches_[*index] = entry.value();
+            launched_.push_back(*index);
+        }
+    }
+}
+
+qint64 SearchIndex::score(const PreparedQuery &query, std::size_t index) const {
+    qint64 best = names_.score(query, index, nameTiers_);
     for (std::size_t alias = aliasStarts_[index]; alias < aliasStarts_[index + 1]; ++alias)
         best = std::max(best, aliases_.score(query, alias, SearchEngine::appAliasTiers));
     return best < 1 ? best : best + SearchEngine::usageBoost(launches(index));
 }
 
-const std::vector<std::size_t> &AppSearchIndex::withRole(const QString &role) const {
+std::optional<std::size_t> SearchIndex::indexOf(const QString &key) const {
+    const auto index = indexes_.constFind(key);
+    return index == indexes_.cend() ? std::nullopt : std::optional(*index);
+}
+
+const std::vector<std::size_t> &SearchIndex::withRole(const QString &role) const {
     static const std::vector<std::size_t> none;
     const auto members = roles_.constFind(role);
     return members == roles_.cend() ? none : *members;
-}
-
-ProjectSearchIndex::ProjectSearchIndex(const std::vector<ProjectEntry> &projects)
-    : launches_(projects) {
-    for (const ProjectEntry &project : projects)
-        names_.append(project.name);
-}
-
-qint64 ProjectSearchIndex::score(const PreparedQuery &query, std::size_t index) const {
-    const qint64 best = names_.score(query, index, SearchEngine::projectNameTiers);
-    return best < 1 ? best : best + SearchEngine::usageBoost(launches_.at(index));
 }
 
 } // namespace corvid

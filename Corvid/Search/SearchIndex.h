@@ -3,6 +3,7 @@
 #include "Base/Records.h"
 #include "Base/Text.h"
 #include "SearchEngine.h"
+#include "UsageStats.h"
 
 #include <QHash>
 
@@ -45,75 +46,41 @@ private:
     std::vector<std::uint32_t> boundStarts_{0}; ///< likewise; equal neighbours: a simple name
 };
 
-/** The launches of each item of a list, by index. */
-class UsageCounts {
+/** The names of a list of applications or of projects, prepared once for ranking them, and the
+    launches of each. */
+class SearchIndex {
 public:
-    UsageCounts() = default;
-    template <typename Record>
-    explicit UsageCounts(const std::vector<Record> &records) : counts_(records.size(), 0) {
-        indexes_.reserve(static_cast<qsizetype>(records.size()));
-        keys_.reserve(records.size());
-        for (std::size_t i = 0; i < records.size(); ++i) {
-            keys_.push_back(usageKey(records[i]));
-            indexes_.insert(keys_.back(), i);
-        }
-    }
+    SearchIndex() = default;
+    explicit SearchIndex(const std::vector<AppEntry> &apps);
+    explicit SearchIndex(const std::vector<ProjectEntry> &projects);
 
     /** Takes over the launch counts; cheap when the tables have not changed since. */
-    void update(const UsageStats &stats);
-    qint64 at(std::size_t index) const { return counts_[index]; }
-    const QString &key(std::size_t index) const { return keys_[index]; }
-    /** The item with this usage key. */
-    std::optional<std::size_t> indexOf(const QString &key) const;
-
-private:
-    QMultiHash<QString, std::size_t> indexes_; ///< a hand-edited cache may repeat a key
-    std::vector<QString> keys_;
-    std::vector<qint64> counts_;
-    std::vector<std::size_t> launched_; ///< the indexes whose count is not 0
-    std::optional<quint64> generation_;
-};
-
-/** The applications' names and aliases, prepared once for the list they stand in. */
-class AppSearchIndex {
-public:
-    AppSearchIndex() = default;
-    explicit AppSearchIndex(const std::vector<AppEntry> &apps);
-
-    void updateUsage(const UsageStats &stats) { launches_.update(stats); }
-    /** As SearchEngine::score of the application at `index`. */
+    void updateUsage(const UsageStats &stats);
+    /** Of the entry at `index`: by its name or one of its aliases, and the usage boost. Roles and
+        identifiers are not matched. No allocation. */
     qint64 score(const PreparedQuery &query, std::size_t index) const;
-    qint64 launches(std::size_t index) const { return launches_.at(index); }
-    /** The application's usage key. */
-    const QString &key(std::size_t index) const { return launches_.key(index); }
-    /** The application with this usage key. */
-    std::optional<std::size_t> indexOf(const QString &key) const { return launches_.indexOf(key); }
+    qint64 launches(std::size_t index) const { return launches_[index]; }
+    /** The entry's usage key. */
+    const QString &key(std::size_t index) const { return keys_[index]; }
+    /** The entry with this usage key. */
+    std::optional<std::size_t> indexOf(const QString &key) const;
     /** The indexes of the applications that fill a role, ascending. */
     const std::vector<std::size_t> &withRole(const QString &role) const;
     std::size_t size() const { return names_.size(); }
 
 private:
+    void append(const QString &name, const QStringList &aliases, const QString &key);
+
+    SearchEngine::Tiers nameTiers_{};
     NameTable names_;
     NameTable aliases_;
     std::vector<std::uint32_t> aliasStarts_{0};
     QHash<QString, std::vector<std::size_t>> roles_;
-    UsageCounts launches_;
-};
-
-/** The projects' names, prepared once for the list they stand in. */
-class ProjectSearchIndex {
-public:
-    ProjectSearchIndex() = default;
-    explicit ProjectSearchIndex(const std::vector<ProjectEntry> &projects);
-
-    void updateUsage(const UsageStats &stats) { launches_.update(stats); }
-    /** As SearchEngine::score of the project at `index`. */
-    qint64 score(const PreparedQuery &query, std::size_t index) const;
-    std::size_t size() const { return names_.size(); }
-
-private:
-    NameTable names_;
-    UsageCounts launches_;
+    std::vector<QString> keys_;
+    QMultiHash<QString, std::size_t> indexes_; ///< a hand-edited cache may repeat a key
+    std::vector<qint64> launches_;
+    std::vector<std::size_t> launched_; ///< the indexes of those that are not 0
+    std::optional<quint64> generation_; ///< of the usage tables
 };
 
 /** The first `capacity` elements of a stable sort by descending score, without sorting the rest.

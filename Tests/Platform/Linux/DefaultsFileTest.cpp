@@ -255,12 +255,16 @@ TEST_F(DefaultsFileTest, launchCountsOfAnotherTypeAreAbsentAltogether) {
 }
 
 TEST_F(DefaultsFileTest, aNegativeLaunchCountCountsAgainstWhatWasLaunched) {
-    const QString query = u"zed"_s;
-    const qint64 without = SearchEngine::score(query, zed, UsageStats::shared());
+    const auto score = [this] {
+        SearchIndex index(std::vector{zed});
+        index.updateUsage(UsageStats::shared());
+        return index.score(PreparedQuery(u"zed"_s), 0);
+    };
+    const qint64 without = score();
     edit(R"({"launchCounts": {"id.Zed|/Applications/Zed.app": -2}})");
-    EXPECT_EQ(SearchEngine::score(query, zed, UsageStats::shared()), without - 30);
+    EXPECT_EQ(score(), without - 30);
     edit(R"({"launchCounts": {"id.Zed|/Applications/Zed.app": 614891469123651720}})");
-    EXPECT_EQ(SearchEngine::score(query, zed, UsageStats::shared()), without + 150) << "the most";
+    EXPECT_EQ(score(), without + 150) << "the most";
 }
 
 TEST_F(DefaultsFileDeathTest, aLaunchCountThatOverflowsStopsCorvidWhenItIsFound) {

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Base/Records.h"
+#include "Search/Query.h"
+#include "Search/SearchIndex.h"
+
+#include <QSet>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace corvid {
+
+using Rows = std::vector<ResultItem>;
+
+/** What rows are made from. Refers to all of it, so it is for one use. */
+struct RowSources {
+    const std::vector<AppEntry> &apps;
+    const SearchIndex &appIndex; ///< of `apps`, with the present launches
+    const std::vector<ProjectEntry> &projects;
+    const SearchIndex &projectIndex; ///< likewise
+    const RoleCatalog &roles;
+    const UsageStats &stats;
+    const QSet<QString> &running; ///< bundle identifiers
+    std::function<Image(const QString &path)> icon;
+
+    /** Indexes into `apps`. */
+    const std::vector<std::size_t> &codeEditors() const;
+};
+
+/** The list that a query yields, which is none for a question: see questionRows(). */
+Rows rowsFor(const Query &query, const RowSources &from);
+
+/** The rows of a question; without a key, one more that leads to the settings. */
+Rows questionRows(const QString &question, bool hasKey);
+
+/** Gives a row the icon that belongs to its action, if any. */
+void setIcon(ResultItem &row, const RowSources &from);
+
+/** The path behind a row, for revealing and copying it; absent where there is none. */
+std::optional<QString> pathOf(const LauncherAction &action);
+
+/** The path whose icon a row shows, if any: every project has that of the home folder,
+    deliberately. */
+std::optional<QString> iconPathOf(const LauncherAction &action);
+
+} // namespace corvid
