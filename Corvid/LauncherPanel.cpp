@@ -111,14 +111,11 @@ void LauncherPanel::present(quint32 time) {
 // Without a compositor translucent corners are black, so the window itself is cut to shape.
 void LauncherPanel::fitBackdrop() {
     const PanelSurface::Behind behind = surface_.behind();
-    if (behind != PanelSurface::Behind::Nothing) {
+    if (behind == PanelSurface::Behind::Nothing)
+        setMask(continuousRoundedRect(rect(), style::cardRadius).toFillPolygon().toPolygon());
+    else
         clearMask();
-        view_->setBackdrop(behind == PanelSurface::Behind::BlurredDesktop ? Backdrop::Blurred
-                                                                          : Backdrop::Composited);
-        return;
-    }
-    setMask(continuousRoundedRect(rect(), style::cardRadius).toFillPolygon().toPolygon());
-    view_->setBackdrop(Backdrop::Opaque);
+    view_->setBehind(behind);
 }
 
 void LauncherPanel::applyStyle() {

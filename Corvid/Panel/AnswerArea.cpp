@@ -44,6 +44,7 @@ AnswerArea::AnswerArea(std::function<const QString &()> answer, QWidget *parent)
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     viewport()->setAutoFillBackground(false);
+    setFont(style::sized(QFont(), style::answerFontSize));
     setAccessibleName(u"Answer"_s);
     progress_->hide();
 
@@ -66,19 +67,6 @@ AnswerArea::AnswerArea(std::function<const QString &()> answer, QWidget *parent)
     nextFrame_.setSingleShot(true);
     nextFrame_.setTimerType(Qt::PreciseTimer);
     connect(&nextFrame_, &QTimer::timeout, this, &AnswerArea::showAnswer);
-    applyStyle();
-}
-
-void AnswerArea::applyStyle() {
-    QFont body = style::font();
-    body.setPixelSize(style::answerFontSize);
-    setFont(body);
-    QPalette colours = palette();
-    colours.setColor(QPalette::Base, Qt::transparent);
-    colours.setColor(QPalette::Text, style::primary());
-    colours.setColor(QPalette::Highlight, style::accent());
-    colours.setColor(QPalette::HighlightedText, Qt::white);
-    setPalette(colours);
 }
 
 void AnswerArea::setQuestion(const QString &question) {

@@ -43,9 +43,6 @@ public:
     /** Says that the answer was copied, on the control, for a moment. */
     void confirmCopy();
 
-    /** Takes over changed colours and fonts. */
-    void applyStyle();
-
 protected:
     QMimeData *createMimeDataFromSelection() const override;
     void resizeEvent(QResizeEvent *event) override;

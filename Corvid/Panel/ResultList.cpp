@@ -45,10 +45,9 @@ QVariant ResultListModel::data(const QModelIndex &index, int role) const {
     }
 }
 
-ResultList::ResultList(QWidget *parent)
-    : QListView(parent), row_(new ResultRow(this)), scroll_(new QVariantAnimation(this)) {
+ResultList::ResultList(QWidget *parent) : QListView(parent), scroll_(new QVariantAnimation(this)) {
     setModel(&model_);
-    setItemDelegate(row_);
+    setItemDelegate(new ResultRow(this));
     setUniformItemSizes(true);
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
@@ -58,20 +57,12 @@ ResultList::ResultList(QWidget *parent)
     setSelectionMode(SingleSelection);
     setAutoScroll(false);
     viewport()->setAutoFillBackground(false);
-    QPalette colours = palette();
-    colours.setColor(QPalette::Base, Qt::transparent);
-    setPalette(colours);
     setAccessibleName(u"Results"_s);
 
     scroll_->setDuration(style::scrollMilliseconds);
     scroll_->setEasingCurve(QEasingCurve::OutQuad);
     connect(scroll_, &QVariantAnimation::valueChanged, this,
             [this](const QVariant &value) { verticalScrollBar()->setValue(value.toInt()); });
-}
-
-void ResultList::applyStyle() {
-    row_->applyStyle();
-    viewport()->update();
 }
 
 void ResultList::setRows(const std::vector<ResultItem> &rows, int selected) {
@@ -140,9 +131,7 @@ void ResultList::paintEvent(QPaintEvent *event) {
     if (model_.rowCount() > 0)
         return;
     QPainter painter(viewport());
-    QFont font = style::font();
-    font.setPixelSize(style::titleFontSize);
-    painter.setFont(font);
+    painter.setFont(style::sized(font(), style::titleFontSize));
     painter.setPen(style::secondary());
     painter.drawText(viewport()->rect().adjusted(0, style::listInset, 0, 0),
                      Qt::AlignHCenter | Qt::AlignTop, u"No matches"_s);

@@ -12,8 +12,6 @@ class QVariantAnimation;
 
 namespace corvid {
 
-class ResultRow;
-
 /** The rows of the result list for the view; a row's ResultItem is its whole data. */
 class ResultListModel final : public QAbstractListModel {
     Q_OBJECT
@@ -46,9 +44,6 @@ public:
     /** Highlights a row and scrolls just as far as makes it visible. */
     void select(int row);
 
-    /** Takes over changed colours and fonts. */
-    void applyStyle();
-
     std::function<void(int row)> onClick;
 
 protected:
@@ -62,7 +57,6 @@ private:
     void scrollIntoView(int row);
 
     ResultListModel model_;
-    ResultRow *row_;
     QVariantAnimation *scroll_;
     int pressedRow_ = -1;
 };

@@ -5,6 +5,8 @@
 #include <QColor>
 #include <QFont>
 
+#include <optional>
+
 /** The panel's look: device-independent pixels, and the dark appearance's colours. Main thread
     only. */
 namespace corvid::style {
@@ -63,8 +65,12 @@ inline QColor white(qreal opacity) {
 const Appearance &appearance();
 void setAppearance(const Appearance &appearance);
 
-/** The user interface's font, to be given its size in pixels. */
+/** The user interface's font. */
 QFont font();
+
+/** A font at another size, in pixels, and where one is given at another weight. A widget that is
+    given a QFont() of another size takes the rest from its parent's font. */
+QFont sized(QFont font, int pixels, std::optional<QFont::Weight> weight = {});
 
 inline QColor primary() {
     return white(0.92);
