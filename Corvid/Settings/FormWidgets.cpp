@@ -4,6 +4,7 @@
 
 #include <QBoxLayout>
 #include <QPainter>
+#include <QPushButton>
 #include <QRegularExpression>
 #include <QStyle>
 
@@ -106,6 +107,22 @@ void ElidedLabel::paintEvent(QPaintEvent * /*event*/) {
                           static_cast<int>(Qt::AlignLeading | Qt::AlignVCenter) |
                               Qt::TextSingleLine,
                           palette(), isEnabled(), shown, foregroundRole());
+}
+
+QWidget *makeRow(std::initializer_list<QWidget *> children) {
+    auto *row = new QWidget;
+    auto *layout = new QHBoxLayout(row);
+    layout->setContentsMargins(rowPaddingX, rowPaddingY, rowPaddingX, rowPaddingY);
+    layout->setSpacing(labelGap);
+    for (QWidget *child : children)
+        layout->addWidget(child, qobject_cast<QLabel *>(child) ? 1 : 0);
+    return row;
+}
+
+QPushButton *makeButton(const QString &text) {
+    auto *button = new QPushButton(text);
+    button->setFocusPolicy(Qt::StrongFocus);
+    return button;
 }
 
 QWidget *makeHairline() {

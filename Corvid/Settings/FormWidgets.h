@@ -3,12 +3,21 @@
 #include <QLabel>
 #include <QWidget>
 
+#include <initializer_list>
+
+class QPushButton;
 class QVBoxLayout;
 
 namespace corvid {
 
+/** The distance of what is in a row from its edges, and between a text and what it belongs to, in
+    device-independent pixels. */
+inline constexpr int rowPaddingX = 12;
+inline constexpr int rowPaddingY = 6;
+inline constexpr int labelGap = 14;
+
 /** A heading above a card of rows, as a grouped form has. */
-class FormSection final : public QWidget {
+class FormSection : public QWidget {
     Q_OBJECT
 
 public:
@@ -38,6 +47,12 @@ public:
 protected:
     void paintEvent(QPaintEvent *event) override;
 };
+
+/** A row of a section, its children side by side; labels take the room that is left. */
+QWidget *makeRow(std::initializer_list<QWidget *> children);
+
+/** A button that Tab reaches in every style. */
+QPushButton *makeButton(const QString &text);
 
 /** A thin line from side to side. */
 QWidget *makeHairline();
