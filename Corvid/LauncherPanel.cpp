@@ -22,20 +22,13 @@ namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-constexpr qreal topShareOfVisibleHeight = 0.22;
-
-} // namespace
-
 std::optional<QPoint> panelOrigin(const QPoint &pointer, const std::vector<ScreenArea> &screens,
                                   const QSize &panel) {
+    constexpr qreal topShareOfVisibleHeight = 0.22;
     if (screens.empty())
         return std::nullopt;
-    const auto underPointer =
-        std::find_if(screens.begin(), screens.end(), [&pointer](const ScreenArea &screen) {
-            return screen.frame.contains(pointer);
-        });
+    const auto underPointer = std::ranges::find_if(
+        screens, [&](const ScreenArea &screen) { return screen.frame.contains(pointer); });
     const QRectF visible =
         (underPointer == screens.end() ? screens.front() : *underPointer).visible;
     return QPoint(qRound(visible.center().x() - panel.width() / 2.0),

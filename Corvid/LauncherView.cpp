@@ -23,26 +23,19 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QFrame *makeDivider(QWidget *parent) {
-    auto *divider = new QFrame(parent);
+QFrame *makeDivider() {
+    auto *divider = new QFrame;
     divider->setFixedHeight(1);
     divider->setAutoFillBackground(true);
     divider->setBackgroundRole(QPalette::Mid);
     return divider;
 }
 
-QLabel *makeFooterLabel(QWidget *parent) {
-    auto *label = new QLabel(parent);
+QLabel *makeFooterLabel(const QString &text) {
+    auto *label = new QLabel(text);
     label->setTextFormat(Qt::PlainText);
     label->setFont(style::sized(QFont(), style::footerFontSize));
     return label;
-}
-
-QVBoxLayout *makeStack(QWidget *parent) {
-    auto *stack = new QVBoxLayout(parent);
-    stack->setContentsMargins(0, 0, 0, 0);
-    stack->setSpacing(0);
-    return stack;
 }
 
 QColor cardOver(PanelSurface::Behind behind) {
@@ -84,19 +77,22 @@ KeyPress keyPressOf(const QKeyEvent &event) {
 
 LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
     : QWidget(parent), viewModel_(viewModel) {
-    auto *stack = makeStack(this);
-    stack->addWidget(makeSearchBar());
-    stack->addWidget(makeDivider(this));
-    listArea_ = new QWidget(this);
-    list_ = new ResultList(listArea_);
-    auto *list = makeStack(listArea_);
+    listArea_ = new QWidget(this); // since a layout keeps its margins when the list is hidden
+    auto *list = new QVBoxLayout(listArea_);
     list->setContentsMargins(style::listInset, style::listInset, style::listInset, 0);
+    list_ = new ResultList(listArea_);
     list->addWidget(list_);
-    stack->addWidget(listArea_, 1);
     answer_ = new AnswerArea([this]() -> const QString & { return viewModel_.aiResponse(); }, this);
+
+    auto *stack = new QVBoxLayout(this);
+    stack->setContentsMargins(0, 0, 0, 0);
+    stack->setSpacing(0);
+    stack->addLayout(makeSearchBar());
+    stack->addWidget(makeDivider());
+    stack->addWidget(listArea_, 1);
     stack->addWidget(answer_, 1);
-    stack->addWidget(makeDivider(this));
-    stack->addWidget(makeFooter());
+    stack->addWidget(makeDivider());
+    stack->addLayout(makeFooter());
     setFocusProxy(field_);
     observe();
     applyStyle();
@@ -105,11 +101,10 @@ LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
     showMode();
 }
 
-QWidget *LauncherView::makeSearchBar() {
-    auto *bar = new QWidget(this);
-    searchSymbol_ = new Symbol(u"search"_s, style::searchSymbolSize, bar);
-    field_ = new SearchField(bar);
-    clear_ = new Symbol(u"clear"_s, style::searchSymbolSize, bar);
+QLayout *LauncherView::makeSearchBar() {
+    searchSymbol_ = new Symbol(u"search"_s, style::searchSymbolSize, this);
+    field_ = new SearchField(this);
+    clear_ = new Symbol(u"clear"_s, style::searchSymbolSize, this);
     searchSymbol_->setAttribute(Qt::WA_TransparentForMouseEvents);
     searchSymbol_->setEnabled(false);
     field_->setPlaceholderText(
@@ -121,27 +116,24 @@ QWidget *LauncherView::makeSearchBar() {
     keepsItsPlace.setRetainSizeWhenHidden(true);
     clear_->setSizePolicy(keepsItsPlace);
 
-    auto *line = new QHBoxLayout(bar);
-    line->setContentsMargins(style::barPaddingX, style::searchPaddingY, style::barPaddingX,
-                             style::searchPaddingY);
-    line->setSpacing(style::searchSymbolGap);
-    line->addWidget(searchSymbol_);
-    line->addWidget(field_, 1);
-    line->addWidget(clear_);
+    auto *bar = new QHBoxLayout;
+    bar->setContentsMargins(style::barPaddingX, style::searchPaddingY, style::barPaddingX,
+                            style::searchPaddingY);
+    bar->setSpacing(style::searchSymbolGap);
+    bar->addWidget(searchSymbol_);
+    bar->addWidget(field_, 1);
+    bar->addWidget(clear_);
     return bar;
 }
 
-QWidget *LauncherView::makeFooter() {
-    auto *footer = new QWidget(this);
-    status_ = makeFooterLabel(footer);
-    QLabel *product = makeFooterLabel(footer);
-    product->setText(u"Corvid"_s);
-    auto *line = new QHBoxLayout(footer);
-    line->setContentsMargins(style::barPaddingX, style::footerPaddingY, style::barPaddingX,
-                             style::footerPaddingY);
-    line->addWidget(status_);
-    line->addStretch();
-    line->addWidget(product);
+QLayout *LauncherView::makeFooter() {
+    status_ = makeFooterLabel({});
+    auto *footer = new QHBoxLayout;
+    footer->setContentsMargins(style::barPaddingX, style::footerPaddingY, style::barPaddingX,
+                               style::footerPaddingY);
+    footer->addWidget(status_);
+    footer->addStretch();
+    footer->addWidget(makeFooterLabel(u"Corvid"_s));
     return footer;
 }
 
@@ -150,15 +142,15 @@ void LauncherView::observe() {
     qApp->installEventFilter(this);
     connect(field_, &SearchField::edited, &viewModel_, &LauncherViewModel::setQuery);
     field_->onSubmit = [this] { viewModel_.submit(); };
-    field_->onUp = [this] { move(-1); };
-    field_->onDown = [this] { move(1); };
+    field_->onUp = [this] { step(-1); };
+    field_->onDown = [this] { step(1); };
     field_->onEsc = [this] { viewModel_.cancel(); };
-    answer_->onCopy = [this] { copyAnswer(); };
+    connect(answer_, &AnswerArea::copyRequested, this, &LauncherView::copyAnswer);
     connect(clear_, &Symbol::clicked, &viewModel_, &LauncherViewModel::reset);
-    list_->onClick = [this](int row) {
+    connect(list_, &ResultList::rowClicked, &viewModel_, [this](int row) {
         viewModel_.setSelected(row);
         viewModel_.submit();
-    };
+    });
 
     connect(&viewModel_, &LauncherViewModel::queryChanged, this, &LauncherView::showQuery);
     connect(&viewModel_, &LauncherViewModel::resultsChanged, this, &LauncherView::showResults);
@@ -180,8 +172,8 @@ void LauncherView::observe() {
     connect(&viewModel_, &LauncherViewModel::statusTextChanged, this, &LauncherView::showStatus);
     connect(&viewModel_, &LauncherViewModel::aiModeChanged, this, &LauncherView::showMode);
     connect(&viewModel_, &LauncherViewModel::aiQuestionChanged, this, &LauncherView::showAnswer);
-    connect(&viewModel_, &LauncherViewModel::aiResponseChanged, this,
-            [this] { answer_->answerChanged(); });
+    connect(&viewModel_, &LauncherViewModel::aiResponseChanged, answer_,
+            &AnswerArea::answerChanged);
     connect(&viewModel_, &LauncherViewModel::aiBusyChanged, this,
             [this] { answer_->setBusy(viewModel_.aiBusy()); });
     connect(&viewModel_, &LauncherViewModel::displayFlushRequested, this, [this] {
@@ -236,7 +228,7 @@ void LauncherView::showAnswer() {
 
 // While an answer is shown the arrows scroll it: moving a selection that nobody sees would make
 // Return a gamble.
-void LauncherView::move(int lines) {
+void LauncherView::step(int lines) {
     if (viewModel_.aiMode())
         answer_->scrollLines(lines);
     else
@@ -253,41 +245,32 @@ bool LauncherView::eventFilter(QObject *watched, QEvent *event) {
 }
 
 bool LauncherView::handleKey(const QKeyEvent &event) {
-    if (viewModel_.aiMode() && handleAnswerKey(event))
+    const KeyPress press = keyPressOf(event);
+    const bool answering = viewModel_.aiMode();
+    if (answering && press.command && press.characters.toLower() == "c"_L1) {
+        copyAnswer();
         return true;
-    if (viewModel_.handleKeyEvent(keyPressOf(event)))
+    }
+    if (viewModel_.handleKeyEvent(press))
         return true;
     switch (event.key()) {
     case Qt::Key_Escape:
         viewModel_.cancel();
         return true;
     case Qt::Key_Down:
-        move(1);
+        step(1);
         return true;
     case Qt::Key_Up:
-        move(-1);
+        step(-1);
         return true;
-    default:
-        return false;
-    }
-}
-
-bool LauncherView::handleAnswerKey(const QKeyEvent &event) {
-    switch (event.key()) {
     case Qt::Key_PageUp:
-        answer_->scrollPages(-1);
-        return true;
     case Qt::Key_PageDown:
-        answer_->scrollPages(1);
-        return true;
+        if (answering)
+            answer_->scrollPages(event.key() == Qt::Key_PageUp ? -1 : 1);
+        return answering;
     default:
-        break;
-    }
-    const KeyPress press = keyPressOf(event);
-    if (!press.command || press.characters.toLower() != "c"_L1)
         return false;
-    copyAnswer();
-    return true;
+    }
 }
 
 // What the reader has marked, else the whole answer.

@@ -40,17 +40,16 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
-    QWidget *makeSearchBar();
-    QWidget *makeFooter();
+    QLayout *makeSearchBar();
+    QLayout *makeFooter();
     void observe();
     void showQuery();
     void showResults();
     void showStatus();
     void showMode();
     void showAnswer();
-    void move(int lines);
+    void step(int lines);
     bool handleKey(const QKeyEvent &event);
-    bool handleAnswerKey(const QKeyEvent &event);
     void copyAnswer();
 
     LauncherViewModel &viewModel_;

@@ -100,7 +100,7 @@ QWidget *SettingsView::makeHotkeySection() {
         else
             startRecording();
     });
-    hotkeyHint_ = makeCaption({});
+    hotkeyHint_ = makeCaption();
     hotkeyHint_->setContentsMargins(rowPaddingX, 0, rowPaddingX, rowPaddingY);
 
     auto *row = new QWidget;
@@ -217,13 +217,10 @@ void SettingsView::showHotkeyHint() {
     const bool refused = hotKey && environment_.hotKeys.obtained() == false;
     if (refused) {
         const QString name = HotKeyManager::describe(hotKey->keyCode, hotKey->modifiers).trimmed();
-        const QString hint =
-            u"The desktop does not give Corvid "_s + name +
-            u". Bind the command \"corvid --toggle\" to a key in the desktop's settings, or try "
-            "another combination here."_s;
-        // Lines break behind a hyphen, unless a word joiner follows.
-        hotkeyHint_->setText(QString(hint).replace(u"--"_s, u"--\u2060"_s));
-        hotkeyHint_->setAccessibleName(hint);
+        setCaption(hotkeyHint_,
+                   u"The desktop does not give Corvid "_s + name +
+                       u". Bind the command \"corvid --toggle\" to a key in the desktop's "
+                       "settings, or try another combination here."_s);
     }
     hotkeyHint_->setVisible(refused);
 }
@@ -239,7 +236,7 @@ void SettingsView::showEvent(QShowEvent *event) {
     scrollArea_->ensureVisible(0, 0);
 }
 
-// Recording goes on, but whoever closed the window wants the hot key.
+// Recording goes on, but a user who closed the window wants the hot key to work.
 void SettingsView::hideEvent(QHideEvent *event) {
     QWidget::hideEvent(event);
     if (!event->spontaneous())

@@ -51,10 +51,7 @@ AnswerArea::AnswerArea(std::function<const QString &()> answer, QWidget *parent)
     copy_->setAccessibleName(u"Copy the answer"_s);
     copy_->setToolTip(u"Copy the answer (Control+C)"_s);
     copy_->hide();
-    connect(copy_, &Symbol::clicked, this, [this] {
-        if (onCopy)
-            onCopy();
-    });
+    connect(copy_, &Symbol::clicked, this, &AnswerArea::copyRequested);
     copiedFor_.setSingleShot(true);
     connect(&copiedFor_, &QTimer::timeout, this, [this] { copy_->setSymbol(u"copy"_s); });
 

@@ -46,10 +46,10 @@ void ProgressIndicator::paintEvent(QPaintEvent * /*event*/) {
     const qreal outer = width() / 2.0 - 1;
     for (int i = 0; i < spokes; ++i) {
         const int age = (step_ - i + spokes) % spokes;
-        QColor colour = style::primary();
-        colour.setAlphaF(static_cast<float>(faintest + (style::primary().alphaF() - faintest) *
-                                                           (spokes - age) / spokes));
-        painter.setPen(QPen(colour, style::progressStroke, Qt::SolidLine, Qt::RoundCap));
+        const qreal opacity =
+            faintest + (style::primary().alphaF() - faintest) * (spokes - age) / spokes;
+        painter.setPen(QPen(style::faded(style::primary(), opacity), style::progressStroke,
+                            Qt::SolidLine, Qt::RoundCap));
         painter.save();
         painter.rotate(360.0 * i / spokes);
         painter.drawLine(QPointF(0, -outer), QPointF(0, -outer / 2));

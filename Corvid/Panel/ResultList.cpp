@@ -7,8 +7,8 @@
 #include <QAccessible>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QPropertyAnimation>
 #include <QScrollBar>
-#include <QVariantAnimation>
 
 #include <algorithm>
 
@@ -45,7 +45,8 @@ QVariant ResultListModel::data(const QModelIndex &index, int role) const {
     }
 }
 
-ResultList::ResultList(QWidget *parent) : QListView(parent), scroll_(new QVariantAnimation(this)) {
+ResultList::ResultList(QWidget *parent)
+    : QListView(parent), scroll_(new QPropertyAnimation(verticalScrollBar(), "value", this)) {
     setModel(&model_);
     setItemDelegate(new ResultRow(this));
     setUniformItemSizes(true);
@@ -61,8 +62,6 @@ ResultList::ResultList(QWidget *parent) : QListView(parent), scroll_(new QVarian
 
     scroll_->setDuration(style::scrollMilliseconds);
     scroll_->setEasingCurve(QEasingCurve::OutQuad);
-    connect(scroll_, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant &value) { verticalScrollBar()->setValue(value.toInt()); });
 }
 
 void ResultList::setRows(const std::vector<ResultItem> &rows, int selected) {
@@ -101,7 +100,6 @@ void ResultList::scrollIntoView(int row) {
         verticalScrollBar()->setValue(to);
         return;
     }
-    scroll_->setStartValue(from);
     scroll_->setEndValue(to);
     scroll_->start();
 }
@@ -117,8 +115,8 @@ void ResultList::mouseMoveEvent(QMouseEvent * /*event*/) {
 
 void ResultList::mouseReleaseEvent(QMouseEvent *event) {
     const int row = indexAt(event->position().toPoint()).row();
-    if (event->button() == Qt::LeftButton && row >= 0 && row == pressedRow_ && onClick)
-        onClick(row);
+    if (event->button() == Qt::LeftButton && row >= 0 && row == pressedRow_)
+        Q_EMIT rowClicked(row);
     pressedRow_ = -1;
 }
 

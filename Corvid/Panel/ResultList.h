@@ -5,10 +5,9 @@
 #include <QAbstractListModel>
 #include <QListView>
 
-#include <functional>
 #include <vector>
 
-class QVariantAnimation;
+class QPropertyAnimation;
 
 namespace corvid {
 
@@ -44,7 +43,8 @@ public:
     /** Highlights a row and scrolls just as far as makes it visible. */
     void select(int row);
 
-    std::function<void(int row)> onClick;
+Q_SIGNALS:
+    void rowClicked(int row);
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
@@ -57,7 +57,7 @@ private:
     void scrollIntoView(int row);
 
     ResultListModel model_;
-    QVariantAnimation *scroll_;
+    QPropertyAnimation *scroll_;
     int pressedRow_ = -1;
 };
 

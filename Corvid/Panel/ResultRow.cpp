@@ -66,9 +66,7 @@ private:
     }
 
     void paintSelection() {
-        QColor fill = style::accent();
-        fill.setAlphaF(static_cast<float>(style::selectionOpacity));
-        painter_.setBrush(fill);
+        painter_.setBrush(style::faded(style::accent(), style::selectionOpacity));
         painter_.drawPath(continuousRoundedRect(row_, style::rowRadius));
     }
 

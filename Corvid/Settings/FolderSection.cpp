@@ -104,7 +104,7 @@ void FolderSection::remove(const QString &folder) {
 
 void FolderSection::showFolders() {
     while (row(0) != addButton_->parentWidget())
-        takeRow(0)->deleteLater(); // its button may be the one that was clicked
+        removeRow(0);
     // Tab goes down the form: to the new buttons after what precedes the one that adds.
     QWidget *last = addButton_->previousInFocusChain();
     while (last->focusPolicy() == Qt::NoFocus)

@@ -27,8 +27,8 @@ public:
     void addRow(QWidget *row, int before = -1);
     /** Counted from 0. */
     QWidget *row(int number) const;
-    /** Takes it out; the caller's from then on. */
-    QWidget *takeRow(int number);
+    /** It is deleted once the event loop runs again: it may be sending a signal. */
+    void removeRow(int number);
 
 private:
     QVBoxLayout *rows_;
@@ -58,6 +58,8 @@ QPushButton *makeButton(const QString &text);
 QWidget *makeHairline();
 
 /** An explanation in small letters, as many lines high as it needs. */
-QLabel *makeCaption(const QString &text);
+QLabel *makeCaption(const QString &text = {});
+/** Gives a caption another text. No line ends within an address or an option. */
+void setCaption(QLabel *caption, const QString &text);
 
 } // namespace corvid

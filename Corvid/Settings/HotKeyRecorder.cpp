@@ -51,8 +51,6 @@ std::optional<RecordedKey> recordedKey(const QKeyEvent &event) {
 HotKeyRecorder::HotKeyRecorder(std::function<void(const HotKey &)> recorded)
     : recorded_(std::move(recorded)) {}
 
-HotKeyRecorder::~HotKeyRecorder() = default;
-
 void HotKeyRecorder::start() {
     active_ = true;
     QCoreApplication::instance()->installEventFilter(this);
