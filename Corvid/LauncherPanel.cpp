@@ -22,20 +22,13 @@ namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-constexpr qreal topShareOfVisibleHeight = 0.22;
-
-} // namespace
-
 std::optional<QPoint> panelOrigin(const QPoint &pointer, const std::vector<ScreenArea> &screens,
                                   const QSize &panel) {
+    constexpr qreal topShareOfVisibleHeight = 0.22;
     if (screens.empty())
         return std::nullopt;
-    const auto underPointer =
-        std::find_if(screens.begin(), screens.end(), [&pointer](const ScreenArea &screen) {
-            return screen.frame.contains(pointer);
-        });
+    const auto underPointer = std::ranges::find_if(
+        screens, [&](const ScreenArea &screen) { return screen.frame.contains(pointer); });
     const QRectF visible =
         (underPointer == screens.end() ? screens.front() : *underPointer).visible;
     return QPoint(qRound(visible.center().x() - panel.width() / 2.0),
@@ -111,14 +104,11 @@ void LauncherPanel::present(quint32 time) {
 // Without a compositor translucent corners are black, so the window itself is cut to shape.
 void LauncherPanel::fitBackdrop() {
     const PanelSurface::Behind behind = surface_.behind();
-    if (behind != PanelSurface::Behind::Nothing) {
+    if (behind == PanelSurface::Behind::Nothing)
+        setMask(continuousRoundedRect(rect(), style::cardRadius).toFillPolygon().toPolygon());
+    else
         clearMask();
-        view_->setBackdrop(behind == PanelSurface::Behind::BlurredDesktop ? Backdrop::Blurred
-                                                                          : Backdrop::Composited);
-        return;
-    }
-    setMask(continuousRoundedRect(rect(), style::cardRadius).toFillPolygon().toPolygon());
-    view_->setBackdrop(Backdrop::Opaque);
+    view_->setBehind(behind);
 }
 
 void LauncherPanel::applyStyle() {

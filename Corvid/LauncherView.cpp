@@ -1,15 +1,14 @@
 #include "LauncherView.h"
 
-#include "Base/VirtualKeys.h"
 #include "HotKeyManager.h"
 #include "LauncherViewModel.h"
 #include "Panel/AnswerArea.h"
-#include "Panel/KeyCatcher.h"
 #include "Panel/ResultList.h"
 #include "Panel/SearchField.h"
 #include "Panel/Shapes.h"
 #include "Panel/Style.h"
 #include "Panel/Symbol.h"
+#include "Settings/HotKeyRecorder.h"
 
 #include <QBoxLayout>
 #include <QCoreApplication>
@@ -24,62 +23,42 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QFrame *makeDivider(QWidget *parent) {
-    auto *divider = new QFrame(parent);
+QFrame *makeDivider() {
+    auto *divider = new QFrame;
     divider->setFixedHeight(1);
     divider->setAutoFillBackground(true);
-    QPalette colours = divider->palette();
-    colours.setColor(QPalette::Window, style::divider());
-    divider->setPalette(colours);
+    divider->setBackgroundRole(QPalette::Mid);
     return divider;
 }
 
-QLabel *makeFooterLabel(QWidget *parent) {
-    auto *label = new QLabel(parent);
+QLabel *makeFooterLabel(const QString &text) {
+    auto *label = new QLabel(text);
     label->setTextFormat(Qt::PlainText);
+    label->setFont(style::sized(QFont(), style::footerFontSize));
     return label;
 }
 
-void applyFooterStyle(QLabel *label) {
-    QFont font = style::font();
-    font.setPixelSize(style::footerFontSize);
-    label->setFont(font);
-    QPalette colours = label->palette();
-    colours.setColor(QPalette::WindowText, style::tertiary());
-    label->setPalette(colours);
-}
-
-QVBoxLayout *makeStack(QWidget *parent) {
-    auto *stack = new QVBoxLayout(parent);
-    stack->setContentsMargins(0, 0, 0, 0);
-    stack->setSpacing(0);
-    return stack;
-}
-
-QColor cardColour(Backdrop backdrop) {
-    switch (backdrop) {
-    case Backdrop::Composited:
+QColor cardOver(PanelSurface::Behind behind) {
+    switch (behind) {
+    case PanelSurface::Behind::Desktop:
         return style::card();
-    case Backdrop::Blurred:
+    case PanelSurface::Behind::BlurredDesktop:
         return style::blurredCard();
-    case Backdrop::Opaque:
+    case PanelSurface::Behind::Nothing:
         break;
     }
     return style::opaqueCard();
 }
 
-// What the key at this position types on a US keyboard; empty when that is no letter or digit.
+// What the key at this position types on a US keyboard; empty unless that is a letter or a digit.
 QString characterByPosition(const QKeyEvent &event) {
-    constexpr quint32 evdevOffset = 8;
-    if (event.nativeScanCode() <= evdevOffset)
-        return {};
-    const std::optional<quint32> key = virtualKey(event.nativeScanCode() - evdevOffset);
-    const QString name = key ? HotKeyManager::describe(*key, 0).trimmed() : QString();
+    const std::optional<RecordedKey> key = recordedKey(event);
+    const QString name = key ? HotKeyManager::describe(key->keyCode, 0).trimmed() : QString();
     return name.size() == 1 && name.front().isLetterOrNumber() ? name : QString();
 }
 
-// The press as the view model sees it. The key, not its text: with Control held the text is a
-// control character. Where the layout has no Latin letter or digit on the key, its place counts.
+// The press as the view model sees it: by its key, since the text is a control character while
+// Control is held. Where the layout has no Latin letter or digit on the key, its position counts.
 KeyPress keyPressOf(const QKeyEvent &event) {
     KeyPress press;
     press.command = event.modifiers().testFlag(Qt::ControlModifier) ||
@@ -97,27 +76,23 @@ KeyPress keyPressOf(const QKeyEvent &event) {
 } // namespace
 
 LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
-    : QWidget(parent), viewModel_(viewModel), searchBar_(new QWidget(this)),
-      searchSymbol_(new Symbol(u"search"_s, style::searchSymbolSize, searchBar_)),
-      field_(new SearchField(searchBar_)),
-      clear_(new Symbol(u"clear"_s, style::searchSymbolSize, searchBar_)),
-      listArea_(new QWidget(this)), list_(new ResultList(listArea_)),
-      answer_(
-          new AnswerArea([this]() -> const QString & { return viewModel_.aiResponse(); }, this)),
-      footer_(new QWidget(this)), status_(makeFooterLabel(footer_)),
-      product_(makeFooterLabel(footer_)), keys_(new KeyCatcher(this)) {
-    buildSearchBar();
-    buildFooter();
-    auto *list = makeStack(listArea_);
+    : QWidget(parent), viewModel_(viewModel) {
+    listArea_ = new QWidget(this); // since a layout keeps its margins when the list is hidden
+    auto *list = new QVBoxLayout(listArea_);
     list->setContentsMargins(style::listInset, style::listInset, style::listInset, 0);
+    list_ = new ResultList(listArea_);
     list->addWidget(list_);
-    auto *stack = makeStack(this);
-    stack->addWidget(searchBar_);
-    stack->addWidget(makeDivider(this));
+    answer_ = new AnswerArea([this]() -> const QString & { return viewModel_.aiResponse(); }, this);
+
+    auto *stack = new QVBoxLayout(this);
+    stack->setContentsMargins(0, 0, 0, 0);
+    stack->setSpacing(0);
+    stack->addLayout(makeSearchBar());
+    stack->addWidget(makeDivider());
     stack->addWidget(listArea_, 1);
     stack->addWidget(answer_, 1);
-    stack->addWidget(makeDivider(this));
-    stack->addWidget(footer_);
+    stack->addWidget(makeDivider());
+    stack->addLayout(makeFooter());
     setFocusProxy(field_);
     observe();
     applyStyle();
@@ -126,50 +101,56 @@ LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
     showMode();
 }
 
-void LauncherView::buildSearchBar() {
+QLayout *LauncherView::makeSearchBar() {
+    searchSymbol_ = new Symbol(u"search"_s, style::searchSymbolSize, this);
+    field_ = new SearchField(this);
+    clear_ = new Symbol(u"clear"_s, style::searchSymbolSize, this);
     searchSymbol_->setAttribute(Qt::WA_TransparentForMouseEvents);
     searchSymbol_->setEnabled(false);
     field_->setPlaceholderText(
         u"Search apps, projects, or try “code editor”, “frontend in cursor”, “ai ...”"_s);
     field_->setAccessibleName(u"Search"_s);
     clear_->setAccessibleName(u"Clear"_s);
-    // Its place is kept while it is hidden: the text must not move when it appears.
+    // The text must not move when it appears.
     QSizePolicy keepsItsPlace = clear_->sizePolicy();
     keepsItsPlace.setRetainSizeWhenHidden(true);
     clear_->setSizePolicy(keepsItsPlace);
 
-    auto *bar = new QHBoxLayout(searchBar_);
+    auto *bar = new QHBoxLayout;
     bar->setContentsMargins(style::barPaddingX, style::searchPaddingY, style::barPaddingX,
                             style::searchPaddingY);
     bar->setSpacing(style::searchSymbolGap);
     bar->addWidget(searchSymbol_);
     bar->addWidget(field_, 1);
     bar->addWidget(clear_);
+    return bar;
 }
 
-void LauncherView::buildFooter() {
-    product_->setText(u"Corvid"_s);
-    auto *line = new QHBoxLayout(footer_);
-    line->setContentsMargins(style::barPaddingX, style::footerPaddingY, style::barPaddingX,
-                             style::footerPaddingY);
-    line->addWidget(status_);
-    line->addStretch();
-    line->addWidget(product_);
+QLayout *LauncherView::makeFooter() {
+    status_ = makeFooterLabel({});
+    auto *footer = new QHBoxLayout;
+    footer->setContentsMargins(style::barPaddingX, style::footerPaddingY, style::barPaddingX,
+                               style::footerPaddingY);
+    footer->addWidget(status_);
+    footer->addStretch();
+    footer->addWidget(makeFooterLabel(u"Corvid"_s));
+    return footer;
 }
 
 void LauncherView::observe() {
+    // Of the application, since a widget gets its keys straight from there.
+    qApp->installEventFilter(this);
     connect(field_, &SearchField::edited, &viewModel_, &LauncherViewModel::setQuery);
     field_->onSubmit = [this] { viewModel_.submit(); };
-    field_->onUp = keys_->onUp = [this] { move(-1); };
-    field_->onDown = keys_->onDown = [this] { move(1); };
-    field_->onEsc = keys_->onEsc = [this] { viewModel_.cancel(); };
-    keys_->onEvent = [this](const QKeyEvent &event) { return offerKey(event); };
-    answer_->onCopy = [this] { copyAnswer(); };
+    field_->onUp = [this] { step(-1); };
+    field_->onDown = [this] { step(1); };
+    field_->onEsc = [this] { viewModel_.cancel(); };
+    connect(answer_, &AnswerArea::copyRequested, this, &LauncherView::copyAnswer);
     connect(clear_, &Symbol::clicked, &viewModel_, &LauncherViewModel::reset);
-    list_->onClick = [this](int row) {
+    connect(list_, &ResultList::rowClicked, &viewModel_, [this](int row) {
         viewModel_.setSelected(row);
         viewModel_.submit();
-    };
+    });
 
     connect(&viewModel_, &LauncherViewModel::queryChanged, this, &LauncherView::showQuery);
     connect(&viewModel_, &LauncherViewModel::resultsChanged, this, &LauncherView::showResults);
@@ -191,8 +172,8 @@ void LauncherView::observe() {
     connect(&viewModel_, &LauncherViewModel::statusTextChanged, this, &LauncherView::showStatus);
     connect(&viewModel_, &LauncherViewModel::aiModeChanged, this, &LauncherView::showMode);
     connect(&viewModel_, &LauncherViewModel::aiQuestionChanged, this, &LauncherView::showAnswer);
-    connect(&viewModel_, &LauncherViewModel::aiResponseChanged, this,
-            [this] { answer_->answerChanged(); });
+    connect(&viewModel_, &LauncherViewModel::aiResponseChanged, answer_,
+            &AnswerArea::answerChanged);
     connect(&viewModel_, &LauncherViewModel::aiBusyChanged, this,
             [this] { answer_->setBusy(viewModel_.aiBusy()); });
     connect(&viewModel_, &LauncherViewModel::displayFlushRequested, this, [this] {
@@ -247,35 +228,49 @@ void LauncherView::showAnswer() {
 
 // While an answer is shown the arrows scroll it: moving a selection that nobody sees would make
 // Return a gamble.
-void LauncherView::move(int lines) {
+void LauncherView::step(int lines) {
     if (viewModel_.aiMode())
         answer_->scrollLines(lines);
     else
         viewModel_.moveSelection(lines);
 }
 
-bool LauncherView::offerKey(const QKeyEvent &event) {
-    if (viewModel_.aiMode() && offerAnswerKey(event))
-        return true;
-    return viewModel_.handleKeyEvent(keyPressOf(event));
+// Sees every key press in the window before any widget does, and so those, too, that the search
+// field would not get. While an input method is composing it gets all keys.
+bool LauncherView::eventFilter(QObject *watched, QEvent *event) {
+    if (event->type() != QEvent::KeyPress || !watched->isWidgetType() ||
+        static_cast<QWidget *>(watched)->window() != window() || field_->isComposing())
+        return false;
+    return handleKey(*static_cast<QKeyEvent *>(event));
 }
 
-bool LauncherView::offerAnswerKey(const QKeyEvent &event) {
-    switch (event.key()) {
-    case Qt::Key_PageUp:
-        answer_->scrollPages(-1);
-        return true;
-    case Qt::Key_PageDown:
-        answer_->scrollPages(1);
-        return true;
-    default:
-        break;
-    }
+bool LauncherView::handleKey(const QKeyEvent &event) {
     const KeyPress press = keyPressOf(event);
-    if (!press.command || press.characters.toLower() != "c"_L1)
+    const bool answering = viewModel_.aiMode();
+    if (answering && press.command && press.characters.toLower() == "c"_L1) {
+        copyAnswer();
+        return true;
+    }
+    if (viewModel_.handleKeyEvent(press))
+        return true;
+    switch (event.key()) {
+    case Qt::Key_Escape:
+        viewModel_.cancel();
+        return true;
+    case Qt::Key_Down:
+        step(1);
+        return true;
+    case Qt::Key_Up:
+        step(-1);
+        return true;
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+        if (answering)
+            answer_->scrollPages(event.key() == Qt::Key_PageUp ? -1 : 1);
+        return answering;
+    default:
         return false;
-    copyAnswer();
-    return true;
+    }
 }
 
 // What the reader has marked, else the whole answer.
@@ -297,16 +292,21 @@ void LauncherView::keyPressEvent(QKeyEvent *event) {
 }
 
 void LauncherView::applyStyle() {
-    field_->applyStyle();
-    list_->applyStyle();
-    answer_->applyStyle();
-    applyFooterStyle(status_);
-    applyFooterStyle(product_);
+    setFont(style::font());
+    QPalette colours;
+    colours.setColor(QPalette::Base, Qt::transparent);
+    colours.setColor(QPalette::Text, style::primary());
+    colours.setColor(QPalette::PlaceholderText, style::tertiary());
+    colours.setColor(QPalette::WindowText, style::tertiary()); // of the footer
+    colours.setColor(QPalette::Mid, style::divider());
+    colours.setColor(QPalette::Highlight, style::accent());
+    colours.setColor(QPalette::HighlightedText, Qt::white);
+    setPalette(colours);
     update();
 }
 
-void LauncherView::setBackdrop(Backdrop backdrop) {
-    backdrop_ = backdrop;
+void LauncherView::setBehind(PanelSurface::Behind behind) {
+    behind_ = behind;
     update();
 }
 
@@ -314,7 +314,7 @@ void LauncherView::paintEvent(QPaintEvent * /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(cardColour(backdrop_));
+    painter.setBrush(cardOver(behind_));
     painter.drawPath(continuousRoundedRect(rect(), style::cardRadius));
 
     QLinearGradient outline(0, 0, 0, height());

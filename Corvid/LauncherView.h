@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/PanelSurface.h"
+
 #include <QWidget>
 
 class QKeyEvent;
@@ -8,18 +10,10 @@ class QLabel;
 namespace corvid {
 
 class AnswerArea;
-class KeyCatcher;
 class LauncherViewModel;
 class ResultList;
 class SearchField;
 class Symbol;
-
-/** What the card is drawn over. */
-enum class Backdrop {
-    Composited, ///< translucent: the desktop shows through
-    Blurred,    ///< the compositor also blurs what shows through
-    Opaque,     ///< no compositor: the card fills its window
-};
 
 /**
  * The whole content of the panel: search bar, result list or AI answer, and footer on a dark card.
@@ -32,10 +26,13 @@ public:
     /** The view model must outlive the view. */
     explicit LauncherView(LauncherViewModel &viewModel, QWidget *parent = nullptr);
 
-    void setBackdrop(Backdrop backdrop);
+    /** What the card lets through, and so how opaque it is. */
+    void setBehind(PanelSurface::Behind behind);
 
     /** Takes over changed colours and fonts. */
     void applyStyle();
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -43,33 +40,28 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
-    void buildSearchBar();
-    void buildFooter();
+    QLayout *makeSearchBar();
+    QLayout *makeFooter();
     void observe();
     void showQuery();
     void showResults();
     void showStatus();
     void showMode();
     void showAnswer();
-    void move(int lines);
-    bool offerKey(const QKeyEvent &event);
-    bool offerAnswerKey(const QKeyEvent &event);
+    void step(int lines);
+    bool handleKey(const QKeyEvent &event);
     void copyAnswer();
 
     LauncherViewModel &viewModel_;
-    Backdrop backdrop_ = Backdrop::Composited;
+    PanelSurface::Behind behind_ = PanelSurface::Behind::Desktop;
     bool listIsStale_ = false; ///< the results changed while nobody could see them
-    QWidget *searchBar_;
-    Symbol *searchSymbol_;
-    SearchField *field_;
-    Symbol *clear_;
-    QWidget *listArea_;
-    ResultList *list_;
-    AnswerArea *answer_;
-    QWidget *footer_;
-    QLabel *status_;
-    QLabel *product_;
-    KeyCatcher *keys_;
+    Symbol *searchSymbol_ = nullptr;
+    SearchField *field_ = nullptr;
+    Symbol *clear_ = nullptr;
+    QWidget *listArea_ = nullptr;
+    ResultList *list_ = nullptr;
+    AnswerArea *answer_ = nullptr;
+    QLabel *status_ = nullptr;
 };
 
 } // namespace corvid

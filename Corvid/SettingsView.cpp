@@ -3,18 +3,15 @@
 #include "Base/Settings.h"
 #include "HotKeyManager.h"
 #include "KeychainHelper.h"
-#include "Platform/FolderDialog.h"
-#include "ProjectIndex.h"
+#include "Platform/UserDefaults.h"
+#include "Settings/FolderSection.h"
 #include "Settings/FormWidgets.h"
-#include "Settings/OwnFolderDialog.h"
 
 #include <QBoxLayout>
 #include <QCheckBox>
-#include <QFileDialog>
 #include <QGridLayout>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QPointer>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -31,30 +28,7 @@ namespace {
 constexpr int margin = 18;
 constexpr int sectionGap = 14;
 constexpr int saveBarPadding = 10;
-constexpr int rowPaddingX = 12;
-constexpr int rowPaddingY = 6;
 constexpr int fieldGap = 8;
-constexpr int labelGap = 14;
-
-const QString promptOfDialog = u"Add"_s;
-
-/** A row of a section, its children side by side. */
-template <typename... Children>
-QWidget *makeRow(Children... children) {
-    auto *row = new QWidget;
-    auto *layout = new QHBoxLayout(row);
-    layout->setContentsMargins(rowPaddingX, rowPaddingY, rowPaddingX, rowPaddingY);
-    layout->setSpacing(labelGap);
-    (layout->addWidget(children), ...);
-    return row;
-}
-
-// Buttons in a form get the keyboard by Tab only where they ask for it themselves.
-QPushButton *makeButton(const QString &text) {
-    auto *button = new QPushButton(text);
-    button->setFocusPolicy(Qt::StrongFocus);
-    return button;
-}
 
 } // namespace
 
@@ -93,8 +67,6 @@ SettingsView::SettingsView(Environment environment, QWidget *parent)
     whole->addWidget(makeHairline());
     whole->addLayout(saveBar);
 
-    connect(&environment_.projects, &ProjectIndex::projectsChanged, this,
-            &SettingsView::showProjectCount);
     environment_.hotKeys.onObtainedChange = [this] { showHotkeyHint(); };
     showRecording();
 }
@@ -110,12 +82,14 @@ QWidget *SettingsView::makeForm() {
     sections->setSpacing(sectionGap);
     sections->addWidget(makeHotkeySection());
     sections->addWidget(makeAISection());
-    sections->addWidget(makeFoldersSection());
+    folders_ =
+        new FolderSection(environment_.defaults, environment_.projects, environment_.folderDialog);
+    sections->addWidget(folders_);
     sections->addStretch();
     return form;
 }
 
-FormSection *SettingsView::makeHotkeySection() {
+QWidget *SettingsView::makeHotkeySection() {
     hotkeyText_ = new QLabel;
     hotkeyText_->setTextFormat(Qt::PlainText);
     hotkeyText_->setAccessibleDescription(u"Hotkey"_s); // its name is what it says
@@ -126,16 +100,14 @@ FormSection *SettingsView::makeHotkeySection() {
         else
             startRecording();
     });
-    hotkeyHint_ = makeCaption({});
+    hotkeyHint_ = makeCaption();
     hotkeyHint_->setContentsMargins(rowPaddingX, 0, rowPaddingX, rowPaddingY);
 
     auto *row = new QWidget;
     auto *lines = new QVBoxLayout(row);
     lines->setContentsMargins(0, 0, 0, 0);
     lines->setSpacing(0);
-    QWidget *hotkey = makeRow(hotkeyText_, recordButton_);
-    static_cast<QHBoxLayout *>(hotkey->layout())->setStretch(0, 1);
-    lines->addWidget(hotkey);
+    lines->addWidget(makeRow({hotkeyText_, recordButton_}));
     lines->addWidget(hotkeyHint_);
     hotkeyHint_->hide();
 
@@ -144,7 +116,7 @@ FormSection *SettingsView::makeHotkeySection() {
     return section;
 }
 
-FormSection *SettingsView::makeAISection() {
+QWidget *SettingsView::makeAISection() {
     aiEnabled_ = new QCheckBox(u"&Enable AI features (`ai` prefix)"_s);
     auto *fields = new QWidget;
     auto *grid = new QGridLayout(fields);
@@ -171,23 +143,10 @@ FormSection *SettingsView::makeAISection() {
                     "(http://localhost:11434/v1), LM Studio, Groq.\n"
                     "`ai <question>` answers inline · `ai open my web project` launches it."_s);
     auto *section = new FormSection(u"AI — bring your own model"_s);
-    section->addRow(makeRow(aiEnabled_));
+    section->addRow(makeRow({aiEnabled_}));
     section->addRow(fields);
-    section->addRow(makeRow(caption));
+    section->addRow(makeRow({caption}));
     return section;
-}
-
-FormSection *SettingsView::makeFoldersSection() {
-    addButton_ = makeButton(u"&Add folder..."_s);
-    connect(addButton_, &QPushButton::clicked, this, &SettingsView::pickFolder);
-    projectCount_ = new QLabel;
-    projectCount_->setForegroundRole(QPalette::PlaceholderText);
-    projectCount_->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);
-    QWidget *row = makeRow(addButton_, projectCount_);
-    static_cast<QHBoxLayout *>(row->layout())->setStretch(1, 1);
-    folders_ = new FormSection(u"Project folders"_s);
-    folders_->addRow(row);
-    return folders_;
 }
 
 void SettingsView::load() {
@@ -201,9 +160,7 @@ void SettingsView::load() {
     if (const std::optional<HotKey> stored = settings::storedHotKey(defaults))
         hotkey = HotKeyManager::describe(stored->keyCode, stored->modifiers);
     hotkeyText_->setText(hotkey);
-    roots_ = environment_.projects.roots();
-    showRoots();
-    showProjectCount();
+    folders_->load();
     showHotkeyHint();
 }
 
@@ -221,7 +178,7 @@ void SettingsView::save() {
     // Nobody can tell a field that was cleared from a key that could not be read.
     if (!apiKey_->text().isEmpty())
         environment_.keychain.save(settings::aiKeyAccount, apiKey_->text());
-    changeRoots(roots_);
+    folders_->save();
     saved_ = true;
     window()->close();
 }
@@ -259,97 +216,12 @@ void SettingsView::showHotkeyHint() {
     const bool refused = hotKey && environment_.hotKeys.obtained() == false;
     if (refused) {
         const QString name = HotKeyManager::describe(hotKey->keyCode, hotKey->modifiers).trimmed();
-        const QString hint =
-            u"The desktop does not give Corvid "_s + name +
-            u". Bind the command \"corvid --toggle\" to a key in the desktop's settings, or try "
-            "another combination here."_s;
-        // Lines break behind a hyphen, unless a word joiner follows.
-        hotkeyHint_->setText(QString(hint).replace(u"--"_s, u"--\u2060"_s));
-        hotkeyHint_->setAccessibleName(hint);
+        setCaption(hotkeyHint_,
+                   u"The desktop does not give Corvid "_s + name +
+                       u". Bind the command \"corvid --toggle\" to a key in the desktop's "
+                       "settings, or try another combination here."_s);
     }
     hotkeyHint_->setVisible(refused);
-}
-
-void SettingsView::showProjectCount() {
-    projectCount_->setText(QString::number(environment_.projects.projects().size()) +
-                           u" projects indexed"_s);
-}
-
-void SettingsView::showRoots() {
-    while (folders_->row(0) != addButton_->parentWidget())
-        folders_->takeRow(0)->deleteLater(); // one of its buttons may be at work
-    for (qsizetype i = 0; i < roots_.size(); ++i) {
-        auto *path = new ElidedLabel(roots_[i]);
-        QPushButton *remove = makeButton(u"Remove"_s);
-        remove->setAccessibleName(u"Remove "_s + roots_[i]);
-        connect(remove, &QPushButton::clicked, this,
-                [this, root = roots_[i]] { removeRoot(root); });
-        QWidget *row = makeRow(path, remove);
-        static_cast<QHBoxLayout *>(row->layout())->setStretch(0, 1);
-        folders_->addRow(row, static_cast<int>(i));
-    }
-    putTabsInOrder();
-}
-
-void SettingsView::putTabsInOrder() {
-    QWidget *last = apiKey_;
-    const auto next = [&last](QWidget *widget) {
-        setTabOrder(last, widget);
-        last = widget;
-    };
-    for (int i = 0; i < roots_.size(); ++i)
-        next(folders_->row(i)->findChild<QPushButton *>());
-    next(addButton_);
-    next(saveButton_);
-}
-
-void SettingsView::changeRoots(const QStringList &roots) {
-    roots_ = roots;
-    settings::setProjectRoots(environment_.defaults, roots_);
-    environment_.projects.load();
-}
-
-void SettingsView::removeRoot(const QString &path) {
-    const qsizetype place = roots_.indexOf(path);
-    QStringList left = roots_;
-    left.removeAll(path);
-    changeRoots(left);
-    showRoots();
-    // The keyboard stays where it was: on the next row's button.
-    if (place < 0)
-        return;
-    QWidget *row = folders_->row(static_cast<int>(std::min(place, roots_.size())));
-    row->findChild<QPushButton *>()->setFocus();
-}
-
-void SettingsView::pickFolder() {
-    addButton_->setEnabled(false);
-    const auto done = [self = QPointer(this)](const std::optional<QStringList> &folders) {
-        if (!self)
-            return;
-        if (folders)
-            self->addRoots(*folders);
-        else
-            self->pickFolderInOurDialog();
-    };
-    environment_.folderDialog.choose(*window()->windowHandle(), promptOfDialog, done);
-}
-
-void SettingsView::pickFolderInOurDialog() {
-    QFileDialog *dialog = makeOwnFolderDialog(this, promptOfDialog);
-    connect(dialog, &QFileDialog::finished, this, [this, dialog](int result) {
-        addRoots(result == QDialog::Accepted ? dialog->selectedFiles() : QStringList());
-    });
-    dialog->open();
-}
-
-void SettingsView::addRoots(const QStringList &folders) {
-    addButton_->setEnabled(true);
-    addButton_->setFocus(); // which went elsewhere meanwhile
-    if (folders.isEmpty())
-        return;
-    changeRoots(roots_ + folders);
-    showRoots();
 }
 
 void SettingsView::showEvent(QShowEvent *event) {
@@ -363,7 +235,7 @@ void SettingsView::showEvent(QShowEvent *event) {
     scrollArea_->ensureVisible(0, 0);
 }
 
-// Recording goes on, but whoever closed the window wants the hot key.
+// Recording goes on, but a user who closed the window wants the hot key to work.
 void SettingsView::hideEvent(QHideEvent *event) {
     QWidget::hideEvent(event);
     if (!event->spontaneous())

@@ -2,7 +2,6 @@
 
 #include "Settings/HotKeyRecorder.h"
 
-#include <QStringList>
 #include <QWidget>
 
 #include <functional>
@@ -17,7 +16,7 @@ class QScrollArea;
 namespace corvid {
 
 class FolderDialog;
-class FormSection;
+class FolderSection;
 class HotKeyManager;
 class KeychainHelper;
 class ProjectIndex;
@@ -61,10 +60,6 @@ public:
     void stopRecording();
     bool recording() const { return recorder_.active(); }
 
-    /** Lets the user add folders, through the desktop's dialog or our own. */
-    void pickFolder();
-    void removeRoot(const QString &path);
-
     /** Whether the form was ever saved. */
     bool saved() const { return saved_; }
 
@@ -75,22 +70,14 @@ protected:
 
 private:
     QWidget *makeForm();
-    FormSection *makeHotkeySection();
-    FormSection *makeAISection();
-    FormSection *makeFoldersSection();
+    QWidget *makeHotkeySection();
+    QWidget *makeAISection();
     void keepHotKey(const HotKey &hotKey);
     void showRecording();
     void showHotkeyHint();
-    void showProjectCount();
-    void showRoots();
-    void changeRoots(const QStringList &roots);
-    void addRoots(const QStringList &folders);
-    void pickFolderInOurDialog();
-    void putTabsInOrder();
 
     Environment environment_;
     HotKeyRecorder recorder_;
-    QStringList roots_;
     bool saved_ = false;
 
     QScrollArea *scrollArea_ = nullptr;
@@ -101,9 +88,7 @@ private:
     QLineEdit *baseURL_ = nullptr;
     QLineEdit *model_ = nullptr;
     QLineEdit *apiKey_ = nullptr;
-    FormSection *folders_ = nullptr;
-    QPushButton *addButton_ = nullptr;
-    QLabel *projectCount_ = nullptr;
+    FolderSection *folders_ = nullptr;
     QPushButton *saveButton_ = nullptr;
 };
 

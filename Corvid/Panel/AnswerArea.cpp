@@ -44,16 +44,14 @@ AnswerArea::AnswerArea(std::function<const QString &()> answer, QWidget *parent)
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     viewport()->setAutoFillBackground(false);
+    setFont(style::sized(QFont(), style::answerFontSize));
     setAccessibleName(u"Answer"_s);
     progress_->hide();
 
     copy_->setAccessibleName(u"Copy the answer"_s);
     copy_->setToolTip(u"Copy the answer (Control+C)"_s);
     copy_->hide();
-    connect(copy_, &Symbol::clicked, this, [this] {
-        if (onCopy)
-            onCopy();
-    });
+    connect(copy_, &Symbol::clicked, this, &AnswerArea::copyRequested);
     copiedFor_.setSingleShot(true);
     connect(&copiedFor_, &QTimer::timeout, this, [this] { copy_->setSymbol(u"copy"_s); });
 
@@ -66,19 +64,6 @@ AnswerArea::AnswerArea(std::function<const QString &()> answer, QWidget *parent)
     nextFrame_.setSingleShot(true);
     nextFrame_.setTimerType(Qt::PreciseTimer);
     connect(&nextFrame_, &QTimer::timeout, this, &AnswerArea::showAnswer);
-    applyStyle();
-}
-
-void AnswerArea::applyStyle() {
-    QFont body = style::font();
-    body.setPixelSize(style::answerFontSize);
-    setFont(body);
-    QPalette colours = palette();
-    colours.setColor(QPalette::Base, Qt::transparent);
-    colours.setColor(QPalette::Text, style::primary());
-    colours.setColor(QPalette::Highlight, style::accent());
-    colours.setColor(QPalette::HighlightedText, Qt::white);
-    setPalette(colours);
 }
 
 void AnswerArea::setQuestion(const QString &question) {

@@ -38,13 +38,12 @@ public:
     /** The text that the reader has marked, as it reads; empty when nothing is marked. */
     QString markedText() const;
 
-    /** The copy control was pressed. */
-    std::function<void()> onCopy;
     /** Says that the answer was copied, on the control, for a moment. */
     void confirmCopy();
 
-    /** Takes over changed colours and fonts. */
-    void applyStyle();
+Q_SIGNALS:
+    /** The copy control was pressed. */
+    void copyRequested();
 
 protected:
     QMimeData *createMimeDataFromSelection() const override;

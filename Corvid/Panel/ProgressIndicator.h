@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QBasicTimer>
+#include <QTimer>
 #include <QWidget>
 
 namespace corvid {
@@ -16,11 +16,10 @@ public:
 protected:
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
-    void timerEvent(QTimerEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    QBasicTimer timer_;
+    QTimer timer_;
     int step_ = 0;
 };
 

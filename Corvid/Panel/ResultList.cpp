@@ -7,8 +7,8 @@
 #include <QAccessible>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QPropertyAnimation>
 #include <QScrollBar>
-#include <QVariantAnimation>
 
 #include <algorithm>
 
@@ -46,9 +46,9 @@ QVariant ResultListModel::data(const QModelIndex &index, int role) const {
 }
 
 ResultList::ResultList(QWidget *parent)
-    : QListView(parent), row_(new ResultRow(this)), scroll_(new QVariantAnimation(this)) {
+    : QListView(parent), scroll_(new QPropertyAnimation(verticalScrollBar(), "value", this)) {
     setModel(&model_);
-    setItemDelegate(row_);
+    setItemDelegate(new ResultRow(this));
     setUniformItemSizes(true);
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
@@ -58,20 +58,10 @@ ResultList::ResultList(QWidget *parent)
     setSelectionMode(SingleSelection);
     setAutoScroll(false);
     viewport()->setAutoFillBackground(false);
-    QPalette colours = palette();
-    colours.setColor(QPalette::Base, Qt::transparent);
-    setPalette(colours);
     setAccessibleName(u"Results"_s);
 
     scroll_->setDuration(style::scrollMilliseconds);
     scroll_->setEasingCurve(QEasingCurve::OutQuad);
-    connect(scroll_, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant &value) { verticalScrollBar()->setValue(value.toInt()); });
-}
-
-void ResultList::applyStyle() {
-    row_->applyStyle();
-    viewport()->update();
 }
 
 void ResultList::setRows(const std::vector<ResultItem> &rows, int selected) {
@@ -110,7 +100,6 @@ void ResultList::scrollIntoView(int row) {
         verticalScrollBar()->setValue(to);
         return;
     }
-    scroll_->setStartValue(from);
     scroll_->setEndValue(to);
     scroll_->start();
 }
@@ -126,8 +115,8 @@ void ResultList::mouseMoveEvent(QMouseEvent * /*event*/) {
 
 void ResultList::mouseReleaseEvent(QMouseEvent *event) {
     const int row = indexAt(event->position().toPoint()).row();
-    if (event->button() == Qt::LeftButton && row >= 0 && row == pressedRow_ && onClick)
-        onClick(row);
+    if (event->button() == Qt::LeftButton && row >= 0 && row == pressedRow_)
+        Q_EMIT rowClicked(row);
     pressedRow_ = -1;
 }
 
@@ -140,9 +129,7 @@ void ResultList::paintEvent(QPaintEvent *event) {
     if (model_.rowCount() > 0)
         return;
     QPainter painter(viewport());
-    QFont font = style::font();
-    font.setPixelSize(style::titleFontSize);
-    painter.setFont(font);
+    painter.setFont(style::sized(font(), style::titleFontSize));
     painter.setPen(style::secondary());
     painter.drawText(viewport()->rect().adjusted(0, style::listInset, 0, 0),
                      Qt::AlignHCenter | Qt::AlignTop, u"No matches"_s);

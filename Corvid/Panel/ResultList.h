@@ -5,14 +5,11 @@
 #include <QAbstractListModel>
 #include <QListView>
 
-#include <functional>
 #include <vector>
 
-class QVariantAnimation;
+class QPropertyAnimation;
 
 namespace corvid {
-
-class ResultRow;
 
 /** The rows of the result list for the view; a row's ResultItem is its whole data. */
 class ResultListModel final : public QAbstractListModel {
@@ -46,10 +43,8 @@ public:
     /** Highlights a row and scrolls just as far as makes it visible. */
     void select(int row);
 
-    /** Takes over changed colours and fonts. */
-    void applyStyle();
-
-    std::function<void(int row)> onClick;
+Q_SIGNALS:
+    void rowClicked(int row);
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
@@ -62,8 +57,7 @@ private:
     void scrollIntoView(int row);
 
     ResultListModel model_;
-    ResultRow *row_;
-    QVariantAnimation *scroll_;
+    QPropertyAnimation *scroll_;
     int pressedRow_ = -1;
 };
 

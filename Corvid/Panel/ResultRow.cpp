@@ -6,9 +6,7 @@
 #include "Panel/Style.h"
 #include "Panel/Symbol.h"
 
-#include <QImage>
 #include <QPainter>
-#include <QSvgRenderer>
 
 namespace corvid {
 
@@ -16,14 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QFont sized(int pixels, QFont::Weight weight) {
-    QFont font = style::font();
-    font.setPixelSize(pixels);
-    font.setWeight(weight);
-    return font;
-}
-
-// What stands in for the icon of a row that has none; empty for none.
+// What stands in for the icon of a row that has none; empty for nothing.
 QString symbolOf(const ResultItem &item) {
     if (std::holds_alternative<OpenURL>(item.action))
         return u"web"_s;
@@ -36,38 +27,113 @@ QString symbolOf(const ResultItem &item) {
     return {};
 }
 
-// A name comes from outside and must neither break the row nor pass for another one; nor keep us
-// busy, so what a row has no room for in any script is not even laid out.
+// Names come from outside. They must neither break the row nor pass for another name, and a very
+// long one must not take long: no more of it is laid out than any row could show.
 QString elided(const QFontMetrics &metrics, const QString &text, int width) {
     constexpr qsizetype mostCharacters = 1000;
     return metrics.elidedText(displayLine(text.left(mostCharacters)), Qt::ElideRight, width);
 }
 
-void drawElided(QPainter &painter, const QRect &line, const QString &text) {
-    painter.drawText(line, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
-                     elided(painter.fontMetrics(), text, line.width()));
-}
+/** The painting of one row, step by step. */
+class RowPainting {
+public:
+    RowPainting(QPainter &painter, const QStyleOptionViewItem &option, const ResultItem &item)
+        : painter_(painter), option_(option), item_(item), row_(option.rect),
+          selected_(option.state.testFlag(QStyle::State_Selected)),
+          secondary_(selected_ ? style::selectedSecondary() : style::secondary()),
+          icon_(placed(style::rowPaddingX, (style::rowHeight - style::rowIconSize) / 2,
+                       style::rowIconSize, style::rowIconSize)) {}
+
+    void paintAll() {
+        painter_.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+        painter_.setPen(Qt::NoPen);
+        if (selected_)
+            paintSelection();
+        paintIcon();
+        if (item_.running)
+            paintRunningDot();
+        int textRight = row_.width() - style::rowPaddingX;
+        if (!item_.badge.isEmpty())
+            textRight -= paintBadge(textRight) + style::iconToText;
+        paintTexts(textRight);
+    }
+
+private:
+    // From the row's leading top corner to the screen, in whichever direction the desktop reads.
+    QRect placed(int x, int y, int width, int height) const {
+        return QStyle::visualRect(option_.direction, row_,
+                                  {row_.x() + x, row_.y() + y, width, height});
+    }
+
+    void paintSelection() {
+        painter_.setBrush(style::faded(style::accent(), style::selectionOpacity));
+        painter_.drawPath(continuousRoundedRect(row_, style::rowRadius));
+    }
+
+    void paintIcon() {
+        if (item_.icon) {
+            painter_.drawImage(QRectF(icon_), *item_.icon);
+        } else if (const QString symbol = symbolOf(item_); !symbol.isEmpty()) {
+            constexpr int inset = (style::rowIconSize - style::rowSymbolSize) / 2;
+            painter_.setOpacity(secondary_.alphaF());
+            drawSymbol(painter_, symbol, QRectF(icon_).adjusted(inset, inset, -inset, -inset));
+            painter_.setOpacity(1);
+        }
+    }
+
+    void paintRunningDot() {
+        constexpr int dot = style::runningDotSize;
+        const int x =
+            option_.direction == Qt::RightToLeft ? icon_.left() - 1 : icon_.right() + 2 - dot;
+        painter_.setBrush(style::runningDot());
+        painter_.drawEllipse(QRect(x, icon_.bottom() + 2 - dot, dot, dot));
+    }
+
+    // Returns its width.
+    int paintBadge(int right) {
+        painter_.setFont(style::sized(option_.font, style::badgeFontSize, QFont::Medium));
+        const QFontMetrics metrics = painter_.fontMetrics();
+        const QString text = elided(metrics, item_.badge, row_.width() / 2);
+        const int width = metrics.horizontalAdvance(text) + 2 * style::badgePaddingX;
+        const int height = metrics.height() + 2 * style::badgePaddingY;
+        const QRect badge = placed(right - width, (style::rowHeight - height) / 2, width, height);
+        painter_.setPen(Qt::NoPen);
+        painter_.setBrush(style::quaternary());
+        painter_.drawPath(continuousRoundedRect(badge, style::badgeRadius));
+        painter_.setPen(secondary_);
+        painter_.drawText(badge, Qt::AlignCenter | Qt::TextSingleLine, text);
+        return width;
+    }
+
+    void paintTexts(int right) {
+        constexpr int left = style::rowPaddingX + style::rowIconSize + style::iconToText;
+        constexpr int top =
+            (style::rowHeight - style::titleLineHeight - style::subtitleLineHeight) / 2;
+        painter_.setFont(style::sized(option_.font, style::titleFontSize, QFont::Medium));
+        painter_.setPen(selected_ ? QColor(Qt::white) : style::primary());
+        drawElided(placed(left, top, right - left, style::titleLineHeight), item_.title);
+        painter_.setFont(style::sized(option_.font, style::subtitleFontSize, QFont::Normal));
+        painter_.setPen(secondary_);
+        drawElided(
+            placed(left, top + style::titleLineHeight, right - left, style::subtitleLineHeight),
+            item_.subtitle);
+    }
+
+    void drawElided(const QRect &line, const QString &text) {
+        painter_.drawText(line, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
+                          elided(painter_.fontMetrics(), text, line.width()));
+    }
+
+    QPainter &painter_;
+    const QStyleOptionViewItem &option_;
+    const ResultItem &item_;
+    const QRect row_;
+    const bool selected_;
+    const QColor secondary_;
+    const QRect icon_;
+};
 
 } // namespace
-
-ResultRow::ResultRow(QObject *parent) : QStyledItemDelegate(parent) {
-    applyStyle();
-}
-
-ResultRow::~ResultRow() = default;
-
-void ResultRow::applyStyle() {
-    titleFont_ = sized(style::titleFontSize, QFont::Medium);
-    subtitleFont_ = sized(style::subtitleFontSize, QFont::Normal);
-    badgeFont_ = sized(style::badgeFontSize, QFont::Medium);
-}
-
-QSvgRenderer *ResultRow::renderer(const QString &symbol) const {
-    std::unique_ptr<QSvgRenderer> &renderer = symbols_[symbol];
-    if (!renderer)
-        renderer = symbolRenderer(symbol);
-    return renderer.get();
-}
 
 QSize ResultRow::sizeHint(const QStyleOptionViewItem & /*option*/,
                           const QModelIndex & /*index*/) const {
@@ -76,75 +142,9 @@ QSize ResultRow::sizeHint(const QStyleOptionViewItem & /*option*/,
 
 void ResultRow::paint(QPainter *painter, const QStyleOptionViewItem &option,
                       const QModelIndex &index) const {
-    const auto &item = static_cast<const ResultListModel *>(index.model())->row(index);
-    const bool selected = option.state.testFlag(QStyle::State_Selected);
-    const QColor secondary = selected ? style::selectedSecondary() : style::secondary();
-
     painter->save();
-    painter->setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-    const QRect &row = option.rect;
-    painter->setPen(Qt::NoPen);
-    if (selected) {
-        QColor fill = style::accent();
-        fill.setAlphaF(static_cast<float>(style::selectionOpacity));
-        painter->setBrush(fill);
-        painter->drawPath(continuousRoundedRect(row, style::rowRadius));
-    }
-
-    // Laid out for left to right, then mirrored as a whole where the desktop reads the other way.
-    const auto placed = [&](const QRect &rect) {
-        return QStyle::visualRect(option.direction, row, rect);
-    };
-    const QRect iconRect =
-        placed({row.x() + style::rowPaddingX, row.y() + (style::rowHeight - style::rowIconSize) / 2,
-                style::rowIconSize, style::rowIconSize});
-    if (item.icon)
-        painter->drawImage(QRectF(iconRect), *item.icon);
-    else if (const QString symbol = symbolOf(item); !symbol.isEmpty()) {
-        constexpr int inset = (style::rowIconSize - style::rowSymbolSize) / 2;
-        painter->setOpacity(secondary.alphaF());
-        renderer(symbol)->render(painter, QRectF(iconRect).adjusted(inset, inset, -inset, -inset));
-        painter->setOpacity(1);
-    }
-    if (item.running) {
-        const int dot = style::runningDotSize;
-        const int x =
-            option.direction == Qt::RightToLeft ? iconRect.left() - 1 : iconRect.right() + 2 - dot;
-        painter->setBrush(style::runningDot());
-        painter->drawEllipse(QRect(x, iconRect.bottom() + 2 - dot, dot, dot));
-    }
-
-    int textRight = row.right() + 1 - style::rowPaddingX;
-    if (!item.badge.isEmpty()) {
-        const QFontMetrics metrics(badgeFont_);
-        const int longest = row.width() / 2;
-        const QString text = elided(metrics, item.badge, longest);
-        const int width = metrics.horizontalAdvance(text) + 2 * style::badgePaddingX;
-        const int height = metrics.height() + 2 * style::badgePaddingY;
-        const QRect badge =
-            placed({textRight - width, row.y() + (style::rowHeight - height) / 2, width, height});
-        painter->setPen(Qt::NoPen);
-        painter->setBrush(style::quaternary());
-        painter->drawPath(continuousRoundedRect(badge, style::badgeRadius));
-        painter->setFont(badgeFont_);
-        painter->setPen(secondary);
-        painter->drawText(badge, Qt::AlignCenter | Qt::TextSingleLine, text);
-        textRight -= width + style::iconToText;
-    }
-
-    const int textLeft = row.x() + style::rowPaddingX + style::rowIconSize + style::iconToText;
-    const int textTop =
-        row.y() + (style::rowHeight - style::titleLineHeight - style::subtitleLineHeight) / 2;
-    painter->setFont(titleFont_);
-    painter->setPen(selected ? QColor(Qt::white) : style::primary());
-    drawElided(*painter, placed({textLeft, textTop, textRight - textLeft, style::titleLineHeight}),
-               item.title);
-    painter->setFont(subtitleFont_);
-    painter->setPen(secondary);
-    drawElided(*painter,
-               placed({textLeft, textTop + style::titleLineHeight, textRight - textLeft,
-                       style::subtitleLineHeight}),
-               item.subtitle);
+    RowPainting(*painter, option, static_cast<const ResultListModel *>(index.model())->row(index))
+        .paintAll();
     painter->restore();
 }
 

@@ -10,8 +10,6 @@
 #include <QPointer>
 #include <QProxyStyle>
 #include <QStyleHints>
-#include <QTimer>
-#include <QTimerEvent>
 
 #include <algorithm>
 
@@ -41,24 +39,14 @@ SearchField::SearchField(QWidget *parent) : QLineEdit(parent) {
     auto *caretless = new WithoutCaret;
     caretless->setParent(this);
     setStyle(caretless);
-    applyStyle();
+    setFont(style::sized(QFont(), style::searchFontSize, QFont::Light));
+    connect(&blink_, &QTimer::timeout, this, [this] {
+        caretIsLit_ = !caretIsLit_;
+        update(caretRect());
+    });
     connect(this, &QLineEdit::textChanged, this, &SearchField::announce);
     connect(this, &QLineEdit::cursorPositionChanged, this, &SearchField::showCaret);
     connect(this, &QLineEdit::selectionChanged, this, &SearchField::showCaret);
-}
-
-void SearchField::applyStyle() {
-    QFont fieldFont = style::font();
-    fieldFont.setPixelSize(style::searchFontSize);
-    fieldFont.setWeight(QFont::Light);
-    setFont(fieldFont);
-    QPalette colours = palette();
-    colours.setColor(QPalette::Base, Qt::transparent);
-    colours.setColor(QPalette::Text, style::primary());
-    colours.setColor(QPalette::PlaceholderText, style::tertiary());
-    colours.setColor(QPalette::Highlight, style::accent());
-    colours.setColor(QPalette::HighlightedText, Qt::white);
-    setPalette(colours);
 }
 
 SearchField *SearchField::current() {
@@ -143,22 +131,13 @@ void SearchField::showCaret() {
     caretIsLit_ = true;
     const int flashTime = QGuiApplication::styleHints()->cursorFlashTime();
     if (flashTime >= 2)
-        blink_.start(flashTime / 2, this);
+        blink_.start(flashTime / 2);
     update();
 }
 
 void SearchField::stopCaret() {
     blink_.stop();
     caretIsLit_ = false;
-}
-
-void SearchField::timerEvent(QTimerEvent *event) {
-    if (event->timerId() != blink_.timerId()) {
-        QLineEdit::timerEvent(event);
-        return;
-    }
-    caretIsLit_ = !caretIsLit_;
-    update(caretRect());
 }
 
 void SearchField::paintEvent(QPaintEvent *event) {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QBasicTimer>
 #include <QLineEdit>
+#include <QTimer>
 
 #include <functional>
 
@@ -27,8 +27,6 @@ public:
 
     /** An input method has text that it has not committed, so that every key is its. */
     bool isComposing() const { return composing_; }
-    /** Takes over changed colours and fonts. */
-    void applyStyle();
 
     /** Shows a text that the user did not type; a composition in progress is dropped. */
     void showText(const QString &text);
@@ -44,7 +42,6 @@ protected:
     void focusOutEvent(QFocusEvent *event) override;
     void hideEvent(QHideEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
-    void timerEvent(QTimerEvent *event) override;
     bool focusNextPrevChild(bool next) override;
 
 private:
@@ -57,7 +54,7 @@ private:
 
     bool composing_ = false;
     bool caretIsLit_ = false;
-    QBasicTimer blink_;
+    QTimer blink_;
     QString announced_; ///< what edited() last said, or showText() showed
 };
 

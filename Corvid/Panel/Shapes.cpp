@@ -7,9 +7,9 @@ namespace corvid {
 
 namespace {
 
-// One corner in units of its radius, from the edge that runs into it to the edge that leaves it;
-// the corner itself stands at 0,0, x along the first edge (backwards), y along the second. Three
-// cubic curves: a gentle start, the round, and the start mirrored.
+// One corner in units of its radius, from the edge that runs into it to the edge that leaves it.
+// The corner itself is at 0,0; x runs back along the first edge, y on along the second. Three cubic
+// curves: a gentle start, the round, and the start mirrored.
 constexpr qreal reach = 1.52866483;
 struct Curve {
     QPointF control1, control2, end;
@@ -30,27 +30,22 @@ QPainterPath continuousRoundedRect(const QRectF &rect, qreal radius) {
         return path;
     }
     // Clockwise from the top right corner on.
-    const auto turn = [&](const QPointF &at, const QPointF &alongFirst,
-                          const QPointF &alongSecond) {
+    const auto turn = [&](const QPointF &at, const QPointF &back) {
+        const QPointF on(back.y(), -back.x());
         const auto place = [&](const QPointF &point) {
-            return at + radius * (point.x() * alongFirst + point.y() * alongSecond);
+            return at + radius * (point.x() * back + point.y() * on);
         };
-        const QPointF start = place({reach, 0});
-        if (path.elementCount() == 0)
-            path.moveTo(start);
+        if (path.isEmpty())
+            path.moveTo(place({reach, 0}));
         else
-            path.lineTo(start);
+            path.lineTo(place({reach, 0}));
         for (const Curve &curve : corner)
             path.cubicTo(place(curve.control1), place(curve.control2), place(curve.end));
     };
-    const QPointF left(-1, 0);
-    const QPointF right(1, 0);
-    const QPointF up(0, -1);
-    const QPointF down(0, 1);
-    turn(rect.topRight(), left, down);
-    turn(rect.bottomRight(), up, left);
-    turn(rect.bottomLeft(), right, up);
-    turn(rect.topLeft(), down, right);
+    turn(rect.topRight(), {-1, 0});
+    turn(rect.bottomRight(), {0, -1});
+    turn(rect.bottomLeft(), {1, 0});
+    turn(rect.topLeft(), {0, 1});
     path.closeSubpath();
     return path;
 }

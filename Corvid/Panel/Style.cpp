@@ -55,6 +55,13 @@ QFont font() {
     return font;
 }
 
+QFont sized(QFont font, int pixels, std::optional<QFont::Weight> weight) {
+    font.setPixelSize(pixels);
+    if (weight)
+        font.setWeight(*weight);
+    return font;
+}
+
 QColor secondary() {
     return appearance().highContrast ? primary() : white(0.55);
 }

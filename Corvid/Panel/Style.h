@@ -5,6 +5,8 @@
 #include <QColor>
 #include <QFont>
 
+#include <optional>
+
 /** The panel's look: device-independent pixels, and the dark appearance's colours. Main thread
     only. */
 namespace corvid::style {
@@ -54,8 +56,12 @@ inline constexpr qreal progressStroke = 1.8;
 inline constexpr int footerFontSize = 11;
 inline constexpr int footerPaddingY = 8;
 
+inline QColor faded(QColor colour, qreal opacity) {
+    colour.setAlphaF(static_cast<float>(opacity));
+    return colour;
+}
 inline QColor white(qreal opacity) {
-    return QColor::fromRgbF(1, 1, 1, static_cast<float>(opacity));
+    return faded(Qt::white, opacity);
 }
 
 /** What the functions below go by. Widgets that keep a colour or a font take it anew after a
@@ -63,8 +69,12 @@ inline QColor white(qreal opacity) {
 const Appearance &appearance();
 void setAppearance(const Appearance &appearance);
 
-/** The user interface's font, to be given its size in pixels. */
+/** The user interface's font. */
 QFont font();
+
+/** A font at another size, in pixels, and where one is given at another weight. A widget that is
+    given a QFont() of another size takes the rest from its parent's font. */
+QFont sized(QFont font, int pixels, std::optional<QFont::Weight> weight = {});
 
 inline QColor primary() {
     return white(0.92);
@@ -84,16 +94,15 @@ inline QColor selectedSecondary() {
 inline QColor runningDot() {
     return {0x32, 0xD7, 0x4B};
 }
-/** The card over what the compositor has blurred. */
-inline QColor blurredCard() {
-    return QColor::fromRgbF(30 / 255.0F, 31 / 255.0F, 36 / 255.0F, 0.82F);
-}
-/** The card under a compositor that does not blur, and without any compositor. */
-inline QColor card() {
-    return QColor::fromRgbF(30 / 255.0F, 31 / 255.0F, 36 / 255.0F, 0.94F);
-}
+/** The card without a compositor, with one, and with one that blurs what lies behind. */
 inline QColor opaqueCard() {
     return {30, 31, 36};
+}
+inline QColor card() {
+    return faded(opaqueCard(), 0.94);
+}
+inline QColor blurredCard() {
+    return faded(opaqueCard(), 0.82);
 }
 /** The desktop's accent colour, darkened where white text could not be read on it. */
 QColor accent();

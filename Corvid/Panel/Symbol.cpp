@@ -5,8 +5,10 @@
 #include <QPainter>
 #include <QSvgRenderer>
 
+#include <map>
+
 // A static library's resources are linked only when they are asked for by name, and the macro
-// wants to stand outside any namespace.
+// has to stand outside any namespace.
 static void linkSymbols() {
     Q_INIT_RESOURCE(symbols);
 }
@@ -15,38 +17,38 @@ namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
 
-std::unique_ptr<QSvgRenderer> symbolRenderer(const QString &name) {
+void drawSymbol(QPainter &painter, const QString &name, const QRectF &place) {
     linkSymbols();
-    return std::make_unique<QSvgRenderer>(u":/symbols/"_s + name + u".svg"_s);
+    static std::map<QString, QSvgRenderer> renderers;
+    renderers.try_emplace(name, u":/symbols/"_s + name + u".svg"_s)
+        .first->second.render(&painter, place);
 }
 
 QPixmap symbolPixmap(const QString &name, int size) {
     QPixmap pixmap(size, size);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
-    symbolRenderer(name)->render(&painter);
+    drawSymbol(painter, name, QRectF(pixmap.rect()));
     return pixmap;
 }
 
 Symbol::Symbol(const QString &name, int size, QWidget *parent)
-    : QAbstractButton(parent), renderer_(symbolRenderer(name)) {
+    : QAbstractButton(parent), name_(name) {
     setFixedSize(size, size);
     setFocusPolicy(Qt::NoFocus);
 }
 
-Symbol::~Symbol() = default;
-
 void Symbol::setSymbol(const QString &name) {
-    renderer_ = symbolRenderer(name);
+    name_ = name;
     update();
 }
 
 void Symbol::paintEvent(QPaintEvent * /*event*/) {
     QPainter painter(this);
-    // A symbol that is no button is an ornament, and steps back.
+    // A symbol that is not a button is an ornament, and is drawn fainter.
     if (!isEnabled())
         painter.setOpacity(style::secondary().alphaF());
-    renderer_->render(&painter, QRectF(rect()));
+    drawSymbol(painter, name_, QRectF(rect()));
 }
 
 } // namespace corvid

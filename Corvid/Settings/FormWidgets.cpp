@@ -4,6 +4,7 @@
 
 #include <QBoxLayout>
 #include <QPainter>
+#include <QPushButton>
 #include <QRegularExpression>
 #include <QStyle>
 
@@ -81,12 +82,12 @@ QWidget *FormSection::row(int number) const {
     return rows_->itemAt(number)->widget();
 }
 
-QWidget *FormSection::takeRow(int number) {
-    QWidget *taken = row(number);
-    rows_->removeWidget(taken);
-    taken->hide();
-    taken->setParent(nullptr);
-    return taken;
+void FormSection::removeRow(int number) {
+    QWidget *gone = row(number);
+    rows_->removeWidget(gone);
+    gone->hide(); // or it would become a window that shows
+    gone->setParent(nullptr);
+    gone->deleteLater();
 }
 
 ElidedLabel::ElidedLabel(const QString &text, QWidget *parent) : QLabel(parent) {
@@ -108,6 +109,22 @@ void ElidedLabel::paintEvent(QPaintEvent * /*event*/) {
                           palette(), isEnabled(), shown, foregroundRole());
 }
 
+QWidget *makeRow(std::initializer_list<QWidget *> children) {
+    auto *row = new QWidget;
+    auto *layout = new QHBoxLayout(row);
+    layout->setContentsMargins(rowPaddingX, rowPaddingY, rowPaddingX, rowPaddingY);
+    layout->setSpacing(labelGap);
+    for (QWidget *child : children)
+        layout->addWidget(child, qobject_cast<QLabel *>(child) ? 1 : 0);
+    return row;
+}
+
+QPushButton *makeButton(const QString &text) {
+    auto *button = new QPushButton(text);
+    button->setFocusPolicy(Qt::StrongFocus);
+    return button;
+}
+
 QWidget *makeHairline() {
     return new Hairline;
 }
@@ -115,10 +132,7 @@ QWidget *makeHairline() {
 QLabel *makeCaption(const QString &text) {
     auto *caption = new QLabel;
     caption->setTextFormat(Qt::PlainText);
-    // No line ends within an address.
-    static const QRegularExpression joints(u"(?<=[:/])(?=\\S)"_s);
-    caption->setText(QString(text).replace(joints, u"\u2060"_s));
-    caption->setAccessibleName(text);
+    setCaption(caption, text);
     caption->setWordWrap(true);
     caption->setForegroundRole(QPalette::PlaceholderText);
     QFont small;
@@ -129,6 +143,12 @@ QLabel *makeCaption(const QString &text) {
         small.setPixelSize(qRound(caption->font().pixelSize() * captionScale));
     caption->setFont(small);
     return caption;
+}
+
+void setCaption(QLabel *caption, const QString &text) {
+    static const QRegularExpression joints(u"(?<=[:/]|--)(?=\\S)"_s);
+    caption->setText(QString(text).replace(joints, u"\u2060"_s)); // a word joiner
+    caption->setAccessibleName(text);
 }
 
 } // namespace corvid

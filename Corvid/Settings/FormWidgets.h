@@ -3,12 +3,21 @@
 #include <QLabel>
 #include <QWidget>
 
+#include <initializer_list>
+
+class QPushButton;
 class QVBoxLayout;
 
 namespace corvid {
 
+/** The distance of what is in a row from its edges, and between a text and what it belongs to, in
+    device-independent pixels. */
+inline constexpr int rowPaddingX = 12;
+inline constexpr int rowPaddingY = 6;
+inline constexpr int labelGap = 14;
+
 /** A heading above a card of rows, as a grouped form has. */
-class FormSection final : public QWidget {
+class FormSection : public QWidget {
     Q_OBJECT
 
 public:
@@ -18,8 +27,8 @@ public:
     void addRow(QWidget *row, int before = -1);
     /** Counted from 0. */
     QWidget *row(int number) const;
-    /** Takes it out; the caller's from then on. */
-    QWidget *takeRow(int number);
+    /** It is deleted once the event loop runs again: it may be sending a signal. */
+    void removeRow(int number);
 
 private:
     QVBoxLayout *rows_;
@@ -39,10 +48,18 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 };
 
+/** A row of a section, its children side by side; labels take the room that is left. */
+QWidget *makeRow(std::initializer_list<QWidget *> children);
+
+/** A button that Tab reaches in every style. */
+QPushButton *makeButton(const QString &text);
+
 /** A thin line from side to side. */
 QWidget *makeHairline();
 
 /** An explanation in small letters, as many lines high as it needs. */
-QLabel *makeCaption(const QString &text);
+QLabel *makeCaption(const QString &text = {});
+/** Gives a caption another text. No line ends within an address or an option. */
+void setCaption(QLabel *caption, const QString &text);
 
 } // namespace corvid

@@ -6,37 +6,22 @@
 #include <QCoreApplication>
 #include <QKeyEvent>
 
+#include <algorithm>
 #include <utility>
 
 namespace corvid {
 
 namespace {
 
-// Both of X11 and of xkbcommon, which Wayland clients use.
+// Both on X11 and on Wayland, where xkbcommon says so.
 constexpr quint32 capsLockBit = 1U << 1;
-constexpr quint32 evdevOffset = 8; // of the same two
+constexpr quint32 evdevOffset = 8; // of scan codes
 
-// By what the key does: who made another key of Caps Lock has a key there like any other.
-bool isModifierOrLock(int key) {
-    switch (key) {
-    case Qt::Key_Shift:
-    case Qt::Key_Control:
-    case Qt::Key_Alt:
-    case Qt::Key_AltGr:
-    case Qt::Key_Meta:
-    case Qt::Key_Super_L:
-    case Qt::Key_Super_R:
-    case Qt::Key_Hyper_L:
-    case Qt::Key_Hyper_R:
-    case Qt::Key_CapsLock:
-    case Qt::Key_NumLock:
-    case Qt::Key_ScrollLock:
-    case Qt::Key_Mode_switch:
-        return true;
-    default:
-        return false;
-    }
-}
+// By what a key does, wherever it is: layouts can put a modifier or a lock on any key.
+constexpr int modifiersAndLocks[]{
+    Qt::Key_Shift,   Qt::Key_Control,    Qt::Key_Alt,        Qt::Key_AltGr,   Qt::Key_Meta,
+    Qt::Key_Super_L, Qt::Key_Super_R,    Qt::Key_Hyper_L,    Qt::Key_Hyper_R, Qt::Key_CapsLock,
+    Qt::Key_NumLock, Qt::Key_ScrollLock, Qt::Key_Mode_switch};
 
 bool isFunctionOrArrow(int key) {
     return (key >= Qt::Key_F1 && key <= Qt::Key_F35) ||
@@ -46,8 +31,9 @@ bool isFunctionOrArrow(int key) {
 } // namespace
 
 std::optional<RecordedKey> recordedKey(const QKeyEvent &event) {
-    if (isModifierOrLock(event.key()) || event.nativeScanCode() < evdevOffset)
+    if (std::ranges::find(modifiersAndLocks, event.key()) != std::end(modifiersAndLocks))
         return std::nullopt;
+    // No key has the code that comes of an event without a scan code.
     const std::optional<quint32> keyCode = virtualKey(event.nativeScanCode() - evdevOffset);
     if (!keyCode)
         return std::nullopt;
@@ -64,8 +50,6 @@ std::optional<RecordedKey> recordedKey(const QKeyEvent &event) {
 
 HotKeyRecorder::HotKeyRecorder(std::function<void(const HotKey &)> recorded)
     : recorded_(std::move(recorded)) {}
-
-HotKeyRecorder::~HotKeyRecorder() = default;
 
 void HotKeyRecorder::start() {
     active_ = true;

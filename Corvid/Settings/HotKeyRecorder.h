@@ -33,7 +33,6 @@ class HotKeyRecorder final : public QObject {
 public:
     /** `recorded` is called amid the key's event, which then goes nowhere. It may stop. */
     explicit HotKeyRecorder(std::function<void(const HotKey &)> recorded);
-    ~HotKeyRecorder() override;
 
     void start();
     void stop();

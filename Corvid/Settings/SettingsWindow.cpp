@@ -14,19 +14,13 @@ namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-constexpr QSize contentSize(480, 420);
-
-} // namespace
-
 SettingsWindow::SettingsWindow(SettingsView::Environment environment, PanelSurface &surface)
     : QWidget(nullptr, Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                            Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
       surface_(surface) {
     setWindowTitle(u"Corvid Settings"_s);
     setAttribute(Qt::WA_QuitOnClose, false);
-    setFixedSize(contentSize);
+    setFixedSize(480, 420);
     applyStyle();
     auto *whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);

@@ -2,17 +2,16 @@
 
 #include "Panel/Style.h"
 
+#include <cmath>
+
 namespace corvid::style {
 
 namespace {
 
 QColor mixed(const QColor &below, const QColor &above, float share) {
-    const auto channel = [share](float lower, float upper) {
-        return lower + (upper - lower) * share;
-    };
-    return QColor::fromRgbF(channel(below.redF(), above.redF()),
-                            channel(below.greenF(), above.greenF()),
-                            channel(below.blueF(), above.blueF()));
+    return QColor::fromRgbF(std::lerp(below.redF(), above.redF(), share),
+                            std::lerp(below.greenF(), above.greenF(), share),
+                            std::lerp(below.blueF(), above.blueF(), share));
 }
 
 QPalette darkPalette() {
@@ -31,8 +30,6 @@ QPalette darkPalette() {
     for (const QPalette::ColorRole role :
          {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::PlaceholderText})
         palette.setColor(QPalette::Disabled, role, faint);
-    palette.setColor(QPalette::Highlight, accent());
-    palette.setColor(QPalette::HighlightedText, Qt::white);
     return palette;
 }
 
@@ -41,7 +38,7 @@ QPalette darkPalette() {
 QPalette windowPalette(const QPalette &desktop) {
     const bool darken = appearance().colorScheme == ColorScheme::Dark && !isDark(desktop);
     QPalette palette = darken ? darkPalette() : desktop;
-    if (appearance().accent) {
+    if (darken || appearance().accent) {
         palette.setColor(QPalette::Highlight, accent());
         palette.setColor(QPalette::HighlightedText, Qt::white);
     }

@@ -207,7 +207,7 @@ int main(int argc, char **argv) {
     taken = taken && take(view, folder.filePath(u"answer.png"_s));
     world.model.setAiMode(false);
 
-    view.setBackdrop(Backdrop::Opaque);
+    view.setBehind(PanelSurface::Behind::Nothing);
     scene(u"no-compositor"_s, u"front in cursor"_s);
     return taken ? 0 : 1;
 }
