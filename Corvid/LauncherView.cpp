@@ -70,9 +70,6 @@ QColor cardColour(Backdrop backdrop) {
 
 // What the key at this position types on a US keyboard; empty when that is no letter or digit.
 QString characterByPosition(const QKeyEvent &event) {
-    constexpr quint32 evdevOffset = 8;
-    if (event.nativeScanCode() <= evdevOffset)
-        return {};
     const std::optional<quint32> key = virtualKey(event.nativeScanCode() - evdevOffset);
     const QString name = key ? HotKeyManager::describe(*key, 0).trimmed() : QString();
     return name.size() == 1 && name.front().isLetterOrNumber() ? name : QString();

@@ -14,7 +14,6 @@ namespace {
 
 // Both of X11 and of xkbcommon, which Wayland clients use.
 constexpr quint32 capsLockBit = 1U << 1;
-constexpr quint32 evdevOffset = 8; // of the same two
 
 // By what the key does: who made another key of Caps Lock has a key there like any other.
 bool isModifierOrLock(int key) {
@@ -46,7 +45,7 @@ bool isFunctionOrArrow(int key) {
 } // namespace
 
 std::optional<RecordedKey> recordedKey(const QKeyEvent &event) {
-    if (isModifierOrLock(event.key()) || event.nativeScanCode() < evdevOffset)
+    if (isModifierOrLock(event.key()))
         return std::nullopt;
     const std::optional<quint32> keyCode = virtualKey(event.nativeScanCode() - evdevOffset);
     if (!keyCode)
