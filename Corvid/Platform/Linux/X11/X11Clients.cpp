@@ -7,8 +7,7 @@ namespace corvid {
 
 namespace {
 
-constexpr std::uint32_t longestText = 1024;  // 32-bit units
-constexpr std::uint32_t longestList = 65536; // windows
+constexpr std::uint32_t longestText = 1024; // 32-bit units
 
 bool announces(const xcb_generic_event_t &event, xcb_atom_t property) {
     return x11::typeOf(event) == XCB_PROPERTY_NOTIFY &&
@@ -60,8 +59,8 @@ X11Clients::Events X11Clients::takeEvents() {
 
 std::vector<std::uint32_t> X11Clients::property(Window window, std::uint32_t name,
                                                 std::uint32_t type) const {
-    return x11::numbersOf(connection_,
-                          xcb_get_property(connection_, 0, window, name, type, 0, longestList));
+    return x11::numbersOf(
+        connection_, xcb_get_property(connection_, 0, window, name, type, 0, x11::longestList));
 }
 
 std::vector<X11Clients::Window> X11Clients::list() const {

@@ -11,9 +11,6 @@
 namespace corvid {
 
 using namespace std::chrono_literals;
-using std::chrono::ceil;
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 /** What the thread does, and its own state. */
 class X11HotKeys::Worker {
@@ -32,6 +29,8 @@ public:
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     void takeWishes() {
         eventfd_t count = 0;
         eventfd_read(owner_.wakeDescriptor_, &count);
@@ -55,7 +54,7 @@ private:
     // Once the latest press has been dealt with, or has waited for that too long.
     void stopKeepingBack() {
         const bool inTime = dealtWith_ == lastPress_;
-        if (!inTime && (!deadline_ || steady_clock::now() < *deadline_))
+        if (!inTime && (!deadline_ || Clock::now() < *deadline_))
             return;
         deadline_.reset();
         if (keyGrab_ && inTime)
@@ -81,14 +80,15 @@ private:
         std::array<pollfd, 2> sources{{{owner_.wakeDescriptor_, POLLIN, 0},
                                        {keyGrab_ ? keyGrab_->fileDescriptor() : -1, POLLIN, 0}}};
         // Rounded up, so that it does not wake before the deadline.
-        const auto timeout =
-            deadline_ ? std::max(0ms, ceil<milliseconds>(*deadline_ - steady_clock::now())) : -1ms;
+        const auto timeout = deadline_ ? std::max(0ms, std::chrono::ceil<std::chrono::milliseconds>(
+                                                           *deadline_ - Clock::now()))
+                                       : -1ms;
         poll(sources.data(), sources.size(), static_cast<int>(timeout.count()));
     }
 
     void pressed(const X11KeyGrab::Press &press) {
         lastPress_ = press.time;
-        deadline_ = steady_clock::now() + owner_.patience_;
+        deadline_ = Clock::now() + owner_.patience_;
         tell([&](const Callbacks &callbacks) {
             owner_.pressModifiers_ = press.modifiers;
             callbacks.pressed(press.time);
@@ -113,11 +113,11 @@ private:
     std::uint32_t lastPress_ = 0;
     /** Until when the keys that follow the latest press are kept back; absent while they are not.
      */
-    std::optional<steady_clock::time_point> deadline_;
+    std::optional<Clock::time_point> deadline_;
     std::optional<quint32> dealtWith_; ///< the press that was just said to be dealt with
 };
 
-X11HotKeys::X11HotKeys(QByteArray display, milliseconds patience)
+X11HotKeys::X11HotKeys(QByteArray display, std::chrono::milliseconds patience)
     : display_(std::move(display)), patience_(patience),
       wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 

@@ -10,8 +10,6 @@
 
 namespace corvid {
 
-using x11::Reply;
-
 namespace {
 
 constexpr std::uint16_t realModifiers = 0xff;
@@ -28,7 +26,7 @@ std::optional<std::uint8_t> inputExtension(xcb_connection_t *connection) {
     const auto *extension = xcb_get_extension_data(connection, &xcb_input_id);
     if (!extension || !extension->present)
         return std::nullopt;
-    const Reply<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
+    const x11::Reply<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
         connection, xcb_input_xi_query_version(connection, inputMajor, inputMinor), nullptr));
     if (!version || std::pair(version->major_version, version->minor_version) <
                         std::pair(inputMajor, inputMinor))
@@ -114,7 +112,7 @@ X11KeyGrab::Events X11KeyGrab::takeEvents(const std::function<void(const Press &
         }
     };
     for (;;) {
-        while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)})
+        while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)})
             take(*event);
         if (!std::exchange(mappingChanged, false))
             break;
@@ -164,9 +162,9 @@ X11KeyGrab::Modifiers X11KeyGrab::readModifiers() const {
     const auto symbolsCookie = xcb_get_keyboard_mapping(
         connection_, setup->min_keycode,
         static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1));
-    const Reply<xcb_get_modifier_mapping_reply_t> mapping(
+    const x11::Reply<xcb_get_modifier_mapping_reply_t> mapping(
         xcb_get_modifier_mapping_reply(connection_, mappingCookie, nullptr));
-    const Reply<xcb_get_keyboard_mapping_reply_t> symbols(
+    const x11::Reply<xcb_get_keyboard_mapping_reply_t> symbols(
         xcb_get_keyboard_mapping_reply(connection_, symbolsCookie, nullptr));
     // What nearly every keyboard has; used where this one does not tell.
     Modifiers result{XCB_MOD_MASK_1, XCB_MOD_MASK_4, 0};
@@ -229,7 +227,7 @@ bool X11KeyGrab::grabKey() {
     }
     bool obtained = true;
     for (const xcb_void_cookie_t cookie : cookies)
-        if (const Reply<xcb_generic_error_t> error{xcb_request_check(connection_, cookie)})
+        if (const x11::Reply<xcb_generic_error_t> error{xcb_request_check(connection_, cookie)})
             obtained = false;
     // All or nothing: a hot key that depends on Caps Lock would puzzle everyone.
     if (!obtained)
@@ -255,7 +253,7 @@ bool X11KeyGrab::isCombination(const xcb_key_press_event_t &event) const {
 // before the watch begins, so its state is asked for only after that.
 void X11KeyGrab::noteHeld() {
     watchReleases(true);
-    const Reply<xcb_query_keymap_reply_t> keymap(
+    const x11::Reply<xcb_query_keymap_reply_t> keymap(
         xcb_query_keymap_reply(connection_, xcb_query_keymap(connection_), nullptr));
     constexpr unsigned bits = 8;
     held_ =

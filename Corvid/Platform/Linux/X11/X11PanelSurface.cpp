@@ -18,8 +18,6 @@ namespace corvid {
 
 namespace {
 
-constexpr std::uint32_t longestList = 65536; // 32-bit units
-
 QRect nativeGeometry(const QScreen &screen) {
     // Qt does not scale a screen's position, only its size.
     return {screen.geometry().topLeft(),
@@ -77,7 +75,7 @@ QRect X11PanelSurface::visibleFrame(const QScreen &screen) const {
         return screen.availableGeometry();
     const std::vector<std::uint32_t> windows =
         x11::numbersOf(connection_, xcb_get_property(connection_, 0, root_, atoms_.clientList,
-                                                     XCB_ATOM_WINDOW, 0, longestList));
+                                                     XCB_ATOM_WINDOW, 0, x11::longestList));
     std::vector<xcb_get_property_cookie_t> cookies;
     cookies.reserve(windows.size());
     for (const std::uint32_t window : windows)

@@ -58,6 +58,9 @@ const T &as(const xcb_generic_event_t &event) {
 void intern(xcb_connection_t *connection,
             std::initializer_list<std::pair<xcb_atom_t *, const char *>> atoms);
 
+/** How much of a property to ask for that may be long. */
+inline constexpr std::uint32_t longestList = 65536; // 32-bit units
+
 /** The value of a property of bytes; empty for none. */
 QByteArray bytesOf(const xcb_get_property_reply_t *reply);
 /** The value of a property of 32-bit numbers; empty for none. */
