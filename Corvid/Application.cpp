@@ -95,10 +95,10 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     Syslog log;
     const GioDesktopEntries desktopEntries;
     const MountedVolumes volumes;
-    const PanelDesktop panelDesktop = makePanelDesktop();
+    const WindowSystem windowSystem = makeWindowSystem();
     SessionWorkspace workspace(desktopEntries, {environment,
                                                 {qgetenv("DISPLAY"), qgetenv("WAYLAND_DISPLAY")},
-                                                panelDesktop.activationToken,
+                                                windowSystem.activationToken,
                                                 application.devicePixelRatio()});
     workspace.start();
     ClipboardPasteboard pasteboard;
@@ -107,11 +107,11 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     SessionTrayWatch tray;
     PortalAppearance appearance;
     PortalFolderDialog folderDialog;
-    const std::unique_ptr<HotKeyBackend> hotKeys = makeHotKeys(session, panelDesktop);
+    const std::unique_ptr<HotKeyBackend> hotKeys = makeHotKeys(session, windowSystem);
     HotKeyManager::installBackend(hotKeys.get());
 
     AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
-                          *panelDesktop.surface, panelDesktop.clickMonitor.get(),
+                          *windowSystem.surface, windowSystem.clickMonitor.get(),
                           HotKeyManager::shared(), instance, tray, appearance, folderDialog,
                           AIService::shared()});
     const auto finishLaunching = [&] {

@@ -83,14 +83,14 @@ TEST(HotKeyFlagsTest, eachModifierHasItsBit) {
     EXPECT_EQ(HotKeyManager::carbonFlags(ModifierFlag::Shift), 0x200U);
     EXPECT_EQ(HotKeyManager::carbonFlags(ModifierFlag::Option), 0x800U);
     EXPECT_EQ(HotKeyManager::carbonFlags(ModifierFlag::Control), 0x1000U);
-    EXPECT_EQ(HotKeyManager::carbonFlags(ModifierFlag::Command | ModifierFlag::Shift |
-                                         ModifierFlag::Option | ModifierFlag::Control),
+    EXPECT_EQ(HotKeyManager::carbonFlags({ModifierFlag::Command, ModifierFlag::Shift,
+                                          ModifierFlag::Option, ModifierFlag::Control}),
               0x1B00U);
 }
 
 TEST(HotKeyFlagsTest, capsLockFunctionAndKeypadAreIgnored) {
-    constexpr ModifierFlags ignored =
-        ModifierFlag::CapsLock | ModifierFlag::Function | ModifierFlag::NumericPad;
+    constexpr ModifierFlags ignored{ModifierFlag::CapsLock, ModifierFlag::Function,
+                                    ModifierFlag::NumericPad};
     EXPECT_EQ(HotKeyManager::carbonFlags(ignored), 0U);
     EXPECT_EQ(HotKeyManager::carbonFlags(ignored | ModifierFlag::Option), 0x800U);
 }

@@ -6,7 +6,7 @@
 
 namespace corvid {
 
-/** What is held or in effect at a key press, as the window system tells it; each apart. */
+/** What is held or in effect at a key press, as the window system tells it. */
 enum class ModifierFlag : quint32 {
     CapsLock = 1U << 16,
     Shift = 1U << 17,
@@ -16,8 +16,8 @@ enum class ModifierFlag : quint32 {
     NumericPad = 1U << 21,
     Function = 1U << 23, ///< set for function and arrow keys
 };
+// Without free operators: in this namespace they would hide Qt's own from all of us.
 Q_DECLARE_FLAGS(ModifierFlags, ModifierFlag)
-Q_DECLARE_OPERATORS_FOR_FLAGS(ModifierFlags)
 
 /** A key with modifiers. */
 struct HotKey {
@@ -33,14 +33,14 @@ struct HotKey {
     bool operator==(const HotKey &) const = default;
 };
 
-/** Whose the keys are that are pressed after the hot key. */
+/** Where the keys go that are pressed after the hot key. */
 enum class NextKeys {
     WhoHasTheKeyboard,
-    OurNextWindow, ///< the window of ours that is about to get the keyboard
+    OurNextWindow, ///< to the window of ours that is about to get the keyboard
 };
 
 /**
- * Takes one key combination from the whole session. Called on the main thread, never waits.
+ * Grabs one key combination from the whole session. Called on the main thread, never waits.
  * Nothing here fails: a combination that cannot be had is never pressed.
  */
 class HotKeyBackend {
@@ -50,7 +50,7 @@ public:
         /** Once for each time the key goes down, however long it is held. The time is the window
             system's own, in milliseconds; 0 when it tells none. */
         std::function<void(quint32 time)> pressed;
-        /** Whether the combination could be had; said again when it is lost or regained. */
+        /** Whether the combination could be had; again when it is lost or regained. */
         std::function<void(bool obtained)> answered;
     };
 
@@ -65,10 +65,10 @@ public:
     /** Gives the combination back, if there is one. No callback runs once this returned. */
     virtual void release() = 0;
 
-    /** Said once for each press, by its time. Where the window system can, the keys that follow a
-        press are kept back until this is said; with NextKeys::OurNextWindow, until a window of
-        ours has the keyboard, and the hot key's own modifiers do not count there until they are
-        let go. Keys that are kept back for too long go nowhere. */
+    /** To be called once for each press, with its time. Where the window system can, it keeps back
+        the keys that follow a press until then; with NextKeys::OurNextWindow, until a window of
+        ours has the keyboard, which does not see the hot key's own modifiers before they are
+        released. Keys that are kept back for too long go nowhere. */
     virtual void dealtWith(quint32 time, NextKeys nextKeys) = 0;
 };
 

@@ -58,7 +58,7 @@ void FolderSection::load() {
 }
 
 void FolderSection::save() {
-    defaults_.set(u"projectRoots"_s, QJsonArray::fromStringList(folders_));
+    settings::setProjectRoots(defaults_, folders_);
     projects_.load();
 }
 

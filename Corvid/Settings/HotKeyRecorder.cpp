@@ -15,7 +15,6 @@ namespace {
 
 // Both on X11 and on Wayland, where xkbcommon says so.
 constexpr quint32 capsLockBit = 1U << 1;
-constexpr quint32 evdevOffset = 8; // of scan codes
 
 // By what a key does, wherever it is: layouts can put a modifier or a lock on any key.
 constexpr int modifiersAndLocks[]{

@@ -1,6 +1,7 @@
 // No key is lost: what a person types after the hot key lands in the search field, in order and
 // completely, however fast it comes. The whole program with real key presses.
 
+#include "Platform/Linux/X11/X11Replies.h"
 #include "Worlds/EventuallyAfter.h"
 #include "Worlds/LaunchWorld.h"
 #include "Worlds/XServer.h"
@@ -11,28 +12,20 @@
 #include <gtest/gtest.h>
 
 #include <linux/input-event-codes.h>
-#include <xcb/xcb.h>
 #include <xcb/xtest.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <memory>
 #include <string_view>
 
 using namespace corvid::test;
+using corvid::x11::Reply;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 const QString executable = QStringLiteral(CORVID_BUILD_FOLDER "/corvid");
-
-struct Free {
-    void operator()(void *memory) const { std::free(memory); }
-};
-
-template <typename T>
-using Reply = std::unique_ptr<T, Free>;
 
 // Modifiers of a hot key, as they are stored.
 constexpr int super = 0x100;

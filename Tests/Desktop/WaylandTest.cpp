@@ -397,6 +397,32 @@ TEST_F(WaylandTest, whatAnInputMethodOffersIsSeenAboveThePanelBelowTheText) {
     }
 }
 
+TEST_F(WaylandTest, aCompositorThatHangsDoesNotHoldUpTheProgram) {
+    launch();
+    summon(); // the first time Qt waits for the compositor, too
+    sway.press(u"Escape"_s);
+    EXPECT_TRUE(disappears());
+    sway.halt();
+    // It answers before it does what is asked for, so the second answer tells that the first is
+    // done.
+    for (int round = 0; round < 2; ++round)
+        EXPECT_EQ(tell(u"--show"_s), 0) << round;
+    sway.goOn();
+    EXPECT_TRUE(eventually([this] {
+        tell(u"--show"_s);
+        return panel() == place;
+    })) << "what could not be shown is not taken for shown";
+    sway.press(u"Escape"_s);
+    EXPECT_TRUE(disappears());
+
+    sway.halt();
+    tell(u"--show"_s);
+    program.terminate();
+    EXPECT_TRUE(program.waitForFinished(10'000));
+    EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(program.exitCode(), 0);
+}
+
 TEST(WaylandWithoutSeatTest, itRunsWithNothingToTypeAndClickWith) {
     const Home home;
     QTemporaryDir runtime;

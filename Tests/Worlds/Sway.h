@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdint>
 #include <grp.h>
 #include <linux/capability.h>
@@ -66,6 +67,10 @@ public:
     }
 
     QString path(const QString &name) const { return folder_.filePath(name); }
+
+    /** Until it goes on, it neither reads nor answers anything. */
+    void halt() const { kill(static_cast<pid_t>(server_.processId()), SIGSTOP); }
+    void goOn() const { kill(static_cast<pid_t>(server_.processId()), SIGCONT); }
 
     /** For what runs on it. */
     QProcessEnvironment environment() const {

@@ -1,12 +1,9 @@
 #include "Platform/Linux/PlatformChoice.h"
 
-#include <QByteArray>
-#include <QtGlobal>
+#include "Platform/Linux/Wayland/WaylandConnection.h"
+#include "Platform/Linux/X11/X11Replies.h"
 
 #include <cstdio>
-#include <cstring>
-#include <wayland-client.h>
-#include <xcb/xcb.h>
 
 namespace corvid {
 
@@ -14,42 +11,23 @@ namespace {
 
 enum class Compositor { None, Plain, LayerShell };
 
-// A connection of its own, for Qt makes one only for the platform that it has been told.
+// Over a connection of its own: Qt makes its own only once it was told what to run on.
 Compositor lookAtCompositor() {
-    // The descriptor that it names can be used once only, and Qt needs it.
+    // It names a descriptor that can be used only once, and Qt needs it.
     if (qEnvironmentVariableIsSet("WAYLAND_SOCKET"))
         return Compositor::LayerShell;
-    // The library would complain on standard error about what is no fault on X11.
+    // Else the library would complain on standard error, although on X11 nothing is wrong.
     if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR") &&
         !qgetenv("WAYLAND_DISPLAY").startsWith('/'))
         return Compositor::None;
-    wl_display *display = wl_display_connect(nullptr);
+    const WaylandPointer<wl_display> display(wl_display_connect(nullptr));
     if (!display)
         return Compositor::None;
-    auto result = Compositor::Plain;
-    static constexpr wl_registry_listener listener{
-        [](void *data, wl_registry * /*registry*/, std::uint32_t /*name*/, const char *interface,
-           std::uint32_t /*version*/) {
-            if (std::strcmp(interface, "zwlr_layer_shell_v1") == 0)
-                *static_cast<Compositor *>(data) = Compositor::LayerShell;
-        },
-        [](void * /*data*/, wl_registry * /*registry*/, std::uint32_t /*name*/) {}};
-    wl_registry *registry = wl_display_get_registry(display);
-    wl_registry_add_listener(registry, &listener, &result);
-    if (wl_display_roundtrip(display) < 0)
-        result = Compositor::None;
-    wl_registry_destroy(registry);
-    wl_display_disconnect(display);
-    return result;
-}
-
-bool xServerIsReachable() {
-    if (qEnvironmentVariableIsEmpty("DISPLAY"))
-        return false;
-    xcb_connection_t *connection = xcb_connect(nullptr, nullptr);
-    const bool reachable = xcb_connection_has_error(connection) == 0;
-    xcb_disconnect(connection);
-    return reachable;
+    const WaylandConnection connection(display.get());
+    if (wl_display_get_error(display.get()) != 0)
+        return Compositor::None;
+    return connection.offers(zwlr_layer_shell_v1_interface) ? Compositor::LayerShell
+                                                            : Compositor::Plain;
 }
 
 void runOn(const char *platform) {
@@ -64,10 +42,10 @@ Session runOnWayland() {
 }
 
 Session runOnX11(Compositor compositor) {
-    if (!xServerIsReachable())
+    if (!x11::connectTo(qgetenv("DISPLAY")))
         return Session::Unreachable;
     runOn("xcb");
-    // One that the session does not name is not what shows it.
+    // Where $WAYLAND_DISPLAY names none, the compositor that was found does not show the session.
     const bool named = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
     return named && compositor != Compositor::None ? Session::Wayland : Session::X11;
 }
@@ -84,7 +62,7 @@ Session choosePlatform() {
     if (!wanted.isEmpty())
         std::fprintf(stderr, "corvid: CORVID_PLATFORM is neither wayland nor xcb.\n");
 
-    // Sessions set it for all programs alike, without knowing what a panel needs.
+    // Sessions set this for all programs, without knowing what a panel needs.
     const QByteArray general = qgetenv("QT_QPA_PLATFORM");
     if (!general.isEmpty() && !general.startsWith("wayland") && !general.startsWith("xcb"))
         return compositor == Compositor::None ? Session::X11 : Session::Wayland;

@@ -1,16 +1,14 @@
 #include "Platform/Linux/Bus/SessionTrayWatch.h"
 
 #include "Platform/Linux/Bus/SessionBus.h"
+#include "Platform/Linux/X11/X11Replies.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QGuiApplication>
 
-#include <cstdlib>
 #include <cstring>
 #include <stop_token>
 #include <utility>
-
-#include <xcb/xcb.h>
 
 namespace corvid {
 
@@ -91,18 +89,6 @@ private:
     bool changed_ = false;
 };
 
-xcb_connection_t *x11Connection() {
-    const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 ? x11->connection() : nullptr;
-}
-
-xcb_atom_t atom(xcb_connection_t *connection, xcb_intern_atom_cookie_t cookie) {
-    xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(connection, cookie, nullptr);
-    const xcb_atom_t result = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-    std::free(reply);
-    return result;
-}
-
 } // namespace
 
 /** Sees a tray announce itself: Qt listens on the root window already. */
@@ -110,30 +96,22 @@ class SessionTrayWatch::ManagerFilter final : public QAbstractNativeEventFilter 
 public:
     ManagerFilter(xcb_connection_t *connection, SessionTrayWatch &watch)
         : connection_(connection), watch_(watch) {
-        constexpr char trayName[] = "_NET_SYSTEM_TRAY_S0";
-        constexpr char managerName[] = "MANAGER";
-        const auto tray = xcb_intern_atom(connection, false, sizeof trayName - 1, trayName);
-        const auto manager =
-            xcb_intern_atom(connection, false, sizeof managerName - 1, managerName);
-        tray_ = atom(connection, tray);
-        manager_ = atom(connection, manager);
+        x11::intern(connection, {{&tray_, "_NET_SYSTEM_TRAY_S0"}, {&manager_, "MANAGER"}});
     }
 
     bool trayIsThere() const {
-        xcb_get_selection_owner_reply_t *owner = xcb_get_selection_owner_reply(
-            connection_, xcb_get_selection_owner(connection_, tray_), nullptr);
-        const bool there = owner && owner->owner != XCB_NONE;
-        std::free(owner);
-        return there;
+        const x11::Reply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+            connection_, xcb_get_selection_owner(connection_, tray_), nullptr));
+        return owner && owner->owner != XCB_NONE;
     }
 
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr * /*result*/) override {
         if (type != "xcb_generic_event_t")
             return false;
-        const auto *event = static_cast<const xcb_client_message_event_t *>(message);
-        constexpr int sentByClient = 0x80;
-        if ((event->response_type & ~sentByClient) == XCB_CLIENT_MESSAGE &&
-            event->type == manager_ && event->data.data32[1] == tray_) {
+        const auto &event = *static_cast<const xcb_generic_event_t *>(message);
+        const auto &announcement = x11::as<xcb_client_message_event_t>(event);
+        if (x11::typeOf(event) == XCB_CLIENT_MESSAGE && announcement.type == manager_ &&
+            announcement.data.data32[1] == tray_) {
             // Not in the midst of an event that Qt has not seen yet.
             QMetaObject::invokeMethod(
                 &watch_.receiver_, [watch = &watch_] { watch->arrived(); }, Qt::QueuedConnection);
@@ -183,7 +161,7 @@ void SessionTrayWatch::await(std::function<void()> there) {
 
 // Only where there is no host: desktops that have both prefer that one.
 void SessionTrayWatch::lookForXEmbed() {
-    xcb_connection_t *connection = x11Connection();
+    xcb_connection_t *connection = x11::connectionOfQt();
     if (!connection)
         return;
     filter_ = std::make_unique<ManagerFilter>(connection, *this);

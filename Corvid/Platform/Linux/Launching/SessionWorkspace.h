@@ -23,7 +23,7 @@ public:
         QProcessEnvironment childEnvironment;
         /** Whose windows tell what runs, and the X11 one of which is told of launches. */
         RunningApplications::Displays displays;
-        /** See PanelDesktop; may be null. */
+        /** See WindowSystem; may be null. */
         std::function<QByteArray()> activationToken;
         /** For which icons are drawn: the highest of the screens. */
         qreal devicePixelRatio = 1;

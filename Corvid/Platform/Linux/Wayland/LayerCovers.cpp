@@ -1,8 +1,5 @@
 #include "Platform/Linux/Wayland/LayerCovers.h"
 
-#include "Platform/Linux/Wayland/WaylandSurface.h"
-#include "viewporter-client-protocol.h"
-
 #include <QGuiApplication>
 #include <QRegion>
 #include <QScreen>
@@ -11,27 +8,24 @@
 #include <qpa/qplatformnativeinterface.h>
 
 #include <algorithm>
-#include <cstring>
 #include <linux/input-event-codes.h>
 #include <sys/mman.h>
 #include <unistd.h>
-#include <utility>
-#include <wayland-client.h>
 
 namespace corvid {
 
 namespace {
 
 // Null when the system has no memory file to give.
-wl_buffer *makeTransparentPixel(wl_shm *shm) {
+WaylandPointer<wl_buffer> makeTransparentPixel(wl_shm *shm) {
     constexpr int bytes = 4;
     const int file = memfd_create("corvid", MFD_CLOEXEC);
     if (file < 0)
         return nullptr;
-    wl_buffer *buffer = nullptr;
+    WaylandPointer<wl_buffer> buffer;
     if (ftruncate(file, bytes) == 0) {
         wl_shm_pool *pool = wl_shm_create_pool(shm, file, bytes);
-        buffer = wl_shm_pool_create_buffer(pool, 0, 1, 1, bytes, WL_SHM_FORMAT_ARGB8888);
+        buffer.reset(wl_shm_pool_create_buffer(pool, 0, 1, 1, bytes, WL_SHM_FORMAT_ARGB8888));
         wl_shm_pool_destroy(pool);
     }
     close(file);
@@ -40,89 +34,73 @@ wl_buffer *makeTransparentPixel(wl_shm *shm) {
 
 } // namespace
 
-/** A surface of nothing, of any size. */
+/** A transparent surface. */
 class LayerCovers::Pane {
 public:
-    explicit Pane(const LayerShell &shell)
-        : surface_(wl_compositor_create_surface(shell.compositor())),
-          viewport_(wp_viewporter_get_viewport(shell.viewporter(), surface_)) {}
-    Pane(const Pane &) = delete;
-    Pane &operator=(const Pane &) = delete;
-    ~Pane() {
-        wp_viewport_destroy(viewport_);
-        wl_surface_destroy(surface_);
-    }
-
-    /** Only with a role. */
-    void show(wl_buffer *pixel, const QSize &size) {
-        wp_viewport_set_destination(viewport_, size.width(), size.height());
-        wl_surface_attach(surface_, pixel, 0, 0);
-        wl_surface_commit(surface_);
-    }
-    wl_surface *surface() const { return surface_; }
-
-private:
-    wl_surface *surface_;
-    wp_viewport *viewport_;
-};
-
-class LayerCovers::Cover {
-public:
-    Cover(const LayerShell &shell, wl_buffer *pixel, wl_output *output)
-        : pane_(shell), role_(shell, pane_.surface(), output, everywhere()) {
-        role_.attend(); // made at any moment, not only where the shell waits for answers
-        role_.onSize = [this, pixel](const QSize &size) {
+    /** All over an output. */
+    Pane(const LayerShell &shell, wl_buffer *pixel, wl_output *output) : Pane(shell) {
+        LayerSurface::Place everywhere;
+        everywhere.coversBars = true;
+        role_ = std::make_unique<LayerSurface>(shell, surface_.get(), output, everywhere);
+        role_->attend(); // the shell's queue is read only while the panel is being shown
+        role_->onSize = [this, pixel](const QSize &size) {
             if (!size.isEmpty())
-                pane_.show(pixel, size);
+                paint(pixel, size);
         };
     }
 
-    const void *surface() const { return pane_.surface(); }
-
-private:
-    static LayerSurface::Place everywhere() {
-        LayerSurface::Place place;
-        place.room = LayerSurface::Room::Whole;
-        return place;
+    /** A part of the panel, reaching beyond its edges: of two surfaces in the same layer, each
+        compositor decides by itself which one is above. Not below the panel's card, which a
+        compositor that draws without a graphics card would mix with it at every letter. */
+    Pane(const LayerShell &shell, wl_buffer *pixel, wl_surface *panel, const QRect &place)
+        : Pane(shell) {
+        part_ = shell.makePart(surface_.get(), panel);
+        wl_subsurface_place_below(part_.get(), panel);
+        wl_subsurface_set_position(part_.get(), place.x(), place.y());
+        paint(pixel, place.size());
     }
 
-    Pane pane_;
-    LayerSurface role_;
+    const void *surface() const { return surface_.get(); }
+
+private:
+    explicit Pane(const LayerShell &shell)
+        : surface_(shell.makeSurface()),
+          viewport_(wp_viewporter_get_viewport(shell.viewporter.get(), surface_.get())) {}
+
+    void paint(wl_buffer *pixel, const QSize &size) {
+        wp_viewport_set_destination(viewport_.get(), size.width(), size.height());
+        wl_surface_attach(surface_.get(), pixel, 0, 0);
+        wl_surface_commit(surface_.get());
+    }
+
+    WaylandPointer<wl_surface> surface_;
+    WaylandPointer<wp_viewport> viewport_;
+    WaylandPointer<wl_subsurface> part_; ///< either this
+    std::unique_ptr<LayerSurface> role_; ///< or that
 };
 
-// Which of two surfaces of the same layer lies above the other is each compositor's own rule, so on
-// the panel's output the covers are parts of the panel's, reaching beyond its edges. Not below its
-// card: a compositor that draws without a graphics card would mix both at every letter.
-class LayerCovers::Strip {
+class LayerCovers::Presses final : public ClickMonitor::Token {
 public:
-    Strip(const LayerShell &shell, wl_buffer *pixel, QWindow &panel, const QRect &place)
-        : pane_(shell), part_(wl_subcompositor_get_subsurface(shell.subcompositor(),
-                                                              pane_.surface(), surfaceOf(panel))) {
-        wl_subsurface_place_below(part_, surfaceOf(panel));
-        wl_subsurface_set_position(part_, place.x(), place.y());
-        wl_subsurface_set_desync(part_);
-        pane_.show(pixel, place.size());
+    Presses(LayerCovers &covers, Handler handler) : covers_(covers) {
+        covers_.handler_ = std::move(handler);
     }
-    Strip(const Strip &) = delete;
-    Strip &operator=(const Strip &) = delete;
-    ~Strip() { wl_subsurface_destroy(part_); }
-
-    const void *surface() const { return pane_.surface(); }
+    ~Presses() override { covers_.handler_ = {}; }
 
 private:
-    Pane pane_;
-    wl_subsurface *part_;
+    LayerCovers &covers_;
 };
 
 LayerCovers::LayerCovers(std::shared_ptr<const LayerShell> shell) : shell_(std::move(shell)) {
-    if (shell_->viewporter())
-        pixel_ = makeTransparentPixel(shell_->shm());
+    if (shell_->viewporter)
+        pixel_ = makeTransparentPixel(shell_->shm.get());
 }
 
 LayerCovers::~LayerCovers() {
     clear();
-    if (pixel_)
-        wl_buffer_destroy(pixel_);
+}
+
+std::unique_ptr<ClickMonitor::Token> LayerCovers::install(Handler handler) {
+    return std::make_unique<Presses>(*this, std::move(handler));
 }
 
 void LayerCovers::spread(QWindow &panel, const QRect &card) {
@@ -135,12 +113,16 @@ void LayerCovers::spread(QWindow &panel, const QRect &card) {
         reach = std::max({reach, screen->size().width(), screen->size().height()});
     const QMargins around(reach, reach, reach, reach);
     for (const QRect &place : QRegion(card.marginsAdded(around)).subtracted(card))
-        strips_.push_back(std::make_unique<Strip>(*shell_, pixel_, panel, place));
-    // The compositor chooses the panel's output, and tells when the panel is painted on it.
+        strips_.push_back(std::make_unique<Pane>(*shell_, pixel_.get(), surfaceOf(panel), place));
+    // The compositor chooses the panel's output, and tells only once the panel is painted.
     screenChange_ = QObject::connect(&panel, &QWindow::screenChanged,
                                      [this](const QScreen *screen) { coverOthers(screen); });
     coverOthers(panel.screen());
-    listen();
+    clicks_ = std::make_unique<SeatEvents>(
+        *shell_->connection,
+        std::initializer_list<SeatEvents::Device>{{WL_SEAT_GET_POINTER, &wl_pointer_interface},
+                                                  {WL_SEAT_GET_TOUCH, &wl_touch_interface}},
+        [this](std::string_view event, const wl_argument *arguments) { hear(event, arguments); });
 }
 
 void LayerCovers::coverOthers(const QScreen *screen) {
@@ -152,68 +134,39 @@ void LayerCovers::coverOthers(const QScreen *screen) {
             continue;
         if (auto *output =
                 static_cast<wl_output *>(native->nativeResourceForScreen("output", other)))
-            covers_.push_back(std::make_unique<Cover>(*shell_, pixel_, output));
+            covers_.push_back(std::make_unique<Pane>(*shell_, pixel_.get(), output));
     }
 }
 
 void LayerCovers::clear() {
-    if (pointer_)
-        wl_proxy_destroy(reinterpret_cast<wl_proxy *>(std::exchange(pointer_, nullptr)));
-    if (touch_)
-        wl_proxy_destroy(reinterpret_cast<wl_proxy *>(std::exchange(touch_, nullptr)));
+    clicks_.reset();
     pointerIsOver_ = false;
     QObject::disconnect(screenChange_);
     covers_.clear();
     strips_.clear();
 }
 
-// Qt hears of these presses too, and ignores what is on surfaces that are not its own.
-void LayerCovers::listen() {
-    if (!shell_->hasSeat())
-        return;
-    QPlatformNativeInterface *native = QGuiApplication::platformNativeInterface();
-    auto *seat = static_cast<wl_seat *>(native->nativeResourceForIntegration("wl_seat"));
-    // A seat must not be asked for what it does not have. Qt has what there is.
-    if (native->nativeResourceForIntegration("wl_pointer")) {
-        pointer_ = wl_seat_get_pointer(seat);
-        wl_proxy_add_dispatcher(reinterpret_cast<wl_proxy *>(pointer_), dispatch, this, nullptr);
-    }
-    if (native->nativeResourceForIntegration("wl_touch")) {
-        touch_ = wl_seat_get_touch(seat);
-        wl_proxy_add_dispatcher(reinterpret_cast<wl_proxy *>(touch_), dispatch, this, nullptr);
-    }
-}
-
 bool LayerCovers::isOurs(const void *surface) const {
-    const auto is = [surface](const auto &cover) { return cover->surface() == surface; };
-    return std::any_of(strips_.begin(), strips_.end(), is) ||
-           std::any_of(covers_.begin(), covers_.end(), is);
+    const auto is = [surface](const auto &pane) { return pane->surface() == surface; };
+    return std::ranges::any_of(strips_, is) || std::ranges::any_of(covers_, is);
 }
 
-// Not a table of functions: the seat is Qt's, whose version may have events that we do not know.
-int LayerCovers::dispatch(const void *self, void * /*target*/, std::uint32_t /*opcode*/,
-                          const wl_message *message, wl_argument *arguments) {
-    const_cast<LayerCovers *>(static_cast<const LayerCovers *>(self))
-        ->hear(message->name, arguments);
-    return 0;
-}
-
-void LayerCovers::hear(const char *event, const wl_argument *arguments) {
-    const auto is = [event](const char *name) { return std::strcmp(event, name) == 0; };
+// Qt hears of these presses, too, and ignores what is on surfaces that are not its own.
+void LayerCovers::hear(std::string_view event, const wl_argument *arguments) {
     bool pressed = false;
-    if (is("enter")) { // serial, surface, place
+    if (event == "enter") { // serial, surface, place
         pointerIsOver_ = isOurs(arguments[1].o);
-    } else if (is("leave")) {
+    } else if (event == "leave") {
         pointerIsOver_ = false;
-    } else if (is("button")) { // serial, time, button, state
+    } else if (event == "button") { // serial, time, button, state
         const std::uint32_t button = arguments[2].u;
         pressed = pointerIsOver_ && arguments[3].u == WL_POINTER_BUTTON_STATE_PRESSED &&
                   (button == BTN_LEFT || button == BTN_RIGHT);
-    } else if (is("down")) { // serial, time, surface, finger, place
+    } else if (event == "down") { // serial, time, surface, finger, place
         pressed = isOurs(arguments[2].o);
     }
-    if (pressed && onPress)
-        onPress();
+    if (pressed && handler_)
+        handler_({});
 }
 
 } // namespace corvid

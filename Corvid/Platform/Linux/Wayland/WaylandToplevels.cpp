@@ -1,21 +1,18 @@
 #include "Platform/Linux/Wayland/WaylandToplevels.h"
 
-#include "wlr-foreign-toplevel-management-unstable-v1-client-protocol.h"
-
 #include <algorithm>
-#include <cstring>
-#include <poll.h>
 #include <utility>
-#include <wayland-client.h>
 
 namespace corvid {
 
+using namespace std::chrono_literals;
+
 struct WaylandToplevels::Toplevel {
-    WaylandToplevels *list;
-    zwlr_foreign_toplevel_handle_v1 *handle;
+    WaylandToplevels &list;
+    WaylandPointer<zwlr_foreign_toplevel_handle_v1> handle;
     Window window;
     QString application;
-    bool known = false; ///< all that there is to say of it has been said
+    bool known = false; ///< whether its first description is complete
     bool active = false;
     bool minimised = false;
     std::uint64_t lastActive = 0; ///< grows with each change of the focus
@@ -24,47 +21,17 @@ struct WaylandToplevels::Toplevel {
 std::unique_ptr<WaylandToplevels> WaylandToplevels::connect(const QByteArray &display) {
     if (display.isEmpty())
         return nullptr;
-    wl_display *connection = wl_display_connect(display.constData());
+    WaylandPointer<wl_display> connection(wl_display_connect(display.constData()));
     if (!connection)
         return nullptr;
-    std::unique_ptr<WaylandToplevels> result(new WaylandToplevels(connection));
-    result->listen();
+    std::unique_ptr<WaylandToplevels> result(new WaylandToplevels(std::move(connection)));
     return result->manager_ ? std::move(result) : nullptr;
 }
 
-WaylandToplevels::WaylandToplevels(wl_display *display) : display_(display) {}
+WaylandToplevels::~WaylandToplevels() = default;
 
-WaylandToplevels::~WaylandToplevels() {
-    for (const auto &toplevel : toplevels_)
-        zwlr_foreign_toplevel_handle_v1_destroy(toplevel->handle);
-    if (manager_)
-        zwlr_foreign_toplevel_manager_v1_destroy(manager_);
-    if (seat_)
-        wl_seat_destroy(seat_);
-    wl_display_disconnect(display_);
-}
-
-void WaylandToplevels::listen() {
-    static constexpr wl_registry_listener globals{
-        [](void *data, wl_registry *registry, std::uint32_t name, const char *interface,
-           std::uint32_t version) {
-            auto *self = static_cast<WaylandToplevels *>(data);
-            if (!self->manager_ &&
-                std::strcmp(interface, zwlr_foreign_toplevel_manager_v1_interface.name) == 0) {
-                constexpr std::uint32_t knownVersion = 3;
-                self->manager_ = static_cast<zwlr_foreign_toplevel_manager_v1 *>(
-                    wl_registry_bind(registry, name, &zwlr_foreign_toplevel_manager_v1_interface,
-                                     std::min(version, knownVersion)));
-            }
-            if (!self->seat_ && std::strcmp(interface, wl_seat_interface.name) == 0)
-                self->seat_ =
-                    static_cast<wl_seat *>(wl_registry_bind(registry, name, &wl_seat_interface, 1));
-        },
-        [](void * /*data*/, wl_registry * /*registry*/, std::uint32_t /*name*/) {}};
-    wl_registry *registry = wl_display_get_registry(display_);
-    wl_registry_add_listener(registry, &globals, this);
-    wl_display_roundtrip(display_);
-    wl_registry_destroy(registry);
+WaylandToplevels::WaylandToplevels(WaylandPointer<wl_display> display)
+    : display_(std::move(display)) {
     if (!manager_)
         return;
     static constexpr zwlr_foreign_toplevel_manager_v1_listener listener{
@@ -72,46 +39,48 @@ void WaylandToplevels::listen() {
            zwlr_foreign_toplevel_handle_v1 *handle) {
             static_cast<WaylandToplevels *>(data)->add(handle);
         },
-        [](void *data, zwlr_foreign_toplevel_manager_v1 *manager) {
-            static_cast<WaylandToplevels *>(data)->manager_ = nullptr;
-            zwlr_foreign_toplevel_manager_v1_destroy(manager);
+        [](void *data, zwlr_foreign_toplevel_manager_v1 * /*manager*/) {
+            static_cast<WaylandToplevels *>(data)->manager_.reset();
         }};
-    zwlr_foreign_toplevel_manager_v1_add_listener(manager_, &listener, this);
-    wl_display_roundtrip(display_);
+    zwlr_foreign_toplevel_manager_v1_add_listener(manager_.get(), &listener, this);
+    connection_.roundTrip();
 }
 
 void WaylandToplevels::add(zwlr_foreign_toplevel_handle_v1 *handle) {
+    using Handle = zwlr_foreign_toplevel_handle_v1;
     static constexpr zwlr_foreign_toplevel_handle_v1_listener listener{
-        [](void * /*data*/, zwlr_foreign_toplevel_handle_v1 * /*handle*/, const char * /*title*/) {
-        },
-        [](void *data, zwlr_foreign_toplevel_handle_v1 * /*handle*/, const char *id) {
-            auto &toplevel = *static_cast<Toplevel *>(data);
-            toplevel.list->setApplication(toplevel, id);
-        },
-        [](void * /*data*/, zwlr_foreign_toplevel_handle_v1 * /*handle*/, wl_output * /*output*/) {
-        },
-        [](void * /*data*/, zwlr_foreign_toplevel_handle_v1 * /*handle*/, wl_output * /*output*/) {
-        },
-        [](void *data, zwlr_foreign_toplevel_handle_v1 * /*handle*/, wl_array *states) {
-            auto &toplevel = *static_cast<Toplevel *>(data);
-            toplevel.list->setState(toplevel, *states);
-        },
-        [](void *data, zwlr_foreign_toplevel_handle_v1 * /*handle*/) {
-            auto &toplevel = *static_cast<Toplevel *>(data);
-            if (!std::exchange(toplevel.known, true))
-                toplevel.list->note(Events::ListChanged);
-        },
-        [](void *data, zwlr_foreign_toplevel_handle_v1 * /*handle*/) {
-            const auto &toplevel = *static_cast<Toplevel *>(data);
-            toplevel.list->remove(toplevel);
-        },
-        [](void * /*data*/, zwlr_foreign_toplevel_handle_v1 * /*handle*/,
-           zwlr_foreign_toplevel_handle_v1 * /*parent*/) {}};
-    toplevels_.push_back(std::make_unique<Toplevel>(Toplevel{this, handle, ++newest_, {}}));
+        .title = [](void * /*data*/, Handle * /*handle*/, const char * /*title*/) {},
+        .app_id =
+            [](void *data, Handle * /*handle*/, const char *id) {
+                auto &toplevel = *static_cast<Toplevel *>(data);
+                toplevel.list.setApplication(toplevel, id);
+            },
+        .output_enter = [](void * /*data*/, Handle * /*handle*/, wl_output * /*output*/) {},
+        .output_leave = [](void * /*data*/, Handle * /*handle*/, wl_output * /*output*/) {},
+        .state =
+            [](void *data, Handle * /*handle*/, wl_array *states) {
+                auto &toplevel = *static_cast<Toplevel *>(data);
+                toplevel.list.setState(toplevel, *states);
+            },
+        .done =
+            [](void *data, Handle * /*handle*/) {
+                auto &toplevel = *static_cast<Toplevel *>(data);
+                if (!std::exchange(toplevel.known, true))
+                    toplevel.list.note(Events::ListChanged);
+            },
+        .closed =
+            [](void *data, Handle * /*handle*/) {
+                const auto &toplevel = *static_cast<Toplevel *>(data);
+                toplevel.list.remove(toplevel);
+            },
+        .parent = [](void * /*data*/, Handle * /*handle*/, Handle * /*parent*/) {}};
+    toplevels_.push_back(
+        std::make_unique<Toplevel>(*this, WaylandPointer<Handle>(handle), ++newest_));
     zwlr_foreign_toplevel_handle_v1_add_listener(handle, &listener, toplevels_.back().get());
 }
 
-// What is known of a window is kept by its number, so one that becomes another's gets a new one.
+// Our callers remember what they know of a window by its number, so another application's window
+// needs another number.
 void WaylandToplevels::setApplication(Toplevel &toplevel, const char *id) {
     const QString application = QString::fromUtf8(id);
     if (toplevel.application == application)
@@ -135,13 +104,8 @@ void WaylandToplevels::setState(Toplevel &toplevel, const wl_array &states) {
 }
 
 void WaylandToplevels::remove(const Toplevel &toplevel) {
-    zwlr_foreign_toplevel_handle_v1_destroy(toplevel.handle);
     std::erase_if(toplevels_, [&](const auto &each) { return each.get() == &toplevel; });
     note(Events::ListChanged);
-}
-
-void WaylandToplevels::note(Events event) {
-    events_ = std::max(events_, event);
 }
 
 const WaylandToplevels::Toplevel *WaylandToplevels::find(Window window) const {
@@ -151,20 +115,12 @@ const WaylandToplevels::Toplevel *WaylandToplevels::find(Window window) const {
 }
 
 int WaylandToplevels::fileDescriptor() const {
-    return wl_display_get_fd(display_);
+    return wl_display_get_fd(display_.get());
 }
 
 WindowList::Events WaylandToplevels::takeEvents() {
-    while (wl_display_prepare_read(display_) != 0)
-        wl_display_dispatch_pending(display_);
-    wl_display_flush(display_);
-    pollfd socket{wl_display_get_fd(display_), POLLIN, 0};
-    if (poll(&socket, 1, 0) > 0)
-        wl_display_read_events(display_);
-    else
-        wl_display_cancel_read(display_);
-    wl_display_dispatch_pending(display_);
-    if (wl_display_get_error(display_) != 0)
+    connection_.dispatch(0ms);
+    if (wl_display_get_error(display_.get()) != 0)
         return Events::ConnectionLost;
     return std::exchange(events_, Events::Nothing);
 }
@@ -209,9 +165,9 @@ WindowList::Window WaylandToplevels::activateTopmost(const std::vector<Window> &
     if (!topmost)
         return windows.back();
     if (topmost->minimised)
-        zwlr_foreign_toplevel_handle_v1_unset_minimized(topmost->handle);
-    zwlr_foreign_toplevel_handle_v1_activate(topmost->handle, seat_);
-    wl_display_flush(display_);
+        zwlr_foreign_toplevel_handle_v1_unset_minimized(topmost->handle.get());
+    zwlr_foreign_toplevel_handle_v1_activate(topmost->handle.get(), seat_.get());
+    wl_display_flush(display_.get());
     return topmost->window;
 }
 

@@ -1,17 +1,13 @@
 #pragma once
 
 #include "Platform/Linux/Running/WindowList.h"
+#include "Platform/Linux/Wayland/WaylandConnection.h"
 
 #include <QByteArray>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
-
-struct wl_array;
-struct wl_display;
-struct wl_seat;
-struct zwlr_foreign_toplevel_handle_v1;
-struct zwlr_foreign_toplevel_manager_v1;
 
 namespace corvid {
 
@@ -28,26 +24,29 @@ public:
     Events takeEvents() override;
     std::vector<Window> list() const override;
     std::vector<Client> describe(const std::vector<Window> &windows) const override;
-    bool canActivate() const override { return seat_; }
+    bool canActivate() const override { return seat_ != nullptr; }
     Window active() const override;
     Window activateTopmost(const std::vector<Window> &windows) override;
 
 private:
     struct Toplevel;
 
-    explicit WaylandToplevels(wl_display *display);
-    void listen();
+    explicit WaylandToplevels(WaylandPointer<wl_display> display);
     void add(zwlr_foreign_toplevel_handle_v1 *handle);
     void setApplication(Toplevel &toplevel, const char *id);
     void setState(Toplevel &toplevel, const wl_array &states);
     void remove(const Toplevel &toplevel);
-    void note(Events event);
+    void note(Events event) { events_ = std::max(events_, event); }
     const Toplevel *find(Window window) const;
 
-    wl_display *display_;
-    wl_seat *seat_ = nullptr;                             ///< null where there is none
-    zwlr_foreign_toplevel_manager_v1 *manager_ = nullptr; ///< null once it has finished
-    std::vector<std::unique_ptr<Toplevel>> toplevels_;    ///< oldest first
+    WaylandPointer<wl_display> display_;
+    WaylandConnection connection_{display_.get()};
+    WaylandPointer<wl_seat> seat_ = connection_.bind<wl_seat>(wl_seat_interface, 1);
+    /** Null once it has finished. */
+    WaylandPointer<zwlr_foreign_toplevel_manager_v1> manager_ =
+        connection_.bind<zwlr_foreign_toplevel_manager_v1>(
+            zwlr_foreign_toplevel_manager_v1_interface, 3);
+    std::vector<std::unique_ptr<Toplevel>> toplevels_; ///< oldest first
     Window newest_ = 0;
     std::uint64_t focusChanges_ = 0;
     Events events_ = Events::Nothing; ///< since takeEvents() last told

@@ -1,5 +1,7 @@
 #include "Platform/Linux/X11/X11ClickMonitor.h"
 
+#include "Platform/Linux/X11/X11Replies.h"
+
 #include <QAbstractNativeEventFilter>
 #include <QCoreApplication>
 #include <QCursor>
@@ -7,7 +9,6 @@
 
 #include <private/qtx11extras_p.h>
 
-#include <xcb/xcb.h>
 #include <xcb/xinput.h>
 
 namespace corvid {
@@ -25,32 +26,28 @@ public:
 
     bool nativeEventFilter(const QByteArray & /*type*/, void *message,
                            qintptr * /*result*/) override {
-        const auto *event = static_cast<const xcb_ge_generic_event_t *>(message);
-        if ((event->response_type & 0x7F) == XCB_GE_GENERIC && event->extension == extension_ &&
-            event->event_type == XCB_INPUT_RAW_BUTTON_PRESS)
-            pressed(reinterpret_cast<const xcb_input_raw_button_press_event_t *>(event)->detail);
+        const auto &event = *static_cast<const xcb_generic_event_t *>(message);
+        if (x11::typeOf(event) != XCB_GE_GENERIC)
+            return false;
+        const auto &press = x11::as<xcb_input_raw_button_press_event_t>(event);
+        if (press.extension == extension_ && press.event_type == XCB_INPUT_RAW_BUTTON_PRESS)
+            pressed(press.detail);
         return false;
     }
 
 private:
+    // Does not touch Qt's selection, which is for all devices instead of all masters.
     void select(std::uint32_t events) const {
-        // Qt selects for all devices; the masters are a selection apart.
-        struct {
-            xcb_input_event_mask_t head;
-            std::uint32_t events;
-        } mask{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, events};
-        xcb_input_xi_select_events(
-            connection_, static_cast<xcb_window_t>(QX11Info::appRootWindow()), 1, &mask.head);
-        xcb_flush(connection_);
+        x11::selectDeviceEvents(connection_, static_cast<xcb_window_t>(QX11Info::appRootWindow()),
+                                events);
     }
 
     void pressed(std::uint32_t button) const {
         constexpr std::uint32_t left = 1;
         constexpr std::uint32_t right = 3;
-        // The wheel is made of buttons too.
-        if (button != left && button != right)
+        if (button != left && button != right) // each step of the wheel is a button, too
             return;
-        // Raw events tell no place.
+        // Raw events do not say where the pointer is.
         const QPoint pointer = QCursor::pos();
         if (!QGuiApplication::topLevelAt(pointer))
             handler_(pointer);
@@ -64,8 +61,7 @@ private:
 } // namespace
 
 std::unique_ptr<ClickMonitor::Token> X11ClickMonitor::install(Handler handler) {
-    const xcb_query_extension_reply_t *extension =
-        xcb_get_extension_data(connection_, &xcb_input_id);
+    const auto *extension = xcb_get_extension_data(connection_, &xcb_input_id);
     if (!extension || !extension->present)
         return nullptr;
     return std::make_unique<RawPresses>(connection_, extension->major_opcode, std::move(handler));

@@ -1,22 +1,13 @@
 #include "Platform/Linux/X11/X11Clients.h"
 
-#include "Platform/Linux/X11/X11Replies.h"
-
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <utility>
 
 namespace corvid {
 
-using x11::bytesOf;
-using x11::numbersOf;
-using x11::Reply;
-
 namespace {
 
-constexpr std::uint32_t longestText = 1024;  // 32-bit units
-constexpr std::uint32_t longestList = 65536; // windows
+constexpr std::uint32_t longestText = 1024; // 32-bit units
 
 bool announces(const xcb_generic_event_t &event, xcb_atom_t property) {
     return x11::typeOf(event) == XCB_PROPERTY_NOTIFY &&
@@ -25,63 +16,33 @@ bool announces(const xcb_generic_event_t &event, xcb_atom_t property) {
 
 } // namespace
 
-struct X11Clients::Atoms {
-    xcb_atom_t clientList, clientListStacking, activeWindow, currentDesktop, windowDesktop,
-        supported, pid, gtkApplicationId, bamfDesktopFile, utf8String;
-
-    explicit Atoms(xcb_connection_t *connection) {
-        const std::pair<xcb_atom_t *, const char *> names[]{
-            {&clientList, "_NET_CLIENT_LIST"},
-            {&clientListStacking, "_NET_CLIENT_LIST_STACKING"},
-            {&activeWindow, "_NET_ACTIVE_WINDOW"},
-            {&currentDesktop, "_NET_CURRENT_DESKTOP"},
-            {&windowDesktop, "_NET_WM_DESKTOP"},
-            {&supported, "_NET_SUPPORTED"},
-            {&pid, "_NET_WM_PID"},
-            {&gtkApplicationId, "_GTK_APPLICATION_ID"},
-            {&bamfDesktopFile, "_BAMF_DESKTOP_FILE"},
-            {&utf8String, "UTF8_STRING"},
-        };
-        std::array<xcb_intern_atom_cookie_t, std::size(names)> cookies{};
-        for (std::size_t i = 0; i < cookies.size(); ++i)
-            cookies[i] = xcb_intern_atom(connection, 0,
-                                         static_cast<std::uint16_t>(std::strlen(names[i].second)),
-                                         names[i].second);
-        for (std::size_t i = 0; i < cookies.size(); ++i) {
-            const Reply<xcb_intern_atom_reply_t> reply(
-                xcb_intern_atom_reply(connection, cookies[i], nullptr));
-            *names[i].first = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-        }
-    }
-};
-
 std::unique_ptr<X11Clients> X11Clients::connect(const QByteArray &display) {
-    if (display.isEmpty())
-        return nullptr;
     int screen = 0;
-    xcb_connection_t *connection = xcb_connect(display.constData(), &screen);
-    if (xcb_connection_has_error(connection)) {
-        xcb_disconnect(connection);
+    x11::Connection connection = x11::connectTo(display, &screen);
+    if (!connection)
         return nullptr;
-    }
-    return std::unique_ptr<X11Clients>(new X11Clients(connection, screen));
+    return std::unique_ptr<X11Clients>(new X11Clients(std::move(connection), screen));
 }
 
-X11Clients::X11Clients(xcb_connection_t *connection, int screen) : connection_(connection) {
-    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
-    for (int i = 0; i < screen && screens.rem > 1; ++i)
-        xcb_screen_next(&screens);
-    root_ = screens.data->root;
-    atoms_ = std::make_unique<Atoms>(connection);
+X11Clients::X11Clients(x11::Connection connection, int screen)
+    : connection_(std::move(connection)), root_(x11::rootOf(connection_, screen)),
+      hiddenWindow_(x11::makeHiddenWindow(connection_, root_)) {
+    x11::intern(connection_, {
+                                 {&atoms_.clientList, "_NET_CLIENT_LIST"},
+                                 {&atoms_.clientListStacking, "_NET_CLIENT_LIST_STACKING"},
+                                 {&atoms_.activeWindow, "_NET_ACTIVE_WINDOW"},
+                                 {&atoms_.currentDesktop, "_NET_CURRENT_DESKTOP"},
+                                 {&atoms_.windowDesktop, "_NET_WM_DESKTOP"},
+                                 {&atoms_.supported, "_NET_SUPPORTED"},
+                                 {&atoms_.pid, "_NET_WM_PID"},
+                                 {&atoms_.gtkApplicationId, "_GTK_APPLICATION_ID"},
+                                 {&atoms_.bamfDesktopFile, "_BAMF_DESKTOP_FILE"},
+                                 {&atoms_.utf8String, "UTF8_STRING"},
+                             });
     // Only the root's properties: those of the windows change with every title.
     const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(connection_, root_, XCB_CW_EVENT_MASK, &mask);
-    hiddenWindow_ = x11::makeHiddenWindow(connection_, root_);
     xcb_flush(connection_);
-}
-
-X11Clients::~X11Clients() {
-    xcb_disconnect(connection_);
 }
 
 int X11Clients::fileDescriptor() const {
@@ -89,8 +50,8 @@ int X11Clients::fileDescriptor() const {
 }
 
 X11Clients::Events X11Clients::takeEvents() {
-    while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)})
-        listChanged_ |= announces(*event, atoms_->clientList);
+    while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)})
+        listChanged_ |= announces(*event, atoms_.clientList);
     if (xcb_connection_has_error(connection_))
         return Events::ConnectionLost;
     return std::exchange(listChanged_, false) ? Events::ListChanged : Events::Nothing;
@@ -98,14 +59,12 @@ X11Clients::Events X11Clients::takeEvents() {
 
 std::vector<std::uint32_t> X11Clients::property(Window window, std::uint32_t name,
                                                 std::uint32_t type) const {
-    const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        connection_, xcb_get_property(connection_, 0, window, name, type, 0, longestList),
-        nullptr));
-    return numbersOf(reply.get());
+    return x11::numbersOf(
+        connection_, xcb_get_property(connection_, 0, window, name, type, 0, x11::longestList));
 }
 
 std::vector<X11Clients::Window> X11Clients::list() const {
-    return property(root_, atoms_->clientList, XCB_ATOM_WINDOW);
+    return property(root_, atoms_.clientList, XCB_ATOM_WINDOW);
 }
 
 std::vector<X11Clients::Client> X11Clients::describe(const std::vector<Window> &windows) const {
@@ -115,69 +74,66 @@ std::vector<X11Clients::Client> X11Clients::describe(const std::vector<Window> &
     const auto ask = [this](Window window, xcb_atom_t property, xcb_atom_t type) {
         return xcb_get_property(connection_, 0, window, property, type, 0, longestText);
     };
-    const auto answer = [this](xcb_get_property_cookie_t cookie) {
-        return Reply<xcb_get_property_reply_t>(
-            xcb_get_property_reply(connection_, cookie, nullptr));
+    const auto text = [this](xcb_get_property_cookie_t cookie) {
+        return QString::fromUtf8(x11::bytesOf(connection_, cookie));
     };
     std::vector<Cookies> cookies;
     cookies.reserve(windows.size());
     for (const Window window : windows)
         cookies.push_back({ask(window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING),
-                           ask(window, atoms_->pid, XCB_ATOM_CARDINAL),
-                           ask(window, atoms_->gtkApplicationId, atoms_->utf8String),
-                           ask(window, atoms_->bamfDesktopFile, XCB_GET_PROPERTY_TYPE_ANY)});
+                           ask(window, atoms_.pid, XCB_ATOM_CARDINAL),
+                           ask(window, atoms_.gtkApplicationId, atoms_.utf8String),
+                           ask(window, atoms_.bamfDesktopFile, XCB_GET_PROPERTY_TYPE_ANY)});
 
     std::vector<Client> clients;
     for (std::size_t i = 0; i < windows.size(); ++i) {
         Client client;
         client.window = windows[i];
-        const QList<QByteArray> halves = bytesOf(answer(cookies[i].windowClass).get()).split('\0');
-        client.traits.instance = QString::fromUtf8(halves.value(0));
-        client.traits.windowClass = QString::fromUtf8(halves.value(1));
-        const std::vector<std::uint32_t> pid = numbersOf(answer(cookies[i].pid).get());
+        const QStringList halves = text(cookies[i].windowClass).split(QChar::Null);
+        client.traits.instance = halves.value(0);
+        client.traits.windowClass = halves.value(1);
+        const std::vector<std::uint32_t> pid = x11::numbersOf(connection_, cookies[i].pid);
         client.pid = pid.empty() ? 0 : pid.front();
-        client.traits.gtkApplicationId =
-            QString::fromUtf8(bytesOf(answer(cookies[i].gtkApplicationId).get()));
-        client.traits.hintedEntry =
-            QString::fromUtf8(bytesOf(answer(cookies[i].bamfDesktopFile).get()));
+        client.traits.gtkApplicationId = text(cookies[i].gtkApplicationId);
+        client.traits.hintedEntry = text(cookies[i].bamfDesktopFile);
         clients.push_back(std::move(client));
     }
     return clients;
 }
 
 bool X11Clients::canActivate() const {
-    const std::vector<std::uint32_t> supported = property(root_, atoms_->supported, XCB_ATOM_ATOM);
-    return std::find(supported.begin(), supported.end(), atoms_->activeWindow) != supported.end();
+    const std::vector<std::uint32_t> supported = property(root_, atoms_.supported, XCB_ATOM_ATOM);
+    return std::find(supported.begin(), supported.end(), atoms_.activeWindow) != supported.end();
 }
 
 X11Clients::Window X11Clients::active() const {
-    const std::vector<Window> window = property(root_, atoms_->activeWindow, XCB_ATOM_WINDOW);
+    const std::vector<Window> window = property(root_, atoms_.activeWindow, XCB_ATOM_WINDOW);
     return window.empty() ? 0 : window.front();
 }
 
 X11Clients::Window X11Clients::activateTopmost(const std::vector<Window> &windows) {
     // Bottom to top, so the last of ours is the one that the user saw last.
-    const std::vector<Window> stack = property(root_, atoms_->clientListStacking, XCB_ATOM_WINDOW);
+    const std::vector<Window> stack = property(root_, atoms_.clientListStacking, XCB_ATOM_WINDOW);
     const auto top = std::find_if(stack.rbegin(), stack.rend(), [&](Window window) {
         return std::find(windows.begin(), windows.end(), window) != windows.end();
     });
     const Window window = top != stack.rend() ? *top : windows.back();
 
-    // Without the time of the wish it may be taken for one that has long been overtaken.
+    // A window manager may ignore a request without a time, or one older than the last input.
     const xcb_timestamp_t time =
         x11::serverTime(connection_, hiddenWindow_, [this](const xcb_generic_event_t &event) {
-            listChanged_ |= announces(event, atoms_->clientList);
+            listChanged_ |= announces(event, atoms_.clientList);
         });
     // Some managers would only make a window on another desktop blink.
     const std::vector<std::uint32_t> desktop =
-        property(window, atoms_->windowDesktop, XCB_ATOM_CARDINAL);
+        property(window, atoms_.windowDesktop, XCB_ATOM_CARDINAL);
     const std::vector<std::uint32_t> current =
-        property(root_, atoms_->currentDesktop, XCB_ATOM_CARDINAL);
+        property(root_, atoms_.currentDesktop, XCB_ATOM_CARDINAL);
     constexpr std::uint32_t everyDesktop = 0xffffffff;
     if (!desktop.empty() && desktop.front() != everyDesktop && desktop != current)
-        tellManager(root_, atoms_->currentDesktop, {desktop.front(), time});
-    constexpr std::uint32_t fromUser = 2; // a window manager may ignore what applications ask
-    tellManager(window, atoms_->activeWindow, {fromUser, time});
+        tellManager(root_, atoms_.currentDesktop, {desktop.front(), time});
+    constexpr std::uint32_t fromUser = 2; // what applications ask for may be ignored
+    tellManager(window, atoms_.activeWindow, {fromUser, time});
     xcb_flush(connection_);
     return window;
 }
@@ -190,11 +146,9 @@ void X11Clients::tellManager(Window window, std::uint32_t type,
     message.window = window;
     message.type = type;
     std::copy(data.begin(), data.end(), std::begin(message.data.data32));
-    std::array<char, 32> bytes{};
-    std::memcpy(bytes.data(), &message, sizeof message);
     xcb_send_event(connection_, 0, root_,
                    XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                   bytes.data());
+                   reinterpret_cast<const char *>(&message));
 }
 
 } // namespace corvid

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Linux/Running/WindowList.h"
+#include "Platform/Linux/X11/X11Replies.h"
 
 #include <QByteArray>
 
@@ -9,8 +10,6 @@
 #include <memory>
 #include <vector>
 
-struct xcb_connection_t;
-
 namespace corvid {
 
 /** The windows that an X11 window manager manages. */
@@ -18,8 +17,6 @@ class X11Clients final : public WindowList {
 public:
     /** Null when there is no such display. */
     static std::unique_ptr<X11Clients> connect(const QByteArray &display);
-
-    ~X11Clients() override;
 
     int fileDescriptor() const override;
     Events takeEvents() override;
@@ -31,19 +28,20 @@ public:
     Window activateTopmost(const std::vector<Window> &windows) override;
 
 private:
-    struct Atoms;
-
-    explicit X11Clients(xcb_connection_t *connection, int screen);
+    X11Clients(x11::Connection connection, int screen);
     std::vector<std::uint32_t> property(Window window, std::uint32_t name,
                                         std::uint32_t type) const;
     void tellManager(Window window, std::uint32_t type,
                      const std::array<std::uint32_t, 2> &data) const;
 
-    xcb_connection_t *connection_;
-    Window root_ = 0;
-    Window hiddenWindow_ = 0;
+    x11::Connection connection_;
+    xcb_window_t root_;
+    xcb_window_t hiddenWindow_;
     bool listChanged_ = false; ///< since takeEvents() last told
-    std::unique_ptr<Atoms> atoms_;
+    struct {
+        xcb_atom_t clientList, clientListStacking, activeWindow, currentDesktop, windowDesktop,
+            supported, pid, gtkApplicationId, bamfDesktopFile, utf8String;
+    } atoms_{};
 };
 
 } // namespace corvid

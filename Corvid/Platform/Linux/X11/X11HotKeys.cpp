@@ -10,9 +10,114 @@
 
 namespace corvid {
 
-using namespace std::chrono;
+using namespace std::chrono_literals;
 
-X11HotKeys::X11HotKeys(QByteArray display, milliseconds patience)
+/** What the thread does, and its own state. */
+class X11HotKeys::Worker {
+public:
+    explicit Worker(X11HotKeys &owner) : owner_(owner) {}
+
+    void run(const std::stop_token &stop) {
+        while (!stop.stop_requested()) {
+            takeWishes();
+            stopKeepingBack();
+            // Before sleeping: the answer to a request may have brought events along, which the
+            // descriptor no longer announces.
+            takeEvents();
+            sleep();
+        }
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void takeWishes() {
+        eventfd_t count = 0;
+        eventfd_read(owner_.wakeDescriptor_, &count);
+        std::optional<HotKey> wanted;
+        bool changed = false;
+        {
+            const std::scoped_lock lock(owner_.mutex_);
+            dealtWith_ = std::exchange(owner_.letGo_, std::nullopt);
+            changed = std::exchange(granted_, owner_.wish_.number) != owner_.wish_.number;
+            wanted = owner_.wish_.hotKey;
+        }
+        if (changed && wanted) {
+            if (!keyGrab_)
+                keyGrab_ = X11KeyGrab::connect(owner_.display_);
+            answer(keyGrab_ && keyGrab_->grab(*wanted));
+        } else if (changed && keyGrab_) {
+            keyGrab_->release();
+        }
+    }
+
+    // Once the latest press has been dealt with, or has waited for that too long.
+    void stopKeepingBack() {
+        const bool inTime = dealtWith_ == lastPress_;
+        if (!inTime && (!deadline_ || Clock::now() < *deadline_))
+            return;
+        deadline_.reset();
+        if (keyGrab_ && inTime)
+            keyGrab_->letGo(lastPress_);
+        else if (keyGrab_)
+            keyGrab_->discard(lastPress_);
+    }
+
+    void takeEvents() {
+        if (!keyGrab_)
+            return;
+        const X11KeyGrab::Events events =
+            keyGrab_->takeEvents([this](const X11KeyGrab::Press &press) { pressed(press); });
+        if (events.connectionLost) {
+            keyGrab_.reset();
+            answer(false);
+        } else if (events.regrabbed) {
+            answer(*events.regrabbed);
+        }
+    }
+
+    void sleep() const {
+        std::array<pollfd, 2> sources{{{owner_.wakeDescriptor_, POLLIN, 0},
+                                       {keyGrab_ ? keyGrab_->fileDescriptor() : -1, POLLIN, 0}}};
+        // Rounded up, so that it does not wake before the deadline.
+        const auto timeout = deadline_ ? std::max(0ms, std::chrono::ceil<std::chrono::milliseconds>(
+                                                           *deadline_ - Clock::now()))
+                                       : -1ms;
+        poll(sources.data(), sources.size(), static_cast<int>(timeout.count()));
+    }
+
+    void pressed(const X11KeyGrab::Press &press) {
+        lastPress_ = press.time;
+        deadline_ = Clock::now() + owner_.patience_;
+        tell([&](const Callbacks &callbacks) {
+            owner_.pressModifiers_ = press.modifiers;
+            callbacks.pressed(press.time);
+        });
+    }
+
+    void answer(bool obtained) {
+        tell([obtained](const Callbacks &callbacks) { callbacks.answered(obtained); });
+    }
+
+    // Unless the combination was released or replaced meanwhile.
+    template <typename Function>
+    void tell(const Function &what) {
+        const std::scoped_lock lock(owner_.mutex_);
+        if (owner_.wish_.hotKey && owner_.wish_.number == granted_)
+            what(owner_.wish_.callbacks);
+    }
+
+    X11HotKeys &owner_;
+    std::unique_ptr<X11KeyGrab> keyGrab_; ///< null until it is needed, and without a display
+    std::uint64_t granted_ = 0;           ///< the number of the wish that was last seen to
+    std::uint32_t lastPress_ = 0;
+    /** Until when the keys that follow the latest press are kept back; absent while they are not.
+     */
+    std::optional<Clock::time_point> deadline_;
+    std::optional<quint32> dealtWith_; ///< the press that was just said to be dealt with
+};
+
+X11HotKeys::X11HotKeys(QByteArray display, std::chrono::milliseconds patience)
     : display_(std::move(display)), patience_(patience),
       wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
@@ -28,7 +133,7 @@ X11HotKeys::~X11HotKeys() {
 void X11HotKeys::grab(const HotKey &hotKey, Callbacks callbacks) {
     makeWish(hotKey, std::move(callbacks));
     if (!thread_.joinable())
-        thread_ = std::jthread([this](const std::stop_token &stop) { run(stop); });
+        thread_ = std::jthread([this](const std::stop_token &stop) { Worker(*this).run(stop); });
 }
 
 void X11HotKeys::release() {
@@ -62,75 +167,6 @@ void X11HotKeys::makeWish(std::optional<HotKey> hotKey, Callbacks callbacks) {
         wish_ = {hotKey, std::move(callbacks), wish_.number + 1};
     }
     wake();
-}
-
-void X11HotKeys::run(const std::stop_token &stop) {
-    std::unique_ptr<X11KeyGrab> keyGrab;
-    std::uint64_t granted = 0;
-    const auto tell = [&](const auto &what) {
-        const std::scoped_lock lock(mutex_);
-        if (wish_.hotKey && wish_.number == granted)
-            what(wish_.callbacks);
-    };
-    const auto answer = [&](bool obtained) {
-        tell([obtained](const Callbacks &callbacks) { callbacks.answered(obtained); });
-    };
-    // The latest press, and until when the keys after it are kept back.
-    std::uint32_t lastPress = 0;
-    std::optional<steady_clock::time_point> deadline;
-    const auto press = [&](const X11KeyGrab::Press &event) {
-        lastPress = event.time;
-        deadline = steady_clock::now() + patience_;
-        tell([&](const Callbacks &callbacks) {
-            pressModifiers_ = event.modifiers;
-            callbacks.pressed(event.time);
-        });
-    };
-    while (!stop.stop_requested()) {
-        eventfd_t count = 0;
-        eventfd_read(wakeDescriptor_, &count);
-        std::optional<HotKey> wanted;
-        std::optional<quint32> letGo;
-        bool changed = false;
-        {
-            const std::scoped_lock lock(mutex_);
-            letGo = std::exchange(letGo_, std::nullopt);
-            changed = std::exchange(granted, wish_.number) != wish_.number;
-            wanted = wish_.hotKey;
-        }
-        if (changed && wanted) {
-            if (!keyGrab)
-                keyGrab = X11KeyGrab::connect(display_);
-            answer(keyGrab && keyGrab->grab(*wanted));
-        } else if (changed && keyGrab) {
-            keyGrab->release();
-        }
-        const bool tooLate = deadline && steady_clock::now() >= *deadline;
-        if (tooLate || letGo == lastPress) {
-            deadline.reset();
-            if (keyGrab && letGo == lastPress)
-                keyGrab->letGo(lastPress);
-            else if (keyGrab)
-                keyGrab->discard(lastPress);
-        }
-        if (keyGrab) {
-            // Before sleeping too: an answer may have brought events along, which the descriptor
-            // no longer announces.
-            const X11KeyGrab::Events events = keyGrab->takeEvents(press);
-            if (events.connectionLost) {
-                keyGrab.reset();
-                answer(false);
-            } else if (events.regrabbed) {
-                answer(*events.regrabbed);
-            }
-        }
-        std::array<pollfd, 2> sources{
-            {{wakeDescriptor_, POLLIN, 0}, {keyGrab ? keyGrab->fileDescriptor() : -1, POLLIN, 0}}};
-        // Rounded up, so that it does not wake before the deadline.
-        const auto timeout =
-            deadline ? std::max(0ms, ceil<milliseconds>(*deadline - steady_clock::now())) : -1ms;
-        poll(sources.data(), sources.size(), static_cast<int>(timeout.count()));
-    }
 }
 
 void X11HotKeys::wake() const {

@@ -14,17 +14,17 @@
 namespace corvid {
 
 /**
- * The hot key on an X11 display, whatever the platform that Qt draws on. A thread sleeps on a
- * connection of its own; it starts with the first combination that is asked for. Where there is
- * no display, or the display goes, no combination can be had until the next one is asked for.
+ * The hot key on an X11 display, whatever the platform that Qt draws on. A thread with a connection
+ * of its own sleeps until something happens; it starts at the first grab(). Where there is no
+ * display, or after its loss, no combination can be had; each grab() tries anew.
  */
 class X11HotKeys final : public HotKeyBackend {
 public:
-    /** How long the keys that follow a press are kept back at most. If no window of ours has the
-        keyboard by then, they go nowhere: text meant for the panel must not end up in a document
-        or a terminal. Long enough for a busy machine to show a window. The one thing that the
-        thread cannot see to is a process that is stopped as a whole, by a debugger say, in just
-        that moment: then the session's keyboard waits until the process goes on or ends. */
+    /** How long the keys that follow a press are kept back at most: long enough for a busy machine
+        to show a window. If none of ours has the keyboard by then they go nowhere, for text meant
+        for the panel must not end up in a document or a terminal. Only when the whole process is
+        stopped just then, by a debugger say, does the session's keyboard wait for longer: until
+        the process continues or ends. */
     static constexpr std::chrono::milliseconds usualPatience{2'000};
 
     /** An empty name is no display. Needs the application object. */
@@ -36,6 +36,7 @@ public:
     void dealtWith(quint32 time, NextKeys nextKeys) override;
 
 private:
+    class Worker;
     struct Wish {
         std::optional<HotKey> hotKey;
         Callbacks callbacks;
@@ -44,19 +45,16 @@ private:
 
     void letGo(quint32 time);
     void makeWish(std::optional<HotKey> hotKey, Callbacks callbacks);
-    void run(const std::stop_token &stop);
     void wake() const;
 
     const QByteArray display_;
     const std::chrono::milliseconds patience_;
     const int wakeDescriptor_;
-    /** Held while a callback runs, so that none runs after it was withdrawn. */
+    /** Guards what follows. Held while a callback runs, so that none runs after release(). */
     std::mutex mutex_;
     Wish wish_;
-    /** The press that has been dealt with. */
-    std::optional<quint32> letGo_;
-    /** Of the latest press. */
-    std::uint16_t pressModifiers_ = 0;
+    std::optional<quint32> letGo_;     ///< a press that has been dealt with
+    std::uint16_t pressModifiers_ = 0; ///< of the latest press
     X11KeyHandover handover_;
     std::jthread thread_;
 };

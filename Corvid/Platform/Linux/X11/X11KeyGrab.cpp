@@ -2,38 +2,23 @@
 
 #include "Base/VirtualKeys.h"
 
-#include <xcb/xcb.h>
 #include <xcb/xinput.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <span>
 
 namespace corvid {
 
 namespace {
 
-constexpr std::uint32_t evdevOffset = 8; // X key codes 0 to 7 mean something else
-constexpr std::uint8_t eventCode = 0x7f; // the other bit tells events that clients sent
 constexpr std::uint16_t realModifiers = 0xff;
 
 constexpr xcb_keysym_t numLockSymbol = 0xff7f;
 constexpr std::array<xcb_keysym_t, 2> optionSymbols{0xffe9, 0xffea};  // Alt_L, Alt_R
 constexpr std::array<xcb_keysym_t, 2> commandSymbols{0xffeb, 0xffec}; // Super_L, Super_R
 
-struct Free {
-    void operator()(void *memory) const { std::free(memory); }
-};
-template <typename T>
-using Reply = std::unique_ptr<T, Free>;
-
-template <typename T>
-const T &as(const xcb_generic_event_t &event) {
-    return reinterpret_cast<const T &>(event);
-}
-
-// Raw events are seen although another program has grabbed the keyboard from this version on.
+// From this version on raw events arrive even while another program has grabbed the keyboard.
 constexpr std::uint16_t inputMajor = 2;
 constexpr std::uint16_t inputMinor = 1;
 
@@ -41,10 +26,10 @@ std::optional<std::uint8_t> inputExtension(xcb_connection_t *connection) {
     const auto *extension = xcb_get_extension_data(connection, &xcb_input_id);
     if (!extension || !extension->present)
         return std::nullopt;
-    const Reply<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
+    const x11::Reply<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
         connection, xcb_input_xi_query_version(connection, inputMajor, inputMinor), nullptr));
-    if (!version || version->major_version < inputMajor ||
-        (version->major_version == inputMajor && version->minor_version < inputMinor))
+    if (!version || std::pair(version->major_version, version->minor_version) <
+                        std::pair(inputMajor, inputMinor))
         return std::nullopt;
     return extension->major_opcode;
 }
@@ -52,26 +37,18 @@ std::optional<std::uint8_t> inputExtension(xcb_connection_t *connection) {
 } // namespace
 
 std::unique_ptr<X11KeyGrab> X11KeyGrab::connect(const QByteArray &display) {
-    if (display.isEmpty())
+    x11::Connection connection = x11::connectTo(display);
+    if (!connection)
         return nullptr;
-    xcb_connection_t *connection = xcb_connect(display.constData(), nullptr);
-    if (xcb_connection_has_error(connection)) {
-        xcb_disconnect(connection);
-        return nullptr;
-    }
-    return std::unique_ptr<X11KeyGrab>(new X11KeyGrab(connection));
+    return std::unique_ptr<X11KeyGrab>(new X11KeyGrab(std::move(connection)));
 }
 
-X11KeyGrab::X11KeyGrab(xcb_connection_t *connection)
-    : connection_(connection), inputOpcode_(inputExtension(connection)),
+X11KeyGrab::X11KeyGrab(x11::Connection connection)
+    : connection_(std::move(connection)), inputOpcode_(inputExtension(connection_)),
       modifiers_(readModifiers()) {
-    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection_));
     for (; screens.rem > 0; xcb_screen_next(&screens))
         roots_.push_back(screens.data->root);
-}
-
-X11KeyGrab::~X11KeyGrab() {
-    xcb_disconnect(connection_);
 }
 
 int X11KeyGrab::fileDescriptor() const {
@@ -86,7 +63,7 @@ bool X11KeyGrab::grab(const HotKey &hotKey) {
         return false;
     hotKey_ = hotKey;
     keyCode_ = static_cast<std::uint8_t>(*evdev + evdevOffset);
-    // Whoever recorded this very combination may still hold it down.
+    // A user who has just recorded the combination may still hold it down.
     noteHeld();
     return grabKey();
 }
@@ -107,12 +84,12 @@ X11KeyGrab::Events X11KeyGrab::takeEvents(const std::function<void(const Press &
     Events result;
     bool mappingChanged = false;
     const auto take = [&](const xcb_generic_event_t &event) {
-        switch (event.response_type & eventCode) {
+        switch (x11::typeOf(event)) {
         case XCB_KEY_PRESS: {
             if (event.full_sequence < discarded_)
                 break;
-            // The press grabbed the whole keyboard and froze it.
-            const auto &press = as<xcb_key_press_event_t>(event);
+            // With this press the server has grabbed the whole keyboard for us and frozen it.
+            const auto &press = x11::as<xcb_key_press_event_t>(event);
             keptSince_ = press.time;
             if (isCombination(press) && !held_) {
                 pressed({press.time, stateOf(*hotKey_)});
@@ -124,21 +101,22 @@ X11KeyGrab::Events X11KeyGrab::takeEvents(const std::function<void(const Press &
             break;
         }
         case XCB_MAPPING_NOTIFY:
-            mappingChanged |= as<xcb_mapping_notify_event_t>(event).request != XCB_MAPPING_POINTER;
+            mappingChanged |=
+                x11::as<xcb_mapping_notify_event_t>(event).request != XCB_MAPPING_POINTER;
             break;
         case XCB_GE_GENERIC:
-            takeRawEvent(as<xcb_ge_generic_event_t>(event));
+            takeRawEvent(event);
             break;
         default:
             break;
         }
     };
     for (;;) {
-        while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)})
+        while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)})
             take(*event);
         if (!std::exchange(mappingChanged, false))
             break;
-        // Grabs are by position, so only another meaning of the modifiers touches them.
+        // Keys are grabbed by position, so only changed modifiers matter.
         const Modifiers modifiers = readModifiers();
         if (std::exchange(modifiers_, modifiers) == modifiers || !hotKey_)
             continue;
@@ -149,7 +127,8 @@ X11KeyGrab::Events X11KeyGrab::takeEvents(const std::function<void(const Press &
     return result;
 }
 
-// Giving the grab up, rather than only thawing it: the hot key may be held while other keys follow.
+// Ends the grab instead of only thawing it: else all keys would come to us while the hot key is
+// held.
 void X11KeyGrab::letGo(std::uint32_t time) {
     if (keptSince_ != time)
         return;
@@ -157,8 +136,8 @@ void X11KeyGrab::letGo(std::uint32_t time) {
     thawed();
 }
 
-// The grab that the press brought ends with the release of its key, which may be among the keys
-// that are kept back. One that we ask for does not: all of them come to us.
+// A new grab of the keyboard, so that all keys that were kept back come to us. The one that the
+// press began would end at the hot key's release, which may be among them.
 void X11KeyGrab::discard(std::uint32_t time) {
     if (keptSince_ != time)
         return;
@@ -172,22 +151,22 @@ void X11KeyGrab::discard(std::uint32_t time) {
 void X11KeyGrab::thawed() {
     keptSince_.reset();
     if (held_)
-        noteHeld(); // the key may have gone up while nothing was told
+        noteHeld(); // the key may have been released while no events came
     xcb_flush(connection_);
 }
 
-// Which of the eight modifiers the keys that are called Alt, Super and Num Lock set.
+// Which of the eight modifiers Alt, Super and Num Lock set.
 X11KeyGrab::Modifiers X11KeyGrab::readModifiers() const {
     const xcb_setup_t *setup = xcb_get_setup(connection_);
     const auto mappingCookie = xcb_get_modifier_mapping(connection_);
     const auto symbolsCookie = xcb_get_keyboard_mapping(
         connection_, setup->min_keycode,
         static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1));
-    const Reply<xcb_get_modifier_mapping_reply_t> mapping(
+    const x11::Reply<xcb_get_modifier_mapping_reply_t> mapping(
         xcb_get_modifier_mapping_reply(connection_, mappingCookie, nullptr));
-    const Reply<xcb_get_keyboard_mapping_reply_t> symbols(
+    const x11::Reply<xcb_get_keyboard_mapping_reply_t> symbols(
         xcb_get_keyboard_mapping_reply(connection_, symbolsCookie, nullptr));
-    // What nearly every keyboard has, should this one not tell.
+    // What nearly every keyboard has; used where this one does not tell.
     Modifiers result{XCB_MOD_MASK_1, XCB_MOD_MASK_4, 0};
     if (!mapping || !symbols)
         return result;
@@ -248,9 +227,9 @@ bool X11KeyGrab::grabKey() {
     }
     bool obtained = true;
     for (const xcb_void_cookie_t cookie : cookies)
-        if (const Reply<xcb_generic_error_t> error{xcb_request_check(connection_, cookie)})
+        if (const x11::Reply<xcb_generic_error_t> error{xcb_request_check(connection_, cookie)})
             obtained = false;
-    // A combination that works with some locks only would puzzle everyone.
+    // All or nothing: a hot key that depends on Caps Lock would puzzle everyone.
     if (!obtained)
         ungrabKey();
     return obtained && !xcb_connection_has_error(connection_);
@@ -262,7 +241,7 @@ void X11KeyGrab::ungrabKey() {
     xcb_flush(connection_);
 }
 
-// An earlier combination's press may still be on its way after it was replaced.
+// Presses of a combination that was replaced may still arrive.
 bool X11KeyGrab::isCombination(const xcb_key_press_event_t &event) const {
     if (!hotKey_ || event.detail != keyCode_)
         return false;
@@ -270,11 +249,11 @@ bool X11KeyGrab::isCombination(const xcb_key_press_event_t &event) const {
     return (event.state & realModifiers & ~locks) == (stateOf(*hotKey_) & ~locks);
 }
 
-// The release goes to the window that has the focus, so it is watched for below the windows. It
-// may have happened before the watch began: only then does the key's present state tell.
+// The event of the release goes to the focused window, so we watch raw events. The key may be up
+// before the watch begins, so its state is asked for only after that.
 void X11KeyGrab::noteHeld() {
     watchReleases(true);
-    const Reply<xcb_query_keymap_reply_t> keymap(
+    const x11::Reply<xcb_query_keymap_reply_t> keymap(
         xcb_query_keymap_reply(connection_, xcb_query_keymap(connection_), nullptr));
     constexpr unsigned bits = 8;
     held_ =
@@ -283,24 +262,18 @@ void X11KeyGrab::noteHeld() {
         watchReleases(false);
 }
 
-// Not watched all the time: each key released anywhere would wake us.
+// Not all the time: every key released anywhere would wake us.
 void X11KeyGrab::watchReleases(bool watch) {
-    if (!inputOpcode_)
-        return;
-    struct {
-        xcb_input_event_mask_t head;
-        std::uint32_t mask;
-    } const selection{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
-                      watch ? std::uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE} : 0U};
-    xcb_input_xi_select_events(connection_, roots_.front(), 1, &selection.head);
-    xcb_flush(connection_);
+    if (inputOpcode_)
+        x11::selectDeviceEvents(connection_, roots_.front(),
+                                watch ? std::uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE}
+                                      : 0U);
 }
 
-void X11KeyGrab::takeRawEvent(const xcb_ge_generic_event_t &event) {
-    if (event.extension != inputOpcode_ || event.event_type != XCB_INPUT_RAW_KEY_RELEASE)
-        return;
-    const auto &release = reinterpret_cast<const xcb_input_raw_key_release_event_t &>(event);
-    if (release.detail == keyCode_ && held_) {
+void X11KeyGrab::takeRawEvent(const xcb_generic_event_t &event) {
+    const auto &release = x11::as<xcb_input_raw_key_release_event_t>(event);
+    if (release.extension == inputOpcode_ && release.event_type == XCB_INPUT_RAW_KEY_RELEASE &&
+        release.detail == keyCode_ && held_) {
         held_ = false;
         watchReleases(false);
     }

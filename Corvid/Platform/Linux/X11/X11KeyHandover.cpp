@@ -1,19 +1,12 @@
 #include "Platform/Linux/X11/X11KeyHandover.h"
 
-#include <QCoreApplication>
+#include "Platform/Linux/X11/X11Replies.h"
 
-#include <xcb/xcb.h>
+#include <QCoreApplication>
 
 #include <utility>
 
 namespace corvid {
-
-namespace {
-
-constexpr std::uint8_t eventCode = 0x7f;
-constexpr std::uint8_t sentByClient = 0x80;
-
-} // namespace
 
 X11KeyHandover::X11KeyHandover() {
     QCoreApplication::instance()->installNativeEventFilter(this);
@@ -29,10 +22,10 @@ bool X11KeyHandover::nativeEventFilter(const QByteArray &eventType, void *messag
     if (eventType != "xcb_generic_event_t")
         return false;
     auto *event = static_cast<xcb_generic_event_t *>(message);
-    switch (event->response_type & eventCode) {
+    switch (x11::typeOf(*event)) {
     case XCB_FOCUS_IN: {
-        const auto &focus = reinterpret_cast<const xcb_focus_in_event_t &>(*event);
-        // Neither the end of a grab, nor the pointer resting on one of our windows.
+        const auto &focus = x11::as<xcb_focus_in_event_t>(*event);
+        // The end of a grab and a pointer above one of our windows are no arrival.
         if (arrived_ && focus.mode != XCB_NOTIFY_MODE_UNGRAB &&
             focus.detail != XCB_NOTIFY_DETAIL_POINTER)
             std::exchange(arrived_, {})();
@@ -45,9 +38,9 @@ bool X11KeyHandover::nativeEventFilter(const QByteArray &eventType, void *messag
         if (held_ == 0)
             break;
         key.state = static_cast<std::uint16_t>(key.state & ~held_);
-        // Only for an event that a client sent does Qt go by the event's own state when it looks
-        // for the key's text, which with Control held would not be a letter.
-        key.response_type |= sentByClient;
+        // Else Qt would take the modifiers from the keyboard's own state when it works out the
+        // key's text, and with Control held that is no letter.
+        key.response_type |= x11::sentByClient;
         break;
     }
     default:

@@ -1,7 +1,7 @@
 #include "Platform/Linux/X11/X11PanelSurface.h"
 
 #include "Platform/Linux/X11/Struts.h"
-#include "Platform/Linux/X11/X11Properties.h"
+#include "Platform/Linux/X11/X11Replies.h"
 
 #include <QGuiApplication>
 #include <QPainterPath>
@@ -18,10 +18,8 @@ namespace corvid {
 
 namespace {
 
-constexpr std::uint32_t longestList = 65536; // 32-bit units
-
 QRect nativeGeometry(const QScreen &screen) {
-    // Where a screen lies on the desktop is not scaled, only what is on it.
+    // Qt does not scale a screen's position, only its size.
     return {screen.geometry().topLeft(),
             (QSizeF(screen.geometry().size()) * screen.devicePixelRatio()).toSize()};
 }
@@ -71,13 +69,13 @@ PanelSurface::Behind X11PanelSurface::behind() const {
 }
 
 QRect X11PanelSurface::visibleFrame(const QScreen &screen) const {
-    // The window manager tells one work area for the whole desktop. With several screens it
-    // means nothing to a single one, and Qt leaves it aside.
+    // The window manager publishes one work area for all screens together, so Qt knows what is
+    // free only where there is a single one.
     if (screen.virtualSiblings().size() < 2)
         return screen.availableGeometry();
     const std::vector<std::uint32_t> windows =
-        x11::numbers(connection_, xcb_get_property(connection_, 0, root_, atoms_.clientList,
-                                                   XCB_ATOM_WINDOW, 0, longestList));
+        x11::numbersOf(connection_, xcb_get_property(connection_, 0, root_, atoms_.clientList,
+                                                     XCB_ATOM_WINDOW, 0, x11::longestList));
     std::vector<xcb_get_property_cookie_t> cookies;
     cookies.reserve(windows.size());
     for (const std::uint32_t window : windows)
@@ -85,7 +83,7 @@ QRect X11PanelSurface::visibleFrame(const QScreen &screen) const {
                                            XCB_ATOM_CARDINAL, 0, std::tuple_size_v<Strut>));
     std::vector<Strut> struts;
     for (const xcb_get_property_cookie_t cookie : cookies) {
-        const std::vector<std::uint32_t> values = x11::numbers(connection_, cookie);
+        const std::vector<std::uint32_t> values = x11::numbersOf(connection_, cookie);
         if (values.size() == std::tuple_size_v<Strut>)
             std::copy(values.begin(), values.end(), struts.emplace_back().begin());
     }
@@ -99,14 +97,14 @@ QRect X11PanelSurface::visibleFrame(const QScreen &screen) const {
 }
 
 void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) {
-    // Window managers give the keyboard only to whom the user turned last. The press of the hot
-    // key came over another connection, so Qt does not know of it.
+    // Window managers give the keyboard to the window with the latest user time. The press of the
+    // hot key came over another connection, so Qt does not know its time.
     QX11Info::setAppTime(time ? time : QX11Info::getTimestamp());
-    // While a window is shown its state is the window manager's, who forgets it when it hides.
+    // A shown window's state belongs to the window manager, which forgets it when it is hidden.
     if (panel.isVisible())
         return;
-    // Qt tells that the keyboard was lost a tenth of a second late. A window that is shown again
-    // before then counts as having had it all the time, and would not be told that it has it.
+    // Qt reports a lost keyboard a tenth of a second late. To a window that is shown again before
+    // that, it would report neither the loss nor that it has the keyboard again.
     if (QGuiApplication::focusWindow() == &panel) {
         untold_ = static_cast<std::uint32_t>(panel.winId());
         QCoreApplication::instance()->installNativeEventFilter(this);
@@ -125,7 +123,7 @@ void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) 
     askForBlur(panel, cornerRadius);
 }
 
-// The wish may have come over the bus, of which Qt knows no time.
+// The request may have come over the bus, so Qt knows no time of it.
 void X11PanelSurface::claimKeyboard(QWindow & /*window*/) {
     QX11Info::setAppTime(QX11Info::getTimestamp());
 }
@@ -138,11 +136,12 @@ bool X11PanelSurface::hasKeyboard(const QWindow &panel) const {
 
 bool X11PanelSurface::nativeEventFilter(const QByteArray & /*type*/, void *message,
                                         qintptr * /*result*/) {
-    const auto *event = static_cast<const xcb_focus_in_event_t *>(message);
-    if ((event->response_type & 0x7F) == XCB_FOCUS_IN && event->event == untold_ &&
-        event->detail != XCB_NOTIFY_DETAIL_POINTER) {
+    const auto &event = *static_cast<const xcb_generic_event_t *>(message);
+    const auto &focus = x11::as<xcb_focus_in_event_t>(event);
+    if (x11::typeOf(event) == XCB_FOCUS_IN && focus.event == untold_ &&
+        focus.detail != XCB_NOTIFY_DETAIL_POINTER) {
         QCoreApplication::instance()->removeNativeEventFilter(this);
-        // Queued; what Qt makes of the event itself comes after it.
+        // Queued ahead of what Qt makes of this event: it first learns of the loss.
         QWindowSystemInterface::handleWindowActivated(nullptr);
     }
     return false;

@@ -17,7 +17,7 @@ public:
     /** After the application object, which must run on X11. */
     explicit X11PanelSurface(xcb_connection_t *connection);
 
-    /** What entitles the next show to the keyboard; nothing when empty. */
+    /** The startup id by which the next show may take the keyboard; empty for none. */
     void setStartupId(const QByteArray &id) { startupId_ = id; }
 
     Behind behind() const override;
@@ -39,7 +39,7 @@ private:
     std::uint32_t root_;
     Atoms atoms_{};
     QByteArray startupId_;
-    /** The panel's window while it waits for the keyboard that Qt believes it never lost. */
+    /** The panel's window while Qt does not know yet that it lost the keyboard; else 0. */
     std::uint32_t untold_ = 0;
 };
 

@@ -6,8 +6,9 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
+#include <initializer_list>
 #include <memory>
+#include <utility>
 #include <vector>
 
 // What xcb hands out, with an owner and a type.
@@ -16,52 +17,70 @@ namespace corvid::x11 {
 struct Free {
     void operator()(void *memory) const { std::free(memory); }
 };
+/** What the server answered; null when it answered with an error or went away. */
 template <typename T>
 using Reply = std::unique_ptr<T, Free>;
 
-/** Tells events apart, whoever sent them. */
+struct Disconnect {
+    void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
+};
+/** A connection of our own. */
+struct Connection : std::unique_ptr<xcb_connection_t, Disconnect> {
+    using unique_ptr::unique_ptr;
+    operator xcb_connection_t *() const { return get(); }
+};
+
+/** Null when the name is empty or no such display can be reached. `screen` takes the number of the
+    display's default screen. */
+Connection connectTo(const QByteArray &display, int *screen = nullptr);
+
+/** Qt's own connection; null where the application does not run on X11. */
+xcb_connection_t *connectionOfQt();
+
+/** Of this screen, or of the last one when there are fewer. */
+xcb_window_t rootOf(xcb_connection_t *connection, int screen);
+
+/** Part of the type of an event that a client has sent. */
+inline constexpr std::uint8_t sentByClient = 0x80;
+
+/** The type of an event, whoever sent it. */
 inline std::uint8_t typeOf(const xcb_generic_event_t &event) {
-    constexpr std::uint8_t sentBit = 0x80;
-    return event.response_type & static_cast<std::uint8_t>(~sentBit);
+    return event.response_type & static_cast<std::uint8_t>(~sentByClient);
 }
 
 /** The event as what its type says that it is. */
 template <typename T>
-T as(const xcb_generic_event_t &event) {
-    T result;
-    std::memcpy(&result, &event, sizeof result);
-    return result;
+const T &as(const xcb_generic_event_t &event) {
+    return reinterpret_cast<const T &>(event);
 }
+
+/** Looks up atoms by name, all in one round trip; None for those that cannot be had. */
+void intern(xcb_connection_t *connection,
+            std::initializer_list<std::pair<xcb_atom_t *, const char *>> atoms);
+
+/** How much of a property to ask for that may be long. */
+inline constexpr std::uint32_t longestList = 65536; // 32-bit units
 
 /** The value of a property of bytes; empty for none. */
-inline QByteArray bytesOf(const xcb_get_property_reply_t *reply) {
-    if (!reply || reply->format != 8)
-        return {};
-    return {static_cast<const char *>(xcb_get_property_value(reply)),
-            xcb_get_property_value_length(reply)};
-}
-
+QByteArray bytesOf(const xcb_get_property_reply_t *reply);
 /** The value of a property of 32-bit numbers; empty for none. */
-inline std::vector<std::uint32_t> numbersOf(const xcb_get_property_reply_t *reply) {
-    if (!reply || reply->format != 32)
-        return {};
-    std::vector<std::uint32_t> numbers(
-        static_cast<std::size_t>(xcb_get_property_value_length(reply)) / sizeof(std::uint32_t));
-    // An empty vector has no address to copy to.
-    if (!numbers.empty())
-        std::memcpy(numbers.data(), xcb_get_property_value(reply),
-                    numbers.size() * sizeof(std::uint32_t));
-    return numbers;
-}
+std::vector<std::uint32_t> numbersOf(const xcb_get_property_reply_t *reply);
+
+/** Likewise; these wait for the server's answer. */
+QByteArray bytesOf(xcb_connection_t *connection, xcb_get_property_cookie_t cookie);
+std::vector<std::uint32_t> numbersOf(xcb_connection_t *connection,
+                                     xcb_get_property_cookie_t cookie);
+
+/** Replaces a property of 32-bit values. */
+void setNumbers(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t property,
+                xcb_atom_t type, const std::vector<std::uint32_t> &values);
+
+/** Asks for these events of all keyboards and pointers, in place of those asked for before. The
+    server must have the XInput extension. */
+void selectDeviceEvents(xcb_connection_t *connection, xcb_window_t root, std::uint32_t events);
 
 /** A window that is never shown, to send messages from and to ask the server's time with. */
-inline xcb_window_t makeHiddenWindow(xcb_connection_t *connection, xcb_window_t root) {
-    const xcb_window_t window = xcb_generate_id(connection);
-    const std::uint32_t values[]{1, XCB_EVENT_MASK_PROPERTY_CHANGE};
-    xcb_create_window(connection, 0, window, root, -100, -100, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
-                      XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
-    return window;
-}
+xcb_window_t makeHiddenWindow(xcb_connection_t *connection, xcb_window_t root);
 
 /** The server's present time, in milliseconds; XCB_CURRENT_TIME when the connection is lost. Waits
     for the server. Events that arrive meanwhile go to `other`. */
@@ -74,7 +93,7 @@ xcb_timestamp_t serverTime(xcb_connection_t *connection, xcb_window_t hiddenWind
     xcb_flush(connection);
     while (const Reply<xcb_generic_event_t> event{xcb_wait_for_event(connection)}) {
         if (typeOf(*event) == XCB_PROPERTY_NOTIFY) {
-            const auto change = as<xcb_property_notify_event_t>(*event);
+            const auto &change = as<xcb_property_notify_event_t>(*event);
             if (change.window == hiddenWindow)
                 return change.time;
         }

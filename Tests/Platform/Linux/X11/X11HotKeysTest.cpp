@@ -1,5 +1,6 @@
 #include "Platform/Linux/X11/X11HotKeys.h"
 
+#include "Platform/Linux/X11/X11Replies.h"
 #include "Worlds/EventLoop.h"
 #include "Worlds/QtPrinters.h"
 #include "Worlds/ThreadWakes.h"
@@ -16,17 +17,12 @@
 #include <memory>
 #include <optional>
 
-#include <xcb/xcb.h>
-
 using namespace corvid;
 using namespace corvid::test;
+using corvid::x11::Reply;
 using namespace std::chrono_literals;
 
 namespace {
-
-struct Free {
-    void operator()(void *memory) const { std::free(memory); }
-};
 
 // X key codes of positions on the keyboard.
 constexpr int offset = 8;
@@ -57,7 +53,7 @@ public:
     ~OtherProgram() { xcb_disconnect(connection_); }
 
     bool canGrab(int key, std::uint16_t modifiers) {
-        const std::unique_ptr<xcb_generic_error_t, Free> error(xcb_request_check(
+        const Reply<xcb_generic_error_t> error(xcb_request_check(
             connection_,
             xcb_grab_key_checked(connection_, 0, root_, modifiers, static_cast<xcb_keycode_t>(key),
                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
@@ -109,13 +105,12 @@ public:
 
 private:
     void roundTrip() {
-        const std::unique_ptr<xcb_get_input_focus_reply_t, Free> reply(
+        const Reply<xcb_get_input_focus_reply_t> reply(
             xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
     }
     void takeEvents() {
         roundTrip();
-        while (const std::unique_ptr<xcb_generic_event_t, Free> event{
-            xcb_poll_for_event(connection_)}) {
+        while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) {
             if (event->response_type == XCB_KEY_PRESS)
                 keys_.push_back(reinterpret_cast<xcb_key_press_event_t &>(*event).detail);
             else if (event->response_type == XCB_FOCUS_OUT &&
