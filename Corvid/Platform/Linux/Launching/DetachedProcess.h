@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gio/gio.h>
+
 #include <QByteArray>
 #include <QProcessEnvironment>
 #include <QString>
@@ -28,8 +30,9 @@ struct DetachedProcess {
  */
 DetachedProcess startDetached(const DetachedCommand &command);
 
-/** The systemd scope of a process that we launched: app-corvid-<application>-<pid>.scope, with
-    the application escaped as unit names are. Pure. */
-QString scopeName(const QString &application, qint64 pid);
+/** Moves a process that was just started into a systemd scope of its own, so that it does not end
+    with our service: app-corvid-<application>-<pid>.scope. Without a user manager nothing happens.
+    Blocks until the manager has answered or `shutdown` is cancelled; any thread. */
+void moveToScope(qint64 pid, const QString &application, GCancellable *shutdown);
 
 } // namespace corvid
