@@ -29,10 +29,6 @@ constexpr int fileManagerTimeoutMs = 25'000; // it may have to be started first
 
 enum class LaunchMode { Usual, NewWindow };
 
-bool isEntry(const QString &applicationPath) {
-    return applicationPath.endsWith(".desktop"_L1);
-}
-
 QString entryValue(GDesktopAppInfo *entry, const char *key) {
     const GFreePointer<gchar> value(g_desktop_app_info_get_string(entry, key));
     return QString::fromUtf8(value.get());
@@ -102,172 +98,148 @@ struct ApplicationLauncher::Launch {
     GCancellable *shutdown;          ///< ends every wait for the bus
     StartupNotifier &startups;
 
-    QString application(const QString &path, const QList<QUrl> &urls, LaunchMode mode) const {
-        return isEntry(path) ? entry(path, urls, mode) : bundle(path, urls);
+    /** Starts a command line in the home folder, unless it names another. */
+    QString run(DetachedCommand command) const {
+        if (command.workingFolder.isEmpty() && QFileInfo(locations::home()).isDir())
+            command.workingFolder = locations::home();
+        command.environment = environment;
+        command.activationToken = activationToken;
+        return startDetached(command, shutdown);
     }
-    QString openWithDefault(const QUrl &url) const;
-    QString reveal(const QString &path) const;
 
-    /** Starts one command line in `folder`, in the home folder when that is empty. */
-    QString run(const QStringList &arguments, const QString &application,
-                const QString &folder = {}, const QString &desktopFile = {},
-                const QByteArray &startupId = {}) const;
+    QString application(const QString &path, const QList<QUrl> &urls, LaunchMode mode) const {
+        return path.endsWith(".desktop"_L1) ? entry(path, urls, mode) : bundle(path, urls);
+    }
+
+    QString openWithDefault(const QUrl &url) const {
+        sessionBus(shutdown); // before GLib needs the bus by itself
+        const GObjectPointer<GAppInfo> handler = defaultApplication(url);
+        if (handler && G_IS_DESKTOP_APP_INFO(handler.get())) {
+            const char *path = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(handler.get()));
+            if (entry(QFile::decodeName(path), {url}, LaunchMode::Usual).isEmpty())
+                return {};
+        }
+        return run(
+            {.arguments = {u"xdg-open"_s, pathOrAddress(url)}, .application = u"xdg-open"_s});
+    }
+
+    QString reveal(const QString &path) const {
+        if (const GObjectPointer<GDBusConnection> bus = sessionBus(shutdown)) {
+            const QByteArray address = QUrl::fromLocalFile(path).toEncoded();
+            GErrorHolder error;
+            const GVariantPointer reply(g_dbus_connection_call_sync(
+                bus.get(), "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
+                "org.freedesktop.FileManager1", "ShowItems",
+                g_variant_new_parsed("([%s], '')", address.constData()), nullptr,
+                G_DBUS_CALL_FLAGS_NONE, fileManagerTimeoutMs, shutdown, error.out()));
+            // A file manager that is slow to answer may still show its window.
+            if (reply || meansNoAnswer(error.get()))
+                return error.message();
+        }
+        return openWithDefault(QUrl::fromLocalFile(QFileInfo(path).path()));
+    }
 
 private:
-    bool isInstalled(const QString &program) const;
-    QByteArray startupId(const LaunchedEntry &entry, StartupNotifier::Announcement) const;
-    QString entry(const QString &path, const QList<QUrl> &urls, LaunchMode mode) const;
-    std::optional<QString> activate(GDesktopAppInfo *info, const LaunchedEntry &entry,
-                                    BusRequest request) const;
-    QString runExec(GDesktopAppInfo *info, const LaunchedEntry &entry, const QString &exec,
-                    const QList<QUrl> &urls) const;
-    QString bundle(const QString &path, const QList<QUrl> &urls) const;
-};
-
-bool ApplicationLauncher::Launch::isInstalled(const QString &program) const {
-    const QStringList folders = environment.value(u"PATH"_s).split(u':', Qt::SkipEmptyParts);
-    return !folders.isEmpty() && !QStandardPaths::findExecutable(program, folders).isEmpty();
-}
-
-QString ApplicationLauncher::Launch::run(const QStringList &arguments, const QString &application,
-                                         const QString &folder, const QString &desktopFile,
-                                         const QByteArray &startupId) const {
-    QString workingFolder = folder;
-    if (workingFolder.isEmpty() && QFileInfo(locations::home()).isDir())
-        workingFolder = locations::home();
-    const DetachedProcess process = startDetached(
-        {arguments, environment, workingFolder, desktopFile, startupId, activationToken});
-    if (process.error.isEmpty())
-        moveToScope(process.pid, application, shutdown);
-    return process.error;
-}
-
-/** What the desktop shall know the window by; empty for nothing. */
-QByteArray
-ApplicationLauncher::Launch::startupId(const LaunchedEntry &entry,
-                                       StartupNotifier::Announcement announcement) const {
-    return activationToken.isEmpty() ? startups.begin(entry, announcement) : activationToken;
-}
-
-QString ApplicationLauncher::Launch::entry(const QString &path, const QList<QUrl> &urls,
-                                           LaunchMode mode) const {
-    const GObjectPointer<GDesktopAppInfo> info(
-        g_desktop_app_info_new_from_filename(QFile::encodeName(path).constData()));
-    if (!info && !QFileInfo::exists(path))
-        return u"“%1” does not exist."_s.arg(path);
-    if (!info)
-        return u"“%1” is no desktop entry, or its program is not installed."_s.arg(path);
-
-    QString exec = entryValue(info.get(), G_KEY_FILE_DESKTOP_KEY_EXEC);
-    bool byBus = entryFlag(info.get(), G_KEY_FILE_DESKTOP_KEY_DBUS_ACTIVATABLE);
-    BusRequest request{urls, {}, {}};
-    if (mode == LaunchMode::NewWindow) {
-        const QByteArray action = newWindowAction(info.get());
-        if (!action.isEmpty()) {
-            request.action = action;
-            if (const QString ofAction = execOfAction(path, action); !ofAction.isEmpty())
-                exec = ofAction;
-        } else if (!exec.isEmpty()) {
-            // Activating shows the window that is there already; the program may open another.
-            byBus = false;
-        }
+    bool isInstalled(const QString &program) const {
+        const QStringList folders = environment.value(u"PATH"_s).split(u':', Qt::SkipEmptyParts);
+        return !folders.isEmpty() && !QStandardPaths::findExecutable(program, folders).isEmpty();
     }
-    const LaunchedEntry entry = launchedEntry(info.get(), path);
-    if (byBus)
-        if (const std::optional<QString> result = activate(info.get(), entry, request))
-            return *result;
-    return runExec(info.get(), entry, exec, urls);
-}
 
-/** Asks over the bus; absent when there is no such service. */
-std::optional<QString> ApplicationLauncher::Launch::activate(GDesktopAppInfo *info,
-                                                             const LaunchedEntry &entry,
-                                                             BusRequest request) const {
-    const bool notifies = entryFlag(info, G_KEY_FILE_DESKTOP_KEY_STARTUP_NOTIFY);
-    request.startupId = startupId(entry, notifies ? StartupNotifier::Announcement::Public
-                                                  : StartupNotifier::Announcement::Silent);
-    GErrorHolder error;
-    const BusActivation result = activateByBus(idOf(entry.path), request, shutdown, error);
-    if (result == BusActivation::Done)
-        return QString();
-    startups.cancel(request.startupId);
-    if (result == BusActivation::ServiceMissing)
-        return std::nullopt;
-    g_dbus_error_strip_remote_error(error.get());
-    return error.message();
-}
+    /** What the desktop shall know the window by; empty for nothing. */
+    QByteArray startupId(const LaunchedEntry &entry,
+                         StartupNotifier::Announcement announcement) const {
+        return activationToken.isEmpty() ? startups.begin(entry, announcement) : activationToken;
+    }
 
-QString ApplicationLauncher::Launch::runExec(GDesktopAppInfo *info, const LaunchedEntry &entry,
-                                             const QString &exec, const QList<QUrl> &urls) const {
-    const std::vector<QStringList> lines = expandExec(exec, entry, urls);
-    if (lines.empty())
-        return u"“%1” does not say what to run."_s.arg(entry.path);
+    QString entry(const QString &path, const QList<QUrl> &urls, LaunchMode mode) const {
+        const GObjectPointer<GDesktopAppInfo> info(
+            g_desktop_app_info_new_from_filename(QFile::encodeName(path).constData()));
+        if (!info && !QFileInfo::exists(path))
+            return u"“%1” does not exist."_s.arg(path);
+        if (!info)
+            return u"“%1” is no desktop entry, or its program is not installed."_s.arg(path);
 
-    const QString id = idOf(entry.path);
-    const QString folder = entryValue(info, G_KEY_FILE_DESKTOP_KEY_PATH);
-    const bool inTerminal = entryFlag(info, G_KEY_FILE_DESKTOP_KEY_TERMINAL);
-    const bool notifies = entryFlag(info, G_KEY_FILE_DESKTOP_KEY_STARTUP_NOTIFY);
-    for (const QStringList &line : lines) {
-        QString error;
-        if (inTerminal) {
-            const auto command = terminalCommand(
+        QString exec = entryValue(info.get(), G_KEY_FILE_DESKTOP_KEY_EXEC);
+        bool byBus = entryFlag(info.get(), G_KEY_FILE_DESKTOP_KEY_DBUS_ACTIVATABLE);
+        BusRequest request{urls, {}, {}};
+        if (mode == LaunchMode::NewWindow) {
+            const QByteArray action = newWindowAction(info.get());
+            if (!action.isEmpty()) {
+                request.action = action;
+                if (const QString ofAction = execOfAction(path, action); !ofAction.isEmpty())
+                    exec = ofAction;
+            } else if (!exec.isEmpty()) {
+                // Activating shows the window that is there already; the program may open another.
+                byBus = false;
+            }
+        }
+        const LaunchedEntry launched = launchedEntry(info.get(), path);
+        if (byBus)
+            if (const std::optional<QString> result = activate(info.get(), launched, request))
+                return *result;
+
+        const std::vector<QStringList> lines = expandExec(exec, launched, urls);
+        if (lines.empty())
+            return u"“%1” does not say what to run."_s.arg(path);
+        for (const QStringList &line : lines)
+            if (QString error = runLine(info.get(), launched, line); !error.isEmpty())
+                return error;
+        return {};
+    }
+
+    /** Asks over the bus; absent when there is no such service. */
+    std::optional<QString> activate(GDesktopAppInfo *info, const LaunchedEntry &entry,
+                                    BusRequest request) const {
+        const bool notifies = entryFlag(info, G_KEY_FILE_DESKTOP_KEY_STARTUP_NOTIFY);
+        request.startupId = startupId(entry, notifies ? StartupNotifier::Announcement::Public
+                                                      : StartupNotifier::Announcement::Silent);
+        GErrorHolder error;
+        const BusActivation result = activateByBus(idOf(entry.path), request, shutdown, error);
+        if (result == BusActivation::Done)
+            return QString();
+        startups.cancel(request.startupId);
+        if (result == BusActivation::ServiceMissing)
+            return std::nullopt;
+        g_dbus_error_strip_remote_error(error.get());
+        return error.message();
+    }
+
+    QString runLine(GDesktopAppInfo *info, const LaunchedEntry &entry,
+                    const QStringList &line) const {
+        DetachedCommand command{.arguments = line,
+                                .workingFolder = entryValue(info, G_KEY_FILE_DESKTOP_KEY_PATH),
+                                .application = idOf(entry.path)};
+        if (entryFlag(info, G_KEY_FILE_DESKTOP_KEY_TERMINAL)) {
+            const auto inTerminal = terminalCommand(
                 line, {environment.value(u"TERMINAL"_s), desktopsettings::terminal()},
                 [this](const QString &program) { return isInstalled(program); });
-            if (!command)
+            if (!inTerminal)
                 return u"There is no terminal to run “%1” in."_s.arg(entry.name);
-            // Without the entry: the process is the terminal, not the application.
-            error = run(*command, id, folder);
-        } else {
-            // Only for programs that know of it, as GIO does. Others would hand the id on to their
-            // own children, whose windows would then be taken for old ones.
-            const QByteArray startup =
-                notifies ? startupId(entry, StartupNotifier::Announcement::Public) : QByteArray();
-            error = run(line, id, folder, entry.path, startup);
-            if (!error.isEmpty())
-                startups.cancel(startup);
+            // Without desktopFile: the process is the terminal, not the application.
+            command.arguments = *inTerminal;
+            return run(command);
         }
+        command.desktopFile = entry.path;
+        // Only for programs that know of it, as GIO does. Others would hand the id on to their own
+        // children, whose windows would then be taken for old ones.
+        if (entryFlag(info, G_KEY_FILE_DESKTOP_KEY_STARTUP_NOTIFY))
+            command.startupId = startupId(entry, StartupNotifier::Announcement::Public);
+        const QString error = run(command);
         if (!error.isEmpty())
-            return error;
+            startups.cancel(command.startupId);
+        return error;
     }
-    return {};
-}
 
-QString ApplicationLauncher::Launch::bundle(const QString &path, const QList<QUrl> &urls) const {
-    const QString executable = bundleExecutable(path);
-    if (!QFileInfo(executable).isFile() || !QFileInfo(executable).isExecutable())
-        return u"“%1” is not executable."_s.arg(executable);
-    QStringList arguments{executable};
-    for (const QUrl &url : urls)
-        arguments.append(pathOrAddress(url));
-    return run(arguments, QFileInfo(path).completeBaseName());
-}
-
-QString ApplicationLauncher::Launch::openWithDefault(const QUrl &url) const {
-    sessionBus(shutdown); // before GLib needs the bus by itself
-    const GObjectPointer<GAppInfo> handler = defaultApplication(url);
-    if (handler && G_IS_DESKTOP_APP_INFO(handler.get())) {
-        const char *path = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(handler.get()));
-        if (entry(QFile::decodeName(path), {url}, LaunchMode::Usual).isEmpty())
-            return {};
+    QString bundle(const QString &path, const QList<QUrl> &urls) const {
+        const QString executable = bundleExecutable(path);
+        if (!QFileInfo(executable).isFile() || !QFileInfo(executable).isExecutable())
+            return u"“%1” is not executable."_s.arg(executable);
+        QStringList arguments{executable};
+        for (const QUrl &url : urls)
+            arguments.append(pathOrAddress(url));
+        return run({.arguments = arguments, .application = QFileInfo(path).completeBaseName()});
     }
-    return run({u"xdg-open"_s, pathOrAddress(url)}, u"xdg-open"_s);
-}
-
-QString ApplicationLauncher::Launch::reveal(const QString &path) const {
-    if (const GObjectPointer<GDBusConnection> bus = sessionBus(shutdown)) {
-        const QByteArray address = QUrl::fromLocalFile(path).toEncoded();
-        GErrorHolder error;
-        const GVariantPointer reply(g_dbus_connection_call_sync(
-            bus.get(), "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
-            "org.freedesktop.FileManager1", "ShowItems",
-            g_variant_new_parsed("([%s], '')", address.constData()), nullptr,
-            G_DBUS_CALL_FLAGS_NONE, fileManagerTimeoutMs, shutdown, error.out()));
-        // A file manager that is slow to answer may still show its window.
-        if (reply || meansNoAnswer(error.get()))
-            return error.message();
-    }
-    return openWithDefault(QUrl::fromLocalFile(QFileInfo(path).path()));
-}
+};
 
 ApplicationLauncher::ApplicationLauncher(const QProcessEnvironment &childEnvironment,
                                          QByteArray display,
@@ -324,8 +296,9 @@ void ApplicationLauncher::startTool(const QString &executable, const QStringList
                                     const Workspace::Completion &done) {
     start(
         [=](const Launch &launch) {
-            return launch.run(QStringList{executable} + arguments, QFileInfo(executable).fileName(),
-                              QDir::currentPath());
+            return launch.run({.arguments = QStringList{executable} + arguments,
+                               .workingFolder = QDir::currentPath(),
+                               .application = QFileInfo(executable).fileName()});
         },
         done);
 }

@@ -72,11 +72,29 @@ QByteArray scopeName(const QString &application, qint64 pid) {
     return "app-corvid-" + escaped + '-' + QByteArray::number(pid) + ".scope";
 }
 
+// Without a user manager nothing happens.
+void moveToScope(qint64 pid, const QString &application, GCancellable *shutdown) {
+    const GObjectPointer<GDBusConnection> bus = sessionBus(shutdown);
+    if (!bus)
+        return;
+    GVariant *arguments =
+        g_variant_new_parsed("(%s, 'fail', [('PIDs', <[%u]>), ('Slice', <'app.slice'>),"
+                             " ('CollectMode', <'inactive-or-failed'>)], @a(sa(sv)) [])",
+                             scopeName(application, pid).constData(), static_cast<guint32>(pid));
+    // A manager that does not run is not started, and a failure does not matter: the process has
+    // its session.
+    constexpr int timeoutMs = 2'000;
+    const GVariantPointer reply(g_dbus_connection_call_sync(
+        bus.get(), "org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+        "org.freedesktop.systemd1.Manager", "StartTransientUnit", arguments, nullptr,
+        G_DBUS_CALL_FLAGS_NO_AUTO_START, timeoutMs, shutdown, nullptr));
+}
+
 } // namespace
 
-DetachedProcess startDetached(const DetachedCommand &command) {
+QString startDetached(const DetachedCommand &command, GCancellable *shutdown) {
     if (command.arguments.isEmpty())
-        return {0, u"There is no program to start."_s};
+        return u"There is no program to start."_s;
 
     QProcessEnvironment variables = command.environment;
     for (const QLatin1StringView name : launchVariables)
@@ -107,25 +125,10 @@ DetachedProcess startDetached(const DetachedCommand &command) {
                                                                 G_SPAWN_STDERR_TO_DEV_NULL),
                                        prepareChild, digits, &pid, error.out());
     if (!started)
-        return {0, error.message()};
-    return {pid, {}};
-}
-
-void moveToScope(qint64 pid, const QString &application, GCancellable *shutdown) {
-    const GObjectPointer<GDBusConnection> bus = sessionBus(shutdown);
-    if (!bus)
-        return;
-    GVariant *arguments =
-        g_variant_new_parsed("(%s, 'fail', [('PIDs', <[%u]>), ('Slice', <'app.slice'>),"
-                             " ('CollectMode', <'inactive-or-failed'>)], @a(sa(sv)) [])",
-                             scopeName(application, pid).constData(), static_cast<guint32>(pid));
-    // A manager that does not run is not started, and a failure does not matter: the process has
-    // its session.
-    constexpr int timeoutMs = 2'000;
-    const GVariantPointer reply(g_dbus_connection_call_sync(
-        bus.get(), "org.freedesktop.systemd1", "/org/freedesktop/systemd1",
-        "org.freedesktop.systemd1.Manager", "StartTransientUnit", arguments, nullptr,
-        G_DBUS_CALL_FLAGS_NO_AUTO_START, timeoutMs, shutdown, nullptr));
+        return error.message();
+    if (!command.application.isEmpty())
+        moveToScope(pid, command.application, shutdown);
+    return {};
 }
 
 } // namespace corvid
