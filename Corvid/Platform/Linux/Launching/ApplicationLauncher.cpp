@@ -1,10 +1,10 @@
 #include "Platform/Linux/Launching/ApplicationLauncher.h"
 
 #include "Base/Locations.h"
+#include "Catalog/BundleProperties.h"
 #include "Platform/Linux/Bus/BusActivation.h"
 #include "Platform/Linux/Bus/SessionBus.h"
 #include "Platform/Linux/DesktopSettings.h"
-#include "Platform/Linux/Launching/BundleProperties.h"
 #include "Platform/Linux/Launching/DetachedProcess.h"
 #include "Platform/Linux/Launching/ExecLine.h"
 #include "Platform/Linux/Launching/StartupNotifier.h"
@@ -231,7 +231,11 @@ private:
     }
 
     QString bundle(const QString &path, const QList<QUrl> &urls) const {
-        const QString executable = bundleExecutable(path);
+        // The executable that the properties name, else the one named like the bundle.
+        QString name = bundleProperty(path, u"CFBundleExecutable"_s);
+        if (name.isEmpty() || name.contains(u'/'))
+            name = QFileInfo(path).completeBaseName();
+        const QString executable = path + "/Contents/MacOS/"_L1 + name;
         if (!QFileInfo(executable).isFile() || !QFileInfo(executable).isExecutable())
             return u"“%1” is not executable."_s.arg(executable);
         QStringList arguments{executable};

@@ -1,6 +1,6 @@
 #include "Platform/Linux/Running/RunningApplications.h"
 
-#include "Platform/Linux/Launching/BundleProperties.h"
+#include "Catalog/BundleProperties.h"
 #include "Platform/Linux/Running/ProcessTraits.h"
 #include "Platform/Linux/Running/WindowMatcher.h"
 #include "Platform/Linux/Wayland/WaylandToplevels.h"
