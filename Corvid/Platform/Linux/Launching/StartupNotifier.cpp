@@ -19,8 +19,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds longestStart{15};
-constexpr std::uint32_t longestList = 65536; // 32-bit units
-constexpr std::uint32_t longestId = 1024;
+constexpr std::uint32_t longestWindowList = 65536; // 32-bit units
+constexpr std::uint32_t longestStartupId = 1024;
 
 x11::Reply<xcb_get_property_reply_t> anyProperty(xcb_connection_t *connection, xcb_window_t window,
                                                  xcb_atom_t name, std::uint32_t longest) {
@@ -140,9 +140,10 @@ bool StartupNotifier::takeListChange() {
 
 void StartupNotifier::endThoseWithWindows() {
     const auto windows =
-        x11::numbersOf(anyProperty(connection_.get(), root_, clientList_, longestList).get());
+        x11::numbersOf(anyProperty(connection_.get(), root_, clientList_, longestWindowList).get());
     for (const std::uint32_t window : windows)
-        cancel(x11::bytesOf(anyProperty(connection_.get(), window, startupId_, longestId).get()));
+        cancel(x11::bytesOf(
+            anyProperty(connection_.get(), window, startupId_, longestStartupId).get()));
 }
 
 void StartupNotifier::finish(GCancellable *shutdown) {
