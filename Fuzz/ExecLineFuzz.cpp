@@ -23,7 +23,7 @@ bool isPartOfAnArgument(const QString &text, const std::vector<QStringList> &lin
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const QStringList lines = fuzz::linesOf(data, size);
     const QString &exec = lines[0];
-    const ExecFields fields{lines.value(1), lines.value(2), lines.value(3)};
+    const LaunchedEntry fields{lines.value(1), lines.value(2), lines.value(3)};
     const QString folder = u"/my \"$(projects)\"; %f"_s;
     const QString file = u"/tmp/%U 'it'"_s;
     const QList<QUrl> urls{QUrl::fromLocalFile(folder), QUrl::fromLocalFile(file)};

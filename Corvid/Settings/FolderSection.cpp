@@ -1,13 +1,12 @@
 #include "Settings/FolderSection.h"
 
 #include "Base/Locations.h"
+#include "Base/Settings.h"
 #include "Platform/FolderDialog.h"
-#include "Platform/UserDefaults.h"
 #include "ProjectIndex.h"
 
 #include <QAbstractItemView>
 #include <QFileDialog>
-#include <QJsonArray>
 #include <QPointer>
 #include <QPushButton>
 

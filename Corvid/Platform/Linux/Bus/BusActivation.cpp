@@ -2,7 +2,7 @@
 
 #include "Platform/Linux/Bus/SessionBus.h"
 
-namespace corvid::launching {
+namespace corvid {
 
 namespace {
 
@@ -75,4 +75,4 @@ BusActivation activateByBus(const QString &id, const BusRequest &request, GCance
     return missing ? BusActivation::ServiceMissing : BusActivation::Failed;
 }
 
-} // namespace corvid::launching
+} // namespace corvid

@@ -9,7 +9,7 @@
 
 #include <optional>
 
-namespace corvid::launching {
+namespace corvid {
 
 /** What an application is asked to do over the bus. */
 struct BusRequest {
@@ -28,4 +28,4 @@ enum class BusActivation { Done, ServiceMissing, Failed };
 BusActivation activateByBus(const QString &id, const BusRequest &request, GCancellable *shutdown,
                             GErrorHolder &error);
 
-} // namespace corvid::launching
+} // namespace corvid

@@ -2,11 +2,11 @@
 
 #include "Base/Locations.h"
 #include "Base/RegularFile.h"
+#include "Catalog/BundleProperties.h"
 #include "Platform/Linux/GLibPointers.h"
 #include "Platform/Linux/Icons/IconDrawing.h"
 #include "Platform/Linux/Icons/IconTheme.h"
 #include "Platform/Linux/Icons/PictureCheck.h"
-#include "Platform/Linux/Launching/BundleProperties.h"
 
 #include <QBuffer>
 #include <QFileInfo>

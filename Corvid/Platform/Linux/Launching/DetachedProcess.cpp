@@ -1,15 +1,15 @@
 #include "Platform/Linux/Launching/DetachedProcess.h"
 
+#include "Platform/Linux/Bus/SessionBus.h"
 #include "Platform/Linux/GLibPointers.h"
 #include "Platform/Linux/Secrets/CoreDumps.h"
 
 #include <QFile>
 
 #include <array>
+#include <charconv>
 #include <csignal>
-#include <cstring>
 #include <unistd.h>
-#include <vector>
 
 namespace corvid {
 
@@ -17,9 +17,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr std::size_t pidDigits = 20;
+constexpr qsizetype pidDigits = 20;
 
-// They tell one process how it was started, and would tell its children lies.
+// They describe how one process was started, so they are wrong for its children.
 constexpr std::array launchVariables{"DBUS_STARTER_ADDRESS"_L1,
                                      "DBUS_STARTER_BUS_TYPE"_L1,
                                      "DESKTOP_STARTUP_ID"_L1,
@@ -37,21 +37,12 @@ constexpr std::array launchVariables{"DBUS_STARTER_ADDRESS"_L1,
                                      "XDG_ACTIVATION_TOKEN"_L1};
 
 // Strings in the form of main()'s arguments.
-class StringVector {
-public:
-    void add(QByteArray string) { strings_.push_back(std::move(string)); }
-    gchar **pointers() {
-        pointers_.clear();
-        for (QByteArray &string : strings_)
-            pointers_.push_back(string.data());
-        pointers_.push_back(nullptr);
-        return pointers_.data();
-    }
-
-private:
-    std::vector<QByteArray> strings_;
-    std::vector<gchar *> pointers_;
-};
+GStrvPointer stringVector(const QStringList &strings) {
+    GStrvPointer result(g_new0(gchar *, static_cast<gsize>(strings.size()) + 1));
+    for (qsizetype i = 0; i < strings.size(); ++i)
+        result.get()[i] = g_strdup(QFile::encodeName(strings[i]).constData());
+    return result;
+}
 
 // Runs in the forked child, where only async-signal-safe calls are allowed.
 void prepareChild(gpointer data) {
@@ -60,34 +51,51 @@ void prepareChild(gpointer data) {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    // Handlers end with the program that had them, but what is ignored would stay ignored.
+    // Executing a program resets the handlers, but signals that are ignored would stay ignored.
     for (int signal = 1; signal < NSIG; ++signal)
         std::signal(signal, SIG_DFL);
 
     // The environment in this copy of our memory is what the program will be given.
-    auto *digits = static_cast<char *>(data);
-    if (!digits)
+    if (auto *digits = static_cast<char *>(data))
+        *std::to_chars(digits, digits + pidDigits, getpid()).ptr = '\0';
+}
+
+// The unit's name, with the application escaped as systemd does.
+QByteArray scopeName(const QString &application, qint64 pid) {
+    QByteArray escaped;
+    for (const char c : application.toUtf8()) {
+        if (g_ascii_isalnum(c) || c == '_' || c == ':' || (c == '.' && !escaped.isEmpty()))
+            escaped += c;
+        else
+            escaped += "\\x" + QByteArray(&c, 1).toHex();
+    }
+    return "app-corvid-" + escaped + '-' + QByteArray::number(pid) + ".scope";
+}
+
+// Without a user manager nothing happens.
+void moveToScope(qint64 pid, const QString &application, GCancellable *shutdown) {
+    const GObjectPointer<GDBusConnection> bus = sessionBus(shutdown);
+    if (!bus)
         return;
-    std::array<char, pidDigits> reversed{};
-    std::size_t count = 0;
-    for (pid_t rest = getpid(); rest > 0; rest /= 10)
-        reversed[count++] = static_cast<char>('0' + rest % 10);
-    while (count > 0)
-        *digits++ = reversed[--count];
-    *digits = '\0';
+    GVariant *arguments =
+        g_variant_new_parsed("(%s, 'fail', [('PIDs', <[%u]>), ('Slice', <'app.slice'>),"
+                             " ('CollectMode', <'inactive-or-failed'>)], @a(sa(sv)) [])",
+                             scopeName(application, pid).constData(), static_cast<guint32>(pid));
+    // A manager that does not run is not started, and a failure does not matter: the process has
+    // its session.
+    constexpr int timeoutMs = 2'000;
+    const GVariantPointer reply(g_dbus_connection_call_sync(
+        bus.get(), "org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+        "org.freedesktop.systemd1.Manager", "StartTransientUnit", arguments, nullptr,
+        G_DBUS_CALL_FLAGS_NO_AUTO_START, timeoutMs, shutdown, nullptr));
 }
 
 } // namespace
 
-DetachedProcess startDetached(const DetachedCommand &command) {
+QString startDetached(const DetachedCommand &command, GCancellable *shutdown) {
     if (command.arguments.isEmpty())
-        return {0, u"There is no program to start."_s};
+        return u"There is no program to start."_s;
 
-    StringVector arguments;
-    for (const QString &argument : command.arguments)
-        arguments.add(QFile::encodeName(argument));
-
-    StringVector environment;
     QProcessEnvironment variables = command.environment;
     for (const QLatin1StringView name : launchVariables)
         variables.remove(name);
@@ -97,46 +105,30 @@ DetachedProcess startDetached(const DetachedCommand &command) {
         variables.insert(u"DESKTOP_STARTUP_ID"_s, QString::fromUtf8(command.startupId));
     if (!command.activationToken.isEmpty())
         variables.insert(u"XDG_ACTIVATION_TOKEN"_s, QString::fromUtf8(command.activationToken));
-    const QStringList definitions = variables.toStringList();
-    for (const QString &definition : definitions)
-        environment.add(QFile::encodeName(definition));
-
+    QStringList definitions = variables.toStringList();
+    // Only the child knows its number: it writes it over the zeros.
+    const QString pidVariable = u"GIO_LAUNCHED_DESKTOP_FILE_PID="_s;
+    if (!command.desktopFile.isEmpty())
+        definitions.append(pidVariable + QString(pidDigits, u'0'));
+    const GStrvPointer environment = stringVector(definitions);
     char *digits = nullptr;
-    gchar **environmentPointers = nullptr;
-    if (command.desktopFile.isEmpty()) {
-        environmentPointers = environment.pointers();
-    } else {
-        const QByteArray name = "GIO_LAUNCHED_DESKTOP_FILE_PID=";
-        environment.add(name + QByteArray(pidDigits, '\0'));
-        environmentPointers = environment.pointers();
-        digits = environmentPointers[definitions.size()] + name.size();
-    }
+    if (!command.desktopFile.isEmpty())
+        digits = environment.get()[definitions.size() - 1] + pidVariable.size();
 
     const QByteArray folder = QFile::encodeName(command.workingFolder);
     GPid pid = 0;
     GErrorHolder error;
-    const bool started = g_spawn_async(
-        folder.isEmpty() ? nullptr : folder.constData(), arguments.pointers(), environmentPointers,
-        static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH_FROM_ENVP | G_SPAWN_STDOUT_TO_DEV_NULL |
-                                 G_SPAWN_STDERR_TO_DEV_NULL),
-        prepareChild, digits, &pid, error.out());
+    const bool started = g_spawn_async(folder.isEmpty() ? nullptr : folder.constData(),
+                                       stringVector(command.arguments).get(), environment.get(),
+                                       static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH_FROM_ENVP |
+                                                                G_SPAWN_STDOUT_TO_DEV_NULL |
+                                                                G_SPAWN_STDERR_TO_DEV_NULL),
+                                       prepareChild, digits, &pid, error.out());
     if (!started)
-        return {0, error.message()};
-    return {pid, {}};
-}
-
-QString scopeName(const QString &application, qint64 pid) {
-    QString escaped;
-    const QByteArray bytes = application.toUtf8();
-    for (qsizetype i = 0; i < bytes.size(); ++i) {
-        const char c = bytes[i];
-        if (g_ascii_isalnum(c) || c == '_' || c == ':' || (c == '.' && i > 0))
-            escaped += QLatin1Char(c);
-        else
-            escaped +=
-                R"(\x)"_L1 + QString::number(static_cast<uchar>(c), 16).rightJustified(2, u'0');
-    }
-    return u"app-corvid-%1-%2.scope"_s.arg(escaped).arg(pid);
+        return error.message();
+    if (!command.application.isEmpty())
+        moveToScope(pid, command.application, shutdown);
+    return {};
 }
 
 } // namespace corvid

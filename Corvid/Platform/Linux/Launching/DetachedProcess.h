@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gio/gio.h>
+
 #include <QByteArray>
 #include <QProcessEnvironment>
 #include <QString>
@@ -8,28 +10,22 @@
 namespace corvid {
 
 struct DetachedCommand {
-    QStringList arguments;           ///< the program, looked up in the environment's PATH, first
-    QProcessEnvironment environment; ///< variables that describe how we were started are left out
-    QString workingFolder;           ///< empty for ours
-    QString desktopFile;             ///< path of the entry that is launched; empty for none
-    QByteArray startupId;            ///< by which the desktop knows its window; empty for none
-    QByteArray activationToken;      ///< by which its window may come to the front; empty for none
-};
-
-struct DetachedProcess {
-    qint64 pid = 0;
-    QString error; ///< empty when the program runs, else the reason in words
+    QStringList arguments;             ///< the program, looked up in the environment's PATH, first
+    QProcessEnvironment environment{}; ///< without what describes how we were started ourselves
+    QString workingFolder{};           ///< empty for ours
+    QString application{};             ///< names its systemd scope; empty for none
+    QString desktopFile{};             ///< path of the entry that is launched; empty for none
+    QByteArray startupId{};            ///< by which the desktop knows its window; empty for none
+    QByteArray activationToken{};      ///< lets its window come to the front; empty for none
 };
 
 /**
  * Starts a program that outlives us: in a session of its own, so that no key of our terminal
- * reaches it, adopted by the system, so that it leaves no zombie, its streams on the null device.
- * Returns when the program runs or could not be run; takes as long as a fork. Any thread.
+ * reaches it, adopted by the system, so that it leaves no zombie, its streams on the null device,
+ * and in a scope of its own where there is a systemd user manager, so that it does not end with our
+ * service. Returns why it could not be run; empty for success. Takes as long as a fork and until
+ * the manager has answered or `shutdown` is cancelled. Any thread.
  */
-DetachedProcess startDetached(const DetachedCommand &command);
-
-/** The systemd scope of a process that we launched: app-corvid-<application>-<pid>.scope, with
-    the application escaped as unit names are. Pure. */
-QString scopeName(const QString &application, qint64 pid);
+QString startDetached(const DetachedCommand &command, GCancellable *shutdown = nullptr);
 
 } // namespace corvid

@@ -10,35 +10,15 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QStringList unquoted(const QString &exec) {
+QStringList execWords(const QString &exec) {
     gint count = 0;
     gchar **words = nullptr;
-    GErrorHolder error;
-    if (!g_shell_parse_argv(exec.toUtf8().constData(), &count, &words, error.out()))
+    if (!g_shell_parse_argv(exec.toUtf8().constData(), &count, &words, nullptr))
         return {};
     const GStrvPointer owned(words);
     QStringList result;
     for (gint i = 0; i < count; ++i)
         result.append(QString::fromUtf8(words[i]));
-    return result;
-}
-
-QString uri(const QUrl &url) {
-    return QString::fromLatin1(url.toEncoded());
-}
-
-// A program that takes paths is of no use for something that has none.
-QStringList paths(const QList<QUrl> &urls) {
-    QStringList result;
-    for (const QUrl &url : urls)
-        if (url.isLocalFile())
-            result.append(url.toLocalFile());
-    return result;
-}
-
-QStringList uris(const QList<QUrl> &urls) {
-    QStringList result;
-    std::transform(urls.begin(), urls.end(), std::back_inserter(result), uri);
     return result;
 }
 
@@ -51,80 +31,82 @@ bool hasCode(const QStringList &words, QStringView codes) {
     });
 }
 
-QString codeValue(QChar code, const ExecFields &fields, const QList<QUrl> &urls) {
+/** What a code stands for: arguments, where it is a word of its own. */
+QStringList codeValues(QChar code, const LaunchedEntry &entry, const QList<QUrl> &urls) {
+    QStringList values;
     switch (code.unicode()) {
     case u'%':
-        return u"%"_s;
+        return {u"%"_s};
     case u'c':
-        return fields.name;
+        return {entry.name};
     case u'k':
-        return fields.entryPath;
+        return {entry.path};
+    case u'i':
+        return entry.icon.isEmpty() ? QStringList() : QStringList{u"--icon"_s, entry.icon};
     case u'f':
-    case u'F':
-        return paths(urls).join(u' ');
+    case u'F': // a program that takes paths is of no use for something that has none
+        for (const QUrl &url : urls)
+            if (url.isLocalFile())
+                values.append(url.toLocalFile());
+        return values;
     case u'u':
     case u'U':
-        return uris(urls).join(u' ');
+        for (const QUrl &url : urls)
+            values.append(QString::fromLatin1(url.toEncoded()));
+        return values;
     default: // deprecated and unknown codes are removed
         return {};
     }
 }
 
-QStringList expandWord(const QString &word, const ExecFields &fields, const QList<QUrl> &urls) {
-    // As a word of their own these stand for any number of arguments, none included.
-    if (word == "%f"_L1 || word == "%F"_L1)
-        return paths(urls);
-    if (word == "%u"_L1 || word == "%U"_L1)
-        return uris(urls);
-    if (word == "%i"_L1)
-        return fields.icon.isEmpty() ? QStringList() : QStringList{u"--icon"_s, fields.icon};
-
+QStringList expandWord(const QString &word, const LaunchedEntry &entry, const QList<QUrl> &urls) {
+    if (word.size() == 2 && word[0] == u'%') {
+        const QStringList values = codeValues(word[1], entry, urls);
+        return values == QStringList{QString()} ? QStringList() : values;
+    }
     QString result;
-    bool onlyCodes = true;
+    bool onlyCodes = !word.isEmpty();
     for (qsizetype i = 0; i < word.size(); ++i) {
         if (word[i] != u'%' || i + 1 == word.size()) {
             result += word[i];
             onlyCodes = false;
-            continue;
+        } else if (word[++i] != u'i') { // an option is a word of its own
+            result += codeValues(word[i], entry, urls).join(u' ');
         }
-        ++i;
-        result += codeValue(word[i], fields, urls);
     }
-    if (onlyCodes && result.isEmpty() && !word.isEmpty())
-        return {};
-    return {result};
-}
-
-QStringList expandWords(const QStringList &words, const ExecFields &fields,
-                        const QList<QUrl> &urls) {
-    QStringList result;
-    for (const QString &word : words)
-        result += expandWord(word, fields, urls);
-    return result;
+    return onlyCodes && result.isEmpty() ? QStringList() : QStringList{result};
 }
 
 } // namespace
 
-std::vector<QStringList> expandExec(const QString &exec, const ExecFields &fields,
-                                    const QList<QUrl> &urls) {
-    const QStringList words = unquoted(exec);
-    // What is opened must not become the program; nor must the second word, where the first one
-    // stands for nothing.
-    if (words.isEmpty() || hasCode({words.first()}, u"FUfuick") ||
-        expandWord(words.first(), fields, {}).value(0).isEmpty())
-        return {};
-    if (urls.isEmpty() || hasCode(words, u"FU"))
-        return {expandWords(words, fields, urls)};
+QString pathOrAddress(const QUrl &url) {
+    return url.isLocalFile() ? url.toLocalFile() : QString::fromLatin1(url.toEncoded());
+}
 
-    const bool takesFile = hasCode(words, u"fu");
-    std::vector<QStringList> result;
+std::vector<QStringList> expandExec(const QString &exec, const LaunchedEntry &entry,
+                                    const QList<QUrl> &urls) {
+    const QStringList words = execWords(exec);
+    // The first word must name a program by itself: what is opened must not become the program,
+    // nor must the second word where the first one vanishes.
+    if (words.isEmpty() || hasCode({words.first()}, u"FUfuick") ||
+        expandWord(words.first(), entry, {}).value(0).isEmpty())
+        return {};
+
+    const auto lineFor = [&](const QList<QUrl> &some) {
+        QStringList line;
+        for (const QString &word : words)
+            line += expandWord(word, entry, some);
+        return line;
+    };
+    if (urls.isEmpty() || hasCode(words, u"FU"))
+        return {lineFor(urls)};
+    std::vector<QStringList> lines;
     for (const QUrl &url : urls) {
-        QStringList line = expandWords(words, fields, {url});
-        if (!takesFile)
-            line.append(url.isLocalFile() ? url.toLocalFile() : uri(url));
-        result.push_back(std::move(line));
+        QStringList &line = lines.emplace_back(lineFor({url}));
+        if (!hasCode(words, u"fu"))
+            line.append(pathOrAddress(url));
     }
-    return result;
+    return lines;
 }
 
 } // namespace corvid

@@ -9,11 +9,12 @@
 
 namespace corvid {
 
-/** What the field codes of an Exec line stand for, besides the files. */
-struct ExecFields {
-    QString name;      ///< %c, the localised name
-    QString icon;      ///< %i, the Icon value; may be empty
-    QString entryPath; ///< %k, the path of the entry file
+/** What a desktop entry says of the application, besides how to run it. */
+struct LaunchedEntry {
+    QString name;             ///< the localised name; %c in the Exec line
+    QString icon;             ///< the Icon value, %i; may be empty
+    QString path;             ///< of the entry file, %k
+    QString windowClass = {}; ///< StartupWMClass; may be empty
 };
 
 /**
@@ -23,7 +24,10 @@ struct ExecFields {
  *
  * Pure. Empty when the line is empty, names no program, or its quotes do not match.
  */
-std::vector<QStringList> expandExec(const QString &exec, const ExecFields &fields,
+std::vector<QStringList> expandExec(const QString &exec, const LaunchedEntry &entry,
                                     const QList<QUrl> &urls);
+
+/** A file's path, or the encoded address of anything else. */
+QString pathOrAddress(const QUrl &url);
 
 } // namespace corvid

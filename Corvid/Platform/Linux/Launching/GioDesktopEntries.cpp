@@ -2,14 +2,15 @@
 
 #include "Base/Locations.h"
 #include "Base/RegularFile.h"
+#include "Platform/Linux/GLibPointers.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QSet>
+#include <QStandardPaths>
 
 #include <gio/gdesktopappinfo.h>
 
-#include <memory>
 #include <optional>
 
 namespace corvid {
@@ -19,19 +20,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr auto entrySuffix = ".desktop"_L1;
-
-struct GFree {
-    void operator()(void *memory) const { g_free(memory); }
-};
-struct GUnref {
-    void operator()(void *object) const { g_object_unref(object); }
-};
-struct KeyFileFree {
-    void operator()(GKeyFile *file) const { g_key_file_free(file); }
-};
-using GText = std::unique_ptr<char, GFree>;
-using KeyFile = std::unique_ptr<GKeyFile, KeyFileFree>;
-using AppInfo = std::unique_ptr<GDesktopAppInfo, GUnref>;
 
 struct EntryFile {
     QString id;
@@ -71,20 +59,21 @@ std::vector<EntryFile> entryFiles(const QString &root) {
 }
 
 QString keyFileText(GKeyFile *file, const char *key) {
-    const GText value(g_key_file_get_string(file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr));
+    const GFreePointer<gchar> value(
+        g_key_file_get_string(file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr));
     return QString::fromUtf8(value.get());
 }
 
 std::optional<DesktopEntry> readEntry(const EntryFile &source) {
     constexpr qint64 largest = 1024 * 1024;
     const QByteArray bytes = readRegularFile(source.path, largest).value_or(QByteArray());
-    const KeyFile file(g_key_file_new());
+    const GKeyFilePointer file(g_key_file_new());
     if (bytes.isEmpty() ||
         !g_key_file_load_from_data(file.get(), bytes.constData(), static_cast<gsize>(bytes.size()),
                                    G_KEY_FILE_NONE, nullptr))
         return std::nullopt;
     // Null also when the program that the entry needs is not installed.
-    const AppInfo info(g_desktop_app_info_new_from_keyfile(file.get()));
+    const GObjectPointer<GDesktopAppInfo> info(g_desktop_app_info_new_from_keyfile(file.get()));
     if (!info || g_desktop_app_info_get_is_hidden(info.get()) ||
         !g_app_info_should_show(G_APP_INFO(info.get())))
         return std::nullopt;

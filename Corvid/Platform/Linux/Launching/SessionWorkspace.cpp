@@ -13,22 +13,6 @@ SessionWorkspace::SessionWorkspace(const DesktopEntries &entries, const Options 
       running_(entries, options.displays),
       launcher_(options.childEnvironment, options.displays.x11, options.activationToken) {}
 
-void SessionWorkspace::start() {
-    running_.start();
-}
-
-const QSet<QString> &SessionWorkspace::runningApplications() const {
-    return running_.ids();
-}
-
-Image SessionWorkspace::icon(const QString &path) const {
-    return icons_.icon(path);
-}
-
-Image SessionWorkspace::genericIcon() const {
-    return icons_.genericIcon();
-}
-
 void SessionWorkspace::openApplication(const QString &applicationPath, const Completion &done) {
     const bool runs = running_.activate(applicationPath, [=, this](bool activated) {
         // It has ended meanwhile, or hangs.
@@ -39,32 +23,6 @@ void SessionWorkspace::openApplication(const QString &applicationPath, const Com
     });
     if (!runs)
         launcher_.launch(applicationPath, {}, done);
-}
-
-void SessionWorkspace::openNewWindow(const QString &applicationPath, const Completion &done) {
-    launcher_.launchNewWindow(applicationPath, done);
-}
-
-void SessionWorkspace::open(const QString &path) {
-    launcher_.openWithDefault(QUrl::fromLocalFile(path));
-}
-
-void SessionWorkspace::openFiles(const QStringList &paths, const QString &applicationPath,
-                                 const Completion &done) {
-    launcher_.launch(applicationPath, paths, done);
-}
-
-void SessionWorkspace::openUrl(const QUrl &url) {
-    launcher_.openWithDefault(url);
-}
-
-void SessionWorkspace::reveal(const QString &path) {
-    launcher_.reveal(path);
-}
-
-void SessionWorkspace::startTool(const QString &executable, const QStringList &arguments,
-                                 const Completion &done) {
-    launcher_.startTool(executable, arguments, done);
 }
 
 } // namespace corvid

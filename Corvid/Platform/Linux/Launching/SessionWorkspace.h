@@ -5,17 +5,11 @@
 #include "Platform/Linux/Running/RunningApplications.h"
 #include "Platform/Workspace.h"
 
-#include <QByteArray>
-#include <QProcessEnvironment>
-
-#include <functional>
-
 namespace corvid {
 
 class DesktopEntries;
 
-/** The workspace of a Linux desktop: GIO and the session bus, the icon theme, the window
-    manager's or compositor's list. */
+/** The workspace of a Linux desktop: its icon theme, its list of windows, and what is launched. */
 class SessionWorkspace final : public Workspace {
 public:
     struct Options {
@@ -33,22 +27,28 @@ public:
     SessionWorkspace(const DesktopEntries &entries, const Options &options);
 
     /** Begins to watch what runs; until then nothing does. Once. */
-    void start();
+    void start() { running_.start(); }
 
-    const QSet<QString> &runningApplications() const override;
-    Image icon(const QString &path) const override;
-    Image genericIcon() const override;
+    const QSet<QString> &runningApplications() const override { return running_.ids(); }
+    Image icon(const QString &path) const override { return icons_.icon(path); }
+    Image genericIcon() const override { return icons_.genericIcon(); }
 
     /** Brings the application to the front when it has a window, else starts it. */
     void openApplication(const QString &applicationPath, const Completion &done) override;
-    void openNewWindow(const QString &applicationPath, const Completion &done) override;
-    void open(const QString &path) override;
+    void openNewWindow(const QString &applicationPath, const Completion &done) override {
+        launcher_.launchNewWindow(applicationPath, done);
+    }
+    void open(const QString &path) override { openUrl(QUrl::fromLocalFile(path)); }
     void openFiles(const QStringList &paths, const QString &applicationPath,
-                   const Completion &done) override;
-    void openUrl(const QUrl &url) override;
-    void reveal(const QString &path) override;
+                   const Completion &done) override {
+        launcher_.launch(applicationPath, paths, done);
+    }
+    void openUrl(const QUrl &url) override { launcher_.openWithDefault(url); }
+    void reveal(const QString &path) override { launcher_.reveal(path); }
     void startTool(const QString &executable, const QStringList &arguments,
-                   const Completion &done) override;
+                   const Completion &done) override {
+        launcher_.startTool(executable, arguments, done);
+    }
 
 private:
     IconLoader icons_;

@@ -1,33 +1,34 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
+#include "Platform/Linux/Launching/ExecLine.h"
 
+#include <gio/gio.h>
+
+#include <QByteArray>
+
+#include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
+
+struct xcb_connection_t;
 
 namespace corvid {
 
 /**
- * Tells an X11 desktop what is being started, by the freedesktop startup notification protocol, so
- * that a window that appears late still comes to the front and the desktop can show that it is
- * busy. One for one launch; connects at the first need. Its calls wait for the X server: use it on
- * one background thread. Without a display there are no ids and nothing else happens.
+ * Tells an X11 desktop what is being started, by the freedesktop startup notification protocol.
+ * Window managers let a window take the focus whose id carries the time of the launch, and show a
+ * busy pointer from the announcement ("new") to its end ("remove"). Toolkits announce that end, but
+ * not every program has such a toolkit, not every window manager does it when the window appears,
+ * and some would wait for half a minute: so we do, once there is a window or after 15 seconds.
+ *
+ * One for one launch; connects when first needed. Its calls wait for the X server: use it on one
+ * background thread. Without a display there are no ids and nothing else happens.
  */
 class StartupNotifier {
 public:
     /** `display`: as in $DISPLAY; empty for none. */
-    explicit StartupNotifier(QByteArray display);
-    StartupNotifier(const StartupNotifier &) = delete;
-    StartupNotifier &operator=(const StartupNotifier &) = delete;
-    ~StartupNotifier();
-
-    struct Application {
-        QString entryPath;
-        QString name;
-        QString icon;
-        QString windowClass; ///< StartupWMClass; may be empty
-    };
+    explicit StartupNotifier(QByteArray display) : display_(std::move(display)) {}
 
     enum class Announcement {
         Silent, ///< the program may never say that it has started
@@ -36,23 +37,35 @@ public:
 
     /** A new id, which carries the server's present time, for a program that is about to be
         started; empty without a display. */
-    QByteArray begin(const Application &application, Announcement announcement);
+    QByteArray begin(const LaunchedEntry &entry, Announcement announcement);
 
-    /** What has this id could not be started. */
+    /** The program with this id could not be started. */
     void cancel(const QByteArray &id);
 
-    /** Ends every public announcement when the program or the window manager does so, or its window
-        appears; after 15 seconds at the latest, or once the descriptor is readable. */
-    void finish(int stopDescriptor);
+    /** Ends each public announcement when its window appears; after 15 seconds at the latest, or
+        once `shutdown` is cancelled. */
+    void finish(GCancellable *shutdown);
 
 private:
-    class Connection;
+    using Values = std::vector<std::pair<QByteArray, QByteArray>>;
+    struct Disconnect {
+        void operator()(xcb_connection_t *connection) const;
+    };
 
     bool connect();
-    void end(const QByteArray &id);
+    void broadcast(const QByteArray &kind, const Values &values);
+    bool takeListChange();
+    void endThoseWithWindows();
 
-    QByteArray display_;
-    std::unique_ptr<Connection> connection_;
+    QByteArray display_; ///< empty once we have tried to connect
+    std::unique_ptr<xcb_connection_t, Disconnect> connection_;
+    int screen_ = 0;
+    std::uint32_t root_ = 0;
+    std::uint32_t window_ = 0; ///< hidden, the sender of our messages
+    std::uint32_t infoBegin_ = 0;
+    std::uint32_t info_ = 0;
+    std::uint32_t clientList_ = 0;
+    std::uint32_t startupId_ = 0;
     std::vector<QByteArray> open_; ///< ids that were announced and have not ended
 };
 
@@ -60,8 +73,5 @@ private:
  */
 QByteArray startupMessage(const QByteArray &kind,
                           const std::vector<std::pair<QByteArray, QByteArray>> &values);
-
-/** The id that a "remove" message ends; empty for any other message. Pure. */
-QByteArray removedStartupId(const QByteArray &message);
 
 } // namespace corvid

@@ -19,6 +19,7 @@ struct Terminal {
 // The first two speak for the user or the distribution; the desktops' own terminals come before
 // those that somebody installed in addition, and xterm, which is often just there, comes last.
 constexpr std::array knownTerminals{
+    Terminal{"xdg-terminal-exec"_L1, ""_L1},
     Terminal{"x-terminal-emulator"_L1, "-e"_L1},
     Terminal{"gnome-terminal"_L1, "--"_L1},
     Terminal{"kgx"_L1, "-e"_L1},
@@ -53,16 +54,16 @@ QStringList executeArguments(const QString &terminal) {
 
 std::optional<QStringList> terminalCommand(const QStringList &program, const QStringList &preferred,
                                            const std::function<bool(const QString &)> &installed) {
-    if (installed(u"xdg-terminal-exec"_s))
-        return QStringList{u"xdg-terminal-exec"_s} + program;
-    for (const QString &line : preferred) {
+    QStringList candidates;
+    for (const Terminal &terminal : knownTerminals)
+        candidates.append(terminal.name);
+    // Only the chooser comes before what the user prefers.
+    candidates = candidates.first(1) + preferred + candidates.sliced(1);
+    for (const QString &line : std::as_const(candidates)) {
         const QStringList terminal = QProcess::splitCommand(line);
         if (!terminal.isEmpty() && installed(terminal.first()))
             return terminal + executeArguments(terminal.first()) + program;
     }
-    for (const Terminal &terminal : knownTerminals)
-        if (installed(terminal.name))
-            return QStringList{terminal.name} + executeArguments(terminal.name) + program;
     return std::nullopt;
 }
 

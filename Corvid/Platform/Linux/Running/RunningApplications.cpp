@@ -1,6 +1,6 @@
 #include "Platform/Linux/Running/RunningApplications.h"
 
-#include "Platform/Linux/Launching/BundleProperties.h"
+#include "Catalog/BundleProperties.h"
 #include "Platform/Linux/Running/ProcessTraits.h"
 #include "Platform/Linux/Running/WindowMatcher.h"
 #include "Platform/Linux/Wayland/WaylandToplevels.h"
@@ -12,7 +12,6 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
-#include <unordered_map>
 #include <utility>
 
 namespace corvid {
@@ -37,109 +36,45 @@ std::unique_ptr<WindowList> connectToList(const RunningApplications::Displays &d
 
 } // namespace
 
-/** The thread's own state. */
+/** All that the thread does, and its own state. */
 class RunningApplications::Watcher {
 public:
-    Watcher(const DesktopEntries &entries, const Displays &displays)
-        : entries_(entries), clients_(connectToList(displays)) {}
+    explicit Watcher(RunningApplications &owner)
+        : owner_(owner), list_(connectToList(owner.displays_)) {}
 
-    struct Result {
-        QSet<QString> ids;
-        QSet<QString> activatable;
-    };
-
-    bool connected() const { return clients_ != nullptr; }
-
-    /** Sleeps until something may have changed, the other descriptor is readable, or a wish is
-        due. */
-    WindowList::Events wait(int wakeDescriptor) {
-        // An answer may have brought events along, which the descriptor no longer announces.
-        auto events = clients_->takeEvents();
-        if (events == WindowList::Events::Nothing) {
-            std::array<pollfd, 2> sources{
-                {{clients_->fileDescriptor(), POLLIN, 0}, {wakeDescriptor, POLLIN, 0}}};
-            poll(sources.data(), sources.size(), pollTimeout());
-            events = clients_->takeEvents();
-        }
-        return events;
-    }
-
-    Result look() {
-        windows_ = clients_->list();
-        std::vector<WindowList::Window> added;
-        std::unordered_map<WindowList::Window, Application> kept;
-        for (const auto window : windows_) {
-            if (const auto known = applications_.find(window); known != applications_.end())
-                kept.insert(*known);
-            else
-                added.push_back(window);
-        }
-        applications_ = std::move(kept);
-        recognize(added);
-
-        const bool canActivate = clients_->canActivate();
-        Result result;
-        for (const auto window : windows_) {
-            const auto application = applications_.find(window);
-            if (application == applications_.end() || application->second.id.isEmpty())
-                continue;
-            result.ids.insert(application->second.id);
-            if (canActivate)
-                result.activatable.insert(application->second.path);
-        }
-        return result;
-    }
-
-    /** Begins to carry out a wish; look() must have been called just before. */
-    void begin(const Wish &wish) { pending_.push_back({wish, 0, {}, false}); }
-
-    struct Answer {
-        Wish wish;
-        bool activated;
-    };
-
-    /** Goes on with the wishes; those that have been decided are returned. */
-    std::vector<Answer> goOn() {
-        std::vector<Answer> answers;
-        if (pending_.empty())
-            return answers;
-        const auto now = Clock::now();
-        const auto active = applications_.find(clients_->active());
-        std::erase_if(pending_, [&](Pending &pending) {
-            const auto windows = windowsOf(pending.wish.path);
-            if (windows.empty()) {
-                answers.push_back({pending.wish, false});
-                return true;
+    /** Returns when asked to stop, or when there is no list of windows or it is gone. */
+    void run(const std::stop_token &stop) {
+        if (!list_)
+            return;
+        look();
+        while (!stop.stop_requested()) {
+            const auto events = wait();
+            const bool lost = events == WindowList::Events::ConnectionLost;
+            const std::vector<Wish> wishes = owner_.takeWishes(lost);
+            for (const Wish &wish : wishes)
+                pending_.push_back({wish, 0, {}, false});
+            if (lost) {
+                owner_.publish({}, {});
+                for (const Pending &pending : pending_)
+                    owner_.answer(pending.wish, false);
+                return;
             }
-            if (std::find(windows.begin(), windows.end(), pending.target) == windows.end()) {
-                pending.target = clients_->activateTopmost(windows);
-                pending.due = now + reactionTime;
-                pending.reacted = false;
-                return false;
-            }
-            // Or another of its windows: a dialog comes before the window that it belongs to.
-            if (!pending.reacted && active != applications_.end() &&
-                active->second.path == pending.wish.path) {
-                pending.reacted = true;
-                pending.due = now + settlingTime;
-            }
-            if (now < pending.due)
-                return false;
-            answers.push_back({pending.wish, pending.reacted});
-            return true;
-        });
-        return answers;
-    }
-
-    std::vector<Wish> giveUp() {
-        std::vector<Wish> wishes;
-        for (const Pending &pending : pending_)
-            wishes.push_back(pending.wish);
-        pending_.clear();
-        return wishes;
+            // What is known may be older than the wish.
+            if (events == WindowList::Events::ListChanged || !wishes.empty())
+                look();
+            carryOut();
+        }
     }
 
 private:
+    /** What a window belongs to; empty when that is not known. */
+    using Application = WindowMatcher::Match;
+
+    struct Known {
+        WindowList::Window window;
+        Application application;
+    };
+
     struct Pending {
         Wish wish;
         WindowList::Window target = 0;
@@ -147,67 +82,123 @@ private:
         bool reacted = false; ///< the application has the focus
     };
 
+    /** Sleeps until something may have changed, there is a new wish, or one is due. */
+    WindowList::Events wait() {
+        // An answer may have brought events along, which the descriptor no longer announces.
+        const auto events = list_->takeEvents();
+        if (events != WindowList::Events::Nothing)
+            return events;
+        std::array<pollfd, 2> sources{
+            {{list_->fileDescriptor(), POLLIN, 0}, {owner_.wakeDescriptor_, POLLIN, 0}}};
+        poll(sources.data(), sources.size(), pollTimeout());
+        return list_->takeEvents();
+    }
+
     int pollTimeout() const {
         if (pending_.empty())
             return -1;
-        const auto next = std::min_element(
-            pending_.begin(), pending_.end(),
-            [](const Pending &one, const Pending &other) { return one.due < other.due; });
-        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(next->due - Clock::now());
+        const auto next = std::ranges::min(pending_, {}, &Pending::due).due;
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now());
         return static_cast<int>(std::max(rest, 0ms).count());
     }
 
-    std::vector<WindowList::Window> windowsOf(const QString &path) const {
-        std::vector<WindowList::Window> result;
-        for (const auto window : windows_) {
-            const auto application = applications_.find(window);
-            if (application != applications_.end() && application->second.path == path)
-                result.push_back(window);
+    /** Learns which windows there are, and publishes whose they are. */
+    void look() {
+        std::vector<Known> known;
+        std::vector<WindowList::Window> added;
+        for (const auto window : list_->list()) {
+            if (const Known *before = find(window))
+                known.push_back(*before);
+            else
+                added.push_back(window);
         }
-        return result;
+        if (!added.empty())
+            for (const WindowList::Client &client : list_->describe(added))
+                known.push_back({client.window, recognize(client)});
+        windows_ = std::move(known);
+
+        QSet<QString> ids;
+        QSet<QString> paths;
+        for (const Known &window : windows_) {
+            if (window.application.id.isEmpty())
+                continue;
+            ids.insert(window.application.id);
+            paths.insert(window.application.path);
+        }
+        owner_.publish(ids, list_->canActivate() ? paths : QSet<QString>());
     }
 
-    /** What a window belongs to; empty when that is not known. */
-    using Application = WindowMatcher::Match;
+    const Known *find(WindowList::Window window) const {
+        const auto found = std::ranges::find(windows_, window, &Known::window);
+        return found == windows_.end() ? nullptr : &*found;
+    }
 
-    Application applicationOf(const WindowList::Client &client) const {
-        WindowTraits traits = client.traits;
+    Application recognize(const WindowList::Client &client) {
         const ProcessTraits process = processTraits(client.pid);
-        traits.launchedEntry = process.launchedEntry;
-        traits.controlGroup = process.controlGroup;
         if (!process.bundle.isEmpty())
             if (QString id = bundleProperty(process.bundle, u"CFBundleIdentifier"_s); !id.isEmpty())
                 return {id, process.bundle};
-        return matcher_.match(traits).value_or(Application());
-    }
-
-    void recognize(const std::vector<WindowList::Window> &windows) {
-        if (windows.empty())
-            return;
-        for (const WindowList::Client &client : clients_->describe(windows)) {
-            Application application = applicationOf(client);
-            // Perhaps it was installed after we last looked.
-            if (application.id.isEmpty() && listEntriesAnew())
-                application = applicationOf(client);
-            applications_[client.window] = std::move(application);
-        }
+        WindowTraits traits = client.traits;
+        traits.launchedEntry = process.launchedEntry;
+        traits.controlGroup = process.controlGroup;
+        auto match = matcher_.match(traits);
+        // Perhaps it was installed after we last looked.
+        if (!match && listEntriesAnew())
+            match = matcher_.match(traits);
+        return match.value_or(Application());
     }
 
     bool listEntriesAnew() {
         const auto now = Clock::now();
         if (listed_ && now - *listed_ < 1min)
             return false;
-        matcher_ = WindowMatcher(entries_.list());
+        matcher_ = WindowMatcher(owner_.entries_.list());
         listed_ = now;
         return true;
     }
 
-    const DesktopEntries &entries_;
-    std::unique_ptr<WindowList> clients_;
+    /** Goes on with the wishes, and answers those that have been decided. */
+    void carryOut() {
+        if (pending_.empty())
+            return;
+        const Known *active = find(list_->active());
+        const QString activePath = active ? active->application.path : QString();
+        std::erase_if(pending_, [&](Pending &pending) {
+            const std::optional<bool> activated = carryOut(pending, activePath);
+            if (activated)
+                owner_.answer(pending.wish, *activated);
+            return activated.has_value();
+        });
+    }
+
+    /** Whether the application came to the front; absent as long as that is open. */
+    std::optional<bool> carryOut(Pending &pending, const QString &activePath) {
+        std::vector<WindowList::Window> windows;
+        for (const Known &known : windows_)
+            if (known.application.path == pending.wish.path)
+                windows.push_back(known.window);
+        if (windows.empty())
+            return false;
+        const auto now = Clock::now();
+        if (std::ranges::find(windows, pending.target) == windows.end()) {
+            pending.target = list_->activateTopmost(windows);
+            pending.due = now + reactionTime;
+            pending.reacted = false;
+            return std::nullopt;
+        }
+        // Any of its windows counts: a dialog comes before the window that it belongs to.
+        if (!pending.reacted && activePath == pending.wish.path) {
+            pending.reacted = true;
+            pending.due = now + settlingTime;
+        }
+        return now < pending.due ? std::nullopt : std::optional(pending.reacted);
+    }
+
+    RunningApplications &owner_;
+    std::unique_ptr<WindowList> list_;
     WindowMatcher matcher_;
     std::optional<Clock::time_point> listed_;
-    std::vector<WindowList::Window> windows_;
-    std::unordered_map<WindowList::Window, Application> applications_;
+    std::vector<Known> windows_; ///< oldest first
     std::vector<Pending> pending_;
 };
 
@@ -224,52 +215,25 @@ RunningApplications::~RunningApplications() {
 }
 
 void RunningApplications::start() {
-    thread_ = std::jthread([this](const std::stop_token &stop) {
-        Watcher watcher(entries_, displays_);
-        if (watcher.connected())
-            watch(watcher, stop);
-    });
+    thread_ = std::jthread([this](const std::stop_token &stop) { Watcher(*this).run(stop); });
 }
 
-void RunningApplications::watch(Watcher &watcher, const std::stop_token &stop) {
-    const auto publish = [this](Watcher::Result result) {
-        QMetaObject::invokeMethod(
-            &receiver_,
-            [this, result = std::move(result)] {
-                ids_ = result.ids;
-                activatable_ = result.activatable;
-            },
-            Qt::QueuedConnection);
-    };
-    const auto takeWishes = [this](bool last) {
-        eventfd_t count = 0;
-        eventfd_read(wakeDescriptor_, &count);
-        const std::scoped_lock lock(mutex_);
-        deaf_ = last;
-        return std::exchange(wishes_, {});
-    };
-    takeWishes(false);
-    publish(watcher.look());
-    while (!stop.stop_requested()) {
-        const auto events = watcher.wait(wakeDescriptor_);
-        const bool lost = events == WindowList::Events::ConnectionLost;
-        const std::vector<Wish> wishes = takeWishes(lost);
-        if (lost) {
-            publish({});
-            for (const Wish &wish : watcher.giveUp())
-                answer(wish, false);
-            for (const Wish &wish : wishes)
-                answer(wish, false);
-            return;
-        }
-        // What is known may be older than the wish.
-        if (events == WindowList::Events::ListChanged || !wishes.empty())
-            publish(watcher.look());
-        for (const Wish &wish : wishes)
-            watcher.begin(wish);
-        for (const auto &[wish, activated] : watcher.goOn())
-            answer(wish, activated);
-    }
+std::vector<RunningApplications::Wish> RunningApplications::takeWishes(bool last) {
+    eventfd_t count = 0;
+    eventfd_read(wakeDescriptor_, &count);
+    const std::scoped_lock lock(mutex_);
+    deaf_ = last;
+    return std::exchange(wishes_, {});
+}
+
+void RunningApplications::publish(const QSet<QString> &ids, const QSet<QString> &activatable) {
+    QMetaObject::invokeMethod(
+        &receiver_,
+        [=, this] {
+            ids_ = ids;
+            activatable_ = activatable;
+        },
+        Qt::QueuedConnection);
 }
 
 void RunningApplications::answer(const Wish &wish, bool activated) {

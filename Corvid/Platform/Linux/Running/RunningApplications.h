@@ -16,8 +16,8 @@ namespace corvid {
 
 /**
  * Which applications have a window on the desktop, kept up to date by events: a thread of its own
- * sleeps until the list of the Wayland compositor, else that of the X11 window manager changes.
- * Without either the set stays empty. Main thread.
+ * sleeps until the Wayland compositor's list of windows changes, or the X11 window manager's where
+ * the compositor has none. Without either the set stays empty. Main thread.
  */
 class RunningApplications {
 public:
@@ -42,10 +42,11 @@ public:
     /** Called on the main thread: whether the application came to the front. */
     using Activated = std::function<void(bool)>;
 
-    /** Brings the application's topmost window to the front; it is named by the path of its
-        entry or bundle. False when it has no window, or when nobody here can do that; `done` is
-        not called then. Else it is, from the event loop: with false when the window turns out to
-        be gone or does not react within two seconds. Not called once this is destroyed. */
+    /** Brings the topmost window of an application to the front, which is named by the path of its
+        entry or bundle. Returns false, and never calls `done`, when it has no window or when
+        nobody here can do that. Else calls `done` from the event loop: with false when the window
+        turns out to be gone or does not react within two seconds. Never called once this is
+        destroyed. */
     bool activate(const QString &applicationPath, const Activated &done);
 
 private:
@@ -57,7 +58,9 @@ private:
     class Watcher;
 
     void wake() const;
-    void watch(Watcher &watcher, const std::stop_token &stop);
+    // For the thread:
+    std::vector<Wish> takeWishes(bool last);
+    void publish(const QSet<QString> &ids, const QSet<QString> &activatable);
     void answer(const Wish &wish, bool activated);
 
     const DesktopEntries &entries_;
@@ -68,7 +71,7 @@ private:
 
     std::mutex mutex_;         ///< guards what follows
     std::vector<Wish> wishes_; ///< that the thread has not taken yet
-    bool deaf_ = true;         ///< the thread takes no wishes
+    bool deaf_ = false;        ///< the thread takes no more wishes
 
     int wakeDescriptor_ = -1; ///< an eventfd that wakes the thread
     QObject receiver_;        ///< results addressed to it are dropped with us

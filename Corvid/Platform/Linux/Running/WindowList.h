@@ -8,14 +8,14 @@
 namespace corvid {
 
 /**
- * The windows of a desktop, over a connection of its own. Its requests may wait for the answer of
- * who keeps the list: use it on one background thread.
+ * The windows of a desktop, over a connection of its own. Calls may wait for the window manager or
+ * the compositor: use it on one background thread.
  */
 class WindowList {
 public:
     using Window = std::uint32_t; ///< never 0
 
-    /** What is known of one window; traits that need the process are not filled in. */
+    /** What is known of one window; the traits of its process are not filled in. */
     struct Client {
         Window window = 0;
         qint64 pid = 0; ///< 0 when the window does not tell
@@ -31,7 +31,7 @@ public:
     virtual int fileDescriptor() const = 0;
 
     enum class Events { Nothing, FocusMoved, ListChanged, ConnectionLost };
-    /** Takes what has happened since the last call, and tells the gravest; does not wait. */
+    /** The last of these values that has happened since the previous call; does not wait. */
     virtual Events takeEvents() = 0;
 
     /** All windows, oldest first. */
@@ -40,14 +40,14 @@ public:
     /** Details of some windows; those gone meanwhile are empty. */
     virtual std::vector<Client> describe(const std::vector<Window> &windows) const = 0;
 
-    /** Whether windows are brought to the front when that is asked for. */
+    /** Whether the desktop brings windows to the front on request. */
     virtual bool canActivate() const = 0;
 
     /** The window that has the focus; 0 for none. */
     virtual Window active() const = 0;
 
-    /** Asks that the one of these windows that the user saw last be brought to the front: restored
-        if it is minimised, and its desktop switched to. Returns that window. */
+    /** Asks for the one of these windows that the user saw last to be brought to the front: it is
+        restored if minimised, and its desktop is switched to. Returns that window. */
     virtual Window activateTopmost(const std::vector<Window> &windows) = 0;
 };
 

@@ -8,21 +8,14 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QString key(const QString &text) {
-    return text.toLower();
-}
-
+// Unit names write "-", and each byte that they may not contain, as "\x2d".
 QString withoutUnitEscapes(const QString &text) {
-    QByteArray result;
-    for (qsizetype i = 0; i < text.size(); ++i) {
+    QByteArray result = text.toUtf8();
+    for (qsizetype at = 0; (at = result.indexOf("\\x", at)) >= 0; ++at) {
         bool isHex = false;
-        const uint code = QStringView(text).mid(i + 2, 2).toUInt(&isHex, 16);
-        if (QStringView(text).mid(i).startsWith(u"\\x") && isHex && i + 4 <= text.size()) {
-            result += static_cast<char>(code);
-            i += 3;
-        } else {
-            result += QString(text[i]).toUtf8();
-        }
+        const uint code = result.mid(at + 2, 2).toUInt(&isHex, 16);
+        if (isHex && at + 4 <= result.size())
+            result.replace(at, 4, QByteArray(1, static_cast<char>(code)));
     }
     return QString::fromUtf8(result);
 }
@@ -48,29 +41,22 @@ QString applicationOfControlGroup(const QString &controlGroup) {
 }
 
 WindowMatcher::WindowMatcher(const std::vector<DesktopEntry> &entries) {
-    const auto note = [](Table &table, const QString &text, qsizetype index) {
-        if (!text.isEmpty() && !table.contains(key(text)))
-            table.insert(key(text), index);
-    };
     for (const DesktopEntry &entry : entries) {
-        const qsizetype index = entries_.size();
-        entries_.append({entry.id, entry.path});
-        note(byWindowClass_, entry.startupWMClass, index);
-        note(byId_, entry.id, index);
-        note(byPath_, entry.path, index);
+        const auto note = [&](Table &table, const QString &text) {
+            const QString key = text.toLower();
+            if (!key.isEmpty() && !table.contains(key))
+                table.insert(key, {entry.id, entry.path});
+        };
+        note(byWindowClass_, entry.startupWMClass);
+        note(byId_, entry.id);
+        note(byPath_, entry.path);
         if (entry.id.contains(u'.'))
-            note(byLastComponent_, entry.id.section(u'.', -1), index);
-        if (const auto program = programName(entry.exec))
-            note(byProgram_, *program, index);
+            note(byLastComponent_, entry.id.section(u'.', -1));
+        note(byProgram_, programName(entry.exec).value_or(QString()));
     }
 }
 
 std::optional<WindowMatcher::Match> WindowMatcher::match(const WindowTraits &window) const {
-    const auto index = indexOf(window);
-    return index ? std::optional(entries_[*index]) : std::nullopt;
-}
-
-std::optional<qsizetype> WindowMatcher::indexOf(const WindowTraits &window) const {
     const std::pair<const Table *, QString> evidence[]{
         {&byWindowClass_, window.windowClass},
         {&byWindowClass_, window.instance},
@@ -86,9 +72,8 @@ std::optional<qsizetype> WindowMatcher::indexOf(const WindowTraits &window) cons
         {&byId_, applicationOfControlGroup(window.controlGroup)},
     };
     for (const auto &[table, text] : evidence)
-        if (!text.isEmpty())
-            if (const auto found = table->constFind(key(text)); found != table->constEnd())
-                return *found;
+        if (const auto found = table->constFind(text.toLower()); found != table->constEnd())
+            return *found;
     return std::nullopt;
 }
 

@@ -10,8 +10,7 @@
 
 namespace corvid {
 
-/** What a window and its process tell about the application they belong to; empty where they do
-    not. */
+/** What a window and its process tell about their application; empty where they do not. */
 struct WindowTraits {
     QString instance;         ///< first half of WM_CLASS
     QString windowClass;      ///< second half of WM_CLASS
@@ -40,11 +39,8 @@ public:
     std::optional<Match> match(const WindowTraits &window) const;
 
 private:
-    using Table = QHash<QString, qsizetype>; // key to index; of several entries the first counts
+    using Table = QHash<QString, Match>; // keys in lower case; of several entries the first counts
 
-    std::optional<qsizetype> indexOf(const WindowTraits &window) const;
-
-    QList<Match> entries_;
     Table byWindowClass_;
     Table byId_;
     Table byPath_;

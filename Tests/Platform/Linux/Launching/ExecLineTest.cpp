@@ -9,7 +9,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const ExecFields fields{u"My Editor"_s, u"my-icon"_s, u"/apps/editor.desktop"_s};
+const LaunchedEntry fields{u"My Editor"_s, u"my-icon"_s, u"/apps/editor.desktop"_s};
 const QUrl first = QUrl::fromLocalFile(u"/tmp/a file"_s);
 const QUrl second = QUrl::fromLocalFile(u"/tmp/ü"_s);
 const QUrl web(u"https://example.com/?q=a%20b"_s);

@@ -116,26 +116,11 @@ TEST(StartupMessage, quotesItsValues) {
               R"(new: ID="a b" NAME="say \"hi\\n\"")");
 }
 
-TEST(StartupMessage, theIdThatARemoveMessageEndsIsRead) {
-    for (const auto &[message, id] : std::vector<std::pair<QByteArray, QByteArray>>{
-             {R"(remove: ID="a b_TIME1")", "a b_TIME1"},
-             {"remove: ID=a_TIME1", "a_TIME1"},
-             {"remove: ID=a_TIME1 X=y", "a_TIME1"},
-             {R"(remove: ID=a\ b)", "a b"},
-             {R"(remove: ID="a\"b\\c")", R"(a"b\c)"},
-             {"remove: XID=a", {}},
-             {"remove:", {}},
-             {"new: ID=a", {}},
-             {{}, {}},
-         })
-        EXPECT_EQ(removedStartupId(message), id) << message.constData();
-}
-
 TEST(StartupNotifier, withoutADisplayThereAreNoIds) {
     for (const QByteArray &display : {QByteArray(), QByteArray(":987654")}) {
         StartupNotifier notifier(display);
         EXPECT_EQ(notifier.begin({}, StartupNotifier::Announcement::Public), QByteArray());
-        notifier.finish(-1);
+        notifier.finish(nullptr);
     }
 }
 
