@@ -1,7 +1,6 @@
 #include "Catalog/ApplicationScan.h"
 
 #include "Base/NameOrder.h"
-#include "Base/RegularFile.h"
 #include "Catalog/DesktopEntryMapping.h"
 #include "Catalog/PropertyList.h"
 
@@ -16,13 +15,11 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr auto bundleSuffix = ".app"_L1;
-constexpr qint64 largestPropertyList = 16 * 1024 * 1024;
 
 std::optional<AppEntry> readBundle(const QString &folder, const QString &fileName,
                                    const RoleCatalog &catalog) {
     const QString path = folder + u'/' + fileName;
-    const auto bytes = readRegularFile(path + "/Contents/Info.plist"_L1, largestPropertyList);
-    const auto info = decodePropertyList(bytes.value_or(QByteArray()));
+    const auto info = readBundleInfo(path);
     if (!info || !info->contains(u"CFBundleIdentifier"_s))
         return std::nullopt;
     AppEntry app;
