@@ -130,9 +130,11 @@ std::optional<QString> shellCommand(const QStringList &arguments) {
 // flatpak run [options] --command=<program> [options] <application id> …
 QString flatpakCommand(const QStringList &arguments) {
     constexpr auto prefix = "--command="_L1;
-    const auto option = std::find_if(arguments.begin(), arguments.end(),
-                                     [](const QString &word) { return word.startsWith(prefix); });
-    return option == arguments.end() ? QString() : option->sliced(prefix.size());
+    for (const QString &argument : arguments) {
+        if (argument.startsWith(prefix))
+            return argument.sliced(prefix.size());
+    }
+    return {};
 }
 
 // A name that a user could type; not, say, a variable that only the shell can resolve.
