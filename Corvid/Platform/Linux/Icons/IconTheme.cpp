@@ -177,16 +177,17 @@ void IconTheme::addFolder(Theme &theme, const QString &path, const IconThemeFold
 
 std::optional<QString> IconTheme::findIn(const Theme &theme, const QString &icon, int size,
                                          int scale) {
-    const auto files =
-        std::ranges::equal_range(theme.files, hashOf(QFile::encodeName(icon)), {}, &File::nameHash);
-    if (files.empty())
+    const std::uint64_t hash = hashOf(QFile::encodeName(icon));
+    const auto first = std::ranges::lower_bound(theme.files, hash, {}, &File::nameHash);
+    const auto last = std::ranges::upper_bound(theme.files, hash, {}, &File::nameHash);
+    if (first == last)
         return std::nullopt;
     const auto distance = [&](const File &file) {
         const IconThemeFolder &folder = theme.folders[file.folder].properties;
         // A folder that is meant for the size comes before one that is merely as near.
         return folder.matches(size, scale) ? -1 : folder.distance(size, scale);
     };
-    const File &best = *std::ranges::min_element(files, {}, distance);
+    const File &best = *std::ranges::min_element(first, last, {}, distance);
     return theme.folders[best.folder].path + u'/' + icon +
            QLatin1StringView(extensions[best.extension]);
 }
