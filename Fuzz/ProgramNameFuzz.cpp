@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     require(!name->isEmpty(), "a name is not empty");
     for (const QChar c : *name)
         require(!QStringView(u"/$`<>(){}*?\"\n\t").contains(c), "a name can be typed");
-    // A program called like an option would be one behind a wrapper.
+    // Behind env, a first word that begins with a dash would be an option of it.
     if (!line.contains(u'-'))
         require(programName(u"env "_s + line) == name, "wrappers are looked through");
     return 0;

@@ -15,8 +15,8 @@ constexpr qsizetype longestProlog = 64 * 1024; // with the document type's decla
 constexpr qsizetype mostAttributes = 256;      // of one element
 constexpr qsizetype mostNamespaces = 256;
 constexpr qsizetype deepestNesting = 512;
-// The reader looks at an element's attributes before it lets anybody see how many they are. Each
-// has an equals sign; so few are looked at in no time, and only once.
+// The reader compares an element's attributes with each other before it reports the element. Each
+// has an equals sign, so it is given no more at once than it compares in no time.
 constexpr qsizetype mostEqualsSignsAtOnce = 4096;
 
 bool isNamespace(const QXmlStreamAttribute &attribute) {
@@ -27,11 +27,11 @@ bool isNamespace(const QXmlStreamAttribute &attribute) {
 
 bool isModestXml(const QByteArray &bytes) {
     QXmlStreamReader xml;
-    // A mistake with a prefix ends the reading for some readers, and for others it is none.
+    // Readers that heed namespaces stop at an unknown prefix, others read on.
     xml.setNamespaceProcessing(false);
     qsizetype depth = 0;
     qsizetype namespaces = 0;
-    qsizetype equalsSigns = 0; // in what was not understood yet
+    qsizetype equalsSigns = 0; // in what the reader has not reported yet
     bool inProlog = true;
     for (qsizetype start = 0; start < bytes.size(); start += portion) {
         const QByteArray piece = bytes.mid(start, portion);
@@ -56,7 +56,7 @@ bool isModestXml(const QByteArray &bytes) {
                 --depth;
             }
         }
-        // Nothing behind a mistake is ever read.
+        // No reader goes on behind a mistake.
         if (xml.error() != QXmlStreamReader::PrematureEndOfDocumentError)
             return true;
     }

@@ -7,9 +7,9 @@
 namespace corvid {
 
 /**
- * The own name of the program that a desktop entry's Exec line runs: the file name behind
- * wrappers such as env, sh -c "…", flatpak run --command=… or pkexec. Absent when there is no
- * line, when its quoting is damaged, or when what it runs cannot be told from its text. Pure.
+ * The name of the program that a desktop entry's Exec line runs: the file name behind env, pkexec,
+ * an interpreter, flatpak run --command=…, or sh -c "…" with a single command. Absent when the
+ * line is empty, its quoting is damaged, or the text alone does not tell. Pure.
  */
 std::optional<QString> programName(const QString &exec);
 

@@ -5,12 +5,11 @@
 
 #include <QDir>
 #include <QFile>
-#include <QHash>
 
 #include <algorithm>
-#include <bit>
-#include <cstring>
+#include <optional>
 #include <string>
+#include <unordered_map>
 #include <utility>
 
 #include <dirent.h>
@@ -24,63 +23,24 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// Nearly all entries match no row, so the rows are grouped by what rules most of them out at once:
-// an exact name by its length. The few rows that match the end of a name are tried one by one.
-class MarkerLookup {
-public:
-    constexpr MarkerLookup() {
-        for (std::size_t row = 0; row < markers.size(); ++row) {
-            const std::string_view name = markers[row].name;
-            const MarkerSet bit = MarkerSet{1} << row;
-            if (name.starts_with('*'))
-                endings_ |= bit;
-            else
-                exactByLength_[name.size()] |= bit;
-        }
-    }
+constexpr bool matches(std::string_view name, std::string_view marker) {
+    return marker.starts_with('*') ? name.ends_with(marker.substr(1)) : name == marker;
+}
 
-    constexpr MarkerSet rowsOf(std::string_view name) const {
-        MarkerSet found = 0;
-        if (name.size() < exactByLength_.size()) {
-            for (MarkerSet rest = exactByLength_[name.size()]; rest != 0; rest &= rest - 1) {
-                if (markers[lowestRow(rest)].name == name)
-                    found |= rest & -rest;
-            }
-        }
-        for (MarkerSet rest = endings_; rest != 0; rest &= rest - 1) {
-            if (name.ends_with(markers[lowestRow(rest)].name.substr(1)))
-                found |= rest & -rest;
-        }
-        return found;
-    }
-
-private:
-    static constexpr std::size_t lowestRow(MarkerSet rows) {
-        return static_cast<std::size_t>(std::countr_zero(rows));
-    }
-
-    static constexpr std::size_t longestExact = 16;
-    std::array<MarkerSet, longestExact + 1> exactByLength_{};
-    MarkerSet endings_ = 0;
-};
-
-constexpr MarkerLookup lookup;
-constexpr MarkerSet gitMarker = lookup.rowsOf(".git");
-
-bool isFolder(const FileDescriptor &folder, const char *name, unsigned char type) {
-    if (type != DT_UNKNOWN)
-        return type == DT_DIR;
+bool isFolder(const FileDescriptor &parent, const dirent64 &entry) {
+    if (entry.d_type != DT_UNKNOWN)
+        return entry.d_type == DT_DIR;
     // Some file systems do not say in the listing.
     struct stat status {};
-    return fstatat(folder.number(), name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+    return fstatat(parent.number(), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
            S_ISDIR(status.st_mode);
 }
 
 // A symbolic link counts as what it leads to, and not at all when that is missing.
-bool exists(const FileDescriptor &folder, const char *name, unsigned char type) {
-    if (type != DT_LNK && type != DT_UNKNOWN)
+bool exists(const FileDescriptor &parent, const dirent64 &entry) {
+    if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN)
         return true;
-    return faccessat(folder.number(), name, F_OK, 0) == 0;
+    return faccessat(parent.number(), entry.d_name, F_OK, 0) == 0;
 }
 
 // A record's path is a string of characters. A name that is no valid UTF-8 has none that leads
@@ -111,118 +71,105 @@ public:
         // The file system's root is the one path without a last component.
         const QString name = text.size() == 1 ? text : text.mid(text.lastIndexOf(u'/') + 1);
         ProjectEntry project{name, text, detectStack(rows)};
-        const auto known = indexes_.constFind(text);
-        if (known != indexes_.constEnd()) {
-            projects_[*known] = std::move(project);
-            return;
-        }
-        indexes_.insert(text, projects_.size());
-        projects_.push_back(std::move(project));
+        const auto [known, isNew] = indexes_.try_emplace(text, projects_.size());
+        if (isNew)
+            projects_.push_back(std::move(project));
+        else
+            projects_[known->second] = std::move(project);
     }
 
     std::vector<ProjectEntry> take() { return std::move(projects_); }
 
 private:
     std::vector<ProjectEntry> projects_;
-    QHash<QString, std::size_t> indexes_;
+    std::unordered_map<QString, std::size_t> indexes_;
 };
 
-/**
- * Walks one root. Folders wait on a stack, so whenever one is taken from it, the folders last
- * opened at each smaller depth are its ancestors: one open descriptor and one path length for each
- * depth are all the context there is, and names wait in one buffer that grows and shrinks with the
- * stack.
- */
+/** Walks one root. */
 class RootWalk {
 public:
     RootWalk(Found &found, const std::stop_token &stop) : found_(found), stop_(stop) {}
 
     void run(const QByteArray &root) {
-        if (root != "/")
-            path_.assign(root.constData(), static_cast<std::size_t>(root.size()));
-        enter(0, FileDescriptor(open(root.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
-        while (!waiting_.empty() && entries_ <= entryBudget && !stop_.stop_requested()) {
-            const Waiting next = waiting_.back();
-            waiting_.pop_back();
-            const std::size_t parent = next.depth - 1;
-            const char *name = names_.data() + next.name;
-            path_.resize(pathLengths_[parent]);
-            path_ += '/';
-            path_ += name;
-            FileDescriptor folder(openat(folders_[parent].number(), name,
-                                         O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-            names_.resize(next.name);
-            enter(next.depth, std::move(folder));
-        }
+        path_ = root == "/" ? std::string() : root.toStdString();
+        enter(AT_FDCWD, root.constData(), 0, 0);
     }
 
 private:
-    struct Waiting {
-        std::size_t depth;
-        std::size_t name; // offset in names_
+    struct Listing {
+        MarkerSet markers = 0;
+        std::int64_t entries = 0;
+        std::vector<std::string> foldersToEnter;
     };
 
-    void enter(std::size_t depth, FileDescriptor folder) {
-        if (!folder.valid())
+    void note(Listing &listing, const FileDescriptor &folder, int depth, const dirent64 &entry) {
+        const std::string_view name = entry.d_name;
+        if (name.starts_with('.')) {
+            if (name == ".git" && exists(folder, entry))
+                listing.markers |= markersOf(name);
             return;
-        folders_[depth] = std::move(folder);
-        pathLengths_[depth] = path_.size();
-        const std::size_t waitingBefore = waiting_.size();
-        const std::size_t namesBefore = names_.size();
-        MarkerSet rows = 0;
-        std::int64_t listed = 0;
-        for (;;) {
-            const ssize_t size =
-                getdents64(folders_[depth].number(), listing_.data(), listing_.size());
-            if (size == 0)
-                break;
-            if (size < 0 || stop_.stop_requested()) {
-                // Half a listing is none.
-                waiting_.resize(waitingBefore);
-                names_.resize(namesBefore);
-                return;
-            }
-            for (const char *at = listing_.data(); at < listing_.data() + size;) {
-                const auto *entry = reinterpret_cast<const dirent64 *>(at);
-                at += entry->d_reclen;
-                const std::string_view name = entry->d_name;
-                if (name.starts_with('.')) {
-                    if (name == ".git" && exists(folders_[depth], entry->d_name, entry->d_type))
-                        rows |= gitMarker;
-                    continue;
-                }
-                ++listed;
-                rows |= lookup.rowsOf(name);
-                const bool mayBeFolder = entry->d_type == DT_DIR || entry->d_type == DT_UNKNOWN;
-                if (depth < deepestListed && mayBeFolder && !isNeverEntered(name) &&
-                    isFolder(folders_[depth], entry->d_name, entry->d_type) && hasText(name)) {
-                    waiting_.push_back({depth + 1, names_.size()});
-                    names_.append(name.data(), name.size() + 1); // with its final zero
-                }
-            }
         }
-        entries_ += listed;
-        if (rows != 0)
-            found_.add(path_.empty() ? std::string_view("/") : path_, rows);
+        ++listing.entries;
+        listing.markers |= markersOf(name);
+        if (depth < deepestListed && isFolder(folder, entry) && !isNeverEntered(name) &&
+            hasText(name))
+            listing.foldersToEnter.emplace_back(name);
     }
 
-    static constexpr std::size_t listingSize = 64 * 1024;
+    // Absent when it could not be read to the end.
+    std::optional<Listing> list(const FileDescriptor &folder, int depth) {
+        Listing listing;
+        while (!stop_.stop_requested()) {
+            const ssize_t size = getdents64(folder.number(), buffer_.data(), buffer_.size());
+            if (size == 0)
+                return listing;
+            if (size < 0)
+                break;
+            for (const char *at = buffer_.data(); at < buffer_.data() + size;) {
+                const auto *entry = reinterpret_cast<const dirent64 *>(at);
+                at += entry->d_reclen;
+                note(listing, folder, depth, *entry);
+            }
+        }
+        return std::nullopt;
+    }
+
+    void enter(int parent, const char *name, int flags, int depth) {
+        const FileDescriptor folder(
+            openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags));
+        const auto listing = folder.valid() ? list(folder, depth) : std::nullopt;
+        if (!listing)
+            return;
+        entries_ += listing->entries;
+        if (listing->markers != 0)
+            found_.add(path_.empty() ? "/" : path_, listing->markers);
+        const std::size_t length = path_.size();
+        for (const std::string &next : listing->foldersToEnter) {
+            if (entries_ > entryBudget || stop_.stop_requested())
+                return;
+            path_ += '/';
+            path_ += next;
+            enter(folder.number(), next.c_str(), O_NOFOLLOW, depth + 1);
+            path_.resize(length);
+        }
+    }
+
+    static constexpr std::size_t bufferSize = 64 * 1024;
 
     Found &found_;
     const std::stop_token &stop_;
-    std::vector<Waiting> waiting_;
-    std::string names_;
-    std::array<FileDescriptor, deepestListed + 1> folders_;
-    std::array<std::size_t, deepestListed + 1> pathLengths_{};
-    std::string path_; // of the folder entered last; empty for the file system's root
+    std::string path_; // of the folder being entered; empty for the file system's root
     std::int64_t entries_ = 0;
-    std::vector<char> listing_ = std::vector<char>(listingSize);
+    std::vector<char> buffer_ = std::vector<char>(bufferSize);
 };
 
 } // namespace
 
 MarkerSet markersOf(std::string_view name) {
-    return lookup.rowsOf(name);
+    MarkerSet found = 0;
+    for (std::size_t row = 0; row < markers.size(); ++row)
+        found |= MarkerSet{matches(name, markers[row].name)} << row;
+    return found;
 }
 
 QStringList detectStack(MarkerSet found) {

@@ -3,6 +3,7 @@
 #include "Catalog/ModestXml.h"
 
 #include <QXmlStreamReader>
+#include <QtEndian>
 
 #include <algorithm>
 #include <array>
@@ -15,38 +16,19 @@ namespace {
 
 using Strings = QHash<QString, QString>;
 
-// ---- XML ----
-
-// Skips the element that the reader stands at. Not QXmlStreamReader::skipCurrentElement(): it
-// follows any nesting, and each level costs memory.
-bool skipElement(QXmlStreamReader &xml) {
-    constexpr int deepestNesting = 512;
-    for (int depth = 1; depth > 0;) {
-        switch (xml.readNext()) {
-        case QXmlStreamReader::StartElement:
-            if (++depth > deepestNesting)
-                return false;
-            break;
-        case QXmlStreamReader::EndElement:
-            --depth;
-            break;
-        case QXmlStreamReader::Invalid:
-            return false;
-        default:
-            break;
-        }
-    }
-    return true;
-}
-
 bool isValueElement(QStringView name) {
     constexpr std::array names = {"string"_L1, "integer"_L1, "real"_L1,  "true"_L1, "false"_L1,
                                   "date"_L1,   "data"_L1,    "array"_L1, "dict"_L1};
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-// Reads up to the end of the dictionary that the reader stands at.
-std::optional<Strings> readDictionary(QXmlStreamReader &xml) {
+std::optional<Strings> decodeXml(const QByteArray &bytes) {
+    if (!isModestXml(bytes))
+        return std::nullopt;
+    QXmlStreamReader xml(bytes);
+    if (!xml.readNextStartElement() || xml.name() != "plist"_L1 || !xml.readNextStartElement() ||
+        xml.name() != "dict"_L1)
+        return std::nullopt;
     Strings strings;
     while (xml.readNextStartElement()) {
         if (xml.name() != "key"_L1)
@@ -58,200 +40,151 @@ std::optional<Strings> readDictionary(QXmlStreamReader &xml) {
             strings.insert(key, xml.readElementText());
         } else {
             strings.remove(key);
-            if (!skipElement(xml))
-                return std::nullopt;
+            xml.skipCurrentElement();
         }
     }
-    return strings;
-}
-
-std::optional<Strings> decodeXml(const QByteArray &bytes) {
-    if (!isModestXml(bytes))
-        return std::nullopt;
-    QXmlStreamReader xml(bytes);
-    if (!xml.readNextStartElement() || xml.name() != "plist"_L1)
-        return std::nullopt;
-    if (!xml.readNextStartElement() || xml.name() != "dict"_L1)
-        return std::nullopt;
-    std::optional<Strings> strings = readDictionary(xml);
-    if (!strings || xml.readNextStartElement())
+    if (xml.readNextStartElement()) // beside the dictionary
         return std::nullopt;
     while (!xml.atEnd())
         xml.readNext();
-    if (xml.hasError())
-        return std::nullopt;
-    return strings;
+    return xml.hasError() ? std::nullopt : std::optional(strings);
 }
-
-// ---- Binary: a header, the objects, a table of their offsets, a trailer that finds the table ----
 
 constexpr QByteArrayView binaryMagic = "bplist00";
 
+/**
+ * The binary form: the objects, a table of their offsets, a trailer that tells where the table is.
+ * What reaches beyond its part of the bytes makes the list unsound and is read as 0 or empty.
+ */
 class BinaryList {
 public:
-    static std::optional<BinaryList> open(QByteArrayView bytes);
+    explicit BinaryList(QByteArrayView bytes);
 
     /** The top-level dictionary's strings. */
     std::optional<Strings> strings();
 
 private:
-    enum Kind : unsigned {
-        Integer = 0x1,
-        AsciiString = 0x5,
-        Utf16String = 0x6,
-        Dictionary = 0xD,
-    };
+    enum Kind { Integer = 0x1, AsciiString = 0x5, Utf16String = 0x6, Dictionary = 0xD };
 
     /** An object's first byte and count, and where its content begins. */
     struct Object {
-        unsigned kind;
+        quint64 kind;
         quint64 count;
         quint64 content;
     };
 
-    // Big-endian. The caller has made sure that the bytes are there; width is 1 to 8.
-    quint64 number(quint64 position, unsigned width) const {
-        quint64 value = 0;
-        for (unsigned i = 0; i < width; ++i)
-            value = value << 8 | byte(position + i);
-        return value;
-    }
-    quint64 byte(quint64 position) const {
-        return static_cast<unsigned char>(bytes_[static_cast<qsizetype>(position)]);
-    }
-    // Whether `count` pieces of `size` bytes lie between a position and the end of the objects.
-    bool fits(quint64 position, quint64 count, unsigned size) const {
-        return position <= objectsEnd_ && count <= (objectsEnd_ - position) / size;
-    }
+    bool fits(QByteArrayView part, quint64 position, quint64 count, quint64 width);
+    /** A big-endian number of up to 8 bytes. */
+    quint64 number(QByteArrayView part, quint64 position, quint64 width);
+    Object object(quint64 reference);
+    /** Absent when the object is no string. */
+    std::optional<QString> string(quint64 reference);
 
-    std::optional<quint64> offsetOf(quint64 reference) const;
-    std::optional<Object> objectAt(quint64 offset) const;
-    std::optional<QString> keyAt(quint64 reference);
-    /** Null when the object is no string. Absent when it is damaged. */
-    std::optional<std::optional<QString>> valueAt(quint64 reference);
-    std::optional<QString> text(const Object &object, quint64 offset);
-
-    QByteArrayView bytes_;
-    quint64 objectsEnd_ = 0; // also where the offset table begins
-    quint64 objectCount_ = 0;
-    quint64 top_ = 0;
-    unsigned offsetWidth_ = 0;
-    unsigned referenceWidth_ = 0;
-    QHash<quint64, QString> texts_; // by offset: equal strings are stored once and shared
-    quint64 textBytesLeft_ = 0;     // strings do not overlap, so together they fit in the list
+    bool isSound_ = true;
+    QByteArrayView objects_; ///< and the magic number before them, where offsets begin
+    QByteArrayView table_;
+    quint64 offsetWidth_;
+    quint64 referenceWidth_;
+    quint64 top_;
+    // Strings may be shared, but those of a list that is made to fill memory overlap.
+    quint64 charactersLeft_ = 16 * 1024 * 1024;
 };
 
-std::optional<BinaryList> BinaryList::open(QByteArrayView bytes) {
-    constexpr quint64 trailerSize = 32;
-    const auto size = static_cast<quint64>(bytes.size());
-    const auto header = static_cast<quint64>(binaryMagic.size());
-    if (!bytes.startsWith(binaryMagic) || size < header + trailerSize)
-        return std::nullopt;
-    BinaryList list;
-    list.bytes_ = bytes;
-    list.textBytesLeft_ = size;
-    const quint64 trailer = size - trailerSize;
-    list.offsetWidth_ = static_cast<unsigned>(list.byte(trailer + 6));
-    list.referenceWidth_ = static_cast<unsigned>(list.byte(trailer + 7));
-    list.objectCount_ = list.number(trailer + 8, 8);
-    list.top_ = list.number(trailer + 16, 8);
-    list.objectsEnd_ = list.number(trailer + 24, 8);
-    const auto isWidth = [](unsigned width) { return width >= 1 && width <= 8; };
-    if (!isWidth(list.offsetWidth_) || !isWidth(list.referenceWidth_) ||
-        list.objectsEnd_ < header || list.objectsEnd_ > trailer ||
-        list.objectCount_ > (trailer - list.objectsEnd_) / list.offsetWidth_)
-        return std::nullopt;
-    return list;
+BinaryList::BinaryList(QByteArrayView bytes) {
+    constexpr qsizetype trailerSize = 32;
+    const QByteArrayView trailer = bytes.last(std::min(bytes.size(), trailerSize));
+    const QByteArrayView rest = bytes.chopped(trailer.size());
+    offsetWidth_ = number(trailer, 6, 1);
+    referenceWidth_ = number(trailer, 7, 1);
+    const quint64 count = number(trailer, 8, 8);
+    top_ = number(trailer, 16, 8);
+    const quint64 table = number(trailer, 24, 8);
+    const auto isWidth = [](quint64 width) { return width >= 1 && width <= 8; };
+    isSound_ = isSound_ && isWidth(offsetWidth_) && isWidth(referenceWidth_);
+    if (isSound_ && fits(rest, table, count, offsetWidth_)) {
+        objects_ = rest.first(static_cast<qsizetype>(table));
+        table_ = rest.sliced(objects_.size(), static_cast<qsizetype>(count * offsetWidth_));
+    }
 }
 
-std::optional<quint64> BinaryList::offsetOf(quint64 reference) const {
-    if (reference >= objectCount_)
-        return std::nullopt;
-    const quint64 offset = number(objectsEnd_ + reference * offsetWidth_, offsetWidth_);
-    if (offset < static_cast<quint64>(binaryMagic.size()) || offset >= objectsEnd_)
-        return std::nullopt;
-    return offset;
+// Whether so many pieces of one width lie at a position.
+bool BinaryList::fits(QByteArrayView part, quint64 position, quint64 count, quint64 width) {
+    const auto size = static_cast<quint64>(part.size());
+    const bool fit = position <= size && count <= (size - position) / width;
+    isSound_ = isSound_ && fit;
+    return fit;
 }
 
-std::optional<BinaryList::Object> BinaryList::objectAt(quint64 offset) const {
-    const auto marker = static_cast<unsigned>(byte(offset));
+quint64 BinaryList::number(QByteArrayView part, quint64 position, quint64 width) {
+    if (!fits(part, position, 1, width))
+        return 0;
+    quint64 value = 0;
+    for (const char byte :
+         part.sliced(static_cast<qsizetype>(position), static_cast<qsizetype>(width)))
+        value = value << 8 | static_cast<unsigned char>(byte);
+    return value;
+}
+
+BinaryList::Object BinaryList::object(quint64 reference) {
+    if (!fits(table_, 0, reference, offsetWidth_))
+        return {};
+    const quint64 offset = number(table_, reference * offsetWidth_, offsetWidth_);
+    const quint64 marker = number(objects_, offset, 1);
     Object object{marker >> 4, marker & 0xF, offset + 1};
     if (object.kind < AsciiString || object.count != 0xF)
         return object;
     // A count of 15 and more follows as an integer object of 1, 2, 4 or 8 bytes.
-    if (!fits(object.content, 1, 1))
-        return std::nullopt;
-    const auto integer = static_cast<unsigned>(byte(object.content));
-    const unsigned width = 1U << (integer & 0xF);
-    if (integer >> 4 != Integer || width > 8 || !fits(object.content + 1, width, 1))
-        return std::nullopt;
-    object.count = number(object.content + 1, width);
+    const quint64 integer = number(objects_, object.content, 1);
+    const quint64 width = quint64{1} << (integer & 0xF);
+    isSound_ = isSound_ && integer >> 4 == Integer && width <= 8;
+    if (!isSound_)
+        return {};
+    object.count = number(objects_, object.content + 1, width);
     object.content += 1 + width;
     return object;
 }
 
-std::optional<QString> BinaryList::text(const Object &object, quint64 offset) {
-    const auto known = texts_.constFind(offset);
-    if (known != texts_.cend())
-        return *known;
-    const unsigned width = object.kind == AsciiString ? 1 : 2;
-    if (!fits(object.content, object.count, width) || object.count * width > textBytesLeft_)
+std::optional<QString> BinaryList::string(quint64 reference) {
+    const Object found = object(reference);
+    if (found.kind != AsciiString && found.kind != Utf16String)
         return std::nullopt;
-    textBytesLeft_ -= object.count * width;
-    QString text(static_cast<qsizetype>(object.count), Qt::Uninitialized);
-    quint64 position = object.content;
-    for (QChar &unit : text) {
-        unit = QChar(static_cast<char16_t>(number(position, width)));
-        if (width == 1 && unit.unicode() >= 0x80)
-            return std::nullopt;
-        position += width;
+    const quint64 width = found.kind == AsciiString ? 1 : 2;
+    isSound_ = isSound_ && found.count <= charactersLeft_;
+    if (!isSound_ || !fits(objects_, found.content, found.count, width))
+        return std::nullopt;
+    charactersLeft_ -= found.count;
+    const auto length = static_cast<qsizetype>(found.count);
+    const QByteArrayView bytes = objects_.sliced(static_cast<qsizetype>(found.content),
+                                                 static_cast<qsizetype>(found.count * width));
+    if (found.kind == AsciiString) {
+        isSound_ = std::all_of(bytes.begin(), bytes.end(), [](char c) { return (c & 0x80) == 0; });
+        return QString::fromLatin1(bytes);
     }
-    texts_.insert(offset, text);
+    QString text(length, Qt::Uninitialized);
+    qFromBigEndian<quint16>(bytes.data(), length, text.data());
     return text;
 }
 
-std::optional<std::optional<QString>> BinaryList::valueAt(quint64 reference) {
-    const std::optional<quint64> offset = offsetOf(reference);
-    if (!offset)
-        return std::nullopt;
-    const std::optional<Object> object = objectAt(*offset);
-    if (!object)
-        return std::nullopt;
-    if (object->kind != AsciiString && object->kind != Utf16String)
-        return std::optional<QString>();
-    std::optional<QString> string = text(*object, *offset);
-    if (!string)
-        return std::nullopt;
-    return string;
-}
-
-std::optional<QString> BinaryList::keyAt(quint64 reference) {
-    return valueAt(reference).value_or(std::nullopt);
-}
-
 std::optional<Strings> BinaryList::strings() {
-    const std::optional<quint64> offset = offsetOf(top_);
-    if (!offset)
+    if (!isSound_)
         return std::nullopt;
-    const std::optional<Object> dictionary = objectAt(*offset);
-    if (!dictionary || dictionary->kind != Dictionary ||
-        !fits(dictionary->content, dictionary->count, 2 * referenceWidth_))
+    const Object dictionary = object(top_);
+    if (dictionary.kind != Dictionary || !isSound_ ||
+        !fits(objects_, dictionary.content, dictionary.count, 2 * referenceWidth_))
         return std::nullopt;
     Strings strings;
     // First all references to keys, then all to values.
-    quint64 keyPosition = dictionary->content;
-    quint64 valuePosition = keyPosition + dictionary->count * referenceWidth_;
-    for (quint64 i = 0; i < dictionary->count; ++i) {
-        const auto key = keyAt(number(keyPosition, referenceWidth_));
-        const auto value = valueAt(number(valuePosition, referenceWidth_));
-        if (!key || !value)
+    const quint64 keysSize = dictionary.count * referenceWidth_;
+    for (quint64 at = dictionary.content; at < dictionary.content + keysSize;
+         at += referenceWidth_) {
+        const auto key = string(number(objects_, at, referenceWidth_));
+        const auto value = string(number(objects_, at + keysSize, referenceWidth_));
+        if (!key || !isSound_)
             return std::nullopt;
-        if (*value)
-            strings.insert(*key, **value);
+        if (value)
+            strings.insert(*key, *value);
         else
             strings.remove(*key);
-        keyPosition += referenceWidth_;
-        valuePosition += referenceWidth_;
     }
     return strings;
 }
@@ -259,10 +192,7 @@ std::optional<Strings> BinaryList::strings() {
 } // namespace
 
 std::optional<Strings> decodePropertyList(const QByteArray &bytes) {
-    if (!bytes.startsWith(binaryMagic))
-        return decodeXml(bytes);
-    std::optional<BinaryList> list = BinaryList::open(bytes);
-    return list ? list->strings() : std::nullopt;
+    return bytes.startsWith(binaryMagic) ? BinaryList(bytes).strings() : decodeXml(bytes);
 }
 
 } // namespace corvid

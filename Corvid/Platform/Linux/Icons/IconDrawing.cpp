@@ -10,16 +10,13 @@ namespace {
 
 constexpr qreal grid = 32; // the drawings' own coordinates
 
-template <typename Draw>
-QImage drawn(int pixels, const Draw &draw) {
-    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.scale(pixels / grid, pixels / grid);
-    painter.setPen(Qt::NoPen);
-    draw(painter);
-    return image;
+QImage drawOnGrid(int pixels, const std::function<void(QPainter &)> &draw) {
+    return drawSquare(pixels, [&](QPainter &painter) {
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.scale(pixels / grid, pixels / grid);
+        painter.setPen(Qt::NoPen);
+        draw(painter);
+    });
 }
 
 QLinearGradient downwards(const QRectF &area, const QColor &top, const QColor &bottom) {
@@ -31,8 +28,16 @@ QLinearGradient downwards(const QRectF &area, const QColor &top, const QColor &b
 
 } // namespace
 
+QImage drawSquare(int pixels, const std::function<void(QPainter &)> &draw) {
+    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    draw(painter);
+    return image;
+}
+
 QImage drawApplicationIcon(int pixels) {
-    return drawn(pixels, [](QPainter &painter) {
+    return drawOnGrid(pixels, [](QPainter &painter) {
         const QRectF square(2, 2, 28, 28);
         painter.setBrush(downwards(square, QColor(0x9a, 0xab, 0xc4), QColor(0x5b, 0x6b, 0x86)));
         painter.drawRoundedRect(square, 7, 7);
@@ -53,7 +58,7 @@ QImage drawApplicationIcon(int pixels) {
 }
 
 QImage drawFolderIcon(int pixels) {
-    return drawn(pixels, [](QPainter &painter) {
+    return drawOnGrid(pixels, [](QPainter &painter) {
         QPainterPath back;
         back.addRoundedRect(QRectF(3, 6, 13, 10), 2.5, 2.5);
         back.addRoundedRect(QRectF(3, 8.5, 26, 16), 2.5, 2.5);

@@ -7,6 +7,7 @@
 #include "Platform/Linux/Icons/IconDrawing.h"
 #include "Platform/Linux/Icons/IconTheme.h"
 #include "Platform/Linux/Icons/PictureCheck.h"
+#include "Platform/Linux/KeyFiles.h"
 
 #include <QBuffer>
 #include <QFileInfo>
@@ -42,20 +43,14 @@ QByteArray contentOf(const QString &path) {
         g_zlib_decompressor_new(G_ZLIB_COMPRESSOR_FORMAT_GZIP));
     const GObjectPointer<GInputStream> stream(
         g_converter_input_stream_new(packed.get(), G_CONVERTER(unpacker.get())));
-    QByteArray unpacked;
-    while (unpacked.size() <= maximumFileSize) {
-        constexpr qsizetype chunk = 64 * 1024;
-        const qsizetype start = unpacked.size();
-        unpacked.resize(start + chunk);
-        const gssize count =
-            g_input_stream_read(stream.get(), unpacked.data() + start, chunk, nullptr, nullptr);
-        unpacked.resize(start + std::max<gssize>(count, 0));
-        if (count < 0)
-            return {};
-        if (count == 0)
-            return unpacked;
-    }
-    return {};
+    QByteArray unpacked(maximumFileSize + 1, Qt::Uninitialized);
+    gsize size = 0;
+    if (!g_input_stream_read_all(stream.get(), unpacked.data(), static_cast<gsize>(unpacked.size()),
+                                 &size, nullptr, nullptr) ||
+        size > maximumFileSize)
+        return {};
+    unpacked.truncate(static_cast<qsizetype>(size));
+    return unpacked;
 }
 
 bool isSvg(const QString &path) {
@@ -71,11 +66,7 @@ QImage renderSvg(const QByteArray &bytes, int pixels) {
     if (!isHarmlessDrawing(bytes) || !renderer.load(bytes))
         return {};
     renderer.setAspectRatioMode(Qt::KeepAspectRatio);
-    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    renderer.render(&painter);
-    return image;
+    return drawSquare(pixels, [&renderer](QPainter &painter) { renderer.render(&painter); });
 }
 
 QImage readRaster(QByteArray bytes, int pixels) {
@@ -86,16 +77,12 @@ QImage readRaster(QByteArray bytes, int pixels) {
     QImageReader reader(&buffer);
     reader.setDecideFormatFromContent(true);
     reader.setScaledSize(size->scaled(pixels, pixels, Qt::KeepAspectRatio).expandedTo({1, 1}));
-    return reader.read();
-}
-
-/** The picture in the middle of a transparent square. */
-QImage squared(const QImage &image, int pixels) {
-    QImage square(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-    square.fill(Qt::transparent);
-    QPainter painter(&square);
-    painter.drawImage((pixels - image.width()) / 2, (pixels - image.height()) / 2, image);
-    return square;
+    const QImage image = reader.read();
+    if (image.isNull())
+        return {};
+    return drawSquare(pixels, [&](QPainter &painter) {
+        painter.drawImage((pixels - image.width()) / 2, (pixels - image.height()) / 2, image);
+    });
 }
 
 } // namespace
@@ -105,10 +92,6 @@ IconLoader::IconLoader(std::function<QString()> themeName, Folders folders, qrea
       devicePixelRatio_(std::max(1.0, devicePixelRatio)),
       pixels_(static_cast<int>(std::ceil(iconSize * devicePixelRatio_))) {
     QImageReader::setAllocationLimit(allocationLimitMiB);
-    const auto shared = [this](QImage image) {
-        image.setDevicePixelRatio(devicePixelRatio_);
-        return std::make_shared<const QImage>(std::move(image));
-    };
     generic_ = shared(drawApplicationIcon(pixels_));
     folder_ = shared(drawFolderIcon(pixels_));
 }
@@ -152,16 +135,11 @@ std::shared_ptr<const IconTheme> IconLoader::theme() const {
 }
 
 Image IconLoader::entryIcon(const QString &path) const {
-    const std::unique_ptr<GKeyFile, decltype(&g_key_file_free)> file(g_key_file_new(),
-                                                                     &g_key_file_free);
-    const auto bytes = readRegularFile(path, maximumFileSize);
-    GErrorHolder error;
-    if (!bytes ||
-        !g_key_file_load_from_data(file.get(), bytes->constData(),
-                                   static_cast<gsize>(bytes->size()), G_KEY_FILE_NONE, error.out()))
+    const GKeyFilePointer file = readKeyFile(path, maximumFileSize);
+    if (!file)
         return nullptr;
     const GFreePointer<gchar> name(g_key_file_get_locale_string(
-        file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_ICON, nullptr, error.out()));
+        file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_ICON, nullptr, nullptr));
     return name && *name ? named(QString::fromUtf8(name.get())) : nullptr;
 }
 
@@ -187,21 +165,17 @@ Image IconLoader::folderIcon(const QString &path) const {
 }
 
 Image IconLoader::fromFile(const QString &path) const {
-    QImage image = decoded(path);
+    const QByteArray bytes = contentOf(path);
+    if (bytes.isEmpty())
+        return nullptr;
+    return shared(isSvg(path) ? renderSvg(bytes, pixels_) : readRaster(bytes, pixels_));
+}
+
+Image IconLoader::shared(QImage image) const {
     if (image.isNull())
         return nullptr;
     image.setDevicePixelRatio(devicePixelRatio_);
     return std::make_shared<const QImage>(std::move(image));
-}
-
-QImage IconLoader::decoded(const QString &path) const {
-    const QByteArray bytes = contentOf(path);
-    if (bytes.isEmpty())
-        return {};
-    if (isSvg(path))
-        return renderSvg(bytes, pixels_);
-    const QImage image = readRaster(bytes, pixels_);
-    return image.isNull() ? QImage() : squared(image, pixels_);
 }
 
 } // namespace corvid

@@ -50,7 +50,7 @@ private:
     Image bundleIcon(const QString &path) const;
     Image folderIcon(const QString &path) const;
     Image fromFile(const QString &path) const;
-    QImage decoded(const QString &path) const;
+    Image shared(QImage image) const; ///< null for a null image
 
     std::function<QString()> themeName_;
     Folders folders_;

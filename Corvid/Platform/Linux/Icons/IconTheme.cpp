@@ -1,17 +1,14 @@
 #include "Platform/Linux/Icons/IconTheme.h"
 
 #include "Base/Locations.h"
-#include "Base/RegularFile.h"
-#include "Platform/Linux/GLibPointers.h"
+#include "Platform/Linux/KeyFiles.h"
 
 #include <QFile>
 #include <QHashFunctions>
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <dirent.h>
-#include <sys/stat.h>
 
 namespace corvid {
 
@@ -21,30 +18,13 @@ namespace {
 
 constexpr int maximumDepth = 16; // of inheritance, for themes that inherit in a long circle
 constexpr std::size_t maximumFolders = 10'000;
+constexpr qint64 largestIndex = 4 * 1024 * 1024;
 
 // In the order of preference where one folder has several.
 constexpr std::array<QByteArrayView, 4> extensions{".png", ".svg", ".svgz", ".xpm"};
 
-struct KeyFileFree {
-    void operator()(GKeyFile *file) const { g_key_file_free(file); }
-};
-using KeyFile = std::unique_ptr<GKeyFile, KeyFileFree>;
-
-KeyFile readIndex(const QString &path) {
-    KeyFile file(g_key_file_new());
-    constexpr qint64 largest = 4 * 1024 * 1024;
-    const auto bytes = readRegularFile(path, largest);
-    GErrorHolder error;
-    if (!bytes ||
-        !g_key_file_load_from_data(file.get(), bytes->constData(),
-                                   static_cast<gsize>(bytes->size()), G_KEY_FILE_NONE, error.out()))
-        return nullptr;
-    return file;
-}
-
 QStringList strings(GKeyFile *file, const char *group, const char *key) {
-    GErrorHolder error;
-    const GFreePointer<gchar> value(g_key_file_get_string(file, group, key, error.out()));
+    const GFreePointer<gchar> value(g_key_file_get_string(file, group, key, nullptr));
     QStringList result;
     const QStringList parts = QString::fromUtf8(value.get()).split(u',', Qt::SkipEmptyParts);
     for (const QString &part : parts)
@@ -53,25 +33,25 @@ QStringList strings(GKeyFile *file, const char *group, const char *key) {
     return result;
 }
 
-int integer(GKeyFile *file, const char *group, const char *key, int fallback) {
+// A size or a scale: the product of two fits in an int.
+int number(GKeyFile *file, const char *group, const char *key, int fallback) {
     GErrorHolder error;
     const int value = g_key_file_get_integer(file, group, key, error.out());
-    return error.get() ? fallback : value;
+    return error.get() ? fallback : std::clamp(value, 0, 10'000);
 }
 
 std::optional<IconThemeFolder> readFolder(GKeyFile *index, const QString &name) {
     const QByteArray group = name.toUtf8();
     IconThemeFolder folder;
-    folder.size = integer(index, group.constData(), "Size", 0);
+    folder.size = number(index, group.constData(), "Size", 0);
     if (folder.size <= 0)
         return std::nullopt;
-    folder.scale = std::max(1, integer(index, group.constData(), "Scale", 1));
-    folder.minimum = integer(index, group.constData(), "MinSize", folder.size);
-    folder.maximum = integer(index, group.constData(), "MaxSize", folder.size);
-    folder.threshold = integer(index, group.constData(), "Threshold", 2);
-    GErrorHolder error;
+    folder.scale = std::max(1, number(index, group.constData(), "Scale", 1));
+    folder.minimum = number(index, group.constData(), "MinSize", folder.size);
+    folder.maximum = number(index, group.constData(), "MaxSize", folder.size);
+    folder.threshold = number(index, group.constData(), "Threshold", 2);
     const GFreePointer<gchar> type(
-        g_key_file_get_string(index, group.constData(), "Type", error.out()));
+        g_key_file_get_string(index, group.constData(), "Type", nullptr));
     if (qstrcmp(type.get(), "Fixed") == 0)
         folder.type = IconThemeFolder::Type::Fixed;
     else if (qstrcmp(type.get(), "Scalable") == 0)
@@ -83,43 +63,35 @@ std::uint64_t hashOf(QByteArrayView name) {
     return qHash(name, 0);
 }
 
-std::optional<std::timespec> modificationTime(const QString &path) {
-    struct stat status = {};
-    if (stat(QFile::encodeName(path).constData(), &status) != 0)
-        return std::nullopt;
-    return status.st_mtim;
+// The earliest time there is where there is no such folder.
+std::filesystem::file_time_type modificationTime(const QString &path) {
+    std::error_code error;
+    return std::filesystem::last_write_time(QFile::encodeName(path).toStdString(), error);
 }
 
 } // namespace
 
-bool IconThemeFolder::matches(int wantedSize, int wantedScale) const {
-    if (scale != wantedScale)
-        return false;
+std::pair<int, int> IconThemeFolder::sizes() const {
     switch (type) {
     case Type::Fixed:
-        return size == wantedSize;
+        break;
     case Type::Scalable:
-        return minimum <= wantedSize && wantedSize <= maximum;
+        return {minimum, maximum};
     case Type::Threshold:
-        return std::abs(size - wantedSize) <= threshold;
+        return {size - threshold, size + threshold};
     }
-    return false;
+    return {size, size};
+}
+
+bool IconThemeFolder::matches(int wantedSize, int wantedScale) const {
+    const auto [low, high] = sizes();
+    return scale == wantedScale && low <= wantedSize && wantedSize <= high;
 }
 
 int IconThemeFolder::distance(int wantedSize, int wantedScale) const {
     const int wanted = wantedSize * wantedScale;
-    int low = size * scale;
-    int high = low;
-    if (type == Type::Scalable) {
-        low = minimum * scale;
-        high = maximum * scale;
-    } else if (type == Type::Threshold) {
-        low = (size - threshold) * scale;
-        high = (size + threshold) * scale;
-    }
-    if (wanted < low)
-        return low - wanted;
-    return wanted > high ? wanted - high : 0;
+    const auto [low, high] = sizes();
+    return std::max({low * scale - wanted, wanted - high * scale, 0});
 }
 
 IconTheme::IconTheme(const QString &name, const QStringList &baseFolders,
@@ -138,11 +110,11 @@ void IconTheme::addTheme(const QString &name, const QStringList &baseFolders, in
         name == ".."_L1 || name == "."_L1)
         return;
 
-    KeyFile index;
+    GKeyFilePointer index;
     for (const QString &base : baseFolders) {
         watch(base + u'/' + name);
         if (!index)
-            index = readIndex(base + u'/' + name + "/index.theme"_L1);
+            index = readKeyFile(base + u'/' + name + "/index.theme"_L1, largestIndex);
     }
     if (!index)
         return;
@@ -158,13 +130,10 @@ void IconTheme::addTheme(const QString &name, const QStringList &baseFolders, in
         for (const QString &base : baseFolders) {
             if (theme.folders.size() == maximumFolders)
                 break;
-            theme.folders.push_back({base + u'/' + name + u'/' + folderName, *properties});
-            list(theme, static_cast<std::uint32_t>(theme.folders.size() - 1));
+            addFolder(theme, base + u'/' + name + u'/' + folderName, *properties);
         }
     }
-    std::sort(theme.files.begin(), theme.files.end());
-    theme.files.shrink_to_fit();
-    chain_.push_back(std::move(theme));
+    append(std::move(theme));
 
     const QStringList parents = strings(index.get(), "Icon Theme", "Inherits");
     for (const QString &parent : parents)
@@ -175,10 +144,14 @@ void IconTheme::addUnthemed(const QStringList &folders) {
     Theme theme;
     for (const QString &folder : folders) {
         watch(folder);
-        theme.folders.push_back({folder, {}});
-        list(theme, static_cast<std::uint32_t>(theme.folders.size() - 1));
+        addFolder(theme, folder, {});
     }
+    append(std::move(theme));
+}
+
+void IconTheme::append(Theme theme) {
     std::sort(theme.files.begin(), theme.files.end());
+    theme.files.shrink_to_fit();
     chain_.push_back(std::move(theme));
 }
 
@@ -186,15 +159,17 @@ void IconTheme::watch(const QString &folder) {
     watched_.push_back({folder, modificationTime(folder)});
 }
 
-void IconTheme::list(Theme &theme, std::uint32_t folder) {
-    DIR *stream = opendir(QFile::encodeName(theme.folders[folder].path).constData());
+void IconTheme::addFolder(Theme &theme, const QString &path, const IconThemeFolder &properties) {
+    const auto index = static_cast<std::uint32_t>(theme.folders.size());
+    theme.folders.push_back({path, properties});
+    DIR *stream = opendir(QFile::encodeName(path).constData());
     if (!stream)
         return;
     while (const dirent *entry = readdir(stream)) {
         const QByteArrayView name(entry->d_name);
         for (std::size_t i = 0; i < extensions.size(); ++i)
             if (name.endsWith(extensions[i]))
-                theme.files.push_back({hashOf(name.chopped(extensions[i].size())), folder,
+                theme.files.push_back({hashOf(name.chopped(extensions[i].size())), index,
                                        static_cast<std::uint8_t>(i)});
     }
     closedir(stream);
@@ -202,24 +177,19 @@ void IconTheme::list(Theme &theme, std::uint32_t folder) {
 
 std::optional<QString> IconTheme::findIn(const Theme &theme, const QString &icon, int size,
                                          int scale) {
-    const QByteArray name = QFile::encodeName(icon);
-    const std::uint64_t hash = hashOf(name);
-    const auto first = std::lower_bound(theme.files.begin(), theme.files.end(), File{hash, 0, 0});
-    const File *best = nullptr;
-    int bestDistance = 0;
-    for (auto file = first; file != theme.files.end() && file->nameHash == hash; ++file) {
-        const IconThemeFolder &folder = theme.folders[file->folder].properties;
-        // A folder that is meant for the size comes before one that is merely as near.
-        const int distance = folder.matches(size, scale) ? -1 : folder.distance(size, scale);
-        if (!best || distance < bestDistance) {
-            best = &*file;
-            bestDistance = distance;
-        }
-    }
-    if (!best)
+    const std::uint64_t hash = hashOf(QFile::encodeName(icon));
+    const auto first = std::ranges::lower_bound(theme.files, hash, {}, &File::nameHash);
+    const auto last = std::ranges::upper_bound(theme.files, hash, {}, &File::nameHash);
+    if (first == last)
         return std::nullopt;
-    return theme.folders[best->folder].path + u'/' + icon +
-           QLatin1StringView(extensions[best->extension]);
+    const auto distance = [&](const File &file) {
+        const IconThemeFolder &folder = theme.folders[file.folder].properties;
+        // A folder that is meant for the size comes before one that is merely as near.
+        return folder.matches(size, scale) ? -1 : folder.distance(size, scale);
+    };
+    const File &best = *std::ranges::min_element(first, last, {}, distance);
+    return theme.folders[best.folder].path + u'/' + icon +
+           QLatin1StringView(extensions[best.extension]);
 }
 
 std::optional<QString> IconTheme::find(const QString &icon, int size, int scale) const {
@@ -231,10 +201,7 @@ std::optional<QString> IconTheme::find(const QString &icon, int size, int scale)
 
 bool IconTheme::isCurrent() const {
     return std::all_of(watched_.begin(), watched_.end(), [](const Watched &watched) {
-        const auto now = modificationTime(watched.path);
-        if (!now || !watched.modified)
-            return now.has_value() == watched.modified.has_value();
-        return now->tv_sec == watched.modified->tv_sec && now->tv_nsec == watched.modified->tv_nsec;
+        return watched.modified == modificationTime(watched.path);
     });
 }
 

@@ -4,8 +4,9 @@
 #include <QStringList>
 
 #include <cstdint>
-#include <ctime>
+#include <filesystem>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace corvid {
@@ -25,6 +26,9 @@ struct IconThemeFolder {
     bool matches(int wantedSize, int wantedScale) const;
     /** How far its icons are from this size, in device pixels; 0 is best. Pure. */
     int distance(int wantedSize, int wantedScale) const;
+
+private:
+    std::pair<int, int> sizes() const; ///< the least and the greatest that they are meant for
 };
 
 /**
@@ -68,13 +72,14 @@ private:
     };
     struct Watched {
         QString path;
-        std::optional<std::timespec> modified; ///< absent: there was no such folder
+        std::filesystem::file_time_type modified;
     };
 
     void addTheme(const QString &name, const QStringList &baseFolders, int depth);
     void addUnthemed(const QStringList &folders);
     void watch(const QString &folder);
-    static void list(Theme &theme, std::uint32_t folder);
+    void append(Theme theme);
+    static void addFolder(Theme &theme, const QString &path, const IconThemeFolder &properties);
     static std::optional<QString> findIn(const Theme &theme, const QString &icon, int size,
                                          int scale);
 

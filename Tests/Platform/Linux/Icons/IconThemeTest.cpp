@@ -178,12 +178,16 @@ TEST_F(IconThemeTest, aThemeMayBeSpreadOverTheBaseFolders) {
 }
 
 TEST_F(IconThemeTest, brokenAndCircularThemesAreSurvived) {
-    theme(u"a"_s, u"b"_s, {u"32|Size=32"_s, u"nogroup-size|Type=Fixed"_s, u"zero|Size=0"_s});
+    theme(u"a"_s, u"b"_s,
+          {u"32|Size=32"_s, u"nogroup-size|Type=Fixed"_s, u"zero|Size=0"_s,
+           u"huge|Size=2147483647|Scale=2147483647|MinSize=-2147483648"_s});
     theme(u"b"_s, u"a,b,gone,../a,.,"_s, {u"32|Size=32"_s});
     file(u"b/32/x.png"_s);
     file(u"a/zero/y.png"_s);
     EXPECT_EQ(found(load(u"a"_s), u"x"_s), u"b/32/x.png");
     EXPECT_EQ(found(load(u"a"_s), u"y"_s), u"none");
+    file(u"a/huge/z.png"_s);
+    EXPECT_EQ(found(load(u"a"_s), u"z"_s), u"a/huge/z.png");
     file(u"damaged/index.theme"_s, "\xff\xfe[[[\n=\n");
     EXPECT_EQ(found(load(u"damaged"_s), u"x"_s), u"none");
     EXPECT_EQ(found(load(u"gone"_s), u"x"_s), u"none");

@@ -1,0 +1,17 @@
+#include "Platform/Linux/KeyFiles.h"
+
+#include "Base/RegularFile.h"
+
+namespace corvid {
+
+GKeyFilePointer readKeyFile(const QString &path, qint64 most) {
+    const auto bytes = readRegularFile(path, most);
+    GKeyFilePointer file(g_key_file_new());
+    if (!bytes ||
+        !g_key_file_load_from_data(file.get(), bytes->constData(),
+                                   static_cast<gsize>(bytes->size()), G_KEY_FILE_NONE, nullptr))
+        return nullptr;
+    return file;
+}
+
+} // namespace corvid

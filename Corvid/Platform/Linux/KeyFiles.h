@@ -1,0 +1,12 @@
+#pragma once
+
+#include "Platform/Linux/GLibPointers.h"
+
+namespace corvid {
+
+/** A key file that others may have put there, such as a desktop entry or an icon theme's index.
+    Null when it cannot be read, is damaged, or is larger than `most` bytes. Blocks on the disk; any
+    thread. */
+GKeyFilePointer readKeyFile(const QString &path, qint64 most);
+
+} // namespace corvid
