@@ -2,6 +2,7 @@
 
 #include "Base/Locations.h"
 #include "Platform/Linux/Bus/SessionBus.h"
+#include "Platform/Linux/CurrentDesktop.h"
 #include "Platform/Linux/GLibPointers.h"
 
 #include <QFile>
@@ -15,12 +16,6 @@ namespace {
 struct KeyFileFree {
     void operator()(GKeyFile *file) const { g_key_file_free(file); }
 };
-
-bool underKde() {
-    return QString::fromLocal8Bit(qgetenv("XDG_CURRENT_DESKTOP"))
-        .split(u':')
-        .contains("KDE"_L1, Qt::CaseInsensitive);
-}
 
 // Absent schemas and keys must be asked for first: GLib aborts the process over them.
 QString fromSettings(const char *schemaId, const char *key, bool onlyChosenByUser) {
@@ -86,14 +81,14 @@ QString gtkIconTheme() {
 } // namespace
 
 QString iconTheme() {
-    const QString theme = underKde()
+    const QString theme = isKde()
                               ? firstNotEmpty({kdeIconTheme, settingsIconTheme, gtkIconTheme})
                               : firstNotEmpty({settingsIconTheme, kdeIconTheme, gtkIconTheme});
     return theme.isEmpty() ? u"hicolor"_s : theme;
 }
 
 QString terminal() {
-    return underKde() ? kdeTerminal() : settingsTerminal();
+    return isKde() ? kdeTerminal() : settingsTerminal();
 }
 
 } // namespace corvid::desktopsettings
