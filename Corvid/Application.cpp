@@ -3,6 +3,7 @@
 #include "AIService.h"
 #include "AppDelegate.h"
 #include "Front/CommandLine.h"
+#include "Front/InstanceCall.h"
 #include "HotKeyManager.h"
 #include "Platform/Linux/Bus/BusInstance.h"
 #include "Platform/Linux/Bus/PortalAppearance.h"
@@ -133,7 +134,9 @@ int runCorvid(const CommandLine &commandLine, char **argv) {
     mallopt(M_ARENA_MAX, 1);
     forbidCoreDumps();
     BusInstance instance;
-    if (!commandLine.isDiagnostic()) {
+    if (commandLine.isDiagnostic()) {
+        checkBus(); // as claiming does
+    } else {
         switch (instance.claim(commandLine.wishesOfRunning())) {
         case BusInstance::Claim::Sole:
             break;
