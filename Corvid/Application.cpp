@@ -4,6 +4,7 @@
 #include "AppDelegate.h"
 #include "Base/Deadline.h"
 #include "Front/CommandLine.h"
+#include "Front/InstanceCall.h"
 #include "HotKeyManager.h"
 #include "Platform/Linux/Bus/BusInstance.h"
 #include "Platform/Linux/Bus/PortalAppearance.h"
@@ -136,7 +137,9 @@ int runCorvid(const CommandLine &commandLine, char **argv) {
     mallopt(M_ARENA_MAX, 1);
     forbidCoreDumps();
     BusInstance instance;
-    if (!commandLine.isDiagnostic()) {
+    if (commandLine.isDiagnostic()) {
+        checkBus(); // as claiming does
+    } else {
         switch (instance.claim(commandLine.wishesOfRunning())) {
         case BusInstance::Claim::Sole:
             break;

@@ -17,4 +17,8 @@ std::optional<quint32> evdevCode(quint32 virtualKey);
     modifiers and locks among them. Any thread. */
 std::optional<quint32> virtualKey(quint32 evdevCode);
 
+/** xkbcommon's name for the symbol that the key has on a US keyboard, such as "space". Null for
+    codes that no key has. Any thread. */
+const char *keySymbol(quint32 virtualKey);
+
 } // namespace corvid

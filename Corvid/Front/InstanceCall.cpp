@@ -15,9 +15,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr auto busPatience = 1s;
-constexpr auto instancePatience = 2s;
-
 struct MessageUnref {
     void operator()(DBusMessage *message) const { dbus_message_unref(message); }
 };
@@ -176,6 +173,10 @@ const char *actionOf(Wish::Kind kind) {
 
 ActivationToken ActivationToken::fromEnvironment() {
     return {variable("XDG_ACTIVATION_TOKEN"), variable("DESKTOP_STARTUP_ID")};
+}
+
+void checkBus() {
+    connectToBus();
 }
 
 CallResult callInstance(const std::vector<Wish> &wishes, const ActivationToken &token) {

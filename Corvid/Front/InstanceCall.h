@@ -2,6 +2,7 @@
 
 #include "Platform/Instance.h"
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,10 @@ namespace corvid {
 inline constexpr const char *instanceBusName = "app.corvid.Launcher";
 inline constexpr const char *instanceObjectPath = "/app/corvid/Launcher";
 inline constexpr const char *instanceInterface = "org.freedesktop.Application";
+
+/** How long the bus and the Corvid that runs are waited for. */
+inline constexpr std::chrono::seconds busPatience{1};
+inline constexpr std::chrono::seconds instancePatience{2};
 
 /** What a wish is called on the bus. */
 const char *actionOf(Wish::Kind kind);
@@ -29,6 +34,10 @@ struct ActivationToken {
     static ActivationToken fromEnvironment();
 };
 
+/** Puts a bus that does not answer in time out of bounds for the whole process: the toolkit would
+    wait for it without end. Blocks for as long. */
+void checkBus();
+
 enum class CallResult {
     Taken,      ///< it answered to each wish
     Nobody,     ///< no bus, or no Corvid on it
@@ -36,9 +45,8 @@ enum class CallResult {
 };
 
 /**
- * Hands the wishes to the session's Corvid, one after the other. Blocks, for a second at most while
- * the bus does not answer, and for two while Corvid does not. A bus that does not answer is out of
- * bounds afterwards for the whole process, as the toolkit would wait for it without end.
+ * Hands the wishes to the session's Corvid, one after the other. Checks the bus as above, and
+ * blocks while Corvid does not answer, for as long as it is waited for.
  */
 CallResult callInstance(const std::vector<Wish> &wishes, const ActivationToken &token);
 

@@ -2,6 +2,7 @@
 
 #include "Base/Locations.h"
 #include "Platform/Linux/Bus/SessionBus.h"
+#include "Platform/Linux/CurrentDesktop.h"
 #include "Platform/Linux/GLibPointers.h"
 
 #include <QFile>
@@ -15,12 +16,6 @@ namespace {
 struct SchemaUnref {
     void operator()(GSettingsSchema *schema) const { g_settings_schema_unref(schema); }
 };
-
-bool underKde() {
-    return QString::fromLocal8Bit(qgetenv("XDG_CURRENT_DESKTOP"))
-        .split(u':')
-        .contains("KDE"_L1, Qt::CaseInsensitive);
-}
 
 // Asks for the schema and the key first: GLib aborts the process over absent ones.
 QString fromSettings(const char *schemaId, const char *key, bool onlyChosenByUser) {
@@ -58,7 +53,7 @@ QString settingsIconTheme() {
 } // namespace
 
 QString iconTheme() {
-    const bool kdeFirst = underKde();
+    const bool kdeFirst = isKde();
     QString theme = kdeFirst ? kdeIconTheme() : settingsIconTheme();
     if (theme.isEmpty())
         theme = kdeFirst ? settingsIconTheme() : kdeIconTheme();
@@ -68,7 +63,7 @@ QString iconTheme() {
 }
 
 QString terminal() {
-    if (underKde())
+    if (isKde())
         return fromConfigurationFile("kdeglobals"_L1, "General", "TerminalApplication");
     // The default names a terminal that need not be installed, so only a choice counts.
     return fromSettings("org.gnome.desktop.default-applications.terminal", "exec", true);

@@ -15,21 +15,11 @@
 
 namespace corvid {
 
-using namespace std::chrono_literals;
-
 namespace {
-
-constexpr auto busPatience = 1s;
-constexpr auto instancePatience = 2s;
 
 // Of the bus's protocol: RequestName's flag and answers.
 constexpr guint32 doNotQueue = 4;
 constexpr guint32 primaryOwner = 1;
-
-struct VariantUnref {
-    void operator()(GVariant *variant) const { g_variant_unref(variant); }
-};
-using VariantPointer = std::unique_ptr<GVariant, VariantUnref>;
 
 // What a call asks for; nothing when it is none of ours.
 std::optional<Wish> wishOf(GDBusMessage *message) {
@@ -46,14 +36,14 @@ std::optional<Wish> wishOf(GDBusMessage *message) {
     const char *action = nullptr;
     GVariant *parameters = nullptr;
     g_variant_get(body, "(&s@av@a{sv})", &action, &parameters, nullptr);
-    const VariantPointer owned(parameters);
+    const GVariantPointer owned(parameters);
     for (const auto kind : {Wish::Kind::Show, Wish::Kind::Toggle, Wish::Kind::OpenSettings}) {
         Wish wish{kind};
         if (qstrcmp(action, actionOf(kind)) != 0)
             continue;
         if (g_variant_n_children(parameters) > 0) {
-            const VariantPointer boxed(g_variant_get_child_value(parameters, 0));
-            const VariantPointer sticky(g_variant_get_variant(boxed.get()));
+            const GVariantPointer boxed(g_variant_get_child_value(parameters, 0));
+            const GVariantPointer sticky(g_variant_get_variant(boxed.get()));
             wish.sticky = g_variant_is_of_type(sticky.get(), G_VARIANT_TYPE_BOOLEAN) &&
                           g_variant_get_boolean(sticky.get());
         }
@@ -191,7 +181,7 @@ BusInstance::Claim BusInstance::claim(const std::vector<Wish> &wishes) {
     const QDeadlineTimer deadline(instancePatience);
     GErrorHolder error;
     do {
-        const VariantPointer answer(requestName(bus, error));
+        const GVariantPointer answer(requestName(bus, error));
         guint32 role = primaryOwner;
         if (answer)
             g_variant_get(answer.get(), "(u)", &role);

@@ -1,23 +1,17 @@
 #pragma once
 
 #include "Platform/Appearance.h"
-
-#include <QObject>
-
-#include <memory>
-#include <thread>
+#include "Platform/Linux/Bus/Portal.h"
 
 namespace corvid {
 
 /**
- * The appearance that the desktop's settings portal tells, followed by its change signals on a
- * thread that sleeps otherwise. Without a bus or a portal, or one that does not answer, the
- * defaults stay.
+ * The appearance that the desktop's settings portal tells, followed by its change signals. Without
+ * a bus or a portal, or one that does not answer, the defaults stay.
  */
 class PortalAppearance final : public AppearanceSettings {
 public:
     PortalAppearance();
-    ~PortalAppearance() override;
 
     Appearance current() const override { return current_; }
 
@@ -25,8 +19,7 @@ private:
     void install(const Appearance &appearance);
 
     Appearance current_;
-    QObject receiver_; ///< what the thread sends is dropped with us
-    std::jthread thread_;
+    Portal portal_;
 };
 
 } // namespace corvid

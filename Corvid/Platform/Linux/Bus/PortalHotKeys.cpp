@@ -1,28 +1,101 @@
 #include "Platform/Linux/Bus/PortalHotKeys.h"
 
-#include "Platform/Linux/Bus/PortalShortcut.h"
+#include "Base/VirtualKeys.h"
 
-#include <stop_token>
+#include <QDBusArgument>
+#include <QDBusMetaType>
+
+#include <algorithm>
 #include <utility>
 
 namespace corvid {
 
+using namespace Qt::Literals::StringLiterals;
+using std::chrono::steady_clock;
+
+namespace {
+
+constexpr auto connectionName = "corvid hot keys"_L1;
+constexpr auto shortcutsInterface = "org.freedesktop.portal.GlobalShortcuts"_L1;
+constexpr auto sessionInterface = "org.freedesktop.portal.Session"_L1;
+constexpr auto registryInterface = "org.freedesktop.host.portal.Registry"_L1;
+
+constexpr auto applicationId = "app.corvid.Launcher"_L1; // its desktop file is named so
+// Desktops keep the user's bindings by it.
+constexpr auto sessionToken = "corvid"_L1;
+
+struct Shortcut {
+    QString id;
+    QVariantMap properties;
+};
+
+QDBusArgument &operator<<(QDBusArgument &argument, const Shortcut &shortcut) {
+    argument.beginStructure();
+    argument << shortcut.id << shortcut.properties;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, Shortcut &shortcut) {
+    argument.beginStructure();
+    argument >> shortcut.id >> shortcut.properties;
+    argument.endStructure();
+    return argument;
+}
+
+// Whether the list, if it is one, has the shortcut with a key. Some portals do not tell which key
+// it is: it may be any.
+bool hasKey(const QVariant &list, const QString &id) {
+    const auto argument = exactly<QDBusArgument>(list);
+    if (!argument || argument->currentSignature() != "a(sa{sv})"_L1)
+        return false;
+    const auto shortcuts = qdbus_cast<QList<Shortcut>>(*argument);
+    const auto found = std::ranges::find(shortcuts, id, &Shortcut::id);
+    return found != shortcuts.end() &&
+           exactly<QString>(found->properties.value(u"trigger_description"_s)) != QString();
+}
+
+// Handles come as strings from some portals, as object paths from others.
+QString handleOf(const QVariant &value) {
+    const auto path = exactly<QDBusObjectPath>(value);
+    return path ? path->path() : exactly<QString>(value).value_or(QString());
+}
+
+} // namespace
+
 PortalHotKeys::PortalHotKeys(TokenReceiver receiveToken, std::chrono::milliseconds longestRepeat)
-    : receiveToken_(std::move(receiveToken)), longestRepeat_(longestRepeat),
-      context_(g_main_context_new(), g_main_context_unref) {}
+    : receiveToken_(std::move(receiveToken)), longestRepeat_(longestRepeat) {
+    qDBusRegisterMetaType<Shortcut>();
+    qDBusRegisterMetaType<QList<Shortcut>>();
+}
 
 PortalHotKeys::~PortalHotKeys() {
-    release();
+    portal_.reset();
+    // The portal ends the session with it.
+    QDBusConnection::disconnectFromBus(connectionName);
 }
 
 void PortalHotKeys::grab(const HotKey &hotKey, Callbacks callbacks) {
-    makeWish(hotKey, std::move(callbacks));
-    if (!thread_.joinable())
-        thread_ = std::jthread([this](const std::stop_token &stop) { run(stop); });
+    wanted_ = hotKey;
+    callbacks_ = std::move(callbacks);
+    asked_ = false;
+    told_.reset();
+    if (portal_) {
+        goOn();
+    } else {
+        portal_.emplace(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName));
+        listen();
+        startPortal();
+    }
 }
 
 void PortalHotKeys::release() {
-    makeWish(std::nullopt, {});
+    wanted_.reset();
+    callbacks_ = {};
+    asked_ = false;
+    told_.reset();
+    if (portal_)
+        goOn();
 }
 
 void PortalHotKeys::dealtWith(quint32 /*time*/, NextKeys /*nextKeys*/) {
@@ -30,57 +103,211 @@ void PortalHotKeys::dealtWith(quint32 /*time*/, NextKeys /*nextKeys*/) {
         receiveToken_({});
 }
 
-void PortalHotKeys::makeWish(std::optional<HotKey> hotKey, Callbacks callbacks) {
-    {
-        const std::scoped_lock lock(mutex_);
-        wish_ = {hotKey, std::move(callbacks), wish_.number + 1};
-    }
-    g_main_context_wakeup(context_.get());
+void PortalHotKeys::listen() {
+    portal_->onOwnerChange = [this](bool there) {
+        if (there)
+            portalAppeared();
+        else
+            portalVanished();
+    };
+    const auto on = [this](const QString &member, BusPeer::Heard heard) {
+        portal_->listen(Portal::path, shortcutsInterface, member, std::move(heard));
+    };
+    on(u"Activated"_s, [this](const QDBusMessage &signal) {
+        if (isOurs(signal)) {
+            const auto options = qdbus_cast<QVariantMap>(signal.arguments()[3]);
+            press(handleOf(options.value(u"activation_token"_s)).toUtf8());
+        }
+    });
+    on(u"Deactivated"_s, [this](const QDBusMessage &signal) {
+        if (isOurs(signal))
+            lastPress_.reset();
+    });
+    on(u"ShortcutsChanged"_s, [this](const QDBusMessage &signal) {
+        if (signal.signature() == "oa(sa{sv})"_L1 && state_ == State::Bound &&
+            handleOf(signal.arguments()[0]) == session_)
+            answer(hasKey(signal.arguments()[1], id()));
+    });
+    portal_->listen({}, sessionInterface, u"Closed"_s, [this](const QDBusMessage &signal) {
+        if (!session_.isEmpty() && signal.path() == session_)
+            sessionClosed();
+    });
 }
 
-void PortalHotKeys::run(const std::stop_token &stop) {
-    const GObjectPointer<GCancellable> cancellable(g_cancellable_new());
-    // Cancelled before it is woken, or it would go back to sleep.
-    const std::stop_callback end(stop, [&] {
-        g_cancellable_cancel(cancellable.get());
-        g_main_context_wakeup(context_.get());
-    });
-    std::uint64_t granted = 0;
-    const auto tell = [&](const auto &what) {
-        const std::scoped_lock lock(mutex_);
-        if (wish_.hotKey && wish_.number == granted)
-            what(wish_.callbacks);
-    };
-    const auto pressed = [&](const QByteArray &token) {
-        tell([&](const Callbacks &callbacks) {
-            if (receiveToken_ && !token.isEmpty())
-                QMetaObject::invokeMethod(
-                    &receiver_,
-                    [this, token] {
-                        tokenIsOut_ = true;
-                        receiveToken_(token);
-                    },
-                    Qt::QueuedConnection);
-            callbacks.pressed(0);
-        });
-    };
-    const auto answered = [&](bool obtained) {
-        tell([&](const Callbacks &callbacks) { callbacks.answered(obtained); });
-    };
-    PortalShortcut shortcut(context_.get(), cancellable.get(), longestRepeat_, {pressed, answered});
-    while (!stop.stop_requested()) {
-        std::optional<HotKey> wanted;
-        bool changed = false;
-        {
-            const std::scoped_lock lock(mutex_);
-            changed = std::exchange(granted, wish_.number) != wish_.number;
-            wanted = wish_.hotKey;
-        }
-        if (changed)
-            shortcut.want(wanted);
-        else
-            g_main_context_iteration(context_.get(), TRUE);
+// Does what is to be done next, unless something is under way that comes here when it is done.
+void PortalHotKeys::goOn() {
+    switch (state_) {
+    case State::Absent:
+        answer(false);
+        break;
+    case State::Idle:
+        if (wanted_ && !asked_)
+            createSession();
+        break;
+    case State::Binding:
+    case State::Bound:
+        if (!asked_)
+            closeSession();
+        break;
+    case State::Starting:
+    case State::Greeting:
+    case State::Creating:
+    case State::Closing:
+        break;
     }
+}
+
+void PortalHotKeys::startPortal() {
+    state_ = State::Starting;
+    // That the name has an owner, the bus tells before it replies.
+    portal_->send(busMethod(u"StartServiceByName"_s, {Portal::name, 0U}),
+                  [this](const QDBusMessage & /*reply*/) {
+                      if (state_ == State::Starting) {
+                          state_ = State::Absent;
+                          goOn();
+                      }
+                  });
+}
+
+void PortalHotKeys::portalAppeared() {
+    portal_->forgetCalls();
+    state_ = State::Greeting;
+    // Older portals find it out by themselves, and have no such interface.
+    auto greeting = portal_->method(Portal::path, registryInterface, u"Register"_s,
+                                    {applicationId, QVariantMap()});
+    portal_->send(greeting, [this](const QDBusMessage & /*reply*/) {
+        state_ = State::Idle;
+        goOn();
+    });
+}
+
+void PortalHotKeys::portalVanished() {
+    portal_->forgetCalls();
+    portal_->forgetRequest();
+    session_.clear();
+    asked_ = false;
+    const State before = std::exchange(state_, State::Absent);
+    answer(false);
+    // It may have crashed, and nobody else may need it soon. One that leaves us without a shortcut
+    // is left alone, or we would start it again and again.
+    if (before == State::Bound)
+        startPortal();
+}
+
+void PortalHotKeys::createSession() {
+    asked_ = true;
+    const std::optional<QString> trigger = triggerFor(*wanted_);
+    if (!trigger) {
+        answer(false);
+        return;
+    }
+    trigger_ = *trigger;
+    lastPress_.reset();
+    state_ = State::Creating;
+    // The first portals wanted the shortcuts here.
+    const QVariantMap options{{u"session_handle_token"_s, sessionToken},
+                              {u"shortcuts"_s, shortcuts()}};
+    const auto responded = [this](std::optional<quint32> code, const QVariantMap &results) {
+        session_ = code == 0 ? handleOf(results.value(u"session_handle"_s)) : QString();
+        if (session_.isEmpty()) {
+            state_ = State::Idle;
+            if (asked_)
+                answer(false);
+            goOn();
+        } else if (asked_) {
+            bindShortcut();
+        } else {
+            closeSession();
+        }
+    };
+    portal_->request(shortcutsInterface, u"CreateSession"_s, {}, options, responded);
+}
+
+void PortalHotKeys::bindShortcut() {
+    state_ = State::Binding;
+    const QVariantList arguments{QVariant::fromValue(QDBusObjectPath(session_)), shortcuts(),
+                                 u""_s};
+    const auto responded = [this](std::optional<quint32> code, const QVariantMap &results) {
+        if (code == 0) {
+            state_ = State::Bound;
+            answer(hasKey(results.value(u"shortcuts"_s), id()));
+        } else {
+            answer(false);
+            closeSession();
+        }
+    };
+    portal_->request(shortcutsInterface, u"BindShortcuts"_s, arguments, {}, responded);
+}
+
+void PortalHotKeys::closeSession() {
+    state_ = State::Closing;
+    portal_->withdrawRequest();
+    const auto close = portal_->method(std::exchange(session_, {}), sessionInterface, u"Close"_s);
+    portal_->send(close, [this](const QDBusMessage & /*reply*/) {
+        state_ = State::Idle;
+        goOn();
+    });
+}
+
+// By the portal.
+void PortalHotKeys::sessionClosed() {
+    portal_->forgetRequest();
+    session_.clear();
+    state_ = State::Idle;
+    if (asked_)
+        answer(false);
+    goOn();
+}
+
+std::optional<QString> PortalHotKeys::triggerFor(const HotKey &hotKey) {
+    const char *const key = keySymbol(hotKey.keyCode);
+    if (!key)
+        return std::nullopt;
+    QString trigger;
+    for (const auto &[modifier, name] : {std::pair{HotKey::control, "CTRL+"_L1},
+                                         {HotKey::option, "ALT+"_L1},
+                                         {HotKey::shift, "SHIFT+"_L1},
+                                         {HotKey::command, "LOGO+"_L1}})
+        if (hotKey.modifiers & modifier)
+            trigger += name;
+    return trigger + QLatin1StringView(key);
+}
+
+void PortalHotKeys::press(const QByteArray &token) {
+    answer(true); // whatever was said of it
+    const auto now = steady_clock::now();
+    const bool again = lastPress_ && now - *lastPress_ < longestRepeat_;
+    lastPress_ = now;
+    if (again || !wanted_)
+        return;
+    if (receiveToken_ && !token.isEmpty()) {
+        tokenIsOut_ = true;
+        receiveToken_(token);
+    }
+    callbacks_.pressed(0);
+}
+
+void PortalHotKeys::answer(bool obtained) {
+    if (wanted_ && told_ != obtained) {
+        told_ = obtained;
+        callbacks_.answered(obtained);
+    }
+}
+
+bool PortalHotKeys::isOurs(const QDBusMessage &keyEvent) const {
+    return keyEvent.signature() == "osta{sv}"_L1 && state_ == State::Bound &&
+           handleOf(keyEvent.arguments()[0]) == session_ && keyEvent.arguments()[1] == id();
+}
+
+// Of its own for each combination: to the desktop a known one has the key that it has, whatever we
+// would like by now.
+QString PortalHotKeys::id() const {
+    return u"toggle-"_s + trigger_;
+}
+
+QVariant PortalHotKeys::shortcuts() const {
+    return QVariant::fromValue(QList{Shortcut{
+        id(), {{u"description"_s, u"Show or hide Corvid"_s}, {u"preferred_trigger"_s, trigger_}}}});
 }
 
 } // namespace corvid

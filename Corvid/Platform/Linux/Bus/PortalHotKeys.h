@@ -1,18 +1,13 @@
 #pragma once
 
 #include "Platform/HotKeyBackend.h"
-#include "Platform/Linux/GLibPointers.h"
+#include "Platform/Linux/Bus/Portal.h"
 
 #include <QByteArray>
-#include <QObject>
 
 #include <chrono>
-#include <cstdint>
 #include <functional>
-#include <memory>
-#include <mutex>
 #include <optional>
-#include <thread>
 
 namespace corvid {
 
@@ -22,19 +17,24 @@ namespace corvid {
  * and the user may change it there. Where no portal offers shortcuts, or the user refuses, it could
  * not be had. One that starts later or comes back is asked again.
  *
- * A thread sleeps on a connection to the bus of its own; it starts with the first combination that
- * is asked for. No time comes with a press, as a portal's clock counts from anywhere.
+ * It has a connection to the bus of its own, from the first combination that is asked for: a portal
+ * learns who we are only from the first that it hears on a connection. No time comes with a press,
+ * as a portal's clock counts from anywhere.
  */
 class PortalHotKeys final : public HotKeyBackend {
 public:
-    /** Receives, on the main thread, what entitles our next window to the keyboard: right before
-        the press that it came with is told, and an empty one when that press has been dealt with.
-        Not called for presses that no token comes with. */
+    /** Receives what entitles our next window to the keyboard: right before the press that it came
+        with is told, and an empty one when that press has been dealt with. Not called for presses
+        that no token comes with. */
     using TokenReceiver = std::function<void(const QByteArray &token)>;
 
     /** How far the repeated presses of a held key are apart at most. Some portals tell these like
         the first, and a release might get lost. */
     static constexpr std::chrono::milliseconds usualRepeat{2'000};
+
+    /** A combination as desktops write it for their global shortcuts: "ALT+space", the key by the
+        name of its symbol on a US keyboard. Absent for key codes that no key has. */
+    static std::optional<QString> triggerFor(const HotKey &hotKey);
 
     explicit PortalHotKeys(TokenReceiver receiveToken = nullptr,
                            std::chrono::milliseconds longestRepeat = usualRepeat);
@@ -45,24 +45,45 @@ public:
     void dealtWith(quint32 time, NextKeys nextKeys) override;
 
 private:
-    struct Wish {
-        std::optional<HotKey> hotKey;
-        Callbacks callbacks;
-        std::uint64_t number = 0;
+    enum class State {
+        Starting, ///< the bus looks for the portal
+        Absent,
+        Greeting, ///< the portal is told who we are
+        Idle,     ///< has no session: none is wanted, or it was refused
+        Creating, ///< waits for a session
+        Binding,  ///< waits for the key, perhaps for the user
+        Bound,
+        Closing, ///< waits for the session's end
     };
 
-    void makeWish(std::optional<HotKey> hotKey, Callbacks callbacks);
-    void run(const std::stop_token &stop);
+    void listen();
+    void startPortal();
+    void portalAppeared();
+    void portalVanished();
+    void goOn();
+    void createSession();
+    void bindShortcut();
+    void closeSession();
+    void sessionClosed();
+    void press(const QByteArray &token);
+    void answer(bool obtained);
+    bool isOurs(const QDBusMessage &keyEvent) const;
+    QString id() const;
+    QVariant shortcuts() const;
 
     const TokenReceiver receiveToken_;
     const std::chrono::milliseconds longestRepeat_;
     bool tokenIsOut_ = false; ///< the receiver has one
-    const std::shared_ptr<GMainContext> context_;
-    /** Held while a callback runs, so that none runs after it was withdrawn. */
-    std::mutex mutex_;
-    Wish wish_;
-    QObject receiver_; ///< what the thread sends is dropped with us
-    std::jthread thread_;
+
+    std::optional<Portal> portal_; ///< absent before the first combination is asked for
+    State state_ = State::Absent;
+    std::optional<std::chrono::steady_clock::time_point> lastPress_; ///< while held
+    std::optional<HotKey> wanted_;
+    Callbacks callbacks_;      ///< of what is wanted
+    bool asked_ = false;       ///< for what is wanted
+    std::optional<bool> told_; ///< of what is wanted
+    QString trigger_;          ///< of the session
+    QString session_;          ///< its path; empty without one
 };
 
 } // namespace corvid

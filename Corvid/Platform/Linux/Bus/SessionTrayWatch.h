@@ -1,11 +1,11 @@
 #pragma once
 
+#include "Platform/Linux/Bus/BusPeer.h"
 #include "Platform/TrayWatch.h"
 
-#include <QObject>
+#include <QScopedPointer>
 
 #include <memory>
-#include <thread>
 
 namespace corvid {
 
@@ -13,7 +13,7 @@ namespace corvid {
  * Waits for a StatusNotifier host on the session bus, or for an XEmbed tray on the X11 display that
  * Qt draws on. Qt decides for one of the two when its first tray icon is made and sticks to that
  * for the life of the process, so none may be made before. From then on Qt itself follows a tray
- * that goes and comes back. The thread that listens to the bus sleeps, and ends with the wait.
+ * that goes and comes back.
  */
 class SessionTrayWatch final : public TrayWatch {
 public:
@@ -25,13 +25,15 @@ public:
 private:
     class ManagerFilter;
 
+    void lookForHost();
     void lookForXEmbed();
     void arrived();
 
     std::function<void()> there_;
+    /** Until a tray is there; deleted later, as it may be what tells of that. */
+    std::unique_ptr<BusPeer, QScopedPointerDeleteLater> watcher_;
     std::unique_ptr<ManagerFilter> filter_;
-    QObject receiver_; ///< what the thread sends is dropped with us
-    std::jthread thread_;
+    QObject receiver_; ///< what the filter tells is dropped with us
 };
 
 } // namespace corvid

@@ -15,14 +15,14 @@ namespace {
 [[maybe_unused]] const auto *const bus = ::testing::AddGlobalTestEnvironment(new PrivateBus);
 
 /** The portal, with these settings: namespace, key, value, and so on. */
-class Portal {
+class SettingsPortal {
 public:
-    explicit Portal(const QStringList &settings) {
+    explicit SettingsPortal(const QStringList &settings) {
         process_.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_settings_portal"),
                        settings);
         EXPECT_TRUE(process_.waitForReadyRead(10'000));
     }
-    ~Portal() {
+    ~SettingsPortal() {
         process_.closeWriteChannel();
         process_.waitForFinished();
     }
@@ -51,10 +51,10 @@ TEST_F(PortalAppearanceTest, theDefaultsHoldUntilThePortalAnswers) {
 }
 
 TEST_F(PortalAppearanceTest, everySettingIsRead) {
-    const Portal portal({appearance, u"accent-color"_s, u"(0.2, 0.4, 1.0)"_s, appearance,
-                         u"contrast"_s, u"uint32 1"_s, interface, u"enable-animations"_s,
-                         u"false"_s, interface, u"font-name"_s, u"'Cantarell 11'"_s, appearance,
-                         u"color-scheme"_s, u"uint32 1"_s});
+    const SettingsPortal portal({appearance, u"accent-color"_s, u"(0.2, 0.4, 1.0)"_s, appearance,
+                                 u"contrast"_s, u"uint32 1"_s, interface, u"enable-animations"_s,
+                                 u"false"_s, interface, u"font-name"_s, u"'Cantarell 11'"_s,
+                                 appearance, u"color-scheme"_s, u"uint32 1"_s});
     const PortalAppearance settings;
     EXPECT_TRUE(waitUntil([&] {
         return settings.current() ==
@@ -63,7 +63,7 @@ TEST_F(PortalAppearanceTest, everySettingIsRead) {
 }
 
 TEST_F(PortalAppearanceTest, aChangeIsTold) {
-    Portal portal({appearance, u"contrast"_s, u"uint32 1"_s});
+    SettingsPortal portal({appearance, u"contrast"_s, u"uint32 1"_s});
     PortalAppearance settings;
     ASSERT_TRUE(waitUntil([&] { return settings.current().highContrast; }));
     int changes = 0;
@@ -79,7 +79,7 @@ TEST_F(PortalAppearanceTest, aChangeIsTold) {
 }
 
 TEST_F(PortalAppearanceTest, anAccentOutsideTheColoursMeansThatThereIsNone) {
-    Portal portal({appearance, u"accent-color"_s, u"(0.5, 0.5, 0.5)"_s});
+    SettingsPortal portal({appearance, u"accent-color"_s, u"(0.5, 0.5, 0.5)"_s});
     const PortalAppearance settings;
     ASSERT_TRUE(waitUntil([&] { return settings.current().accent.has_value(); }));
     portal.change("org.freedesktop.appearance accent-color (-1.0, 0.5, 0.5)");
@@ -87,7 +87,7 @@ TEST_F(PortalAppearanceTest, anAccentOutsideTheColoursMeansThatThereIsNone) {
 }
 
 TEST_F(PortalAppearanceTest, theColourSchemeIsDarkLightOrNoPreference) {
-    Portal portal({appearance, u"color-scheme"_s, u"uint32 1"_s});
+    SettingsPortal portal({appearance, u"color-scheme"_s, u"uint32 1"_s});
     const PortalAppearance settings;
     const auto becomes = [&](ColorScheme scheme) {
         return waitUntil([&] { return settings.current().colorScheme == scheme; });
@@ -108,9 +108,9 @@ TEST_F(PortalAppearanceTest, theColourSchemeIsDarkLightOrNoPreference) {
 }
 
 TEST_F(PortalAppearanceTest, valuesOfAWrongTypeAreTheDefaults) {
-    Portal portal({appearance, u"contrast"_s, u"'high'"_s, interface, u"enable-animations"_s,
-                   u"uint32 0"_s, interface, u"font-name"_s, u"11"_s, appearance, u"accent-color"_s,
-                   u"(1.0, 0.0, 0.0)"_s});
+    SettingsPortal portal({appearance, u"contrast"_s, u"'high'"_s, interface,
+                           u"enable-animations"_s, u"uint32 0"_s, interface, u"font-name"_s,
+                           u"11"_s, appearance, u"accent-color"_s, u"(1.0, 0.0, 0.0)"_s});
     const PortalAppearance settings;
     ASSERT_TRUE(waitUntil([&] { return settings.current().accent.has_value(); }));
     EXPECT_EQ(settings.current(), (Appearance{0xFF0000, {}, false, true}));
@@ -120,7 +120,7 @@ TEST_F(PortalAppearanceTest, valuesOfAWrongTypeAreTheDefaults) {
 
 TEST_F(PortalAppearanceTest, underKdeTheFontIsQtsMatter) {
     qputenv("XDG_CURRENT_DESKTOP", "KDE");
-    const Portal portal(
+    const SettingsPortal portal(
         {interface, u"font-name"_s, u"'Cantarell 11'"_s, appearance, u"contrast"_s, u"uint32 1"_s});
     const PortalAppearance settings;
     ASSERT_TRUE(waitUntil([&] { return settings.current().highContrast; }));

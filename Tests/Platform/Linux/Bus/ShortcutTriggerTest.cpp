@@ -1,4 +1,4 @@
-#include "Platform/Linux/Bus/ShortcutTrigger.h"
+#include "Platform/Linux/Bus/PortalHotKeys.h"
 
 #include "Base/VirtualKeys.h"
 
@@ -7,29 +7,38 @@
 #include <gtest/gtest.h>
 
 using namespace corvid;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+std::optional<QString> shortcutTrigger(const HotKey &hotKey) {
+    return PortalHotKeys::triggerFor(hotKey);
+}
+
+} // namespace
 
 TEST(ShortcutTriggerTest, theDefaultIsAltAndSpace) {
-    EXPECT_EQ(shortcutTrigger({49, HotKey::option}), "ALT+space");
+    EXPECT_EQ(shortcutTrigger({49, HotKey::option}), u"ALT+space"_s);
 }
 
 TEST(ShortcutTriggerTest, allModifiersComeInOneOrder) {
     EXPECT_EQ(
         shortcutTrigger({40, HotKey::command | HotKey::shift | HotKey::option | HotKey::control}),
-        "CTRL+ALT+SHIFT+LOGO+k");
+        u"CTRL+ALT+SHIFT+LOGO+k"_s);
 }
 
 TEST(ShortcutTriggerTest, keysAreNamedByTheirUsualSymbols) {
-    EXPECT_EQ(shortcutTrigger({36, HotKey::control}), "CTRL+Return");
-    EXPECT_EQ(shortcutTrigger({43, HotKey::command}), "LOGO+comma");
-    EXPECT_EQ(shortcutTrigger({96, HotKey::shift}), "SHIFT+F5");
-    EXPECT_EQ(shortcutTrigger({97, HotKey::shift}), "SHIFT+F6");
-    EXPECT_EQ(shortcutTrigger({123, HotKey::control}), "CTRL+Left");
-    EXPECT_EQ(shortcutTrigger({82, HotKey::control}), "CTRL+KP_0");
-    EXPECT_EQ(shortcutTrigger({122, 0}), "F1");
+    EXPECT_EQ(shortcutTrigger({36, HotKey::control}), u"CTRL+Return"_s);
+    EXPECT_EQ(shortcutTrigger({43, HotKey::command}), u"LOGO+comma"_s);
+    EXPECT_EQ(shortcutTrigger({96, HotKey::shift}), u"SHIFT+F5"_s);
+    EXPECT_EQ(shortcutTrigger({97, HotKey::shift}), u"SHIFT+F6"_s);
+    EXPECT_EQ(shortcutTrigger({123, HotKey::control}), u"CTRL+Left"_s);
+    EXPECT_EQ(shortcutTrigger({82, HotKey::control}), u"CTRL+KP_0"_s);
+    EXPECT_EQ(shortcutTrigger({122, 0}), u"F1"_s);
 }
 
 TEST(ShortcutTriggerTest, everyKeyThatThereIsHasANameOfItsOwnAndNoOtherHasOne) {
-    QList<QByteArray> names;
+    QStringList names;
     for (quint32 code = 0; code < 256; ++code) {
         const auto trigger = shortcutTrigger({code, 0});
         EXPECT_EQ(trigger.has_value(), evdevCode(code).has_value()) << code;
@@ -37,6 +46,6 @@ TEST(ShortcutTriggerTest, everyKeyThatThereIsHasANameOfItsOwnAndNoOtherHasOne) {
             names.append(*trigger);
     }
     EXPECT_GT(names.size(), 80);
-    for (const QByteArray &name : names)
-        EXPECT_EQ(names.count(name), 1) << name.constData();
+    for (const QString &name : names)
+        EXPECT_EQ(names.count(name), 1) << qPrintable(name);
 }
