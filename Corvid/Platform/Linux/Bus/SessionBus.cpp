@@ -18,4 +18,16 @@ GObjectPointer<GDBusConnection> sessionBus(GCancellable *cancellable) {
     return bus;
 }
 
+GObjectPointer<GDBusConnection> ownSessionBus(GCancellable *cancellable) {
+    const GFreePointer<gchar> address(
+        g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, cancellable, nullptr));
+    if (!address)
+        return nullptr;
+    const auto flags =
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+    return GObjectPointer<GDBusConnection>(g_dbus_connection_new_for_address_sync(
+        address.get(), flags, nullptr, cancellable, nullptr));
+}
+
 } // namespace corvid

@@ -13,4 +13,8 @@ namespace corvid {
  */
 GObjectPointer<GDBusConnection> sessionBus(GCancellable *cancellable);
 
+/** Another connection to it, for as long as somebody holds it, on which nobody else says anything.
+    Null and blocking as above. */
+GObjectPointer<GDBusConnection> ownSessionBus(GCancellable *cancellable);
+
 } // namespace corvid
