@@ -6,6 +6,7 @@
 #include <QSvgRenderer>
 
 #include <map>
+#include <utility>
 
 // A static library's resources are linked only when they are asked for by name, and the macro
 // has to stand outside any namespace.
@@ -32,8 +33,8 @@ QPixmap symbolPixmap(const QString &name, int size) {
     return pixmap;
 }
 
-Symbol::Symbol(const QString &name, int size, QWidget *parent)
-    : QAbstractButton(parent), name_(name) {
+Symbol::Symbol(QString name, int size, QWidget *parent)
+    : QAbstractButton(parent), name_(std::move(name)) {
     setFixedSize(size, size);
     setFocusPolicy(Qt::NoFocus);
 }

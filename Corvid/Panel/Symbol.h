@@ -16,7 +16,7 @@ class Symbol final : public QAbstractButton {
     Q_OBJECT
 
 public:
-    Symbol(const QString &name, int size, QWidget *parent = nullptr);
+    Symbol(QString name, int size, QWidget *parent = nullptr);
 
     /** Shows another one of the symbols. */
     void setSymbol(const QString &name);

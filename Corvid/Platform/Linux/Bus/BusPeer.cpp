@@ -16,9 +16,9 @@ QDBusMessage busMethod(const QString &member, const QVariantList &arguments) {
     return call;
 }
 
-BusPeer::BusPeer(const QDBusConnection &bus, const QString &name) : bus_(bus), name_(name) {
+BusPeer::BusPeer(QDBusConnection bus, QString name) : bus_(std::move(bus)), name_(std::move(name)) {
     const auto *watcher =
-        new QDBusServiceWatcher(name, bus_, QDBusServiceWatcher::WatchForOwnerChange, this);
+        new QDBusServiceWatcher(name_, bus_, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString & /*name*/, const QString & /*before*/, const QString &owner) {
                 setOwner(owner);
@@ -26,7 +26,7 @@ BusPeer::BusPeer(const QDBusConnection &bus, const QString &name) : bus_(bus), n
     bus_.connect({}, u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s,
                  u"Disconnected"_s, this, SLOT(loseBus()));
     const auto *asked =
-        new QDBusPendingCallWatcher(sent(busMethod(u"GetNameOwner"_s, {name})), this);
+        new QDBusPendingCallWatcher(sent(busMethod(u"GetNameOwner"_s, {name_})), this);
     connect(asked, &QDBusPendingCallWatcher::finished, this,
             [this](const QDBusPendingCallWatcher *finished) {
                 if (!finished->isError())

@@ -35,7 +35,7 @@ public:
     /** A signal, or the reply to a call: an error, or of any type. */
     using Heard = std::function<void(const QDBusMessage &)>;
 
-    BusPeer(const QDBusConnection &bus, const QString &name);
+    BusPeer(QDBusConnection bus, QString name);
 
     /** Whether somebody owns the name, as far as is known. */
     bool isThere() const { return !owner_.isEmpty(); }

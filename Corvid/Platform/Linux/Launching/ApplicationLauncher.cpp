@@ -224,7 +224,7 @@ private:
         // children, whose windows would then be taken for old ones.
         if (entryFlag(info, G_KEY_FILE_DESKTOP_KEY_STARTUP_NOTIFY))
             command.startupId = startupId(entry, StartupNotifier::Announcement::Public);
-        const QString error = run(command);
+        QString error = run(command);
         if (!error.isEmpty())
             startups.cancel(command.startupId);
         return error;

@@ -11,7 +11,7 @@ struct WaylandToplevels::Toplevel {
     WaylandToplevels &list;
     WaylandPointer<zwlr_foreign_toplevel_handle_v1> handle;
     Window window;
-    QString application;
+    QString application{};
     bool known = false; ///< whether its first description is complete
     bool active = false;
     bool minimised = false;
@@ -74,8 +74,7 @@ void WaylandToplevels::add(zwlr_foreign_toplevel_handle_v1 *handle) {
                 toplevel.list.remove(toplevel);
             },
         .parent = [](void * /*data*/, Handle * /*handle*/, Handle * /*parent*/) {}};
-    toplevels_.push_back(
-        std::make_unique<Toplevel>(*this, WaylandPointer<Handle>(handle), ++newest_));
+    toplevels_.emplace_back(new Toplevel{*this, WaylandPointer<Handle>(handle), {++newest_}});
     zwlr_foreign_toplevel_handle_v1_add_listener(handle, &listener, toplevels_.back().get());
 }
 
