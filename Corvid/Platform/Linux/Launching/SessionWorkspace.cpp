@@ -36,10 +36,6 @@ QString entryValue(GDesktopAppInfo *entry, const char *key) {
     return QString::fromUtf8(value.get());
 }
 
-bool entryFlag(GDesktopAppInfo *entry, const char *key) {
-    return g_desktop_app_info_get_boolean(entry, key) != FALSE;
-}
-
 QString idOf(const QString &entryPath) {
     return QFileInfo(entryPath).completeBaseName();
 }
@@ -146,7 +142,8 @@ private:
             return u"“%1” is no desktop entry, or its program is not installed."_s.arg(path);
 
         QString exec = entryValue(info.get(), G_KEY_FILE_DESKTOP_KEY_EXEC);
-        bool byBus = entryFlag(info.get(), G_KEY_FILE_DESKTOP_KEY_DBUS_ACTIVATABLE);
+        bool byBus =
+            g_desktop_app_info_get_boolean(info.get(), G_KEY_FILE_DESKTOP_KEY_DBUS_ACTIVATABLE);
         BusRequest request{urls, {}, {}};
         if (mode == LaunchMode::NewWindow) {
             const QByteArray action = newWindowAction(info.get());
@@ -163,7 +160,8 @@ private:
             QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get()))),
             entryValue(info.get(), G_KEY_FILE_DESKTOP_KEY_ICON), path,
             entryValue(info.get(), G_KEY_FILE_DESKTOP_KEY_STARTUP_WM_CLASS),
-            entryFlag(info.get(), G_KEY_FILE_DESKTOP_KEY_STARTUP_NOTIFY)};
+            g_desktop_app_info_get_boolean(info.get(), G_KEY_FILE_DESKTOP_KEY_STARTUP_NOTIFY) !=
+                FALSE};
         if (byBus)
             if (const std::optional<QString> result = activate(launched, request))
                 return *result;
@@ -196,7 +194,7 @@ private:
         DetachedCommand command{.arguments = line,
                                 .workingFolder = entryValue(info, G_KEY_FILE_DESKTOP_KEY_PATH),
                                 .application = idOf(entry.path)};
-        if (entryFlag(info, G_KEY_FILE_DESKTOP_KEY_TERMINAL)) {
+        if (g_desktop_app_info_get_boolean(info, G_KEY_FILE_DESKTOP_KEY_TERMINAL)) {
             const auto inTerminal = terminalCommand(
                 line, {environment.value(u"TERMINAL"_s), desktopsettings::terminal()},
                 [this](const QString &program) { return isInstalled(program); });
@@ -238,8 +236,8 @@ SessionWorkspace::SessionWorkspace(const DesktopEntries &entries, const Options 
              options.devicePixelRatio),
       running_(entries, options.displays) {}
 
-void SessionWorkspace::inBackground(const std::function<QString(const Launch &)> &task,
-                                    const Completion &done) {
+void SessionWorkspace::inBackground(const Completion &done,
+                                    const std::function<QString(const Launch &)> &task) {
     const QByteArray token = options_.activationToken ? options_.activationToken() : QByteArray();
     tasks_.start([=, this](const std::stop_token &stop) {
         const GObjectPointer<GCancellable> shutdown(g_cancellable_new());
@@ -266,11 +264,9 @@ void SessionWorkspace::openApplication(const QString &applicationPath, const Com
 }
 
 void SessionWorkspace::openNewWindow(const QString &applicationPath, const Completion &done) {
-    inBackground(
-        [=](const Launch &launch) {
-            return launch.application(applicationPath, {}, LaunchMode::NewWindow);
-        },
-        done);
+    inBackground(done, [=](const Launch &launch) {
+        return launch.application(applicationPath, {}, LaunchMode::NewWindow);
+    });
 }
 
 void SessionWorkspace::openFiles(const QStringList &paths, const QString &applicationPath,
@@ -278,30 +274,26 @@ void SessionWorkspace::openFiles(const QStringList &paths, const QString &applic
     QList<QUrl> urls;
     for (const QString &path : paths)
         urls.append(QUrl::fromLocalFile(path));
-    inBackground(
-        [=](const Launch &launch) {
-            return launch.application(applicationPath, urls, LaunchMode::Usual);
-        },
-        done);
+    inBackground(done, [=](const Launch &launch) {
+        return launch.application(applicationPath, urls, LaunchMode::Usual);
+    });
 }
 
 void SessionWorkspace::openUrl(const QUrl &url) {
-    inBackground([url](const Launch &launch) { return launch.openWithDefault(url); }, {});
+    inBackground({}, [url](const Launch &launch) { return launch.openWithDefault(url); });
 }
 
 void SessionWorkspace::reveal(const QString &path) {
-    inBackground([path](const Launch &launch) { return launch.reveal(path); }, {});
+    inBackground({}, [path](const Launch &launch) { return launch.reveal(path); });
 }
 
 void SessionWorkspace::startTool(const QString &executable, const QStringList &arguments,
                                  const Completion &done) {
-    inBackground(
-        [=](const Launch &launch) {
-            return launch.run({.arguments = QStringList{executable} + arguments,
-                               .workingFolder = QDir::currentPath(),
-                               .application = QFileInfo(executable).fileName()});
-        },
-        done);
+    inBackground(done, [=](const Launch &launch) {
+        return launch.run({.arguments = QStringList{executable} + arguments,
+                           .workingFolder = QDir::currentPath(),
+                           .application = QFileInfo(executable).fileName()});
+    });
 }
 
 } // namespace corvid

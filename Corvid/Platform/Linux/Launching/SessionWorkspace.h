@@ -65,7 +65,7 @@ public:
 private:
     struct Launch;
 
-    void inBackground(const std::function<QString(const Launch &)> &task, const Completion &done);
+    void inBackground(const Completion &done, const std::function<QString(const Launch &)> &task);
 
     const Options options_;
     IconLoader icons_;

@@ -19,8 +19,7 @@ constexpr std::chrono::seconds longestStart{15};
 
 } // namespace
 
-QByteArray startupMessage(const QByteArray &kind,
-                          const std::vector<std::pair<QByteArray, QByteArray>> &values) {
+QByteArray startupMessage(const QByteArray &kind, const StartupValues &values) {
     QByteArray message = kind + ':';
     for (const auto &[key, value] : values) {
         QByteArray escaped = value;
@@ -47,7 +46,7 @@ bool StartupNotifier::connect() {
     return true;
 }
 
-void StartupNotifier::broadcast(const QByteArray &kind, const Values &values) {
+void StartupNotifier::broadcast(const QByteArray &kind, const StartupValues &values) {
     // The message and the zero byte after it, in as many events as it takes.
     QByteArray text = startupMessage(kind, values) + '\0';
     for (std::uint32_t type = atoms_.infoBegin; !text.isEmpty(); type = atoms_.info) {
@@ -79,10 +78,10 @@ QByteArray StartupNotifier::begin(const LaunchedEntry &entry) {
                     QByteArray::number(count++) + "_TIME" + QByteArray::number(now);
     if (!entry.notifiesOfStart)
         return id;
-    Values values{{"ID", id},
-                  {"NAME", entry.name.toUtf8()},
-                  {"SCREEN", QByteArray::number(screen_)},
-                  {"APPLICATION_ID", entry.path.toUtf8()}};
+    StartupValues values{{"ID", id},
+                         {"NAME", entry.name.toUtf8()},
+                         {"SCREEN", QByteArray::number(screen_)},
+                         {"APPLICATION_ID", entry.path.toUtf8()}};
     if (!entry.icon.isEmpty())
         values.emplace_back("ICON", entry.icon.toUtf8());
     if (!entry.windowClass.isEmpty())

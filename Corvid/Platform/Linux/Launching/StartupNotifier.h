@@ -12,6 +12,8 @@
 
 namespace corvid {
 
+using StartupValues = std::vector<std::pair<QByteArray, QByteArray>>;
+
 /**
  * Tells an X11 desktop what is being started, by the freedesktop startup notification protocol.
  * Window managers let a window take the focus whose id carries the time of the launch, and show a
@@ -35,15 +37,13 @@ public:
     /** The program with this id could not be started. */
     void cancel(const QByteArray &id);
 
-    /** Ends each public announcement when its window appears; after 15 seconds at the latest, or
+    /** Ends each announcement when its window appears; after 15 seconds at the latest, or
         once `shutdown` is cancelled. */
     void finish(GCancellable *shutdown);
 
 private:
-    using Values = std::vector<std::pair<QByteArray, QByteArray>>;
-
     bool connect();
-    void broadcast(const QByteArray &kind, const Values &values);
+    void broadcast(const QByteArray &kind, const StartupValues &values);
     bool takeListChange();
     void endThoseWithWindows();
 
@@ -58,9 +58,7 @@ private:
     std::vector<QByteArray> open_; ///< ids that were announced and have not ended
 };
 
-/** One message of the protocol, "new" with all that is known or "remove" with the id alone. Pure.
- */
-QByteArray startupMessage(const QByteArray &kind,
-                          const std::vector<std::pair<QByteArray, QByteArray>> &values);
+/** One message of the protocol: "new" with all that is known, "remove" with the id alone. Pure. */
+QByteArray startupMessage(const QByteArray &kind, const StartupValues &values);
 
 } // namespace corvid
