@@ -14,4 +14,9 @@ GKeyFilePointer readKeyFile(const QString &path, qint64 most) {
     return file;
 }
 
+QString keyFileText(const GKeyFilePointer &file, const char *group, const char *key) {
+    const GFreePointer<gchar> value(g_key_file_get_string(file.get(), group, key, nullptr));
+    return QString::fromUtf8(value.get());
+}
+
 } // namespace corvid

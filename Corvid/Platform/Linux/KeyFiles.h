@@ -9,4 +9,10 @@ namespace corvid {
     thread. */
 GKeyFilePointer readKeyFile(const QString &path, qint64 most);
 
+/** How much of a desktop entry is read. */
+inline constexpr qint64 largestEntry = 1024 * 1024;
+
+/** The text of a key, not localised; empty for none. */
+QString keyFileText(const GKeyFilePointer &file, const char *group, const char *key);
+
 } // namespace corvid

@@ -30,4 +30,12 @@ GObjectPointer<GDBusConnection> ownSessionBus(GCancellable *cancellable) {
         address.get(), flags, nullptr, cancellable, nullptr));
 }
 
+bool meansNoAnswer(const GErrorHolder &error) {
+    return g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_CANCELLED) ||
+           g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_TIMED_OUT) ||
+           g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_TIMEOUT) ||
+           g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_TIMED_OUT) ||
+           g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY);
+}
+
 } // namespace corvid

@@ -17,4 +17,7 @@ GObjectPointer<GDBusConnection> sessionBus(GCancellable *cancellable);
     Null and blocking as above. */
 GObjectPointer<GDBusConnection> ownSessionBus(GCancellable *cancellable);
 
+/** Whether a call failed because nobody answered in time, or because it was cancelled. */
+bool meansNoAnswer(const GErrorHolder &error);
+
 } // namespace corvid

@@ -6,7 +6,6 @@
 
 #include <QFile>
 
-#include <array>
 #include <charconv>
 #include <csignal>
 #include <unistd.h>
@@ -20,21 +19,21 @@ namespace {
 constexpr qsizetype pidDigits = 20;
 
 // They describe how one process was started, so they are wrong for its children.
-constexpr std::array launchVariables{"DBUS_STARTER_ADDRESS"_L1,
-                                     "DBUS_STARTER_BUS_TYPE"_L1,
-                                     "DESKTOP_STARTUP_ID"_L1,
-                                     "GIO_LAUNCHED_DESKTOP_FILE"_L1,
-                                     "GIO_LAUNCHED_DESKTOP_FILE_PID"_L1,
-                                     "INVOCATION_ID"_L1,
-                                     "JOURNAL_STREAM"_L1,
-                                     "LISTEN_FDNAMES"_L1,
-                                     "LISTEN_FDS"_L1,
-                                     "LISTEN_PID"_L1,
-                                     "NOTIFY_SOCKET"_L1,
-                                     "SYSTEMD_EXEC_PID"_L1,
-                                     "WATCHDOG_PID"_L1,
-                                     "WATCHDOG_USEC"_L1,
-                                     "XDG_ACTIVATION_TOKEN"_L1};
+constexpr const char *launchVariables[] = {"DBUS_STARTER_ADDRESS",
+                                           "DBUS_STARTER_BUS_TYPE",
+                                           "DESKTOP_STARTUP_ID",
+                                           "GIO_LAUNCHED_DESKTOP_FILE",
+                                           "GIO_LAUNCHED_DESKTOP_FILE_PID",
+                                           "INVOCATION_ID",
+                                           "JOURNAL_STREAM",
+                                           "LISTEN_FDNAMES",
+                                           "LISTEN_FDS",
+                                           "LISTEN_PID",
+                                           "NOTIFY_SOCKET",
+                                           "SYSTEMD_EXEC_PID",
+                                           "WATCHDOG_PID",
+                                           "WATCHDOG_USEC",
+                                           "XDG_ACTIVATION_TOKEN"};
 
 // Strings in the form of main()'s arguments.
 GStrvPointer stringVector(const QStringList &strings) {
@@ -97,9 +96,10 @@ QString startDetached(const DetachedCommand &command, GCancellable *shutdown) {
         return u"There is no program to start."_s;
 
     QProcessEnvironment variables = command.environment;
-    for (const QLatin1StringView name : launchVariables)
-        variables.remove(name);
-    if (!command.desktopFile.isEmpty())
+    for (const char *name : launchVariables)
+        variables.remove(QString::fromLatin1(name));
+    const bool isEntry = !command.desktopFile.isEmpty();
+    if (isEntry)
         variables.insert(u"GIO_LAUNCHED_DESKTOP_FILE"_s, command.desktopFile);
     if (!command.startupId.isEmpty())
         variables.insert(u"DESKTOP_STARTUP_ID"_s, QString::fromUtf8(command.startupId));
@@ -108,12 +108,11 @@ QString startDetached(const DetachedCommand &command, GCancellable *shutdown) {
     QStringList definitions = variables.toStringList();
     // Only the child knows its number: it writes it over the zeros.
     const QString pidVariable = u"GIO_LAUNCHED_DESKTOP_FILE_PID="_s;
-    if (!command.desktopFile.isEmpty())
+    if (isEntry)
         definitions.append(pidVariable + QString(pidDigits, u'0'));
     const GStrvPointer environment = stringVector(definitions);
-    char *digits = nullptr;
-    if (!command.desktopFile.isEmpty())
-        digits = environment.get()[definitions.size() - 1] + pidVariable.size();
+    char *digits =
+        isEntry ? environment.get()[definitions.size() - 1] + pidVariable.size() : nullptr;
 
     const QByteArray folder = QFile::encodeName(command.workingFolder);
     GPid pid = 0;

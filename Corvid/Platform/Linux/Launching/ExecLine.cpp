@@ -86,8 +86,8 @@ QString pathOrAddress(const QUrl &url) {
 std::vector<QStringList> expandExec(const QString &exec, const LaunchedEntry &entry,
                                     const QList<QUrl> &urls) {
     const QStringList words = execWords(exec);
-    // The first word must name a program by itself: what is opened must not become the program,
-    // nor must the second word where the first one vanishes.
+    // The first word must name a program by itself: neither a file to open nor, when it expands to
+    // nothing, the second word may take its place.
     if (words.isEmpty() || hasCode({words.first()}, u"FUfuick") ||
         expandWord(words.first(), entry, {}).value(0).isEmpty())
         return {};

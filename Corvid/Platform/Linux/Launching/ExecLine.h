@@ -11,10 +11,11 @@ namespace corvid {
 
 /** What a desktop entry says of the application, besides how to run it. */
 struct LaunchedEntry {
-    QString name;             ///< the localised name; %c in the Exec line
-    QString icon;             ///< the Icon value, %i; may be empty
-    QString path;             ///< of the entry file, %k
-    QString windowClass = {}; ///< StartupWMClass; may be empty
+    QString name;                 ///< the localised name; %c in the Exec line
+    QString icon;                 ///< the Icon value, %i; may be empty
+    QString path;                 ///< of the entry file, %k
+    QString windowClass = {};     ///< StartupWMClass; may be empty
+    bool notifiesOfStart = false; ///< the program says when it has started
 };
 
 /**

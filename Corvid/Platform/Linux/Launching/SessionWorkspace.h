@@ -1,15 +1,24 @@
 #pragma once
 
+#include "Base/TaskGroup.h"
 #include "Platform/Linux/Icons/IconLoader.h"
-#include "Platform/Linux/Launching/ApplicationLauncher.h"
 #include "Platform/Linux/Running/RunningApplications.h"
 #include "Platform/Workspace.h"
 
+#include <QByteArray>
+#include <QObject>
+#include <QProcessEnvironment>
+
 namespace corvid {
 
-class DesktopEntries;
-
-/** The workspace of a Linux desktop: its icon theme, its list of windows, and what is launched. */
+/**
+ * The workspace of a Linux desktop: its icon theme, its list of windows, and what is launched.
+ *
+ * What it starts lives on when we end: in a session of its own and, where a systemd user manager
+ * runs, in a scope of its own. Launching happens in the background; a completion is called from the
+ * event loop, or never once the workspace is destroyed. Destroying it lets a launch that has begun
+ * come to its end, but does not wait for a silent bus.
+ */
 class SessionWorkspace final : public Workspace {
 public:
     struct Options {
@@ -17,7 +26,8 @@ public:
         QProcessEnvironment childEnvironment;
         /** Whose windows tell what runs, and the X11 one of which is told of launches. */
         RunningApplications::Displays displays;
-        /** See WindowSystem; may be null. */
+        /** Asked within each call for what lets the program come to the front. Null, or without an
+            answer, the X11 display is told. See WindowSystem. */
         std::function<QByteArray()> activationToken;
         /** For which icons are drawn: the highest of the screens. */
         qreal devicePixelRatio = 1;
@@ -33,27 +43,35 @@ public:
     Image icon(const QString &path) const override { return icons_.icon(path); }
     Image genericIcon() const override { return icons_.genericIcon(); }
 
-    /** Brings the application to the front when it has a window, else starts it. */
     void openApplication(const QString &applicationPath, const Completion &done) override;
-    void openNewWindow(const QString &applicationPath, const Completion &done) override {
-        launcher_.launchNewWindow(applicationPath, done);
-    }
+    /** By the entry's action for a new window where it has one, else by its Exec line, even where
+        it would be activated over D-Bus. */
+    void openNewWindow(const QString &applicationPath, const Completion &done) override;
     void open(const QString &path) override { openUrl(QUrl::fromLocalFile(path)); }
+    /** Also without files. A desktop entry: by D-Bus activation where it asks for that and the
+        service exists, else by its Exec line, in a terminal if need be. A bundle: by its
+        executable. */
     void openFiles(const QStringList &paths, const QString &applicationPath,
-                   const Completion &done) override {
-        launcher_.launch(applicationPath, paths, done);
-    }
-    void openUrl(const QUrl &url) override { launcher_.openWithDefault(url); }
-    void reveal(const QString &path) override { launcher_.reveal(path); }
+                   const Completion &done) override;
+    /** With the default handler of a file's type or a URL's scheme, else by xdg-open. Failures are
+        silent. */
+    void openUrl(const QUrl &url) override;
+    /** Opens the file's folder where no file manager can show the file. */
+    void reveal(const QString &path) override;
+    /** The program starts in our own working folder. */
     void startTool(const QString &executable, const QStringList &arguments,
-                   const Completion &done) override {
-        launcher_.startTool(executable, arguments, done);
-    }
+                   const Completion &done) override;
 
 private:
+    struct Launch;
+
+    void inBackground(const Completion &done, const std::function<QString(const Launch &)> &task);
+
+    const Options options_;
     IconLoader icons_;
     RunningApplications running_;
-    ApplicationLauncher launcher_;
+    QObject receiver_; ///< completions addressed to it are dropped with us
+    TaskGroup tasks_;
 };
 
 } // namespace corvid

@@ -1,19 +1,18 @@
 #pragma once
 
 #include "Platform/Linux/Launching/ExecLine.h"
+#include "Platform/Linux/X11/X11Replies.h"
 
 #include <gio/gio.h>
 
 #include <QByteArray>
 
-#include <cstdint>
-#include <memory>
 #include <utility>
 #include <vector>
 
-struct xcb_connection_t;
-
 namespace corvid {
+
+using StartupValues = std::vector<std::pair<QByteArray, QByteArray>>;
 
 /**
  * Tells an X11 desktop what is being started, by the freedesktop startup notification protocol.
@@ -30,48 +29,36 @@ public:
     /** `display`: as in $DISPLAY; empty for none. */
     explicit StartupNotifier(QByteArray display) : display_(std::move(display)) {}
 
-    enum class Announcement {
-        Silent, ///< the program may never say that it has started
-        Public,
-    };
-
     /** A new id, which carries the server's present time, for a program that is about to be
-        started; empty without a display. */
-    QByteArray begin(const LaunchedEntry &entry, Announcement announcement);
+        started; empty without a display. It is announced where the program may be trusted to say
+        when it has started. */
+    QByteArray begin(const LaunchedEntry &entry);
 
     /** The program with this id could not be started. */
     void cancel(const QByteArray &id);
 
-    /** Ends each public announcement when its window appears; after 15 seconds at the latest, or
+    /** Ends each announcement when its window appears; after 15 seconds at the latest, or
         once `shutdown` is cancelled. */
     void finish(GCancellable *shutdown);
 
 private:
-    using Values = std::vector<std::pair<QByteArray, QByteArray>>;
-    struct Disconnect {
-        void operator()(xcb_connection_t *connection) const;
-    };
-
     bool connect();
-    void broadcast(const QByteArray &kind, const Values &values);
+    void broadcast(const QByteArray &kind, const StartupValues &values);
     bool takeListChange();
     void endThoseWithWindows();
 
     QByteArray display_; ///< empty once we have tried to connect
-    std::unique_ptr<xcb_connection_t, Disconnect> connection_;
+    x11::Connection connection_;
     int screen_ = 0;
-    std::uint32_t root_ = 0;
-    std::uint32_t window_ = 0; ///< hidden, the sender of our messages
-    std::uint32_t infoBegin_ = 0;
-    std::uint32_t info_ = 0;
-    std::uint32_t clientList_ = 0;
-    std::uint32_t startupId_ = 0;
+    xcb_window_t root_ = 0;
+    xcb_window_t window_ = 0; ///< hidden, the sender of our messages
+    struct {
+        xcb_atom_t infoBegin, info, clientList, startupId;
+    } atoms_{};
     std::vector<QByteArray> open_; ///< ids that were announced and have not ended
 };
 
-/** One message of the protocol, "new" with all that is known or "remove" with the id alone. Pure.
- */
-QByteArray startupMessage(const QByteArray &kind,
-                          const std::vector<std::pair<QByteArray, QByteArray>> &values);
+/** One message of the protocol: "new" with all that is known, "remove" with the id alone. Pure. */
+QByteArray startupMessage(const QByteArray &kind, const StartupValues &values);
 
 } // namespace corvid

@@ -1,7 +1,6 @@
 #include "Platform/Linux/Running/RunningApplications.h"
 
 #include "Catalog/BundleProperties.h"
-#include "Platform/Linux/Running/ProcessTraits.h"
 #include "Platform/Linux/Running/WindowMatcher.h"
 #include "Platform/Linux/Wayland/WaylandToplevels.h"
 #include "Platform/Linux/X11/X11Clients.h"
@@ -11,7 +10,6 @@
 #include <chrono>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <unistd.h>
 #include <utility>
 
 namespace corvid {
@@ -89,7 +87,7 @@ private:
         if (events != WindowList::Events::Nothing)
             return events;
         std::array<pollfd, 2> sources{
-            {{list_->fileDescriptor(), POLLIN, 0}, {owner_.wakeDescriptor_, POLLIN, 0}}};
+            {{list_->fileDescriptor(), POLLIN, 0}, {owner_.waker_.number(), POLLIN, 0}}};
         poll(sources.data(), sources.size(), pollTimeout());
         return list_->takeEvents();
     }
@@ -112,9 +110,8 @@ private:
             else
                 added.push_back(window);
         }
-        if (!added.empty())
-            for (const WindowList::Client &client : list_->describe(added))
-                known.push_back({client.window, recognize(client)});
+        for (const WindowList::Client &client : list_->describe(added))
+            known.push_back({client.window, recognize(client)});
         windows_ = std::move(known);
 
         QSet<QString> ids;
@@ -133,14 +130,12 @@ private:
         return found == windows_.end() ? nullptr : &*found;
     }
 
-    Application recognize(const WindowList::Client &client) {
-        const ProcessTraits process = processTraits(client.pid);
-        if (!process.bundle.isEmpty())
-            if (QString id = bundleProperty(process.bundle, u"CFBundleIdentifier"_s); !id.isEmpty())
-                return {id, process.bundle};
-        WindowTraits traits = client.traits;
-        traits.launchedEntry = process.launchedEntry;
-        traits.controlGroup = process.controlGroup;
+    Application recognize(WindowList::Client client) {
+        WindowTraits &traits = client.traits;
+        addProcessTraits(client.pid, traits);
+        if (!traits.bundle.isEmpty())
+            if (QString id = bundleProperty(traits.bundle, u"CFBundleIdentifier"_s); !id.isEmpty())
+                return {id, traits.bundle};
         auto match = matcher_.match(traits);
         // Perhaps it was installed after we last looked.
         if (!match && listEntriesAnew())
@@ -204,23 +199,18 @@ private:
 
 RunningApplications::RunningApplications(const DesktopEntries &entries, Displays displays)
     : entries_(entries), displays_(std::move(displays)),
-      wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
-
-RunningApplications::~RunningApplications() {
-    thread_.request_stop();
-    wake();
-    if (thread_.joinable())
-        thread_.join();
-    close(wakeDescriptor_);
-}
+      waker_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 void RunningApplications::start() {
-    thread_ = std::jthread([this](const std::stop_token &stop) { Watcher(*this).run(stop); });
+    thread_ = std::jthread([this](const std::stop_token &stop) {
+        const std::stop_callback ending(stop, [this] { wake(); });
+        Watcher(*this).run(stop);
+    });
 }
 
 std::vector<RunningApplications::Wish> RunningApplications::takeWishes(bool last) {
     eventfd_t count = 0;
-    eventfd_read(wakeDescriptor_, &count);
+    eventfd_read(waker_.number(), &count);
     const std::scoped_lock lock(mutex_);
     deaf_ = last;
     return std::exchange(wishes_, {});
@@ -255,7 +245,7 @@ bool RunningApplications::activate(const QString &applicationPath, const Activat
 }
 
 void RunningApplications::wake() const {
-    eventfd_write(wakeDescriptor_, 1);
+    eventfd_write(waker_.number(), 1);
 }
 
 } // namespace corvid

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/FileDescriptor.h"
 #include "Platform/DesktopEntries.h"
 
 #include <QByteArray>
@@ -28,9 +29,6 @@ public:
 
     /** `entries` (asked in the background) must outlive this. */
     RunningApplications(const DesktopEntries &entries, Displays displays);
-    RunningApplications(const RunningApplications &) = delete;
-    RunningApplications &operator=(const RunningApplications &) = delete;
-    ~RunningApplications();
 
     /** Begins to watch; once. */
     void start();
@@ -73,8 +71,8 @@ private:
     std::vector<Wish> wishes_; ///< that the thread has not taken yet
     bool deaf_ = false;        ///< the thread takes no more wishes
 
-    int wakeDescriptor_ = -1; ///< an eventfd that wakes the thread
-    QObject receiver_;        ///< results addressed to it are dropped with us
+    FileDescriptor waker_; ///< an eventfd that wakes the thread
+    QObject receiver_;     ///< results addressed to it are dropped with us
     std::jthread thread_;
 };
 

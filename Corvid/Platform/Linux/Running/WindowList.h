@@ -15,7 +15,7 @@ class WindowList {
 public:
     using Window = std::uint32_t; ///< never 0
 
-    /** What is known of one window; the traits of its process are not filled in. */
+    /** What is known of one window; without the traits of its process. */
     struct Client {
         Window window = 0;
         qint64 pid = 0; ///< 0 when the window does not tell
@@ -23,8 +23,7 @@ public:
     };
 
     WindowList() = default;
-    WindowList(const WindowList &) = delete;
-    WindowList &operator=(const WindowList &) = delete;
+    Q_DISABLE_COPY_MOVE(WindowList)
     virtual ~WindowList() = default;
 
     /** Becomes readable when something may have happened. */

@@ -18,7 +18,12 @@ struct WindowTraits {
     QString hintedEntry;      ///< _BAMF_DESKTOP_FILE, a path
     QString launchedEntry;    ///< path of the entry whose launch made exactly this process
     QString controlGroup;     ///< the process's line in /proc/<pid>/cgroup
+    QString bundle = {};      ///< path of the bundle ("….app") whose program the process runs
 };
+
+/** Adds what the system tells of the window's process; nothing when `pid` is 0. Reads /proc:
+    background only. */
+void addProcessTraits(qint64 pid, WindowTraits &traits);
 
 /**
  * Tells which desktop entry a window belongs to: by its class where an entry claims it

@@ -59,28 +59,24 @@ FileDescriptor openPrivately(const QString &path, mode_t kind) {
     return FileDescriptor();
 }
 
-struct FileContent {
-    enum class State { Absent, Present, Unreadable };
-    State state = State::Absent;
+struct PrivateFile {
+    bool present = false;
     QByteArray bytes; ///< none when what is present is no file of ours
 };
 
-FileContent readPrivately(const QString &path) {
+// Absent when it cannot be read now, but perhaps later.
+std::optional<PrivateFile> readPrivately(const QString &path) {
     constexpr qint64 most = 1 << 20;
     const FileDescriptor descriptor = openPrivately(path, S_IFREG);
     if (!descriptor.valid()) {
-        if (errno == ENOENT)
-            return {};
         const bool present = errno == ELOOP || errno == ENXIO;
-        return {present ? FileContent::State::Present : FileContent::State::Unreadable, {}};
+        return present || errno == ENOENT ? std::optional(PrivateFile{present, {}}) : std::nullopt;
     }
     QFile file;
     if (!file.open(descriptor.number(), QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return {FileContent::State::Unreadable, {}};
-    QByteArray content = file.read(most);
-    if (file.error() != QFileDevice::NoError)
-        return {FileContent::State::Unreadable, {}};
-    return {FileContent::State::Present, std::move(content)};
+        return std::nullopt;
+    PrivateFile result{true, file.read(most)};
+    return file.error() == QFileDevice::NoError ? std::optional(std::move(result)) : std::nullopt;
 }
 
 bool makePrivateFolder(const QString &folder) {
@@ -118,7 +114,6 @@ std::optional<QJsonObject> decrypt(const QByteArray &file, const QByteArray &key
 struct FileSecretStore::Content {
     QJsonObject table; ///< empty when there is none that can be read
     QByteArray key;    ///< empty when there is no usable one
-    bool unreadable = false;
     bool boxIsUseless = false;
     bool keyIsUseless = false;
 };
@@ -137,65 +132,55 @@ std::optional<QString> FileSecretStore::get(const QString &account) const {
         return std::nullopt;
     // Without the lock the two files may be of different moments, but each is whole.
     lockFile(folder.number(), LOCK_SH);
-    const QJsonValue secret = read().table.value(secretService).toObject().value(account);
+    const QJsonObject table = read().value_or(Content()).table;
+    const QJsonValue secret = table.value(secretService).toObject().value(account);
     return secret.isString() ? std::optional(secret.toString()) : std::nullopt;
 }
 
 bool FileSecretStore::set(const QString &account, const QString &secret) {
-    if (!makePrivateFolder(boxFolder_) || !makePrivateFolder(keyFolder_))
-        return false;
-    const FileDescriptor folder = openPrivately(boxFolder_, S_IFDIR);
-    if (!folder.valid() || !lockFile(folder.number(), LOCK_EX))
-        return false;
-    const Content present = read();
-    // Writing would destroy what we cannot read.
-    if (present.unreadable)
-        return false;
-    QJsonObject table = present.table;
-    QJsonObject secrets = table.value(secretService).toObject();
-    secrets.insert(account, secret);
-    table.insert(secretService, secrets);
-    return write(present, table);
+    return makePrivateFolder(boxFolder_) && makePrivateFolder(keyFolder_) &&
+           change(account, secret);
 }
 
 void FileSecretStore::remove(const QString &account) {
-    const FileDescriptor folder = openPrivately(boxFolder_, S_IFDIR);
-    if (!folder.valid() || !lockFile(folder.number(), LOCK_EX))
-        return;
-    const Content present = read();
-    QJsonObject table = present.table;
-    QJsonObject secrets = table.value(secretService).toObject();
-    if (!secrets.contains(account))
-        return;
-    secrets.remove(account);
-    if (secrets.isEmpty())
-        table.remove(secretService);
-    else
-        table.insert(secretService, secrets);
-    if (table.isEmpty()) {
-        QFile::remove(boxFile_);
-        QFile::remove(keyFile_);
-        return;
-    }
-    write(present, table);
+    change(account, QJsonValue::Undefined);
 }
 
-FileSecretStore::Content FileSecretStore::read() const {
-    using State = FileContent::State;
-    const FileContent box = readPrivately(boxFile_);
-    const FileContent key = readPrivately(keyFile_);
+bool FileSecretStore::change(const QString &account, const QJsonValue &secret) {
+    const FileDescriptor folder = openPrivately(boxFolder_, S_IFDIR);
+    if (!folder.valid() || !lockFile(folder.number(), LOCK_EX))
+        return false;
+    const std::optional<Content> present = read();
+    // Writing would destroy what we cannot read.
+    if (!present)
+        return false;
+    QJsonObject table = present->table;
+    QJsonObject secrets = table.value(secretService).toObject();
+    if (secret.isUndefined() && !secrets.contains(account))
+        return true;
+    secrets.insert(account, secret); // removes it when undefined
+    table.insert(secretService, secrets.isEmpty() ? QJsonValue(QJsonValue::Undefined) : secrets);
+    if (!table.isEmpty())
+        return write(*present, table);
+    QFile::remove(boxFile_);
+    QFile::remove(keyFile_);
+    return true;
+}
+
+std::optional<FileSecretStore::Content> FileSecretStore::read() const {
+    const std::optional<PrivateFile> box = readPrivately(boxFile_);
+    const std::optional<PrivateFile> key = readPrivately(keyFile_);
+    if (!box || !key)
+        return std::nullopt;
     Content content;
-    content.unreadable = box.state == State::Unreadable || key.state == State::Unreadable;
-    if (content.unreadable)
-        return content;
-    if (key.bytes.size() == keySize)
-        content.key = key.bytes;
+    if (key->bytes.size() == keySize)
+        content.key = key->bytes;
     else
-        content.keyIsUseless = key.state == State::Present;
-    if (std::optional<QJsonObject> table = decrypt(box.bytes, content.key))
+        content.keyIsUseless = key->present;
+    if (std::optional<QJsonObject> table = decrypt(box->bytes, content.key))
         content.table = *std::move(table);
     else
-        content.boxIsUseless = box.state == State::Present;
+        content.boxIsUseless = box->present;
     return content;
 }
 

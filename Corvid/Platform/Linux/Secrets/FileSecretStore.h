@@ -5,6 +5,7 @@
 #include <optional>
 
 class QJsonObject;
+class QJsonValue;
 
 namespace corvid {
 
@@ -35,7 +36,9 @@ public:
 private:
     struct Content;
 
-    Content read() const;
+    /** Undefined removes it. */
+    bool change(const QString &account, const QJsonValue &secret);
+    std::optional<Content> read() const; ///< absent when it cannot be read now
     bool write(const Content &present, const QJsonObject &table) const;
 
     QString boxFolder_;

@@ -1,13 +1,15 @@
 #pragma once
 
+#include "Platform/Linux/GLibPointers.h"
+
 #include <QString>
 
+#include <array>
 #include <functional>
-#include <memory>
 #include <optional>
 
-// As GLib spells it.
-using GCancellable = struct _GCancellable;
+// As libsecret spells it.
+using SecretService = struct _SecretService;
 
 namespace corvid {
 
@@ -25,22 +27,19 @@ public:
         IfNeeded, ///< the bus starts the service when it does not run yet
         Never,
     };
-    enum class State {
-        Found,     ///< there is an item; its secret may be locked or no text
-        NoItem,    ///< the service has no such item
-        NoService, ///< there is none, or none that can be started
-        NoAnswer,  ///< cancelled, or what came was an error
+    enum class Result {
+        Done,    ///< saved, or found: an item whose secret may be locked or no text
+        Nothing, ///< there is no service and none can be started, or it has no such item
+        Failed,  ///< cancelled, or what came was an error
     };
     struct Answer {
-        State state = State::NoAnswer;
-        std::optional<QString> secret; ///< only where the state is Found
+        Result result = Result::Failed;
+        std::optional<QString> secret = {};
     };
-    enum class Saved { Yes, NoService, Failed };
 
     /** `onChange` is called from the main context whenever an answer may be another one. */
     explicit SecretServiceStore(std::function<void()> onChange);
-    SecretServiceStore(const SecretServiceStore &) = delete;
-    SecretServiceStore &operator=(const SecretServiceStore &) = delete;
+    Q_DISABLE_COPY_MOVE(SecretServiceStore)
     ~SecretServiceStore();
 
     /** Never unlocks anything, so that the user is never asked for a password. */
@@ -48,15 +47,18 @@ public:
 
     /** Replaces the secret of the item there is, or makes one in the default collection. May
         have the desktop ask the user to unlock it, and waits for that. */
-    Saved set(const QString &account, const QString &secret, GCancellable *cancellable);
+    Result set(const QString &account, const QString &secret, GCancellable *cancellable);
 
 private:
-    struct Connection;
-
-    State connect(Start start, GCancellable *cancellable);
+    Result connect(Start start, GCancellable *cancellable);
+    void listen();
 
     std::function<void()> onChange_;
-    std::unique_ptr<Connection> connection_; ///< null while there is no bus
+    /** Null while there is none. Not the shared one, whose loss is reported to the thread that made
+        it. */
+    GObjectPointer<GDBusConnection> bus_;
+    std::array<guint, 2> subscriptions_{};
+    GObjectPointer<SecretService> service_; ///< null until it has answered
 };
 
 } // namespace corvid

@@ -29,28 +29,26 @@ void forget(std::optional<QString> &secret) {
 
 /** What the thread found out about an account. */
 struct SessionSecretStore::Report {
-    QString account;
-    std::optional<QString> secret;
-    bool answered = false;
-    int saves = 0; ///< as many as this already takes into account
+    std::optional<QString> secret; ///< as it was when the stores last answered
+    bool looked = false;           ///< at least once
+    bool answered = false;         ///< the last question was
+    int saves = 0;                 ///< as many as this already takes into account
 };
 
 /** The thread's work, and what is to be done. */
 class SessionSecretStore::Worker {
 public:
-    /** `publish` is called in the thread. */
-    Worker(std::chrono::milliseconds deadline, std::function<void(Report)> publish)
-        : deadline_(deadline), publish_(std::move(publish)) {}
-    Worker(const Worker &) = delete;
-    Worker &operator=(const Worker &) = delete;
+    Worker(SessionSecretStore &owner, std::chrono::milliseconds deadline)
+        : owner_(owner), deadline_(deadline) {}
 
     /** The thread's whole life. */
     void run() {
         g_main_context_push_thread_default(context_.get());
-        stores_.emplace([this] { changed_ = true; });
+        service_.emplace([this] { changed_ = true; });
+        file_.emplace();
         while (workOnce()) {
         }
-        stores_.reset();
+        service_.reset();
         // What a connection leaves behind is freed by the loop that it was made in.
         while (g_main_context_iteration(context_.get(), FALSE)) {
         }
@@ -97,20 +95,10 @@ public:
     }
 
 private:
+    using Result = SecretServiceStore::Result;
     struct Job {
         std::optional<QString> secretToSave; ///< else look
         int number = 0;
-    };
-    struct Stores {
-        explicit Stores(std::function<void()> onChange) : service(std::move(onChange)) {}
-
-        SecretServiceStore service;
-        FileSecretStore file;
-    };
-    struct Followed {
-        std::optional<QString> secret; ///< what was found out when it last could be
-        bool looked = false;
-        int saves = 0; ///< number of the last one
     };
 
     bool workOnce() {
@@ -134,7 +122,7 @@ private:
             forget(job.secretToSave);
         } else if (std::exchange(changed_, false)) {
             // A service that was ended is not ours to bring back.
-            for (const QString &account : followed_.keys())
+            for (const QString &account : reports_.keys())
                 look(account, SecretServiceStore::Start::Never);
         } else {
             g_main_context_iteration(context_.get(), TRUE);
@@ -143,31 +131,32 @@ private:
     }
 
     void carryOut(const QString &account, const QString &secret, int number) {
-        using Saved = SecretServiceStore::Saved;
-        const Saved saved = stores_->service.set(account, secret, begin(account));
-        if (saved == Saved::Yes)
-            stores_->file.remove(account);
-        else if (saved == Saved::NoService)
-            stores_->file.set(account, secret);
-        followed_[account].saves = number;
+        const Result saved = service_->set(account, secret, begin(account));
+        if (saved == Result::Done)
+            file_->remove(account);
+        else if (saved == Result::Nothing)
+            file_->set(account, secret);
+        reports_[account].saves = number;
         look(account, SecretServiceStore::Start::Never);
     }
 
     void look(const QString &account, SecretServiceStore::Start start) {
-        using State = SecretServiceStore::State;
         GCancellable *const cancellable = begin(std::nullopt);
         const SecretServiceStore::Answer answer = [&] {
             const Deadline deadline(deadline_, [=] { g_cancellable_cancel(cancellable); });
-            return stores_->service.get(account, start, cancellable);
+            return service_->get(account, start, cancellable);
         }();
-        const bool answered = answer.state != State::NoAnswer;
-        Followed &followed = followed_[account];
-        if (answer.state == State::Found)
-            followed.secret = answer.secret;
-        else if (answered || !followed.looked)
-            followed.secret = stores_->file.get(account);
-        followed.looked = true;
-        publish_({account, followed.secret, answered, followed.saves});
+        Report &report = reports_[account];
+        report.answered = answer.result != Result::Failed;
+        if (answer.result == Result::Done)
+            report.secret = answer.secret;
+        else if (report.answered || !report.looked)
+            report.secret = file_->get(account);
+        report.looked = true;
+        QMetaObject::invokeMethod(
+            &owner_.receiver_,
+            [&owner = owner_, account, report] { owner.install(account, report); },
+            Qt::QueuedConnection);
     }
 
     /** For the thread's next call to the service, which others can cancel by it. */
@@ -180,13 +169,14 @@ private:
         return running_.get();
     }
 
+    SessionSecretStore &owner_;
     const std::chrono::milliseconds deadline_;
-    const std::function<void(Report)> publish_;
     const GMainContextPointer context_{g_main_context_new()};
 
     // The thread's own.
-    std::optional<Stores> stores_;
-    QHash<QString, Followed> followed_; ///< by account
+    std::optional<SecretServiceStore> service_;
+    std::optional<FileSecretStore> file_;
+    QHash<QString, Report> reports_; ///< by account
     bool changed_ = false;
 
     std::mutex mutex_;                                          ///< guards what follows
@@ -198,13 +188,7 @@ private:
 };
 
 SessionSecretStore::SessionSecretStore(std::chrono::milliseconds deadline)
-    : worker_(std::make_unique<Worker>(
-          deadline,
-          [this](Report report) {
-              QMetaObject::invokeMethod(
-                  &receiver_, [this, report = std::move(report)] { install(report); },
-                  Qt::QueuedConnection);
-          })),
+    : worker_(std::make_unique<Worker>(*this, deadline)),
       thread_(std::async(std::launch::async, [this] { worker_->run(); })) {}
 
 SessionSecretStore::~SessionSecretStore() {
@@ -238,8 +222,8 @@ void SessionSecretStore::set(const QString &account, const QString &secret) {
     QMetaObject::invokeMethod(&receiver_, tell, Qt::QueuedConnection);
 }
 
-void SessionSecretStore::install(const Report &report) {
-    Known &known = known_[report.account];
+void SessionSecretStore::install(const QString &account, const Report &report) {
+    Known &known = known_[account];
     known.answered = report.answered;
     known.beingAsked = false;
     // What the stores said before the last save is outdated.

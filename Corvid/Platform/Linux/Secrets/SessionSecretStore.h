@@ -24,10 +24,8 @@ namespace corvid {
  */
 class SessionSecretStore final : public SecretStore {
 public:
-    /** How long a look into the service may take. */
-    static constexpr std::chrono::milliseconds defaultDeadline = std::chrono::seconds(5);
-
-    explicit SessionSecretStore(std::chrono::milliseconds deadline = defaultDeadline);
+    /** `deadline`: how long a look into the service may take. */
+    explicit SessionSecretStore(std::chrono::milliseconds deadline = std::chrono::seconds(5));
     ~SessionSecretStore() override;
 
     std::optional<QString> get(const QString &account) const override;
@@ -44,7 +42,7 @@ private:
         int saves = 0;         ///< until all are through, what the stores say is outdated
     };
 
-    void install(const Report &report);
+    void install(const QString &account, const Report &report);
 
     mutable QHash<QString, Known> known_;
     QObject receiver_; ///< what the thread says is addressed to it

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Launching/StartupNotifier.h"
 
-#include "Platform/Linux/Launching/ApplicationLauncher.h"
+#include "Fakes/FakeDesktopEntries.h"
+#include "Platform/Linux/Launching/SessionWorkspace.h"
 #include "Worlds/LaunchWorld.h"
 #include "Worlds/XServer.h"
 
@@ -48,7 +49,8 @@ protected:
         environment_ = server_.environment();
         environment_.insert(u"PATH"_s, folder_.path() + ":/usr/bin:/bin"_L1);
         qputenv("PATH", environment_.value(u"PATH"_s).toLocal8Bit());
-        launcher_.emplace(environment_, server_.display());
+        workspace_.emplace(entries_,
+                           SessionWorkspace::Options{environment_, {server_.display(), {}}, {}});
     }
 
     QString path(const QString &name) const { return folder_.filePath(name); }
@@ -61,7 +63,7 @@ protected:
     }
     QString launch(const QString &entryPath) {
         std::optional<QString> result;
-        launcher_->launch(entryPath, {}, [&](const QString &error) { result = error; });
+        workspace_->openFiles({}, entryPath, [&](const QString &error) { result = error; });
         EXPECT_TRUE(eventually([&] { return result.has_value(); }));
         return result.value_or(u"no completion"_s);
     }
@@ -88,7 +90,8 @@ protected:
     QTemporaryDir folder_;
     XServer server_;
     QProcessEnvironment environment_;
-    std::optional<ApplicationLauncher> launcher_;
+    const FakeDesktopEntries entries_;
+    std::optional<SessionWorkspace> workspace_;
 };
 
 INSTANTIATE_TEST_SUITE_P(EachManager, StartupTest,
@@ -119,7 +122,7 @@ TEST(StartupMessage, quotesItsValues) {
 TEST(StartupNotifier, withoutADisplayThereAreNoIds) {
     for (const QByteArray &display : {QByteArray(), QByteArray(":987654")}) {
         StartupNotifier notifier(display);
-        EXPECT_EQ(notifier.begin({}, StartupNotifier::Announcement::Public), QByteArray());
+        EXPECT_EQ(notifier.begin({}), QByteArray());
         notifier.finish(nullptr);
     }
 }
@@ -140,7 +143,7 @@ TEST_P(AnnouncementTest, aLaunchIsAnnouncedUntilItsWindowIsThereOrTheLauncherEnd
     EXPECT_EQ(announced,
               u"new: ID=\"%1\" NAME=\"An \\\"app\\\"\" SCREEN=\"0\" "
               "APPLICATION_ID=\"%2\" ICON=\"app-icon\" WMCLASS=\"AppClass\""_s.arg(id, file));
-    launcher_.reset();
+    workspace_.reset();
     EXPECT_TRUE(eventually([&] { return listener_.messages().size() == 2; }));
     EXPECT_EQ(listener_.messages().last(), u"remove: ID=\"%1\""_s.arg(id));
 }

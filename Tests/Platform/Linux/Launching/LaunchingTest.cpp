@@ -1,5 +1,6 @@
-#include "Platform/Linux/Launching/ApplicationLauncher.h"
+#include "Platform/Linux/Launching/SessionWorkspace.h"
 
+#include "Fakes/FakeDesktopEntries.h"
 #include "Worlds/LaunchWorld.h"
 
 #include <QCoreApplication>
@@ -39,9 +40,9 @@ public:
 const auto *const bus = ::testing::AddGlobalTestEnvironment(new PrivateBus);
 const auto *const handlers = ::testing::AddGlobalTestEnvironment(new DefaultHandlers);
 
-class ApplicationLauncherTest : public ::testing::Test {
+class LaunchingTest : public ::testing::Test {
 protected:
-    ApplicationLauncherTest() {
+    LaunchingTest() {
         const QString programs = path("bin"_L1) + ":/usr/bin:/bin"_L1;
         qputenv("PATH", QFile::encodeName(programs)); // where entries' programs are looked for
         environment_.insert(u"PATH"_s, programs);
@@ -49,7 +50,7 @@ protected:
         QDir().mkpath(path("bin"_L1));
         QFile::remove(QDir::homePath() + "/trace.folders"_L1);
         QFile::remove(QDir::homePath() + "/trace.web"_L1);
-        launcher_.emplace(environment_, QByteArray());
+        workspace_.emplace(entries_, SessionWorkspace::Options{environment_, {}, {}});
     }
 
     QString path(QLatin1StringView name) const { return folder_.path() + u'/' + name; }
@@ -80,17 +81,17 @@ protected:
     /** Launches and waits for the completion, whose error it returns. */
     QString launch(const QString &application, const QStringList &files = {}) {
         return completionOf([&](const Workspace::Completion &done) {
-            launcher_->launch(application, files, done);
+            workspace_->openFiles(files, application, done);
         });
     }
     QString launchNewWindow(const QString &application) {
         return completionOf([&](const Workspace::Completion &done) {
-            launcher_->launchNewWindow(application, done);
+            workspace_->openNewWindow(application, done);
         });
     }
     QString startTool(const QString &executable, const QStringList &arguments = {}) {
         return completionOf([&](const Workspace::Completion &done) {
-            launcher_->startTool(executable, arguments, done);
+            workspace_->startTool(executable, arguments, done);
         });
     }
     static QString completionOf(const std::function<void(const Workspace::Completion &)> &begin) {
@@ -106,26 +107,27 @@ protected:
 
     QTemporaryDir folder_;
     QProcessEnvironment environment_ = QProcessEnvironment::systemEnvironment();
-    std::optional<ApplicationLauncher> launcher_;
+    const FakeDesktopEntries entries_;
+    std::optional<SessionWorkspace> workspace_;
 };
 
 } // namespace
 
-TEST_F(ApplicationLauncherTest, anEntryIsStartedByItsExecLineWithoutAShell) {
+TEST_F(LaunchingTest, anEntryIsStartedByItsExecLineWithoutAShell) {
     program(u"app"_s);
     EXPECT_EQ(launch(entry(u"app --new \"two words\" $HOME %F %c"_s)), QString());
     EXPECT_EQ(Trace(trace(u"app"_s)).arguments(),
               (QStringList{u"--new"_s, u"two words"_s, u"$HOME"_s, u"An app"_s}));
 }
 
-TEST_F(ApplicationLauncherTest, filesAreHandedToTheEntrysProgram) {
+TEST_F(LaunchingTest, filesAreHandedToTheEntrysProgram) {
     program(u"app"_s);
     EXPECT_EQ(launch(entry(u"app %U"_s), {u"/tmp/a b"_s, u"/tmp/c"_s}), QString());
     EXPECT_EQ(Trace(trace(u"app"_s)).arguments(),
               (QStringList{u"file:///tmp/a%20b"_s, u"file:///tmp/c"_s}));
 }
 
-TEST_F(ApplicationLauncherTest, aPathIsOneArgumentWhateverIsInIt) {
+TEST_F(LaunchingTest, aPathIsOneArgumentWhateverIsInIt) {
     const QString path = u"/tmp/; touch x; $(touch x) `touch x` %F %c \"'* -rf ~ & | > x"_s;
     program(u"app"_s);
     EXPECT_EQ(launch(entry(u"app %F"_s), {path}), QString());
@@ -134,7 +136,7 @@ TEST_F(ApplicationLauncherTest, aPathIsOneArgumentWhateverIsInIt) {
     EXPECT_EQ(Trace(trace(u"tool"_s)).arguments(), QStringList{path});
 }
 
-TEST_F(ApplicationLauncherTest, aProgramThatNamesNoInterpreterGetsItsArgumentsAsTheyAre) {
+TEST_F(LaunchingTest, aProgramThatNamesNoInterpreterGetsItsArgumentsAsTheyAre) {
     program(u"app"_s);
     const QString script = path("bin/app"_L1);
     writeFile(script, readFile(script).remove(u"#!/bin/sh\n"_s));
@@ -142,13 +144,13 @@ TEST_F(ApplicationLauncherTest, aProgramThatNamesNoInterpreterGetsItsArgumentsAs
     EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), (QStringList{u"a; b"_s, u"$HOME"_s}));
 }
 
-TEST_F(ApplicationLauncherTest, aLineWithoutACodeForFilesGetsThePathAppended) {
+TEST_F(LaunchingTest, aLineWithoutACodeForFilesGetsThePathAppended) {
     program(u"app"_s);
     EXPECT_EQ(launch(entry(u"app -n"_s), {u"/tmp/a b"_s}), QString());
     EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), (QStringList{u"-n"_s, u"/tmp/a b"_s}));
 }
 
-TEST_F(ApplicationLauncherTest, whatIsStartedHasASessionOfItsOwnAndIsNoChildOfOurs) {
+TEST_F(LaunchingTest, whatIsStartedHasASessionOfItsOwnAndIsNoChildOfOurs) {
     program(u"app"_s);
     EXPECT_EQ(launch(entry(u"app"_s)), QString());
     const Trace child(trace(u"app"_s));
@@ -160,7 +162,7 @@ TEST_F(ApplicationLauncherTest, whatIsStartedHasASessionOfItsOwnAndIsNoChildOfOu
     })) << "a program that ended stays behind as a zombie";
 }
 
-TEST_F(ApplicationLauncherTest, itsStreamsAreTheNullDevice) {
+TEST_F(LaunchingTest, itsStreamsAreTheNullDevice) {
     program(u"app"_s);
     EXPECT_EQ(launch(entry(u"app"_s)), QString());
     const QStringList streams = Trace(trace(u"app"_s)).all(u"stream"_s);
@@ -168,7 +170,7 @@ TEST_F(ApplicationLauncherTest, itsStreamsAreTheNullDevice) {
     EXPECT_EQ(streams.value(2), u"/dev/null");
 }
 
-TEST_F(ApplicationLauncherTest, itStartsInTheHomeFolderOrWhereItsEntrySays) {
+TEST_F(LaunchingTest, itStartsInTheHomeFolderOrWhereItsEntrySays) {
     program(u"app"_s);
     EXPECT_EQ(launch(entry(u"app"_s)), QString());
     EXPECT_EQ(Trace(trace(u"app"_s)).workingFolder(), QDir(QDir::homePath()).canonicalPath());
@@ -177,13 +179,13 @@ TEST_F(ApplicationLauncherTest, itStartsInTheHomeFolderOrWhereItsEntrySays) {
     EXPECT_EQ(Trace(trace(u"app"_s)).workingFolder(), QDir(u"/usr/bin"_s).canonicalPath());
 }
 
-TEST_F(ApplicationLauncherTest, itsEnvironmentIsTheOneWeWereStartedWith) {
+TEST_F(LaunchingTest, itsEnvironmentIsTheOneWeWereStartedWith) {
     program(u"app"_s);
     environment_.remove(u"QT_QPA_PLATFORM"_s);
     environment_.insert(u"FROM_THE_SESSION"_s, u"yes"_s);
     environment_.insert(u"DESKTOP_STARTUP_ID"_s, u"ours"_s);
     environment_.insert(u"JOURNAL_STREAM"_s, u"ours"_s);
-    launcher_.emplace(environment_, QByteArray());
+    workspace_.emplace(entries_, SessionWorkspace::Options{environment_, {}, {}});
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("OUR_TWEAK", "1");
     const QString file = entry(u"app"_s);
@@ -198,14 +200,14 @@ TEST_F(ApplicationLauncherTest, itsEnvironmentIsTheOneWeWereStartedWith) {
     EXPECT_EQ(child.variable(u"GIO_LAUNCHED_DESKTOP_FILE_PID"_s), QString::number(child.pid()));
 }
 
-TEST_F(ApplicationLauncherTest, aBundleIsStartedByTheExecutableNamedLikeIt) {
+TEST_F(LaunchingTest, aBundleIsStartedByTheExecutableNamedLikeIt) {
     EXPECT_EQ(launch(bundle(u"My App"_s), {u"/tmp/a b"_s, u"/tmp/c"_s}), QString());
     const Trace child(trace(u"bundle"_s));
     EXPECT_EQ(child.arguments(), (QStringList{u"/tmp/a b"_s, u"/tmp/c"_s}));
     EXPECT_EQ(child.variable(u"GIO_LAUNCHED_DESKTOP_FILE"_s), std::nullopt);
 }
 
-TEST_F(ApplicationLauncherTest, theExecutableThatABundlesPropertiesNameComesFirst) {
+TEST_F(LaunchingTest, theExecutableThatABundlesPropertiesNameComesFirst) {
     const QString root = bundle(u"other"_s);
     writeFile(root + "/Contents/MacOS/My App"_L1, u"#!/bin/false\n"_s);
     const auto properties = [&](const QString &executable) {
@@ -221,7 +223,7 @@ TEST_F(ApplicationLauncherTest, theExecutableThatABundlesPropertiesNameComesFirs
     EXPECT_TRUE(launch(root).contains(u"My App”")) << "a name is no path";
 }
 
-TEST_F(ApplicationLauncherTest, whatCannotBeStartedHasAReason) {
+TEST_F(LaunchingTest, whatCannotBeStartedHasAReason) {
     EXPECT_TRUE(launch(path("gone.desktop"_L1)).contains(u"does not exist"));
     EXPECT_TRUE(launch(entry(u"no-such-program"_s)).contains(u"not installed"));
     EXPECT_TRUE(launch(entry(u"\"broken"_s)).contains(u"no desktop entry"));
@@ -238,11 +240,11 @@ TEST_F(ApplicationLauncherTest, whatCannotBeStartedHasAReason) {
     EXPECT_FALSE(launch(entry(path("bin/app"_L1), u"Path=/no/such/folder"_s)).isEmpty());
 }
 
-TEST_F(ApplicationLauncherTest, aTerminalApplicationRunsInTheUsersTerminal) {
+TEST_F(LaunchingTest, aTerminalApplicationRunsInTheUsersTerminal) {
     program(u"app"_s);
     program(u"myterm"_s);
     environment_.insert(u"TERMINAL"_s, u"myterm --big"_s);
-    launcher_.emplace(environment_, QByteArray());
+    workspace_.emplace(entries_, SessionWorkspace::Options{environment_, {}, {}});
     EXPECT_EQ(launch(entry(path("bin/app %f"_L1), u"Terminal=true"_s), {u"/tmp/a b"_s}), QString());
     const Trace terminal(trace(u"myterm"_s));
     EXPECT_EQ(terminal.arguments(),
@@ -251,14 +253,14 @@ TEST_F(ApplicationLauncherTest, aTerminalApplicationRunsInTheUsersTerminal) {
         << "the terminal would be taken for the application";
 }
 
-TEST_F(ApplicationLauncherTest, withoutATerminalATerminalApplicationHasAReason) {
+TEST_F(LaunchingTest, withoutATerminalATerminalApplicationHasAReason) {
     program(u"app"_s);
     environment_.insert(u"PATH"_s, path("bin"_L1));
-    launcher_.emplace(environment_, QByteArray());
+    workspace_.emplace(entries_, SessionWorkspace::Options{environment_, {}, {}});
     EXPECT_TRUE(launch(entry(path("bin/app"_L1), u"Terminal=true"_s)).contains(u"terminal"));
 }
 
-TEST_F(ApplicationLauncherTest, aBusActivatedApplicationIsActivatedOverTheBus) {
+TEST_F(LaunchingTest, aBusActivatedApplicationIsActivatedOverTheBus) {
     program(u"app"_s);
     const QString file =
         entry(path("bin/app"_L1), u"DBusActivatable=true"_s, u"org.example.An-App"_s);
@@ -273,13 +275,13 @@ TEST_F(ApplicationLauncherTest, aBusActivatedApplicationIsActivatedOverTheBus) {
     EXPECT_FALSE(QFile::exists(trace(u"app"_s))) << "started twice";
 }
 
-TEST_F(ApplicationLauncherTest, aBusActivatedApplicationWithoutAServiceIsStartedByItsExecLine) {
+TEST_F(LaunchingTest, aBusActivatedApplicationWithoutAServiceIsStartedByItsExecLine) {
     program(u"app"_s);
     EXPECT_EQ(launch(entry(path("bin/app"_L1), u"DBusActivatable=true"_s)), QString());
     EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList());
 }
 
-TEST_F(ApplicationLauncherTest, anApplicationThatRefusesOverTheBusIsNotStartedOnceMore) {
+TEST_F(LaunchingTest, anApplicationThatRefusesOverTheBusIsNotStartedOnceMore) {
     program(u"app"_s);
     const BusServices services(trace(u"bus"_s), {u"--fail"_s, u"org.example.App"_s});
     EXPECT_TRUE(
@@ -287,7 +289,7 @@ TEST_F(ApplicationLauncherTest, anApplicationThatRefusesOverTheBusIsNotStartedOn
     EXPECT_FALSE(QFile::exists(trace(u"app"_s)));
 }
 
-TEST_F(ApplicationLauncherTest, aNewWindowIsOpenedByTheEntrysActionForIt) {
+TEST_F(LaunchingTest, aNewWindowIsOpenedByTheEntrysActionForIt) {
     program(u"app"_s);
     for (const QString &action :
          {u"new-window"_s, u"new-empty-window"_s, u"NewWindow"_s, u"other"_s}) {
@@ -305,19 +307,19 @@ TEST_F(ApplicationLauncherTest, aNewWindowIsOpenedByTheEntrysActionForIt) {
     }
 }
 
-TEST_F(ApplicationLauncherTest, anActionThatTheEntryDoesNotListIsNone) {
+TEST_F(LaunchingTest, anActionThatTheEntryDoesNotListIsNone) {
     program(u"app"_s);
     EXPECT_EQ(launchNewWindow(entry(u"app"_s, u"[Desktop Action new-window]\nExec=app --new"_s)),
               QString());
     EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList());
 }
 
-TEST_F(ApplicationLauncherTest, aNewWindowOfABundleIsOneMoreStart) {
+TEST_F(LaunchingTest, aNewWindowOfABundleIsOneMoreStart) {
     EXPECT_EQ(launchNewWindow(bundle(u"My App"_s)), QString());
     EXPECT_EQ(Trace(trace(u"bundle"_s)).arguments(), QStringList());
 }
 
-TEST_F(ApplicationLauncherTest, aBusActivatedApplicationIsAskedForItsActionOverTheBus) {
+TEST_F(LaunchingTest, aBusActivatedApplicationIsAskedForItsActionOverTheBus) {
     program(u"app"_s);
     const QString more = u"DBusActivatable=true\nActions=new-window;\n"
                          "[Desktop Action new-window]\nName=N\nExec=app --new"_s;
@@ -333,7 +335,7 @@ TEST_F(ApplicationLauncherTest, aBusActivatedApplicationIsAskedForItsActionOverT
     EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList{u"--new"_s});
 }
 
-TEST_F(ApplicationLauncherTest, aBusActivatedApplicationWithoutTheActionIsStartedOnceMore) {
+TEST_F(LaunchingTest, aBusActivatedApplicationWithoutTheActionIsStartedOnceMore) {
     program(u"app"_s);
     const BusServices services(trace(u"bus"_s), {u"org.example.App"_s});
     EXPECT_EQ(launchNewWindow(entry(path("bin/app"_L1), u"DBusActivatable=true"_s)), QString());
@@ -341,7 +343,7 @@ TEST_F(ApplicationLauncherTest, aBusActivatedApplicationWithoutTheActionIsStarte
     EXPECT_EQ(readFile(trace(u"bus"_s)), QString());
 }
 
-TEST_F(ApplicationLauncherTest, whatIsStartedMovesToAScopeOfItsOwnWhereThereIsAUserManager) {
+TEST_F(LaunchingTest, whatIsStartedMovesToAScopeOfItsOwnWhereThereIsAUserManager) {
     program(u"app"_s);
     {
         const BusServices services(trace(u"bus"_s), {u"org.freedesktop.systemd1"_s});
@@ -354,26 +356,26 @@ TEST_F(ApplicationLauncherTest, whatIsStartedMovesToAScopeOfItsOwnWhereThereIsAU
     EXPECT_TRUE(call.contains(u"('PIDs', <[uint32 %1]>)"_s.arg(pid))) << qPrintable(call);
 }
 
-TEST_F(ApplicationLauncherTest, foldersAndAddressesOpenWithTheirDefaultHandlers) {
-    launcher_->openWithDefault(QUrl::fromLocalFile(folder_.path()));
+TEST_F(LaunchingTest, foldersAndAddressesOpenWithTheirDefaultHandlers) {
+    workspace_->openUrl(QUrl::fromLocalFile(folder_.path()));
     EXPECT_EQ(Trace(QDir::homePath() + "/trace.folders"_L1).arguments(),
               QStringList{QUrl::fromLocalFile(folder_.path()).toString()});
-    launcher_->openWithDefault(QUrl(u"https://example.com/search?q=a%20b"_s));
+    workspace_->openUrl(QUrl(u"https://example.com/search?q=a%20b"_s));
     EXPECT_EQ(Trace(QDir::homePath() + "/trace.web"_L1).arguments(),
               QStringList{u"https://example.com/search?q=a%20b"_s});
 }
 
-TEST_F(ApplicationLauncherTest, whatHasNoDefaultHandlerIsLeftToXdgOpen) {
+TEST_F(LaunchingTest, whatHasNoDefaultHandlerIsLeftToXdgOpen) {
     program(u"xdg-open"_s);
-    launcher_->openWithDefault(QUrl(u"strange-scheme://x/?a=b%20c"_s));
+    workspace_->openUrl(QUrl(u"strange-scheme://x/?a=b%20c"_s));
     EXPECT_EQ(Trace(trace(u"xdg-open"_s)).arguments(),
               QStringList{u"strange-scheme://x/?a=b%20c"_s});
 }
 
-TEST_F(ApplicationLauncherTest, revealingSelectsTheFileInTheFileManager) {
+TEST_F(LaunchingTest, revealingSelectsTheFileInTheFileManager) {
     {
         const BusServices services(trace(u"bus"_s), {u"org.freedesktop.FileManager1"_s});
-        launcher_->reveal(path("a b"_L1));
+        workspace_->reveal(path("a b"_L1));
         EXPECT_TRUE(eventually([&] { return !readFile(trace(u"bus"_s)).isEmpty(); }));
     }
     EXPECT_EQ(readFile(trace(u"bus"_s)),
@@ -381,13 +383,13 @@ TEST_F(ApplicationLauncherTest, revealingSelectsTheFileInTheFileManager) {
                   folder_.path()));
 }
 
-TEST_F(ApplicationLauncherTest, withoutSuchAFileManagerRevealingOpensTheFolder) {
-    launcher_->reveal(path("a b"_L1));
+TEST_F(LaunchingTest, withoutSuchAFileManagerRevealingOpensTheFolder) {
+    workspace_->reveal(path("a b"_L1));
     EXPECT_EQ(Trace(QDir::homePath() + "/trace.folders"_L1).arguments(),
               QStringList{QUrl::fromLocalFile(folder_.path()).toString()});
 }
 
-TEST_F(ApplicationLauncherTest, aToolGetsItsArgumentsAndNullStreams) {
+TEST_F(LaunchingTest, aToolGetsItsArgumentsAndNullStreams) {
     const QString tool = program(u"tool"_s);
     EXPECT_EQ(startTool(tool, {u"/tmp/a project"_s, u"-x"_s}), QString());
     const Trace child(trace(u"tool"_s));
@@ -398,7 +400,7 @@ TEST_F(ApplicationLauncherTest, aToolGetsItsArgumentsAndNullStreams) {
     EXPECT_EQ(child.workingFolder(), QDir(QDir::currentPath()).canonicalPath());
 }
 
-TEST_F(ApplicationLauncherTest, nothingOfWhatWeHaveOpenReachesAChild) {
+TEST_F(LaunchingTest, nothingOfWhatWeHaveOpenReachesAChild) {
     const int leaking = open("/dev/zero", O_RDONLY); // without O_CLOEXEC
     ASSERT_GT(leaking, 2);
     const QString tool = path("bin/tool"_L1);
@@ -411,7 +413,7 @@ TEST_F(ApplicationLauncherTest, nothingOfWhatWeHaveOpenReachesAChild) {
     close(leaking);
 }
 
-TEST_F(ApplicationLauncherTest, aChildFindsEverySignalAsANewProcessDoes) {
+TEST_F(LaunchingTest, aChildFindsEverySignalAsANewProcessDoes) {
     const QList<int> ignored{SIGPIPE, SIGINT, SIGHUP, SIGCHLD, SIGUSR1, SIGTERM, SIGTSTP};
     QList<void (*)(int)> before;
     for (const int signal : ignored)
@@ -438,7 +440,7 @@ TEST_F(ApplicationLauncherTest, aChildFindsEverySignalAsANewProcessDoes) {
         std::signal(ignored[i], before[i]);
 }
 
-TEST_F(ApplicationLauncherTest, aChildIsAsUrgentToTheSystemAsWeAre) {
+TEST_F(LaunchingTest, aChildIsAsUrgentToTheSystemAsWeAre) {
     const QString tool = path("bin/tool"_L1);
     writeFile(tool, u"#!/bin/sh\n{ nice; cat /proc/$$/oom_score_adj; } > '%1.part'\n"
                     "mv '%1.part' '%1'\n"_s.arg(trace(u"tool"_s)));
@@ -449,17 +451,17 @@ TEST_F(ApplicationLauncherTest, aChildIsAsUrgentToTheSystemAsWeAre) {
                            readFile(u"/proc/self/oom_score_adj"_s).trimmed()}));
 }
 
-TEST_F(ApplicationLauncherTest, aToolThatCannotBeStartedHasAReason) {
+TEST_F(LaunchingTest, aToolThatCannotBeStartedHasAReason) {
     EXPECT_FALSE(startTool(path("gone"_L1)).isEmpty());
     writeFile(path("plain"_L1), u"#!/bin/sh\n"_s);
     EXPECT_FALSE(startTool(path("plain"_L1)).isEmpty());
 }
 
-TEST_F(ApplicationLauncherTest, destroyingTheLauncherLetsTheLaunchFinishButDropsItsCompletion) {
+TEST_F(LaunchingTest, destroyingTheLauncherLetsTheLaunchFinishButDropsItsCompletion) {
     program(u"app"_s);
     bool called = false;
-    launcher_->launch(entry(u"app"_s), {}, [&](const QString &) { called = true; });
-    launcher_.reset();
+    workspace_->openFiles({}, entry(u"app"_s), [&](const QString &) { called = true; });
+    workspace_.reset();
     EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList());
     EXPECT_FALSE(called);
 }
