@@ -230,7 +230,7 @@ void LauncherView::showAnswer() {
 // Return a gamble.
 void LauncherView::step(int lines) {
     if (viewModel_.aiMode())
-        answer_->scrollLines(lines);
+        answer_->scrollBy(lines);
     else
         viewModel_.moveSelection(lines);
 }
@@ -266,7 +266,7 @@ bool LauncherView::handleKey(const QKeyEvent &event) {
     case Qt::Key_PageUp:
     case Qt::Key_PageDown:
         if (answering)
-            answer_->scrollPages(event.key() == Qt::Key_PageUp ? -1 : 1);
+            answer_->scrollBy(0, event.key() == Qt::Key_PageUp ? -1 : 1);
         return answering;
     default:
         return false;

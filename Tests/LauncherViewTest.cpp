@@ -4,7 +4,6 @@
 
 #include "Fakes/LauncherWorld.h"
 #include "Panel/AnswerArea.h"
-#include "Panel/ProgressIndicator.h"
 #include "Panel/ResultList.h"
 #include "Panel/SearchField.h"
 #include "Panel/Style.h"
@@ -81,14 +80,15 @@ protected:
             result.append(label->text());
         return result;
     }
-    Symbol *symbolNamed(const QString &name) const {
-        for (Symbol *symbol : view.findChildren<Symbol *>()) {
-            if (symbol->accessibleName() == name)
-                return symbol;
+    template <typename T>
+    T *named(const QString &name) const {
+        for (T *widget : view.findChildren<T *>()) {
+            if (widget->accessibleName() == name)
+                return widget;
         }
         return nullptr;
     }
-    Symbol *clearButton() const { return symbolNamed(u"Clear"_s); }
+    Symbol *clearButton() const { return named<Symbol>(u"Clear"_s); }
 
     LauncherWorld world{manyApps(), {}};
     LauncherView view{world.model};
@@ -375,7 +375,8 @@ TEST_F(LauncherViewTest, theAnswerShowsTheQuestionAndWhatHasCome) {
 
 TEST_F(LauncherViewTest, theProgressIndicatorShowsUntilTheFirstWords) {
     world.model.setAiMode(true);
-    auto *progress = view.findChild<ProgressIndicator *>();
+    const auto *progress = named<QWidget>(u"Waiting for the answer"_s);
+    ASSERT_TRUE(progress);
     EXPECT_FALSE(progress->isVisible());
     world.model.setAiBusy(true);
     EXPECT_TRUE(progress->isVisible());
@@ -401,7 +402,7 @@ TEST_F(LauncherViewTest, controlCCopiesTheAnswerOrWhatIsMarkedOfIt) {
 }
 
 TEST_F(LauncherViewTest, theCopyControlIsThereOnceThereIsAnAnswerAndCopiesIt) {
-    Symbol *copy = symbolNamed(u"Copy the answer"_s);
+    Symbol *copy = named<Symbol>(u"Copy the answer"_s);
     ASSERT_TRUE(copy);
     world.model.setAiMode(true);
     EXPECT_FALSE(copy->isVisible());

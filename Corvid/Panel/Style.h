@@ -48,10 +48,7 @@ inline constexpr int answerPadding = 18;
 inline constexpr int answerSpacing = 8;
 inline constexpr int answerFontSize = 14;
 inline constexpr qreal answerLineHeight = 125; ///< percent
-inline constexpr int answerScrollStep = 40;
 inline constexpr int copySymbolSize = 18;
-inline constexpr int progressSize = 18;
-inline constexpr qreal progressStroke = 1.8;
 
 inline constexpr int footerFontSize = 11;
 inline constexpr int footerPaddingY = 8;
