@@ -4,11 +4,12 @@
 
 #include <QColor>
 #include <QFont>
+#include <QPalette>
 
 #include <optional>
 
-/** The panel's look: device-independent pixels, and the dark appearance's colours. Main thread
-    only. */
+/** The look of the panel, which is always dark, and of ordinary windows, which follow the desktop.
+    Device-independent pixels. Main thread only. */
 namespace corvid::style {
 
 inline constexpr int panelWidth = 660;
@@ -104,5 +105,14 @@ inline QColor blurredCard() {
 /** The desktop's accent colour, darkened where white text could not be read on it. */
 QColor accent();
 inline constexpr qreal selectionOpacity = 0.85;
+
+/** The colours of a window on a desktop whose programs have these ones: dark where the user wants
+    that and they are not, with the user's accent colour. */
+QPalette windowPalette(const QPalette &desktop);
+bool isDark(const QPalette &palette);
+/** A surface that stands out from the window's ground a little, and a line that parts things on it.
+ */
+QColor raised(const QPalette &palette);
+QColor hairline(const QPalette &palette);
 
 } // namespace corvid::style
