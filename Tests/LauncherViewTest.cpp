@@ -66,13 +66,15 @@ protected:
         event.setCommitString(committed);
         QApplication::sendEvent(field, &event);
     }
-    void click(int row) {
+    void mouse(QEvent::Type type, int row, Qt::MouseButton button = Qt::LeftButton) {
         const QPointF at = list->visualRect(list->model()->index(row, 0)).center();
-        for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-            QMouseEvent event(type, at, list->viewport()->mapToGlobal(at), Qt::LeftButton,
-                              Qt::LeftButton, Qt::NoModifier);
-            QApplication::sendEvent(list->viewport(), &event);
-        }
+        QMouseEvent event(type, at, list->viewport()->mapToGlobal(at), button, button,
+                          Qt::NoModifier);
+        QApplication::sendEvent(list->viewport(), &event);
+    }
+    void click(int row) {
+        mouse(QEvent::MouseButtonPress, row);
+        mouse(QEvent::MouseButtonRelease, row);
     }
     QStringList texts() const {
         QStringList result;
@@ -228,6 +230,25 @@ TEST_F(LauncherViewTest, aClickSubmitsThatRowThoughAnotherWasSelected) {
     click(2);
     EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenApp{makeApp(u"foo2"_s)}});
     EXPECT_EQ(world.model.selected(), 2);
+}
+
+TEST_F(LauncherViewTest, neitherADragNorAnotherButtonNorTheSecondClickSelectsOrSubmits) {
+    type(u"foo"_s);
+    mouse(QEvent::MouseMove, 3);
+    mouse(QEvent::MouseButtonPress, 2);
+    mouse(QEvent::MouseMove, 5);
+    mouse(QEvent::MouseButtonRelease, 5);
+    mouse(QEvent::MouseButtonPress, 2, Qt::RightButton);
+    mouse(QEvent::MouseButtonRelease, 2, Qt::RightButton);
+    EXPECT_TRUE(world.actions.empty());
+    EXPECT_EQ(world.model.selected(), 0);
+    EXPECT_EQ(list->selectionModel()->selectedIndexes(),
+              QModelIndexList{list->model()->index(0, 0)});
+    EXPECT_EQ(list->verticalScrollBar()->value(), 0);
+    click(2);
+    mouse(QEvent::MouseButtonDblClick, 2);
+    mouse(QEvent::MouseButtonRelease, 2);
+    EXPECT_EQ(world.actions.size(), 1U);
 }
 
 TEST_F(LauncherViewTest, theSelectionScrollsJustFarEnough) {

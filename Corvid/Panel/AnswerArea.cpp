@@ -140,7 +140,7 @@ void AnswerArea::setQuestion(const QString &question) {
     cursor.setBlockFormat(questionBlock);
     cursor.insertText(displayLine(question).simplified(), headline);
     QTextBlockFormat answerBlock;
-    answerBlock.setLineHeight(style::answerLineHeight, QTextBlockFormat::ProportionalHeight);
+    answerBlock.setLineHeight(125, QTextBlockFormat::ProportionalHeight);
     cursor.insertBlock(answerBlock, QTextCharFormat());
     // What the reader marks stays what it is, though the text grows behind it.
     QTextCursor marked(document());
