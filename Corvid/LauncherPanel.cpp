@@ -6,7 +6,6 @@
 #include "Panel/Style.h"
 #include "Platform/PanelSurface.h"
 
-#include <QApplication>
 #include <QBoxLayout>
 #include <QCloseEvent>
 #include <QCursor>
@@ -14,6 +13,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QWindow>
 #include <QtMath>
 
 #include <algorithm>
@@ -131,10 +131,8 @@ void LauncherPanel::changeEvent(QEvent *event) {
 }
 
 bool LauncherPanel::hasSheet() const {
-    const QWidget *window = QApplication::activeModalWidget();
-    while (window && window != this)
-        window = window->parentWidget();
-    return window;
+    const QWindow *sheet = QGuiApplication::modalWindow();
+    return sheet && windowHandle()->isAncestorOf(sheet);
 }
 
 } // namespace corvid

@@ -54,8 +54,7 @@ QString characterByPosition(const QKeyEvent &event) {
 // Control is held. Where the layout has no Latin letter or digit on the key, its position counts.
 KeyPress keyPressOf(const QKeyEvent &event) {
     KeyPress press;
-    press.command = event.modifiers().testFlag(Qt::ControlModifier) ||
-                    event.modifiers().testFlag(Qt::MetaModifier);
+    press.command = event.modifiers().testAnyFlags(Qt::ControlModifier | Qt::MetaModifier);
     press.shift = event.modifiers().testFlag(Qt::ShiftModifier);
     press.isReturn = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
     const int key = event.key();

@@ -12,10 +12,7 @@ namespace {
 
 constexpr qreal leastContrast = 3; // of text that is not small, to its ground
 
-Appearance &stored() {
-    static Appearance appearance;
-    return appearance;
-}
+constinit Appearance stored;
 
 qreal linear(qreal channel) {
     return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
@@ -66,11 +63,11 @@ QPalette darkPalette() {
 } // namespace
 
 const Appearance &appearance() {
-    return stored();
+    return stored;
 }
 
 void setAppearance(const Appearance &appearance) {
-    stored() = appearance;
+    stored = appearance;
 }
 
 QFont font() {
