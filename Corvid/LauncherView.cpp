@@ -227,8 +227,8 @@ void LauncherView::step(int lines) {
         viewModel_.moveSelection(lines);
 }
 
-// Sees every key press in the window before any widget does, and so those, too, that the search
-// field would not get. While an input method is composing it gets all keys.
+// Sees every key press in the window before any widget does. While an input method is composing all
+// keys are left to it.
 bool LauncherView::eventFilter(QObject *watched, QEvent *event) {
     if (event->type() != QEvent::KeyPress || !watched->isWidgetType() ||
         static_cast<QWidget *>(watched)->window() != window() || field_->isComposing())

@@ -142,7 +142,7 @@ void AnswerArea::setQuestion(const QString &question) {
     QTextBlockFormat answerBlock;
     answerBlock.setLineHeight(125, QTextBlockFormat::ProportionalHeight);
     cursor.insertBlock(answerBlock, QTextCharFormat());
-    // What the reader marks stays what it is, though the text grows behind it.
+    // A selection does not grow with the text behind it.
     QTextCursor marked(document());
     marked.setKeepPositionOnInsert(true);
     setTextCursor(marked);
