@@ -13,7 +13,7 @@
 #include "Program/Benchmark.h"
 #include "Program/StatusItem.h"
 #include "RoleCatalog.h"
-#include "Settings/SettingsWindow.h"
+#include "SettingsView.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -110,7 +110,7 @@ void AppDelegate::connectParts() {
         if (!delegate->viewModel_.query().isEmpty())
             delegate->viewModel_.refresh();
         if (delegate->settingsWindow_)
-            delegate->settingsWindow_->view().loadKey();
+            delegate->settingsWindow_->loadKey();
     };
 }
 
@@ -239,14 +239,14 @@ void AppDelegate::openLastProject() {
 
 void AppDelegate::openSettings() {
     if (!settingsWindow_) {
-        settingsWindow_ = std::make_unique<SettingsWindow>(
+        settingsWindow_ = std::make_unique<SettingsView>(
             SettingsView::Environment{.defaults = platform_.defaults,
                                       .projects = projects_,
                                       .hotKeys = platform_.hotKeys,
                                       .folderDialog = platform_.folderDialog,
                                       .keychain = keychain_,
-                                      .onHotkeyChanged = [this] { applyHotkey(); }},
-            platform_.panelSurface);
+                                      .panelSurface = platform_.panelSurface,
+                                      .onHotkeyChanged = [this] { applyHotkey(); }});
     }
     settingsWindow_->present();
 }

@@ -28,7 +28,7 @@ class Instance;
 class PanelSurface;
 class Pasteboard;
 class SecretStore;
-class SettingsWindow;
+class SettingsView;
 class StatusItem;
 class SystemLog;
 class TrayWatch;
@@ -108,7 +108,7 @@ public:
     LauncherViewModel &viewModel() { return viewModel_; }
     LauncherPanel *panel() { return panel_.get(); }
     /** Null until the settings were first opened. */
-    SettingsWindow *settingsWindow() { return settingsWindow_.get(); }
+    SettingsView *settingsWindow() { return settingsWindow_.get(); }
     /** Null in a process that only answers. */
     const StatusItem *statusItem() const { return statusItem_.get(); }
 
@@ -131,7 +131,7 @@ private:
     std::unique_ptr<LauncherPanel> panel_;
     std::unique_ptr<StatusItem> statusItem_;
     /** Made when they are first opened. */
-    std::unique_ptr<SettingsWindow> settingsWindow_;
+    std::unique_ptr<SettingsView> settingsWindow_;
     /** Absent until the panel was hidden for the first time. */
     std::optional<std::chrono::steady_clock::time_point> lastHideTime_;
     /** The panel stays when it loses the keyboard, until it is hidden. */

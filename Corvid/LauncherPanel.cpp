@@ -6,7 +6,6 @@
 #include "Panel/Style.h"
 #include "Platform/PanelSurface.h"
 
-#include <QApplication>
 #include <QBoxLayout>
 #include <QCloseEvent>
 #include <QCursor>
@@ -14,6 +13,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QWindow>
 #include <QtMath>
 
 #include <algorithm>
@@ -48,8 +48,8 @@ LauncherPanel::LauncherPanel(LauncherViewModel &viewModel, PanelSurface &surface
     whole->addWidget(view_);
 }
 
-// The window system is told of the hiding while there still is a panel to ask. Its owner, who is
-// going too, is not told that the keyboard goes with it.
+// Hides first, while the window that the surface withdraws still exists. The owner is being
+// destroyed, too, and must not be called.
 LauncherPanel::~LauncherPanel() {
     onResignKey = nullptr;
     setVisible(false);
@@ -66,7 +66,7 @@ QRect LauncherPanel::card() const {
 }
 
 void LauncherPanel::paintEvent(QPaintEvent *event) {
-    // Nothing of it shows between the card's rounded corners, where most of the changes are.
+    // The card covers it, but for the corners: most repaints need not draw it.
     const int corners = qCeil(2 * style::cardRadius);
     const QRect belowCorners = card().adjusted(0, corners, 0, -corners);
     if (shadowRoom_.isNull() || belowCorners.contains(event->rect()))
@@ -115,7 +115,7 @@ void LauncherPanel::applyStyle() {
     view_->applyStyle();
 }
 
-// Hiding is its owner's matter, who keeps count of it.
+// The owner hides the panel: it notes the time.
 void LauncherPanel::closeEvent(QCloseEvent *event) {
     event->ignore();
     if (onClose)
@@ -124,17 +124,15 @@ void LauncherPanel::closeEvent(QCloseEvent *event) {
 
 void LauncherPanel::changeEvent(QEvent *event) {
     QWidget::changeEvent(event);
-    // Word of a keyboard that was lost before the panel was shown anew may come late.
+    // The event may be late: the panel may have been shown again and have the keyboard.
     if (event->type() == QEvent::ActivationChange && !isActiveWindow() && isVisible() &&
         !hasSheet() && onResignKey && !surface_.hasKeyboard(*windowHandle()))
         onResignKey();
 }
 
 bool LauncherPanel::hasSheet() const {
-    const QWidget *window = QApplication::activeModalWidget();
-    while (window && window != this)
-        window = window->parentWidget();
-    return window;
+    const QWindow *sheet = QGuiApplication::modalWindow();
+    return sheet && windowHandle()->isAncestorOf(sheet);
 }
 
 } // namespace corvid

@@ -63,7 +63,7 @@ protected:
 private:
     bool hasSheet() const;
     void fitBackdrop();
-    /** Where in the window it is. */
+    /** The card's place in the window. */
     QRect card() const;
 
     PanelSurface &surface_;

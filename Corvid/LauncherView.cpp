@@ -34,20 +34,13 @@ QFrame *makeDivider() {
 QLabel *makeFooterLabel(const QString &text) {
     auto *label = new QLabel(text);
     label->setTextFormat(Qt::PlainText);
-    label->setFont(style::sized(QFont(), style::footerFontSize));
+    label->setFont(style::sized(QFont(), 11));
     return label;
 }
 
 QColor cardOver(PanelSurface::Behind behind) {
-    switch (behind) {
-    case PanelSurface::Behind::Desktop:
-        return style::card();
-    case PanelSurface::Behind::BlurredDesktop:
-        return style::blurredCard();
-    case PanelSurface::Behind::Nothing:
-        break;
-    }
-    return style::opaqueCard();
+    constexpr qreal opacities[]{1, 0.94, 0.82}; // by what it lets through
+    return style::faded({30, 31, 36}, opacities[static_cast<std::size_t>(behind)]);
 }
 
 // What the key at this position types on a US keyboard; empty unless that is a letter or a digit.
@@ -61,8 +54,7 @@ QString characterByPosition(const QKeyEvent &event) {
 // Control is held. Where the layout has no Latin letter or digit on the key, its position counts.
 KeyPress keyPressOf(const QKeyEvent &event) {
     KeyPress press;
-    press.command = event.modifiers().testFlag(Qt::ControlModifier) ||
-                    event.modifiers().testFlag(Qt::MetaModifier);
+    press.command = event.modifiers().testAnyFlags(Qt::ControlModifier | Qt::MetaModifier);
     press.shift = event.modifiers().testFlag(Qt::ShiftModifier);
     press.isReturn = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
     const int key = event.key();
@@ -119,7 +111,7 @@ QLayout *LauncherView::makeSearchBar() {
     auto *bar = new QHBoxLayout;
     bar->setContentsMargins(style::barPaddingX, style::searchPaddingY, style::barPaddingX,
                             style::searchPaddingY);
-    bar->setSpacing(style::searchSymbolGap);
+    bar->setSpacing(13);
     bar->addWidget(searchSymbol_);
     bar->addWidget(field_, 1);
     bar->addWidget(clear_);
@@ -147,8 +139,8 @@ void LauncherView::observe() {
     field_->onEsc = [this] { viewModel_.cancel(); };
     connect(answer_, &AnswerArea::copyRequested, this, &LauncherView::copyAnswer);
     connect(clear_, &Symbol::clicked, &viewModel_, &LauncherViewModel::reset);
-    connect(list_, &ResultList::rowClicked, &viewModel_, [this](int row) {
-        viewModel_.setSelected(row);
+    connect(list_, &ResultList::clicked, &viewModel_, [this](const QModelIndex &row) {
+        viewModel_.setSelected(row.row());
         viewModel_.submit();
     });
 
@@ -230,13 +222,13 @@ void LauncherView::showAnswer() {
 // Return a gamble.
 void LauncherView::step(int lines) {
     if (viewModel_.aiMode())
-        answer_->scrollLines(lines);
+        answer_->scrollBy(lines);
     else
         viewModel_.moveSelection(lines);
 }
 
-// Sees every key press in the window before any widget does, and so those, too, that the search
-// field would not get. While an input method is composing it gets all keys.
+// Sees every key press in the window before any widget does. While an input method is composing all
+// keys are left to it.
 bool LauncherView::eventFilter(QObject *watched, QEvent *event) {
     if (event->type() != QEvent::KeyPress || !watched->isWidgetType() ||
         static_cast<QWidget *>(watched)->window() != window() || field_->isComposing())
@@ -266,7 +258,7 @@ bool LauncherView::handleKey(const QKeyEvent &event) {
     case Qt::Key_PageUp:
     case Qt::Key_PageDown:
         if (answering)
-            answer_->scrollPages(event.key() == Qt::Key_PageUp ? -1 : 1);
+            answer_->scrollBy(0, event.key() == Qt::Key_PageUp ? -1 : 1);
         return answering;
     default:
         return false;
@@ -318,8 +310,8 @@ void LauncherView::paintEvent(QPaintEvent * /*event*/) {
     painter.drawPath(continuousRoundedRect(rect(), style::cardRadius));
 
     QLinearGradient outline(0, 0, 0, height());
-    outline.setColorAt(0, style::white(style::outlineTopOpacity));
-    outline.setColorAt(1, style::white(style::outlineBottomOpacity));
+    outline.setColorAt(0, style::white(0.22));
+    outline.setColorAt(1, style::white(0.04));
     painter.setPen(QPen(outline, 1));
     painter.setBrush(Qt::NoBrush);
     painter.drawPath(continuousRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5),

@@ -3,18 +3,25 @@
 #include "Base/Settings.h"
 #include "HotKeyManager.h"
 #include "KeychainHelper.h"
+#include "Panel/Style.h"
+#include "Platform/PanelSurface.h"
 #include "Platform/UserDefaults.h"
 #include "Settings/FolderSection.h"
 #include "Settings/FormWidgets.h"
 
+#include <QApplication>
 #include <QBoxLayout>
 #include <QCheckBox>
+#include <QCursor>
 #include <QGridLayout>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QPainter>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QWindow>
 
 #include <algorithm>
 #include <utility>
@@ -32,9 +39,15 @@ constexpr int fieldGap = 8;
 
 } // namespace
 
-SettingsView::SettingsView(Environment environment, QWidget *parent)
-    : QWidget(parent), environment_(std::move(environment)),
+SettingsView::SettingsView(Environment environment)
+    : QWidget(nullptr, Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                           Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
+      environment_(std::move(environment)),
       recorder_([this](const HotKey &hotKey) { keepHotKey(hotKey); }) {
+    setWindowTitle(u"Corvid Settings"_s);
+    setAttribute(Qt::WA_QuitOnClose, false);
+    setFixedSize(480, 420);
+    applyStyle();
     scrollArea_ = new QScrollArea;
     scrollArea_->setFrameShape(QFrame::NoFrame);
     scrollArea_->setFocusPolicy(Qt::NoFocus);
@@ -62,9 +75,8 @@ SettingsView::SettingsView(Environment environment, QWidget *parent)
 
     auto *whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
-    whole->setSpacing(0);
+    whole->setSpacing(1); // for the line between them
     whole->addWidget(scrollArea_, 1);
-    whole->addWidget(makeHairline());
     whole->addLayout(saveBar);
 
     environment_.hotKeys.onObtainedChange = [this] { showHotkeyHint(); };
@@ -73,6 +85,31 @@ SettingsView::SettingsView(Environment environment, QWidget *parent)
 
 SettingsView::~SettingsView() {
     environment_.hotKeys.onObtainedChange = nullptr;
+}
+
+void SettingsView::present() {
+    if (!centred_) {
+        const QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
+        if (!screen)
+            screen = QGuiApplication::primaryScreen();
+        if (screen) {
+            QRect frame(QPoint(), size());
+            frame.moveCenter(environment_.panelSurface.visibleFrame(*screen).center());
+            move(frame.topLeft());
+        }
+        centred_ = true;
+    }
+    winId(); // makes the window if need be
+    environment_.panelSurface.claimKeyboard(*windowHandle());
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
+    raise();
+    activateWindow();
+}
+
+void SettingsView::applyStyle() {
+    setPalette(style::windowPalette(QApplication::palette()));
+    setFont(style::font());
 }
 
 QWidget *SettingsView::makeForm() {
@@ -180,7 +217,7 @@ void SettingsView::save() {
         environment_.keychain.save(settings::aiKeyAccount, apiKey_->text());
     folders_->save();
     saved_ = true;
-    window()->close();
+    close();
 }
 
 void SettingsView::startRecording() {
@@ -240,6 +277,10 @@ void SettingsView::hideEvent(QHideEvent *event) {
     QWidget::hideEvent(event);
     if (!event->spontaneous())
         environment_.hotKeys.resume();
+}
+
+void SettingsView::paintEvent(QPaintEvent * /*event*/) {
+    QPainter(this).fillRect(0, scrollArea_->height(), width(), 1, style::hairline(palette()));
 }
 
 void SettingsView::keyPressEvent(QKeyEvent *event) {

@@ -19,13 +19,15 @@ class FolderDialog;
 class FolderSection;
 class HotKeyManager;
 class KeychainHelper;
+class PanelSurface;
 class ProjectIndex;
 class UserDefaults;
 
 /**
- * The settings form: hot key, AI endpoint, project folders. It shows what is stored each time it is
- * shown. A new hot key and changes to the folders are stored at once, the rest by "Save". Main
- * thread only. No failure to store is shown.
+ * The settings' window, of fixed size, in the desktop's colours and font, with a form: hot key, AI
+ * endpoint, project folders. It shows what is stored each time it is shown. A new hot key and
+ * changes to the folders are stored at once, the rest by "Save". No failure to store is shown.
+ * Closing hides the window. Main thread only.
  */
 class SettingsView final : public QWidget {
     Q_OBJECT
@@ -38,12 +40,19 @@ public:
         HotKeyManager &hotKeys;
         FolderDialog &folderDialog;
         KeychainHelper &keychain;
+        PanelSurface &panelSurface;
         /** Called after a new hot key has been stored. May be empty. */
         std::function<void()> onHotkeyChanged = {};
     };
 
-    explicit SettingsView(Environment environment, QWidget *parent = nullptr);
+    explicit SettingsView(Environment environment);
     ~SettingsView() override;
+
+    /** Shows the window in front of others and gives it the keyboard, on the middle of the screen
+        under the pointer when it is shown for the first time. */
+    void present();
+    /** Takes over changed colours and fonts. */
+    void applyStyle();
 
     /** Shows what is stored, in place of all that was entered. Runs whenever the form is shown. A
         stored hot key that is no pair of 32-bit numbers is fatal. */
@@ -66,6 +75,7 @@ public:
 protected:
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
@@ -79,6 +89,7 @@ private:
     Environment environment_;
     HotKeyRecorder recorder_;
     bool saved_ = false;
+    bool centred_ = false;
 
     QScrollArea *scrollArea_ = nullptr;
     QLabel *hotkeyText_ = nullptr;

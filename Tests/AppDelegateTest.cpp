@@ -14,8 +14,7 @@
 #include "Panel/SearchField.h"
 #include "Panel/Style.h"
 #include "Program/StatusItem.h"
-#include "Settings/SettingsWindow.h"
-#include "Settings/WindowStyle.h"
+#include "SettingsView.h"
 #include "Worlds/Wait.h"
 
 #include <QApplication>
@@ -134,7 +133,7 @@ TEST_F(AppDelegateTest, aKeyThatArrivesWhileTheSettingsAreShownIsInTheirField) {
     secrets.onChange();
     EXPECT_EQ((*key)->text(), u"secret");
     (*key)->setText(u"other"_s);
-    delegate.settingsWindow()->view().save();
+    delegate.settingsWindow()->save();
     EXPECT_EQ(secrets.get(u"ai-api-key"_s), u"other");
 }
 
@@ -415,7 +414,7 @@ TEST_F(AppDelegateTest, theSettingsHaveOneWindowThatIsMadeWhenItIsFirstOpened) {
     launch();
     EXPECT_EQ(delegate.settingsWindow(), nullptr);
     delegate.performAction(OpenSettings{});
-    SettingsWindow *window = delegate.settingsWindow();
+    SettingsView *window = delegate.settingsWindow();
     ASSERT_TRUE(settingsAreShown());
     delegate.openSettings();
     EXPECT_EQ(delegate.settingsWindow(), window);
@@ -429,7 +428,7 @@ TEST_F(AppDelegateTest, theSettingsHaveOneWindowThatIsMadeWhenItIsFirstOpened) {
 
 TEST_F(AppDelegateTest, theSettingsWindowIsTitledClosableCentredAndOfFixedSize) {
     launch({"--settings"});
-    const SettingsWindow &window = *delegate.settingsWindow();
+    const SettingsView &window = *delegate.settingsWindow();
     EXPECT_EQ(window.windowTitle(), u"Corvid Settings");
     EXPECT_EQ(window.size(), QSize(480, 420));
     EXPECT_EQ(window.minimumSize(), window.maximumSize());
@@ -450,7 +449,7 @@ TEST_F(AppDelegateTest, aSettingsWindowThatTheUserMovedStaysThere) {
 
 TEST_F(AppDelegateTest, aNewHotKeyInTheSettingsWorksAtOnceAndThePresentOneRestsMeanwhile) {
     launch({"--settings"});
-    delegate.settingsWindow()->view().startRecording();
+    delegate.settingsWindow()->startRecording();
     EXPECT_EQ(hotKeyBackend.grabbed, std::nullopt);
     QKeyEvent press(QEvent::KeyPress, Qt::Key_K, Qt::MetaModifier, 45, 'k', 0);
     QCoreApplication::sendEvent(delegate.settingsWindow(), &press);
@@ -462,7 +461,7 @@ TEST_F(AppDelegateTest, aNewHotKeyInTheSettingsWorksAtOnceAndThePresentOneRestsM
 
 TEST_F(AppDelegateTest, aCancelledRecordingBringsTheHotKeyBack) {
     launch({"--settings"});
-    SettingsView &view = delegate.settingsWindow()->view();
+    SettingsView &view = *delegate.settingsWindow();
     view.startRecording();
     view.stopRecording();
     EXPECT_EQ(hotKeyBackend.grabbed, (HotKey{49, 0x800}));
@@ -472,14 +471,14 @@ TEST_F(AppDelegateTest, aCancelledRecordingBringsTheHotKeyBack) {
 
 TEST_F(AppDelegateTest, theSettingsWindowFollowsTheDesktopsColoursAndFont) {
     launch({"--settings"});
-    const SettingsWindow &window = *delegate.settingsWindow();
+    const SettingsView &window = *delegate.settingsWindow();
     EXPECT_FALSE(style::isDark(window.palette()));
     appearance.appearance.colorScheme = ColorScheme::Dark;
     appearance.appearance.fontFamily = u"DejaVu Serif"_s;
     appearance.onChange();
     EXPECT_TRUE(style::isDark(window.palette()));
-    EXPECT_TRUE(style::isDark(delegate.settingsWindow()->view().palette()));
-    EXPECT_EQ(delegate.settingsWindow()->view().font().family(), u"DejaVu Serif");
+    EXPECT_TRUE(style::isDark(window.findChild<QLineEdit *>()->palette()));
+    EXPECT_EQ(window.findChild<QLineEdit *>()->font().family(), u"DejaVu Serif");
     appearance.appearance = {};
     appearance.onChange();
     EXPECT_FALSE(style::isDark(window.palette()));

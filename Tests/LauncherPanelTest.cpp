@@ -67,9 +67,9 @@ TEST_F(LauncherPanelTest, lateWordOfAKeyboardThatItHasAgainIsNot) {
 
 TEST_F(LauncherPanelTest, itsCardSuitsWhatIsBehindItAtEachShow) {
     const std::pair<PanelSurface::Behind, int> rows[]{
-        {PanelSurface::Behind::Nothing, style::opaqueCard().alpha()},
-        {PanelSurface::Behind::Desktop, style::card().alpha()},
-        {PanelSurface::Behind::BlurredDesktop, style::blurredCard().alpha()},
+        {PanelSurface::Behind::Nothing, 255},
+        {PanelSurface::Behind::Desktop, 240},
+        {PanelSurface::Behind::BlurredDesktop, 209},
     };
     for (const auto &[behind, alpha] : rows) {
         panel.hide();

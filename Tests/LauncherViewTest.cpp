@@ -4,7 +4,6 @@
 
 #include "Fakes/LauncherWorld.h"
 #include "Panel/AnswerArea.h"
-#include "Panel/ProgressIndicator.h"
 #include "Panel/ResultList.h"
 #include "Panel/SearchField.h"
 #include "Panel/Style.h"
@@ -67,13 +66,15 @@ protected:
         event.setCommitString(committed);
         QApplication::sendEvent(field, &event);
     }
-    void click(int row) {
+    void mouse(QEvent::Type type, int row, Qt::MouseButton button = Qt::LeftButton) {
         const QPointF at = list->visualRect(list->model()->index(row, 0)).center();
-        for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-            QMouseEvent event(type, at, list->viewport()->mapToGlobal(at), Qt::LeftButton,
-                              Qt::LeftButton, Qt::NoModifier);
-            QApplication::sendEvent(list->viewport(), &event);
-        }
+        QMouseEvent event(type, at, list->viewport()->mapToGlobal(at), button, button,
+                          Qt::NoModifier);
+        QApplication::sendEvent(list->viewport(), &event);
+    }
+    void click(int row) {
+        mouse(QEvent::MouseButtonPress, row);
+        mouse(QEvent::MouseButtonRelease, row);
     }
     QStringList texts() const {
         QStringList result;
@@ -81,14 +82,15 @@ protected:
             result.append(label->text());
         return result;
     }
-    Symbol *symbolNamed(const QString &name) const {
-        for (Symbol *symbol : view.findChildren<Symbol *>()) {
-            if (symbol->accessibleName() == name)
-                return symbol;
+    template <typename T>
+    T *named(const QString &name) const {
+        for (T *widget : view.findChildren<T *>()) {
+            if (widget->accessibleName() == name)
+                return widget;
         }
         return nullptr;
     }
-    Symbol *clearButton() const { return symbolNamed(u"Clear"_s); }
+    Symbol *clearButton() const { return named<Symbol>(u"Clear"_s); }
 
     LauncherWorld world{manyApps(), {}};
     LauncherView view{world.model};
@@ -228,6 +230,25 @@ TEST_F(LauncherViewTest, aClickSubmitsThatRowThoughAnotherWasSelected) {
     click(2);
     EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenApp{makeApp(u"foo2"_s)}});
     EXPECT_EQ(world.model.selected(), 2);
+}
+
+TEST_F(LauncherViewTest, neitherADragNorAnotherButtonNorTheSecondClickSelectsOrSubmits) {
+    type(u"foo"_s);
+    mouse(QEvent::MouseMove, 3);
+    mouse(QEvent::MouseButtonPress, 2);
+    mouse(QEvent::MouseMove, 5);
+    mouse(QEvent::MouseButtonRelease, 5);
+    mouse(QEvent::MouseButtonPress, 2, Qt::RightButton);
+    mouse(QEvent::MouseButtonRelease, 2, Qt::RightButton);
+    EXPECT_TRUE(world.actions.empty());
+    EXPECT_EQ(world.model.selected(), 0);
+    EXPECT_EQ(list->selectionModel()->selectedIndexes(),
+              QModelIndexList{list->model()->index(0, 0)});
+    EXPECT_EQ(list->verticalScrollBar()->value(), 0);
+    click(2);
+    mouse(QEvent::MouseButtonDblClick, 2);
+    mouse(QEvent::MouseButtonRelease, 2);
+    EXPECT_EQ(world.actions.size(), 1U);
 }
 
 TEST_F(LauncherViewTest, theSelectionScrollsJustFarEnough) {
@@ -375,7 +396,8 @@ TEST_F(LauncherViewTest, theAnswerShowsTheQuestionAndWhatHasCome) {
 
 TEST_F(LauncherViewTest, theProgressIndicatorShowsUntilTheFirstWords) {
     world.model.setAiMode(true);
-    auto *progress = view.findChild<ProgressIndicator *>();
+    const auto *progress = named<QWidget>(u"Waiting for the answer"_s);
+    ASSERT_TRUE(progress);
     EXPECT_FALSE(progress->isVisible());
     world.model.setAiBusy(true);
     EXPECT_TRUE(progress->isVisible());
@@ -401,7 +423,7 @@ TEST_F(LauncherViewTest, controlCCopiesTheAnswerOrWhatIsMarkedOfIt) {
 }
 
 TEST_F(LauncherViewTest, theCopyControlIsThereOnceThereIsAnAnswerAndCopiesIt) {
-    Symbol *copy = symbolNamed(u"Copy the answer"_s);
+    Symbol *copy = named<Symbol>(u"Copy the answer"_s);
     ASSERT_TRUE(copy);
     world.model.setAiMode(true);
     EXPECT_FALSE(copy->isVisible());

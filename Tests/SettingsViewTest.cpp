@@ -9,8 +9,6 @@
 #include "HotKeyManager.h"
 #include "Panel/Style.h"
 #include "Settings/FormWidgets.h"
-#include "Settings/SettingsWindow.h"
-#include "Settings/WindowStyle.h"
 #include "Worlds/QtPrinters.h"
 #include "Worlds/Wait.h"
 
@@ -49,11 +47,10 @@ protected:
                                                  .hotKeys = hotKeys,
                                                  .folderDialog = folderDialog,
                                                  .keychain = world.keychain,
-                                                 .onHotkeyChanged = [this] { ++hotkeyChanges; }},
-                       surface);
+                                                 .panelSurface = surface,
+                                                 .onHotkeyChanged = [this] { ++hotkeyChanges; }});
         window->present();
     }
-    SettingsView &view() { return window->view(); }
 
     static QString shown(QString text) { return text.remove(u'&').remove(QChar(0x2060)); }
     template <typename T>
@@ -131,7 +128,7 @@ protected:
     FakeFolderDialog folderDialog;
     FakePanelSurface surface;
     int hotkeyChanges = 0;
-    std::optional<SettingsWindow> window;
+    std::optional<SettingsView> window;
 };
 
 using SettingsViewDeathTest = SettingsViewTest;
@@ -228,7 +225,7 @@ TEST_F(SettingsViewTest, everyControlHasANameForThoseWhoDoNotSeeIt) {
     EXPECT_EQ(nameOf(field(u"API key (stored in Keychain)"_s)), u"API key (stored in Keychain)");
     EXPECT_EQ(nameOf(enable()), u"Enable AI features (`ai` prefix)");
     EXPECT_EQ(nameOf(remove(u"/two"_s)), u"Remove /two");
-    view().startRecording();
+    window->startRecording();
     press(&*window, KEY_K, Qt::Key_K, Qt::MetaModifier);
     EXPECT_EQ(nameOf(hotkeyText()), u"⌘ K");
 }
@@ -363,11 +360,11 @@ TEST_F(SettingsViewTest, aKeyThatTheStoreTellsLateIsShownUnlessOneIsBeingEntered
     show();
     QLineEdit *key = field(u"API key (stored in Keychain)"_s);
     storeKey(u"late"_s);
-    view().loadKey();
+    window->loadKey();
     EXPECT_EQ(key->text(), u"late");
     press(key, KEY_A, Qt::Key_A, {}, u"a"_s);
     storeKey(u"later"_s);
-    view().loadKey();
+    window->loadKey();
     EXPECT_TRUE(key->text().contains(u'a') && !key->text().contains(u"later"_s));
 }
 
@@ -391,11 +388,11 @@ TEST_F(SettingsViewDeathTest, aStoredHotKeyOutOfRangeIsFatal) {
     for (const auto &[keyCode, modifiers] : pairs) {
         defaults.set(u"hotkeyKeyCode"_s, keyCode);
         defaults.set(u"hotkeyModifiers"_s, modifiers);
-        EXPECT_DEATH(view().load(), "must be from 0 to 4294967295");
+        EXPECT_DEATH(window->load(), "must be from 0 to 4294967295");
     }
     defaults.set(u"hotkeyKeyCode"_s, 0);
     defaults.set(u"hotkeyModifiers"_s, -1);
-    view().load();
+    window->load();
     EXPECT_EQ(hotkeyText()->text(), QString()) << "not looked at without a key code";
 }
 
@@ -404,23 +401,23 @@ TEST_F(SettingsViewDeathTest, aStoredHotKeyOutOfRangeIsFatal) {
 TEST_F(SettingsViewTest, theButtonStartsAndStopsRecording) {
     show();
     button(u"Change"_s)->click();
-    EXPECT_TRUE(view().recording());
+    EXPECT_TRUE(window->recording());
     ASSERT_TRUE(button(u"Press a key combo..."_s));
     EXPECT_FALSE(button(u"Change"_s));
     button(u"Press a key combo..."_s)->click();
-    EXPECT_FALSE(view().recording());
+    EXPECT_FALSE(window->recording());
     EXPECT_TRUE(button(u"Change"_s));
     EXPECT_EQ(hotkeyChanges, 0);
 }
 
 TEST_F(SettingsViewTest, aCombinationIsStoredShownAndRegisteredAtOnce) {
     show();
-    view().startRecording();
+    window->startRecording();
     press(field(u"Model"_s), KEY_K, Qt::Key_K, Qt::MetaModifier, u"k"_s);
     EXPECT_EQ(defaults.value(u"hotkeyKeyCode"_s), QJsonValue(40));
     EXPECT_EQ(defaults.value(u"hotkeyModifiers"_s), QJsonValue(0x100));
     EXPECT_EQ(hotkeyText()->text(), u"⌘ K");
-    EXPECT_FALSE(view().recording());
+    EXPECT_FALSE(window->recording());
     EXPECT_TRUE(button(u"Change"_s));
     EXPECT_EQ(hotkeyChanges, 1);
     EXPECT_EQ(field(u"Model"_s)->text(), u"gpt-4o-mini") << "swallowed";
@@ -428,18 +425,18 @@ TEST_F(SettingsViewTest, aCombinationIsStoredShownAndRegisteredAtOnce) {
 
 TEST_F(SettingsViewTest, aPlainLetterReachesTheFormAndRecordingGoesOn) {
     show();
-    view().startRecording();
+    window->startRecording();
     field(u"Model"_s)->selectAll();
     press(field(u"Model"_s), KEY_K, Qt::Key_K, {}, u"k"_s);
     EXPECT_EQ(field(u"Model"_s)->text(), u"k");
-    EXPECT_TRUE(view().recording());
+    EXPECT_TRUE(window->recording());
     EXPECT_TRUE(defaults.value(u"hotkeyKeyCode"_s).isUndefined());
     EXPECT_EQ(hotkeyChanges, 0);
 }
 
 TEST_F(SettingsViewTest, keyCode0IsStoredAndMeansNoHotKey) {
     show();
-    view().startRecording();
+    window->startRecording();
     press(&*window, KEY_A, Qt::Key_A, Qt::AltModifier);
     EXPECT_EQ(defaults.value(u"hotkeyKeyCode"_s), QJsonValue(0));
     EXPECT_EQ(hotkeyText()->text(), u"⌥ A");
@@ -451,7 +448,7 @@ TEST_F(SettingsViewTest, keyCode0IsStoredAndMeansNoHotKey) {
 
 TEST_F(SettingsViewTest, anArrowAloneIsACombination) {
     show();
-    view().startRecording();
+    window->startRecording();
     press(field(u"Model"_s), KEY_LEFT, Qt::Key_Left);
     EXPECT_EQ(hotkeyText()->text(), u" ←");
     EXPECT_EQ(defaults.value(u"hotkeyKeyCode"_s), QJsonValue(123));
@@ -460,31 +457,31 @@ TEST_F(SettingsViewTest, anArrowAloneIsACombination) {
 
 TEST_F(SettingsViewTest, whileRecordingTheHotKeyRestsAndComesBackWhenItIsCancelled) {
     show();
-    view().startRecording();
+    window->startRecording();
     EXPECT_EQ(backend.grabbed, std::nullopt);
-    view().stopRecording();
+    window->stopRecording();
     EXPECT_EQ(backend.grabbed, (HotKey{49, 0x800}));
 }
 
 TEST_F(SettingsViewTest, recordingOutlivesTheWindowButTheHotKeyWorksThen) {
     show();
-    view().startRecording();
+    window->startRecording();
     window->close();
-    EXPECT_TRUE(view().recording());
+    EXPECT_TRUE(window->recording());
     EXPECT_EQ(backend.grabbed, (HotKey{49, 0x800}));
     window->present();
     EXPECT_EQ(backend.grabbed, std::nullopt);
     window->close();
     QWidget other;
     press(&other, KEY_J, Qt::Key_J, Qt::ControlModifier);
-    EXPECT_FALSE(view().recording());
+    EXPECT_FALSE(window->recording());
     EXPECT_EQ(defaults.value(u"hotkeyKeyCode"_s), QJsonValue(38));
     EXPECT_EQ(defaults.value(u"hotkeyModifiers"_s), QJsonValue(0x1000));
 }
 
 TEST_F(SettingsViewTest, aFormThatIsDestroyedWhileRecordingLeavesKeysAlone) {
     show();
-    view().startRecording();
+    window->startRecording();
     window.reset();
     QLineEdit other;
     press(&other, KEY_LEFT, Qt::Key_Left, Qt::MetaModifier);
@@ -506,7 +503,7 @@ TEST_F(SettingsViewTest, aHotKeyThatCannotBeHadIsSaidWithTheOtherWay) {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
     window->present();
     EXPECT_TRUE(hints());
-    view().startRecording();
+    window->startRecording();
     EXPECT_FALSE(hints()) << "about to be another";
 }
 
@@ -632,14 +629,14 @@ TEST_F(SettingsViewTest, saveStoresEverythingAsEnteredScansAnewAndClosesTheWindo
     field(u"Model"_s)->setText(u""_s);
     enable()->setChecked(false);
     field(u"API key (stored in Keychain)"_s)->setText(u" sk "_s);
-    EXPECT_FALSE(view().saved());
+    EXPECT_FALSE(window->saved());
     button(u"Save"_s)->click();
     EXPECT_EQ(defaults.value(u"aiBaseURL"_s), QJsonValue(u" http://host/v1/ "_s));
     EXPECT_EQ(defaults.value(u"aiModel"_s), QJsonValue(u""_s));
     EXPECT_EQ(defaults.value(u"aiEnabled"_s), QJsonValue(false));
     EXPECT_EQ(storedKey(), u" sk ");
     EXPECT_EQ(storedRoots(), QJsonValue(QJsonArray{u"/one"_s, u"/two"_s}));
-    EXPECT_TRUE(view().saved());
+    EXPECT_TRUE(window->saved());
     EXPECT_TRUE(scanned());
     EXPECT_FALSE(window->isVisible());
 }
@@ -651,7 +648,7 @@ TEST_F(SettingsViewTest, savingStoresTheAISettingsAlsoUnchangedAndScansEachTime)
         button(u"Save"_s)->click();
         EXPECT_TRUE(scanned());
         window->present();
-        EXPECT_TRUE(view().saved()) << "for good";
+        EXPECT_TRUE(window->saved()) << "for good";
     }
     EXPECT_EQ(defaults.value(u"aiBaseURL"_s), QJsonValue(u"https://api.openai.com/v1"_s));
     EXPECT_EQ(defaults.value(u"aiModel"_s), QJsonValue(u"gpt-4o-mini"_s));
@@ -664,7 +661,7 @@ TEST_F(SettingsViewTest, anEmptyKeyLeavesTheStoredOne) {
     field(u"API key (stored in Keychain)"_s)->clear();
     button(u"Save"_s)->click();
     EXPECT_EQ(storedKey(), u"sk");
-    EXPECT_TRUE(view().saved());
+    EXPECT_TRUE(window->saved());
 }
 
 TEST_F(SettingsViewTest, theKeyNeverGetsIntoTheDefaults) {
@@ -688,7 +685,7 @@ TEST_F(SettingsViewTest, returnSavesWhereverTheKeyboardIs) {
         EXPECT_FALSE(window->isVisible());
         window->present();
     }
-    EXPECT_FALSE(view().recording());
+    EXPECT_FALSE(window->recording());
     EXPECT_EQ(rows(), (QStringList{u"/one"_s, u"/two"_s}));
 }
 
@@ -697,7 +694,7 @@ TEST_F(SettingsViewTest, closingWithoutSaveStoresNothing) {
     field(u"Model"_s)->setText(u"entered"_s);
     window->close();
     EXPECT_TRUE(defaults.value(u"aiModel"_s).isUndefined());
-    EXPECT_FALSE(view().saved());
+    EXPECT_FALSE(window->saved());
 }
 
 // --- Colours

@@ -1,13 +1,14 @@
 #include "Panel/AnswerArea.h"
 
 #include "Base/Text.h"
-#include "Panel/ProgressIndicator.h"
 #include "Panel/Style.h"
 #include "Panel/Symbol.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QBasicTimer>
 #include <QContextMenuEvent>
 #include <QMimeData>
+#include <QPainter>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -30,6 +31,55 @@ constexpr auto copiedFor = 1200ms;
 constexpr int longestBlock = 1000;
 enum BlockState { EndOfParagraph = -1, Continued = 1 };
 
+/** A small turning wheel. Costs nothing while it is hidden; stands still where the desktop wants no
+    motion. */
+class ProgressIndicator final : public QWidget {
+public:
+    explicit ProgressIndicator(QWidget *parent) : QWidget(parent) {
+        setFixedSize(18, 18);
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        setAccessibleName(u"Waiting for the answer"_s);
+        hide();
+    }
+
+protected:
+    void showEvent(QShowEvent * /*event*/) override {
+        constexpr int stepMilliseconds = 100;
+        if (style::appearance().motion)
+            timer_.start(stepMilliseconds, this);
+    }
+
+    void hideEvent(QHideEvent * /*event*/) override { timer_.stop(); }
+
+    void timerEvent(QTimerEvent * /*event*/) override {
+        step_ = (step_ + 1) % spokes;
+        update();
+    }
+
+    void paintEvent(QPaintEvent * /*event*/) override {
+        constexpr qreal faintest = 0.15;
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.translate(rect().toRectF().center());
+        painter.rotate(360.0 * step_ / spokes); // to the brightest spoke, then back in time
+        const qreal outer = width() / 2.0 - 1;
+        for (int age = 0; age < spokes; ++age) {
+            const qreal opacity =
+                faintest + (style::primary().alphaF() - faintest) * (spokes - age) / spokes;
+            painter.setPen(
+                QPen(style::faded(style::primary(), opacity), 1.8, Qt::SolidLine, Qt::RoundCap));
+            painter.drawLine(QPointF(0, -outer), QPointF(0, -outer / 2));
+            painter.rotate(-360.0 / spokes);
+        }
+    }
+
+private:
+    static constexpr int spokes = 8;
+
+    QBasicTimer timer_;
+    int step_ = 0;
+};
+
 } // namespace
 
 AnswerArea::AnswerArea(std::function<const QString &()> answer, QWidget *parent)
@@ -46,7 +96,6 @@ AnswerArea::AnswerArea(std::function<const QString &()> answer, QWidget *parent)
     viewport()->setAutoFillBackground(false);
     setFont(style::sized(QFont(), style::answerFontSize));
     setAccessibleName(u"Answer"_s);
-    progress_->hide();
 
     copy_->setAccessibleName(u"Copy the answer"_s);
     copy_->setToolTip(u"Copy the answer (Control+C)"_s);
@@ -68,8 +117,6 @@ AnswerArea::AnswerArea(std::function<const QString &()> answer, QWidget *parent)
 
 void AnswerArea::setQuestion(const QString &question) {
     nextFrame_.stop();
-    // The first words of an answer wait for no frame.
-    sinceShown_.invalidate();
     shown_.clear();
     followsEnd_ = false;
     clear();
@@ -77,7 +124,11 @@ void AnswerArea::setQuestion(const QString &question) {
     QTextFrameFormat page = document()->rootFrame()->frameFormat();
     page.setMargin(style::answerPadding);
     // The copy control has a column of its own, so that it never covers text.
-    page.setRightMargin(style::answerPadding + style::copySymbolSize + style::answerSpacing);
+    constexpr int column = style::answerPadding + style::copySymbolSize + style::answerSpacing;
+    if (isRightToLeft())
+        page.setLeftMargin(column);
+    else
+        page.setRightMargin(column);
     document()->setDocumentMargin(0);
     document()->rootFrame()->setFrameFormat(page);
 
@@ -89,9 +140,9 @@ void AnswerArea::setQuestion(const QString &question) {
     cursor.setBlockFormat(questionBlock);
     cursor.insertText(displayLine(question).simplified(), headline);
     QTextBlockFormat answerBlock;
-    answerBlock.setLineHeight(style::answerLineHeight, QTextBlockFormat::ProportionalHeight);
+    answerBlock.setLineHeight(125, QTextBlockFormat::ProportionalHeight);
     cursor.insertBlock(answerBlock, QTextCharFormat());
-    // What the reader marks stays what it is, though the text grows behind it.
+    // A selection does not grow with the text behind it.
     QTextCursor marked(document());
     marked.setKeepPositionOnInsert(true);
     setTextCursor(marked);
@@ -100,12 +151,8 @@ void AnswerArea::setQuestion(const QString &question) {
 }
 
 void AnswerArea::answerChanged() {
-    if (nextFrame_.isActive())
-        return;
-    if (!sinceShown_.isValid() || sinceShown_.elapsed() >= frame.count())
+    if (!nextFrame_.isActive())
         showAnswer();
-    else
-        nextFrame_.start(frame);
 }
 
 void AnswerArea::setBusy(bool busy) {
@@ -124,7 +171,7 @@ void AnswerArea::showAnswer() {
     append(added);
     // A copy of its own: a shared one would be copied as a whole when the answer next grows.
     shown_ += added;
-    sinceShown_.start();
+    nextFrame_.start(frame);
     if (first)
         placeControls();
 }
@@ -172,16 +219,13 @@ void AnswerArea::settleLongBlock() {
 void AnswerArea::placeControls() {
     const QTextBlock answer = document()->firstBlock().next();
     const bool waiting = busy_ && shown_.isEmpty();
-    if (waiting && answer.isValid()) {
-        const QRectF at = document()->documentLayout()->blockBoundingRect(answer);
-        progress_->move(style::answerPadding, qRound(at.top()));
-    }
+    if (waiting && answer.isValid())
+        progress_->move(
+            document()->documentLayout()->blockBoundingRect(answer).topLeft().toPoint());
     progress_->setVisible(waiting);
     copy_->setVisible(!shown_.isEmpty());
-    const int x = layoutDirection() == Qt::RightToLeft
-                      ? style::answerPadding
-                      : width() - style::answerPadding - copy_->width();
-    copy_->move(x, style::answerPadding);
+    const int x = width() - style::answerPadding - copy_->width();
+    copy_->move(isRightToLeft() ? style::answerPadding : x, style::answerPadding);
 }
 
 void AnswerArea::confirmCopy() {
@@ -189,14 +233,11 @@ void AnswerArea::confirmCopy() {
     copiedFor_.start(copiedFor);
 }
 
-void AnswerArea::scrollLines(int lines) {
-    verticalScrollBar()->setValue(verticalScrollBar()->value() + lines * style::answerScrollStep);
-}
-
-void AnswerArea::scrollPages(int pages) {
+void AnswerArea::scrollBy(int lines, int pages) {
+    constexpr int line = 40;
     // A line of the old page stays in sight, to read on from.
-    const int page = viewport()->height() - style::answerScrollStep;
-    verticalScrollBar()->setValue(verticalScrollBar()->value() + pages * page);
+    const int page = viewport()->height() - line;
+    verticalScrollBar()->setValue(verticalScrollBar()->value() + lines * line + pages * page);
 }
 
 QString AnswerArea::markedText() const {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QElapsedTimer>
 #include <QTextEdit>
 #include <QTimer>
 
@@ -8,7 +7,6 @@
 
 namespace corvid {
 
-class ProgressIndicator;
 class Symbol;
 
 /**
@@ -31,9 +29,8 @@ public:
     /** Whether an answer is awaited, which shows as long as there is none. */
     void setBusy(bool busy);
 
-    /** Scrolls by lines or pages; negative goes up. */
-    void scrollLines(int lines);
-    void scrollPages(int pages);
+    /** Scrolls by lines and pages; negative goes up. */
+    void scrollBy(int lines, int pages = 0);
 
     /** The text that the reader has marked, as it reads; empty when nothing is marked. */
     QString markedText() const;
@@ -60,10 +57,9 @@ private:
     QString shown_; ///< what of it the document holds
     bool busy_ = false;
     bool followsEnd_ = false; ///< the end was in sight when the answer last grew
-    QElapsedTimer sinceShown_;
-    QTimer nextFrame_;
+    QTimer nextFrame_;        ///< runs for a frame after the answer was shown
     QTimer copiedFor_;
-    ProgressIndicator *progress_;
+    QWidget *progress_;
     Symbol *copy_;
 };
 

@@ -20,33 +20,29 @@ struct Layer {
 constexpr Layer layers[]{{24, 60, 0.45, 4}, {2, 8, 0.30, 1}};
 
 // Three boxes in a row are as good as a bell curve.
-void blurLine(uchar *line, int count, int stride, int radius, std::vector<uchar> &copy) {
+void blurLine(uchar *line, int count, int stride, int radius) {
+    std::vector<int> sums(static_cast<std::size_t>(count) + 1); // of all pixels before each
+    const auto sumBefore = [&](int i) {
+        return sums[static_cast<std::size_t>(std::clamp(i, 0, count))];
+    };
     const int width = 2 * radius + 1;
     for (int pass = 0; pass < 3; ++pass) {
         for (int i = 0; i < count; ++i)
-            copy[static_cast<std::size_t>(i)] = line[i * stride];
-        int sum = 0;
-        const auto at = [&](int i) {
-            return i < 0 || i >= count ? 0 : int{copy[static_cast<std::size_t>(i)]};
-        };
-        for (int i = -radius; i < radius; ++i)
-            sum += at(i);
+            sums[static_cast<std::size_t>(i) + 1] = sumBefore(i) + line[i * stride];
         for (int i = 0; i < count; ++i) {
-            sum += at(i + radius);
+            const int sum = sumBefore(i + radius + 1) - sumBefore(i - radius);
             line[i * stride] = static_cast<uchar>((sum + radius) / width);
-            sum -= at(i - radius);
         }
     }
 }
 
 void blur(QImage &alpha, int radius) {
-    std::vector<uchar> copy(static_cast<std::size_t>(std::max(alpha.width(), alpha.height())));
     uchar *pixels = alpha.bits();
     const int stride = static_cast<int>(alpha.bytesPerLine());
     for (int y = 0; y < alpha.height(); ++y)
-        blurLine(pixels + y * stride, alpha.width(), 1, radius, copy);
+        blurLine(pixels + y * stride, alpha.width(), 1, radius);
     for (int x = 0; x < alpha.width(); ++x)
-        blurLine(pixels + x, alpha.height(), stride, radius, copy);
+        blurLine(pixels + x, alpha.height(), stride, radius);
 }
 
 QImage rendered(const Layer &layer, const QSize &whole, const QRect &card, qreal radius) {

@@ -31,7 +31,8 @@ private:
     std::vector<ResultItem> rows_;
 };
 
-/** The scrolling list of rows. A click on a row chooses it; hovering changes nothing. */
+/** The scrolling list of rows. A row is chosen by a click, which clicked() tells; neither hovering
+    nor a drag selects or scrolls. */
 class ResultList final : public QListView {
     Q_OBJECT
 
@@ -43,14 +44,7 @@ public:
     /** Highlights a row and scrolls just as far as makes it visible. */
     void select(int row);
 
-Q_SIGNALS:
-    void rowClicked(int row);
-
 protected:
-    void mousePressEvent(QMouseEvent *event) override;
-    void mouseMoveEvent(QMouseEvent *event) override;
-    void mouseReleaseEvent(QMouseEvent *event) override;
-    void mouseDoubleClickEvent(QMouseEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
@@ -58,7 +52,6 @@ private:
 
     ResultListModel model_;
     QPropertyAnimation *scroll_;
-    int pressedRow_ = -1;
 };
 
 } // namespace corvid

@@ -17,6 +17,9 @@ namespace corvid {
 
 namespace {
 
+constexpr int caretWidth = 2;
+constexpr int caretHeight = 24;
+
 QPointer<SearchField> currentField;
 
 // Qt draws the caret in the colour of the text; ours is drawn by ourselves.
@@ -34,12 +37,12 @@ SearchField::SearchField(QWidget *parent) : QLineEdit(parent) {
     currentField = this;
     setFrame(false);
     setTextMargins(0, 0, 0, 0);
-    setFixedHeight(style::searchFieldHeight);
+    setFixedHeight(34);
     setContextMenuPolicy(Qt::NoContextMenu);
     auto *caretless = new WithoutCaret;
     caretless->setParent(this);
     setStyle(caretless);
-    setFont(style::sized(QFont(), style::searchFontSize, QFont::Light));
+    setFont(style::sized(QFont(), 21, QFont::Light));
     connect(&blink_, &QTimer::timeout, this, [this] {
         caretIsLit_ = !caretIsLit_;
         update(caretRect());
@@ -120,8 +123,8 @@ bool SearchField::focusNextPrevChild(bool /*next*/) {
 QRect SearchField::caretRect() const {
     QRect caret = cursorRect();
     // The base class reports an area around the place between two characters.
-    const int x = std::clamp(caret.center().x() + 1, 0, width() - style::caretWidth);
-    return {x, (height() - style::caretHeight) / 2, style::caretWidth, style::caretHeight};
+    const int x = std::clamp(caret.center().x() + 1, 0, width() - caretWidth);
+    return {x, (height() - caretHeight) / 2, caretWidth, caretHeight};
 }
 
 // Lit whenever it moves, so that it can be followed.
@@ -148,7 +151,7 @@ void SearchField::paintEvent(QPaintEvent *event) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     painter.setBrush(style::accent());
-    painter.drawRoundedRect(caretRect(), style::caretWidth / 2.0, style::caretWidth / 2.0);
+    painter.drawRoundedRect(caretRect(), caretWidth / 2.0, caretWidth / 2.0);
 }
 
 void SearchField::showText(const QString &text) {

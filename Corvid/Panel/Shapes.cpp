@@ -30,15 +30,13 @@ QPainterPath continuousRoundedRect(const QRectF &rect, qreal radius) {
         return path;
     }
     // Clockwise from the top right corner on.
+    path.moveTo(rect.topRight() - QPointF(radius * reach, 0));
     const auto turn = [&](const QPointF &at, const QPointF &back) {
         const QPointF on(back.y(), -back.x());
         const auto place = [&](const QPointF &point) {
             return at + radius * (point.x() * back + point.y() * on);
         };
-        if (path.isEmpty())
-            path.moveTo(place({reach, 0}));
-        else
-            path.lineTo(place({reach, 0}));
+        path.lineTo(place({reach, 0}));
         for (const Curve &curve : corner)
             path.cubicTo(place(curve.control1), place(curve.control2), place(curve.end));
     };

@@ -4,56 +4,36 @@
 
 #include <QColor>
 #include <QFont>
+#include <QPalette>
 
 #include <optional>
 
-/** The panel's look: device-independent pixels, and the dark appearance's colours. Main thread
-    only. */
+/** The look of the panel, which is always dark, and of ordinary windows, which follow the desktop.
+    Device-independent pixels. Main thread only. */
 namespace corvid::style {
 
 inline constexpr int panelWidth = 660;
 inline constexpr int panelHeight = 440;
 inline constexpr qreal cardRadius = 16;
-inline constexpr qreal outlineTopOpacity = 0.22;
-inline constexpr qreal outlineBottomOpacity = 0.04;
 
 inline constexpr int barPaddingX = 18;
 inline constexpr int searchPaddingY = 14;
-inline constexpr int searchFieldHeight = 34;
-inline constexpr int searchFontSize = 21;
 inline constexpr int searchSymbolSize = 18;
-inline constexpr int searchSymbolGap = 13;
-inline constexpr int caretWidth = 2;
-inline constexpr int caretHeight = 24;
 
 inline constexpr int listInset = 8;
 inline constexpr int rowHeight = 46;
 inline constexpr int rowPaddingX = 14;
-inline constexpr qreal rowRadius = 10;
 inline constexpr int rowIconSize = 26;
-inline constexpr int rowSymbolSize = 18;
 inline constexpr int iconToText = 12;
 inline constexpr int titleFontSize = 14;
 inline constexpr int titleLineHeight = 18;
-inline constexpr int subtitleFontSize = 11;
 inline constexpr int subtitleLineHeight = 14;
-inline constexpr int badgeFontSize = 10;
-inline constexpr int badgePaddingX = 7;
-inline constexpr int badgePaddingY = 3;
-inline constexpr qreal badgeRadius = 6;
-inline constexpr int runningDotSize = 7;
-inline constexpr int scrollMilliseconds = 80;
 
 inline constexpr int answerPadding = 18;
 inline constexpr int answerSpacing = 8;
 inline constexpr int answerFontSize = 14;
-inline constexpr qreal answerLineHeight = 125; ///< percent
-inline constexpr int answerScrollStep = 40;
 inline constexpr int copySymbolSize = 18;
-inline constexpr int progressSize = 18;
-inline constexpr qreal progressStroke = 1.8;
 
-inline constexpr int footerFontSize = 11;
 inline constexpr int footerPaddingY = 8;
 
 inline QColor faded(QColor colour, qreal opacity) {
@@ -82,30 +62,20 @@ inline QColor primary() {
 /** Steps back; in high contrast it does not. */
 QColor secondary();
 QColor tertiary();
-inline QColor quaternary() {
-    return white(0.10);
-}
+/** Of dividers and badges. */
 inline QColor divider() {
     return white(0.10);
 }
-inline QColor selectedSecondary() {
-    return white(0.85);
-}
-inline QColor runningDot() {
-    return {0x32, 0xD7, 0x4B};
-}
-/** The card without a compositor, with one, and with one that blurs what lies behind. */
-inline QColor opaqueCard() {
-    return {30, 31, 36};
-}
-inline QColor card() {
-    return faded(opaqueCard(), 0.94);
-}
-inline QColor blurredCard() {
-    return faded(opaqueCard(), 0.82);
-}
 /** The desktop's accent colour, darkened where white text could not be read on it. */
 QColor accent();
-inline constexpr qreal selectionOpacity = 0.85;
+
+/** The colours of a window on a desktop whose programs have these ones: dark where the user wants
+    that and they are not, with the user's accent colour. */
+QPalette windowPalette(const QPalette &desktop);
+bool isDark(const QPalette &palette);
+/** A surface that stands out from the window's ground a little, and a line that parts things on it.
+ */
+QColor raised(const QPalette &palette);
+QColor hairline(const QPalette &palette);
 
 } // namespace corvid::style

@@ -66,20 +66,17 @@ void FolderSection::add() {
     const auto done = [self = QPointer(this)](const std::optional<QStringList> &folders) {
         if (!self)
             return;
-        if (folders)
+        if (folders) {
             self->added(*folders);
-        else
-            self->addFromOwnDialog();
+            return;
+        }
+        QFileDialog *dialog = makeOwnDialog(self);
+        connect(dialog, &QFileDialog::finished, self, [self, dialog](int result) {
+            self->added(result == QDialog::Accepted ? dialog->selectedFiles() : QStringList());
+        });
+        dialog->open();
     };
     dialog_.choose(*window()->windowHandle(), promptOfDialog, done);
-}
-
-void FolderSection::addFromOwnDialog() {
-    QFileDialog *dialog = makeOwnDialog(this);
-    connect(dialog, &QFileDialog::finished, this, [this, dialog](int result) {
-        added(result == QDialog::Accepted ? dialog->selectedFiles() : QStringList());
-    });
-    dialog->open();
 }
 
 void FolderSection::added(const QStringList &folders) {

@@ -28,7 +28,6 @@ public:
 
 private:
     void add();
-    void addFromOwnDialog();
     void added(const QStringList &folders);
     void remove(const QString &folder);
     void showFolders();

@@ -1,6 +1,6 @@
 #include "Settings/FormWidgets.h"
 
-#include "Settings/WindowStyle.h"
+#include "Panel/Style.h"
 
 #include <QBoxLayout>
 #include <QPainter>
@@ -39,17 +39,6 @@ protected:
             painter.fillRect(row.left() + lineInset, row.top(), row.width() - 2 * lineInset, 1,
                              style::hairline(palette()));
         }
-    }
-};
-
-/** As wide as its place, one pixel high. */
-class Hairline final : public QWidget {
-public:
-    Hairline() { setFixedHeight(1); }
-
-protected:
-    void paintEvent(QPaintEvent * /*event*/) override {
-        QPainter(this).fillRect(rect(), style::hairline(palette()));
     }
 };
 
@@ -123,10 +112,6 @@ QPushButton *makeButton(const QString &text) {
     auto *button = new QPushButton(text);
     button->setFocusPolicy(Qt::StrongFocus);
     return button;
-}
-
-QWidget *makeHairline() {
-    return new Hairline;
 }
 
 QLabel *makeCaption(const QString &text) {

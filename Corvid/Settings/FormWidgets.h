@@ -54,9 +54,6 @@ QWidget *makeRow(std::initializer_list<QWidget *> children);
 /** A button that Tab reaches in every style. */
 QPushButton *makeButton(const QString &text);
 
-/** A thin line from side to side. */
-QWidget *makeHairline();
-
 /** An explanation in small letters, as many lines high as it needs. */
 QLabel *makeCaption(const QString &text = {});
 /** Gives a caption another text. No line ends within an address or an option. */

@@ -22,15 +22,11 @@ constexpr int modifiersAndLocks[]{
     Qt::Key_Super_L, Qt::Key_Super_R,    Qt::Key_Hyper_L,    Qt::Key_Hyper_R, Qt::Key_CapsLock,
     Qt::Key_NumLock, Qt::Key_ScrollLock, Qt::Key_Mode_switch};
 
-bool isFunctionOrArrow(int key) {
-    return (key >= Qt::Key_F1 && key <= Qt::Key_F35) ||
-           (key >= Qt::Key_Left && key <= Qt::Key_Down);
-}
-
 } // namespace
 
 std::optional<RecordedKey> recordedKey(const QKeyEvent &event) {
-    if (std::ranges::find(modifiersAndLocks, event.key()) != std::end(modifiersAndLocks))
+    const int key = event.key();
+    if (std::ranges::find(modifiersAndLocks, key) != std::end(modifiersAndLocks))
         return std::nullopt;
     // No key has the code that comes of an event without a scan code.
     const std::optional<quint32> keyCode = virtualKey(event.nativeScanCode() - evdevOffset);
@@ -43,7 +39,8 @@ std::optional<RecordedKey> recordedKey(const QKeyEvent &event) {
     press.flags.setFlag(ModifierFlag::Command, event.modifiers().testFlag(Qt::MetaModifier));
     press.flags.setFlag(ModifierFlag::CapsLock, (event.nativeModifiers() & capsLockBit) != 0);
     press.flags.setFlag(ModifierFlag::NumericPad, event.modifiers().testFlag(Qt::KeypadModifier));
-    press.flags.setFlag(ModifierFlag::Function, isFunctionOrArrow(event.key()));
+    press.flags.setFlag(ModifierFlag::Function, (key >= Qt::Key_F1 && key <= Qt::Key_F35) ||
+                                                    (key >= Qt::Key_Left && key <= Qt::Key_Down));
     return press;
 }
 

@@ -10,7 +10,7 @@
 #include "Fakes/LauncherWorld.h"
 #include "HotKeyManager.h"
 #include "Panel/Style.h"
-#include "Settings/SettingsWindow.h"
+#include "SettingsView.h"
 
 #include <QApplication>
 #include <QDir>
@@ -62,12 +62,12 @@ int main(int argc, char **argv) {
         HotKeyManager hotKeys(backend);
         FakeFolderDialog folderDialog;
         FakePanelSurface surface;
-        SettingsWindow window({.defaults = world.defaults,
-                               .projects = world.projects,
-                               .hotKeys = hotKeys,
-                               .folderDialog = folderDialog,
-                               .keychain = world.keychain},
-                              surface);
+        SettingsView window({.defaults = world.defaults,
+                             .projects = world.projects,
+                             .hotKeys = hotKeys,
+                             .folderDialog = folderDialog,
+                             .keychain = world.keychain,
+                             .panelSurface = surface});
         auto *scrollBar = window.findChild<QScrollArea *>()->verticalScrollBar();
         enum class At { Top, Bottom };
         const auto scene = [&](const QString &what, At at) {
@@ -87,9 +87,9 @@ int main(int argc, char **argv) {
         world.defaults.set(u"hotkeyModifiers"_s, 0x900);
         world.defaults.set(u"projectRoots"_s, folders(30));
         window.present();
-        window.view().startRecording();
+        window.startRecording();
         scene(u"settings-recording"_s, At::Top);
-        window.view().stopRecording();
+        window.stopRecording();
         scene(u"settings-thirty-folders"_s, At::Bottom);
         hotKeys.registerHotKey(49, 0x900, [] {});
         backend.callbacks.answered(false);

@@ -149,13 +149,22 @@ TEST_F(AnswerAreaTest, whatIsMarkedStaysMarkedWhileTheAnswerGrows) {
 }
 
 TEST_F(AnswerAreaTest, theControlOfCopyingNeverCoversText) {
-    setAnswer(u"word "_s.repeated(100));
-    const auto *copy = area.findChild<Symbol *>();
-    ASSERT_TRUE(copy->isVisible());
-    for (QTextBlock block = area.document()->firstBlock(); block.isValid(); block = block.next()) {
-        for (int i = 0; i < block.layout()->lineCount(); ++i) {
-            const QRectF line = block.layout()->lineAt(i).naturalTextRect();
-            EXPECT_LT(block.layout()->position().x() + line.right(), copy->x());
+    for (const Qt::LayoutDirection direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+        area.setLayoutDirection(direction);
+        area.setQuestion(u"question"_s);
+        setAnswer(u"word "_s.repeated(100));
+        const auto *copy = area.findChild<Symbol *>();
+        ASSERT_TRUE(copy->isVisible());
+        for (QTextBlock block = area.document()->firstBlock(); block.isValid();
+             block = block.next()) {
+            const qreal left = block.layout()->position().x();
+            for (int i = 0; i < block.layout()->lineCount(); ++i) {
+                const QRectF line = block.layout()->lineAt(i).naturalTextRect();
+                if (direction == Qt::LeftToRight)
+                    EXPECT_LT(left + line.right(), copy->x());
+                else
+                    EXPECT_GT(left + line.left(), copy->geometry().right());
+            }
         }
     }
 }

@@ -15,7 +15,7 @@
 #include "HotKeyManager.h"
 #include "Platform/Linux/JsonUserDefaults.h"
 #include "Settings/FormWidgets.h"
-#include "Settings/SettingsWindow.h"
+#include "SettingsView.h"
 #include "Worlds/QtPrinters.h"
 
 #include <QCheckBox>
@@ -339,7 +339,7 @@ TEST_F(DefaultsFileTest, damagedInTheMiddleItReadsAsEmptyAndIsKeptAsideByTheFirs
     EXPECT_EQ(reopened(), QString());
     EXPECT_EQ(content(), damaged) << "reading changes nothing";
     EXPECT_EQ(keptAside(), QStringList());
-    delegate.settingsWindow()->view().save();
+    delegate.settingsWindow()->save();
     defaults.synchronize();
     EXPECT_EQ(stored(), (QJsonObject{{u"aiBaseURL"_s, u"https://api.openai.com/v1"_s},
                                      {u"aiModel"_s, u"gpt-4o-mini"_s},
