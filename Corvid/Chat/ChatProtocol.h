@@ -48,8 +48,8 @@ QByteArray intentBody(const QString &model, const QString &query, const QStringL
     reply). Nothing when the JSON is damaged or anything on the way there is of another type. */
 std::optional<QString> content(QByteArrayView bytes, QLatin1StringView part);
 
-/** Reads the body of a reply to an intent request. Nothing when anything in it
-    is missing or of another type. Fatal as intentFromText() is. */
+/** Reads the body of a reply to an intent request. Nothing when anything in it is missing or of
+    another type. Fatal as intentFromText() is. */
 std::optional<Intent> intentFromReply(const QByteArray &body);
 
 /** Reads what the model said: the JSON object from the first "{" through the last "}", whatever
