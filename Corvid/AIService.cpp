@@ -1,11 +1,13 @@
 #include "AIService.h"
 
 #include "Base/Settings.h"
-#include "Chat/ChatProtocol.h"
 #include "Chat/ServerSentEvents.h"
 #include "Platform/SecretStore.h"
 
 #include <QCoreApplication>
+#include <QHostAddress>
+#include <QNetworkAccessManager>
+#include <QNetworkProxyFactory>
 
 namespace corvid {
 
@@ -19,16 +21,42 @@ bool isWeb(const QUrl &url) {
     return url.scheme() == "http"_L1 || url.scheme() == "https"_L1;
 }
 
+/** The desktop's proxies, but never on the way to this machine itself: what goes to a local
+    model server stays here. */
+class ProxyChoice final : public QNetworkProxyFactory {
+public:
+    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery &query) override {
+        const QString host = query.peerHostName();
+        if (host == "localhost"_L1 || host.endsWith(".localhost"_L1) ||
+            QHostAddress(host).isLoopback())
+            return {QNetworkProxy::NoProxy};
+        return systemProxyForQuery(query);
+    }
+};
+
 } // namespace
 
-void AIService::Task::cancel() {
-    if (AIService *service = std::exchange(service_, nullptr))
-        service->cancel(id_);
-}
+class AIService::Network final : public QObject {
+public:
+    void start(quint64 id, ChatTransfer::Request request, ChatTransfer::Handlers handlers) {
+        if (!manager_) {
+            manager_ = std::make_unique<QNetworkAccessManager>();
+            manager_->setProxyFactory(new ProxyChoice);
+        }
+        handlers.onEnd = [this, id, onEnd = std::move(handlers.onEnd)](const auto &how) {
+            onEnd(how);
+            transfers_.erase(id);
+        };
+        transfers_[id] =
+            std::make_unique<ChatTransfer>(*manager_, std::move(request), std::move(handlers));
+    }
 
-bool AIService::Task::active() const {
-    return service_ && service_->calls_.contains(id_);
-}
+    void cancel(quint64 id) { transfers_.erase(id); }
+
+private:
+    std::unique_ptr<QNetworkAccessManager> manager_;
+    std::unordered_map<quint64, std::unique_ptr<ChatTransfer>> transfers_;
+};
 
 AIService::AIService(const UserDefaults &defaults, const SecretStore *secrets, Timeouts timeouts)
     : defaults_(defaults), secrets_(secrets), timeouts_(timeouts) {}
@@ -36,6 +64,11 @@ AIService::AIService(const UserDefaults &defaults, const SecretStore *secrets, T
 AIService::~AIService() {
     // Callbacks may own tasks, which then find nothing left to cancel.
     std::exchange(calls_, {}).clear();
+    if (!network_)
+        return;
+    network_->deleteLater();
+    thread_.quit();
+    thread_.wait();
 }
 
 AIService &AIService::shared() {
@@ -64,79 +97,79 @@ quint64 AIService::add(Call call) {
     return id;
 }
 
-AIService::Task AIService::stream(const QString &prompt, OnElement onElement,
-                                  OnFinished onFinished) {
-    const quint64 id = add({std::move(onElement), std::move(onFinished), nullptr});
-    const Config config = this->config();
-    const auto tell = [this, id](const QStringList &elements, const std::optional<QString> &error) {
-        later([this, id, elements, error] {
-            deliver(id, elements);
-            finish(id, error);
-        });
-    };
+void AIService::send(quint64 id, const Config &config, const QByteArray &body,
+                     std::chrono::milliseconds silence, const ChatTransfer::Handlers &handlers) {
     const std::optional<QUrl> url = chat::endpoint(config.baseURL);
     const std::optional<QByteArray> authorization = chat::authorization(config.apiKey);
-    const auto events = std::make_shared<ServerSentEvents>();
     if (config.apiKey.isEmpty())
-        tell({chat::noKeyText()}, std::nullopt);
-    else if (!url)
+        return handlers.onEnd({});
+    if (!authorization)
+        return handlers.onEnd({.error = u"The API key holds a character that cannot be sent."_s});
+    if (!url || !isWeb(*url))
+        return handlers.onEnd({.error = u"The base URL is not an http or https address."_s});
+    if (!network_) {
+        network_ = new Network;
+        network_->moveToThread(&thread_);
+        thread_.setObjectName(u"network"_s);
+        thread_.start();
+    }
+    const ChatTransfer::Request request{*url, *authorization, body, silence};
+    QMetaObject::invokeMethod(
+        network_, [=, network = network_] { network->start(id, request, handlers); },
+        Qt::QueuedConnection);
+}
+
+AIService::Task AIService::stream(const QString &prompt, OnElement onElement,
+                                  OnFinished onFinished) {
+    const Config config = this->config();
+    if (!config.apiKey.isEmpty() && !chat::endpoint(config.baseURL))
         qFatal("the base address of the AI endpoint is not a URL");
-    else if (!authorization)
-        tell({}, u"The API key holds a character that cannot be sent."_s);
-    else if (!isWeb(*url))
-        tell({}, u"The base URL is not an http or https address."_s);
-    else
-        transport_.start(
-            id, {*url, *authorization, chat::answerBody(config.model, prompt), timeouts_.stream},
-            {.onBytes =
-                 [this, id, events](QByteArrayView bytes) {
-                     QStringList elements;
-                     const ServerSentEvents::State state = events->read(bytes, elements);
-                     if (!elements.isEmpty())
-                         later([this, id, elements] { deliver(id, elements); });
-                     return state == ServerSentEvents::State::Reading;
-                 },
-             .onEnd =
-                 [tell, events, baseURL = config.baseURL](const ChatTransfer::End &end) {
-                     QStringList elements;
-                     if (end.refusal)
-                         elements = {chat::httpErrorText(*end.refusal, baseURL)};
-                     else if (!end.error)
-                         events->finish(elements);
-                     tell(elements, end.error);
-                 }});
+    const quint64 id = add({std::move(onElement), std::move(onFinished), nullptr});
+    const auto events = std::make_shared<ServerSentEvents>();
+    const auto onBytes = [=, this](QByteArrayView bytes) {
+        QStringList elements;
+        const bool more = events->read(bytes, elements);
+        if (!elements.isEmpty())
+            later([=, this] { deliver(id, elements); });
+        return more;
+    };
+    const auto onEnd = [=, this](const ChatTransfer::End &end) {
+        QStringList elements;
+        if (config.apiKey.isEmpty())
+            elements = {chat::noKeyText()};
+        else if (end.refusal)
+            elements = {chat::httpErrorText(*end.refusal, config.baseURL)};
+        else if (!end.error)
+            events->finish(elements);
+        later([=, this] {
+            deliver(id, elements);
+            if (const auto call = calls_.extract(id))
+                call.mapped()->onFinished(end.error);
+        });
+    };
+    send(id, config, chat::answerBody(config.model, prompt), timeouts_.stream, {onBytes, onEnd});
     return {this, id};
 }
 
 AIService::Task AIService::intent(const QString &query, const QStringList &apps,
                                   const QStringList &projects, const QStringList &editors,
                                   OnIntent onIntent) {
-    const quint64 id = add({nullptr, nullptr, std::move(onIntent)});
     const Config config = this->config();
-    const auto tell = [this, id](const std::optional<Intent> &intent) {
-        later([this, id, intent] { finish(id, intent); });
-    };
-    const std::optional<QUrl> url = chat::endpoint(config.baseURL);
-    const std::optional<QByteArray> authorization = chat::authorization(config.apiKey);
+    const quint64 id = add({nullptr, nullptr, std::move(onIntent)});
     const auto body = std::make_shared<QByteArray>();
-    if (config.apiKey.isEmpty() || !url || !isWeb(*url) || !authorization)
-        tell(std::nullopt);
-    else
-        transport_.start(id,
-                         {*url, *authorization,
-                          chat::intentBody(config.model, query, apps, projects, editors),
-                          timeouts_.intent},
-                         {.onBytes =
-                              [body](QByteArrayView bytes) {
-                                  body->append(bytes);
-                                  return body->size() <= maxIntentReply;
-                              },
-                          .onEnd =
-                              [tell, body](const ChatTransfer::End &end) {
-                                  const bool whole =
-                                      !end.refusal && !end.error && body->size() <= maxIntentReply;
-                                  tell(whole ? intentFromReply(*body) : std::nullopt);
-                              }});
+    const auto onBytes = [=](QByteArrayView bytes) {
+        body->append(bytes);
+        return body->size() <= maxIntentReply;
+    };
+    const auto onEnd = [=, this](const ChatTransfer::End &end) {
+        const bool whole = !end.refusal && !end.error && body->size() <= maxIntentReply;
+        later([=, this, intent = whole ? chat::intentFromReply(*body) : std::nullopt] {
+            if (const auto call = calls_.extract(id))
+                call.mapped()->onIntent(intent);
+        });
+    };
+    send(id, config, chat::intentBody(config.model, query, apps, projects, editors),
+         timeouts_.intent, {onBytes, onEnd});
     return {this, id};
 }
 
@@ -151,19 +184,11 @@ void AIService::deliver(quint64 id, const QStringList &elements) {
     }
 }
 
-void AIService::finish(quint64 id, const std::optional<QString> &error) {
-    if (const auto call = calls_.extract(id))
-        call.mapped()->onFinished(error);
-}
-
-void AIService::finish(quint64 id, const std::optional<Intent> &intent) {
-    if (const auto call = calls_.extract(id))
-        call.mapped()->onIntent(intent);
-}
-
 void AIService::cancel(quint64 id) {
-    if (const auto call = calls_.extract(id))
-        transport_.cancel(id);
+    // Until the transfer is closed its handlers may still run.
+    if (const auto call = calls_.extract(id); call && network_)
+        QMetaObject::invokeMethod(
+            network_, [=, network = network_] { network->cancel(id); }, Qt::QueuedConnection);
 }
 
 } // namespace corvid

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "Chat/ChatTransport.h"
-#include "Chat/IntentReply.h"
+#include "Chat/ChatProtocol.h"
+#include "Chat/ChatTransfer.h"
 
 #include <QObject>
 #include <QPointer>
 #include <QString>
 #include <QStringList>
+#include <QThread>
 
 #include <chrono>
 #include <functional>
@@ -42,8 +43,7 @@ public:
     class Task {
     public:
         Task() = default;
-        Task(Task &&other) noexcept
-            : service_(std::exchange(other.service_, nullptr)), id_(other.id_) {}
+        Task(Task &&other) noexcept = default;
         /** Ends the call that it stood for before. */
         Task &operator=(Task other) noexcept {
             std::swap(service_, other.service_);
@@ -53,9 +53,12 @@ public:
         ~Task() { cancel(); }
 
         /** Does nothing when the call has ended or there is none. */
-        void cancel();
+        void cancel() {
+            if (AIService *service = std::exchange(service_, nullptr))
+                service->cancel(id_);
+        }
         /** The call may still call back. */
-        bool active() const;
+        bool active() const { return service_ && service_->calls_.contains(id_); }
 
     private:
         friend AIService;
@@ -103,11 +106,15 @@ private:
         OnIntent onIntent;
     };
 
+    class Network;
+
     Config config() const;
     quint64 add(Call call);
+    /** What keeps the call from being sent is told to `onEnd` at once; a missing key is an empty
+        reply. */
+    void send(quint64 id, const Config &config, const QByteArray &body,
+              std::chrono::milliseconds silence, const ChatTransfer::Handlers &handlers);
     void deliver(quint64 id, const QStringList &elements);
-    void finish(quint64 id, const std::optional<QString> &error);
-    void finish(quint64 id, const std::optional<Intent> &intent);
     void cancel(quint64 id);
     /** Runs later in the main thread, called from any. */
     template <typename Function>
@@ -120,7 +127,11 @@ private:
     const Timeouts timeouts_;
     std::unordered_map<quint64, std::shared_ptr<const Call>> calls_;
     quint64 lastId_ = 0;
-    ChatTransport transport_; ///< last: its thread calls into this object until it has ended
+    /** Where all transfers run: to start a request, Qt loads TLS and its certificates and asks for
+        the proxy, which takes longer than the main thread may be blocked. Starts with the first
+        transfer. */
+    QThread thread_;
+    Network *network_ = nullptr; ///< lives in the thread and ends with it
 };
 
 } // namespace corvid

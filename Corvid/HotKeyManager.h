@@ -21,8 +21,7 @@ public:
 
     /** The backend must outlive the registration. */
     explicit HotKeyManager(HotKeyBackend &backend) : backend_(backend) {}
-    HotKeyManager(const HotKeyManager &) = delete;
-    HotKeyManager &operator=(const HotKeyManager &) = delete;
+    Q_DISABLE_COPY_MOVE(HotKeyManager)
     ~HotKeyManager();
 
     /** The process-wide instance, on the backend that the platform installs before anything asks

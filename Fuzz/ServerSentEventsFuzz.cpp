@@ -16,7 +16,7 @@ QStringList piecesOf(QByteArrayView bytes, NextSize nextSize) {
     QStringList pieces;
     while (!bytes.isEmpty()) {
         const qsizetype size = std::min(bytes.size(), nextSize());
-        const bool ended = events.read(bytes.first(size), pieces) == ServerSentEvents::State::Ended;
+        const bool ended = !events.read(bytes.first(size), pieces);
         if (events.buffered() > ServerSentEvents::maxLine)
             std::abort();
         if (ended)

@@ -115,6 +115,16 @@ constexpr Row rows[]{
     {"up", 126, KEY_UP},
 };
 
+std::optional<quint32> evdevCode(quint32 code) {
+    const VirtualKey *key = findKey(&VirtualKey::code, code);
+    return key ? std::optional(key->evdev) : std::nullopt;
+}
+
+std::optional<quint32> virtualKey(quint32 evdev) {
+    const VirtualKey *key = findKey(&VirtualKey::evdev, evdev);
+    return key ? std::optional(key->code) : std::nullopt;
+}
+
 } // namespace
 
 TEST(VirtualKeysTest, eachKeyIsAtItsPositionOnAUsKeyboard) {

@@ -22,8 +22,7 @@ QString xdgFolder(const char *variable, QLatin1StringView belowHome) {
     const QString folder = QFile::decodeName(qgetenv(variable));
     if (folder.startsWith(u'/'))
         return withoutTrailingSlashes(folder);
-    const QString homeFolder = home();
-    return homeFolder == u'/' ? QString(belowHome) : homeFolder + belowHome;
+    return QDir(home()).filePath(belowHome);
 }
 
 } // namespace
@@ -39,7 +38,7 @@ QString home() {
 }
 
 QString applicationSupport() {
-    return xdgFolder("XDG_DATA_HOME", "/.local/share"_L1);
+    return xdgFolder("XDG_DATA_HOME", ".local/share"_L1);
 }
 
 QStringList systemData() {
@@ -58,11 +57,11 @@ QStringList flatpakData() {
 }
 
 QString configuration() {
-    return xdgFolder("XDG_CONFIG_HOME", "/.config"_L1);
+    return xdgFolder("XDG_CONFIG_HOME", ".config"_L1);
 }
 
 QString state() {
-    return xdgFolder("XDG_STATE_HOME", "/.local/state"_L1);
+    return xdgFolder("XDG_STATE_HOME", ".local/state"_L1);
 }
 
 QString cacheFile(const QString &name) {

@@ -2,23 +2,20 @@
 
 #include <QtGlobal>
 
-#include <optional>
-
 namespace corvid {
 
 /** By how much the key codes of X11 and Wayland exceed the kernel's. */
 inline constexpr quint32 evdevOffset = 8;
 
-/** The kernel's code for the key at a virtual key code's position on a US keyboard. Absent for
-    codes that no key has. Any thread. */
-std::optional<quint32> evdevCode(quint32 virtualKey);
+/** A key that may be a hot key; modifiers and locks are none. */
+struct VirtualKey {
+    quint32 code;               ///< virtual key code: the position on a US keyboard
+    quint32 evdev;              ///< the kernel's code
+    const char *symbol;         ///< xkbcommon's name of its symbol on a US keyboard, as "space"
+    const char *name = nullptr; ///< shown to the user, in UTF-8; null when it has none
+};
 
-/** The virtual key code of the key that the kernel calls so. Absent for keys that have none,
-    modifiers and locks among them. Any thread. */
-std::optional<quint32> virtualKey(quint32 evdevCode);
-
-/** xkbcommon's name for the symbol that the key has on a US keyboard, such as "space". Null for
-    codes that no key has. Any thread. */
-const char *keySymbol(quint32 virtualKey);
+/** The key whose field, `code` or `evdev`, has a value. Null when there is none. Any thread. */
+const VirtualKey *findKey(quint32 VirtualKey::*field, quint32 value);
 
 } // namespace corvid

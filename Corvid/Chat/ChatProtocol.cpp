@@ -81,6 +81,27 @@ std::optional<QString> content(QByteArrayView bytes, QLatin1StringView part) {
     return json::text(choices.first()[part]["content"_L1]);
 }
 
+std::optional<Intent> intentFromReply(const QByteArray &body) {
+    const std::optional<QString> text = content(body, "message"_L1);
+    return text ? intentFromText(*text) : std::nullopt;
+}
+
+std::optional<Intent> intentFromText(const QString &text) {
+    const qsizetype first = text.indexOf(u'{');
+    const qsizetype last = text.lastIndexOf(u'}');
+    if (first < 0 || last < 0)
+        return std::nullopt;
+    if (last < first)
+        qFatal("the braces of an intent reply are the wrong way round");
+    const QJsonDocument document =
+        QJsonDocument::fromJson(text.sliced(first, last - first + 1).toUtf8());
+    if (!document.isObject())
+        return std::nullopt;
+    const QJsonObject object = document.object();
+    return Intent{object.value("action"_L1).toString(u"none"_s), object.value("app"_L1).toString(),
+                  object.value("project"_L1).toString(), object.value("editor"_L1).toString()};
+}
+
 QString noKeyText() {
     return u"No API key set. Open Settings and add your OpenAI-compatible API key.\n\n"
            "Works with: OpenAI, OpenRouter, Ollama (http://localhost:11434/v1), LM Studio, Groq."_s;

@@ -9,6 +9,20 @@
 
 #include <optional>
 
+namespace corvid {
+
+/** What a launcher query means, as the model wrote it; nothing is validated. */
+struct Intent {
+    QString action; ///< "open_app", "open_project" or "none"
+    QString app;
+    QString project;
+    QString editor;
+
+    bool operator==(const Intent &) const = default;
+};
+
+} // namespace corvid
+
 /**
  * The chat-completions wire format, once for the whole program. Pure functions, any thread.
  */
@@ -33,6 +47,14 @@ QByteArray intentBody(const QString &model, const QString &query, const QStringL
 /** The text in the first choice's `part` ("delta" of a streamed piece, "message" of a whole
     reply). Nothing when the JSON is damaged or anything on the way there is of another type. */
 std::optional<QString> content(QByteArrayView bytes, QLatin1StringView part);
+
+/** Reads the body of a reply to an intent request. Nothing when anything in it is missing or of
+    another type. Fatal as intentFromText() is. */
+std::optional<Intent> intentFromReply(const QByteArray &body);
+
+/** Reads what the model said: the JSON object from the first "{" through the last "}", whatever
+    stands around it. A "}" that stands only before the "{" is a fatal error, on purpose. */
+std::optional<Intent> intentFromText(const QString &text);
 
 /** The answer of a stream for which there is no key. */
 QString noKeyText();

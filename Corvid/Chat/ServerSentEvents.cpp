@@ -2,7 +2,7 @@
 
 #include "Chat/ChatProtocol.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace corvid {
 
@@ -13,65 +13,41 @@ namespace {
 // Including the space: "data:" without one begins no data line here.
 constexpr QByteArrayView prefix = "data: ";
 
-bool mayBecomeData(QByteArrayView beginning) {
-    const qsizetype known = std::min(beginning.size(), prefix.size());
-    return beginning.first(known) == prefix.first(known);
-}
-
 } // namespace
 
 QString ServerSentEvents::cutOffText() {
     return u"[The answer is cut off here: it is too long to show.]"_s;
 }
 
-ServerSentEvents::State ServerSentEvents::read(QByteArrayView bytes, QStringList &pieces) {
-    while (!bytes.isEmpty() && state_ == State::Reading) {
-        if (std::exchange(afterCarriageReturn_, false) && bytes.front() == '\n') {
-            bytes = bytes.sliced(1);
-            continue;
-        }
-        const auto end =
-            std::find_if(bytes.begin(), bytes.end(), [](char c) { return c == '\n' || c == '\r'; });
-        keep(bytes.first(end - bytes.begin()), pieces);
-        if (end == bytes.end())
+bool ServerSentEvents::read(QByteArrayView bytes, QStringList &pieces) {
+    for (const char byte : bytes) {
+        if (ended_)
             break;
-        afterCarriageReturn_ = *end == '\r';
-        bytes = bytes.sliced(end + 1 - bytes.begin());
-        endLine(pieces);
+        if (byte == '\n' || byte == '\r') // after the CR of a CRLF, the LF ends an empty line
+            endLine(pieces);
+        else if (ignoringLine_ || (line_.size() < prefix.size() && byte != prefix[line_.size()]))
+            ignoringLine_ = true;
+        else if (line_.size() < maxLine)
+            line_.append(byte);
+        else
+            cutOff(pieces);
     }
-    return state_;
+    return !ended_;
 }
 
 void ServerSentEvents::finish(QStringList &pieces) {
     endLine(pieces);
-    state_ = State::Ended;
-}
-
-void ServerSentEvents::keep(QByteArrayView part, QStringList &pieces) {
-    if (ignoringLine_)
-        return;
-    // One byte more than a line may have is kept, to tell that the line is too long.
-    line_.append(part.first(std::min(part.size(), maxLine + 1 - line_.size())));
-    if (!mayBecomeData(line_)) {
-        ignoringLine_ = true;
-        line_.resize(0);
-    } else if (line_.size() > maxLine) {
-        cutOff(pieces);
-    }
+    ended_ = true;
 }
 
 void ServerSentEvents::endLine(QStringList &pieces) {
-    if (state_ == State::Reading && !std::exchange(ignoringLine_, false))
-        takeLine(pieces);
-    line_.resize(0);
-}
-
-void ServerSentEvents::takeLine(QStringList &pieces) {
-    if (!line_.startsWith(prefix))
+    ignoringLine_ = false;
+    const QByteArray line = std::exchange(line_, {});
+    if (!line.startsWith(prefix))
         return;
-    const QByteArrayView data = QByteArrayView(line_).sliced(prefix.size());
+    const QByteArrayView data = QByteArrayView(line).sliced(prefix.size());
     if (data == "[DONE]") {
-        state_ = State::Ended;
+        ended_ = true;
         return;
     }
     // Bytes that are not UTF-8 become replacement characters; the rest of the line counts.
@@ -96,7 +72,7 @@ void ServerSentEvents::takeLine(QStringList &pieces) {
 void ServerSentEvents::cutOff(QStringList &pieces) {
     pieces.append(answerSize_ == 0 ? cutOffText() : u"\n\n"_s + cutOffText());
     line_.clear();
-    state_ = State::Ended;
+    ended_ = true;
 }
 
 } // namespace corvid

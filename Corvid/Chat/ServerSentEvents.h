@@ -18,16 +18,12 @@ public:
     static constexpr qsizetype maxLine = 1 << 20;   ///< bytes of one line
     static constexpr qsizetype maxAnswer = 1 << 20; ///< UTF-16 units of all pieces together
 
-    enum class State {
-        Reading,
-        Ended, ///< the answer is complete or was cut off; further bytes mean nothing
-    };
-
     /** The last piece of an answer that outgrew its bounds. */
     static QString cutOffText();
 
-    /** Takes the next bytes and appends the pieces of text that they complete. */
-    State read(QByteArrayView bytes, QStringList &pieces);
+    /** Takes the next bytes and appends the pieces of text that they complete. False when the
+        answer is complete or was cut off: further bytes mean nothing. */
+    bool read(QByteArrayView bytes, QStringList &pieces);
 
     /** The server has sent everything: an unfinished line counts as a line. */
     void finish(QStringList &pieces);
@@ -36,16 +32,13 @@ public:
     qsizetype buffered() const { return line_.size(); }
 
 private:
-    void keep(QByteArrayView part, QStringList &pieces);
     void endLine(QStringList &pieces);
-    void takeLine(QStringList &pieces);
     void cutOff(QStringList &pieces);
 
     QByteArray line_;           ///< the beginning of the unfinished line
     bool ignoringLine_ = false; ///< that line is not a data line
-    bool afterCarriageReturn_ = false;
     qsizetype answerSize_ = 0;
-    State state_ = State::Reading;
+    bool ended_ = false;
 };
 
 } // namespace corvid

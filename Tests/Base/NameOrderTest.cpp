@@ -18,12 +18,13 @@ struct Named {
 };
 
 QStringList ordered(const QStringList &names, const QLocale &locale) {
-    std::vector<const QString *> pointers;
+    std::vector<Named> records;
     for (const QString &name : names)
-        pointers.push_back(&name);
+        records.push_back({name, 0});
+    sortByName(records, locale);
     QStringList result;
-    for (const std::size_t index : nameOrder(pointers, locale))
-        result.append(names[static_cast<qsizetype>(index)]);
+    for (const Named &record : records)
+        result.append(record.name);
     return result;
 }
 

@@ -1,4 +1,4 @@
-#include "Chat/IntentReply.h"
+#include "Chat/ChatProtocol.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -24,25 +24,25 @@ const Intent none{u"none"_s, u""_s, u""_s, u""_s};
 } // namespace
 
 TEST(IntentReply, everyFieldIsReadFromTheModelsObject) {
-    EXPECT_EQ(intentFromReply(reply(
+    EXPECT_EQ(chat::intentFromReply(reply(
                   uR"({"action":"open_project","app":"A","project":"web-site","editor":"Zed"})"_s)),
               (Intent{u"open_project"_s, u"A"_s, u"web-site"_s, u"Zed"_s}));
 }
 
 TEST(IntentReply, missingFieldsAreEmptyAndAMissingActionIsNone) {
-    EXPECT_EQ(intentFromReply(reply(uR"({"action":"open_app"})"_s)),
+    EXPECT_EQ(chat::intentFromReply(reply(uR"({"action":"open_app"})"_s)),
               (Intent{u"open_app"_s, u""_s, u""_s, u""_s}));
-    EXPECT_EQ(intentFromReply(reply(u"{}"_s)), none);
+    EXPECT_EQ(chat::intentFromReply(reply(u"{}"_s)), none);
 }
 
 TEST(IntentReply, fieldsOfOtherTypesCountAsMissing) {
-    EXPECT_EQ(intentFromReply(
+    EXPECT_EQ(chat::intentFromReply(
                   reply(uR"({"action":1,"app":null,"project":["x"],"editor":{"name":"x"}})"_s)),
               none);
 }
 
 TEST(IntentReply, theActionIsNotValidated) {
-    EXPECT_EQ(intentFromReply(reply(uR"({"action":"Dance"})"_s))->action, u"Dance");
+    EXPECT_EQ(chat::intentFromReply(reply(uR"({"action":"Dance"})"_s))->action, u"Dance");
 }
 
 TEST(IntentReply, fencesAndProseAroundTheObjectAreTolerated) {
@@ -52,22 +52,22 @@ TEST(IntentReply, fencesAndProseAroundTheObjectAreTolerated) {
              u"{\"action\":\"open_app\",\"app\":\"A\"} Anything else?"_s,
              u"{\"action\":\"open_app\",\"app\":\"A\",\"why\":{\"a\":{}}}"_s,
          })
-        EXPECT_EQ(intentFromReply(reply(text)), (Intent{u"open_app"_s, u"A"_s, u""_s, u""_s}))
+        EXPECT_EQ(chat::intentFromReply(reply(text)), (Intent{u"open_app"_s, u"A"_s, u""_s, u""_s}))
             << text.toStdString();
 }
 
 TEST(IntentReply, onlyTheOutermostBracesAreTaken) {
-    EXPECT_FALSE(intentFromReply(reply(uR"({"action":"open_app"} or {"action":"none"})"_s)));
+    EXPECT_FALSE(chat::intentFromReply(reply(uR"({"action":"open_app"} or {"action":"none"})"_s)));
 }
 
 TEST(IntentReply, withoutBothBracesThereIsNoIntent) {
     for (const QString &text : {u""_s, u"no idea"_s, u"{\"action\":"_s, u"\"action\"}"_s, u"[1]"_s})
-        EXPECT_FALSE(intentFromReply(reply(text))) << text.toStdString();
+        EXPECT_FALSE(chat::intentFromReply(reply(text))) << text.toStdString();
 }
 
 TEST(IntentReply, bracesAroundSomethingElseThanAnObjectAreNoIntent) {
     for (const QString &text : {u"{action}"_s, u"{\"action\":}"_s, u"{{}}"_s, u"{\"a\":1,}"_s})
-        EXPECT_FALSE(intentFromReply(reply(text))) << text.toStdString();
+        EXPECT_FALSE(chat::intentFromReply(reply(text))) << text.toStdString();
 }
 
 TEST(IntentReply, aBodyWithAnythingMissingOrOfAnotherTypeIsNoIntent) {
@@ -94,9 +94,9 @@ TEST(IntentReply, aBodyWithAnythingMissingOrOfAnotherTypeIsNoIntent) {
              R"({"choices":[{"delta":{"content":"{}"}}]})",
              R"({"error":{"message":"no"}})",
          })
-        EXPECT_FALSE(intentFromReply(body)) << body.constData();
+        EXPECT_FALSE(chat::intentFromReply(body)) << body.constData();
 }
 
 TEST(IntentReplyDeathTest, bracesTheWrongWayRoundAreFatal) {
-    EXPECT_DEATH(intentFromText(u"} {"_s), "the wrong way round");
+    EXPECT_DEATH(chat::intentFromText(u"} {"_s), "the wrong way round");
 }

@@ -260,7 +260,7 @@ void PortalHotKeys::sessionClosed() {
 }
 
 std::optional<QString> PortalHotKeys::triggerFor(const HotKey &hotKey) {
-    const char *const key = keySymbol(hotKey.keyCode);
+    const VirtualKey *const key = findKey(&VirtualKey::code, hotKey.keyCode);
     if (!key)
         return std::nullopt;
     QString trigger;
@@ -270,7 +270,7 @@ std::optional<QString> PortalHotKeys::triggerFor(const HotKey &hotKey) {
                                          {HotKey::command, "LOGO+"_L1}})
         if (hotKey.modifiers & modifier)
             trigger += name;
-    return trigger + QLatin1StringView(key);
+    return trigger + QLatin1StringView(key->symbol);
 }
 
 void PortalHotKeys::press(const QByteArray &token) {

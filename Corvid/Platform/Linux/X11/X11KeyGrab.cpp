@@ -57,12 +57,12 @@ int X11KeyGrab::fileDescriptor() const {
 
 bool X11KeyGrab::grab(const HotKey &hotKey) {
     release();
-    const std::optional<quint32> evdev = evdevCode(hotKey.keyCode);
+    const VirtualKey *const key = findKey(&VirtualKey::code, hotKey.keyCode);
     const xcb_setup_t *setup = xcb_get_setup(connection_);
-    if (!evdev || *evdev + evdevOffset > setup->max_keycode)
+    if (!key || key->evdev + evdevOffset > setup->max_keycode)
         return false;
     hotKey_ = hotKey;
-    keyCode_ = static_cast<std::uint8_t>(*evdev + evdevOffset);
+    keyCode_ = static_cast<std::uint8_t>(key->evdev + evdevOffset);
     // A user who has just recorded the combination may still hold it down.
     noteHeld();
     return grabKey();

@@ -41,7 +41,7 @@ TEST(ShortcutTriggerTest, everyKeyThatThereIsHasANameOfItsOwnAndNoOtherHasOne) {
     QStringList names;
     for (quint32 code = 0; code < 256; ++code) {
         const auto trigger = shortcutTrigger({code, 0});
-        EXPECT_EQ(trigger.has_value(), evdevCode(code).has_value()) << code;
+        EXPECT_EQ(trigger.has_value(), findKey(&VirtualKey::code, code) != nullptr) << code;
         if (trigger)
             names.append(*trigger);
     }
