@@ -3,7 +3,6 @@
 #include "Platform/Linux/X11/X11Replies.h"
 
 #include <QAbstractNativeEventFilter>
-#include <QDBusVariant>
 #include <QGuiApplication>
 
 #include <cstring>
@@ -75,8 +74,7 @@ void SessionTrayWatch::lookForHost() {
                                 {watcherName, u"IsStatusNotifierHostRegistered"_s});
     ask.setAutoStartService(false);
     watcher_->send(ask, [this](const QDBusMessage &reply) {
-        const auto boxed = exactly<QDBusVariant>(reply.arguments().value(0));
-        if (boxed && exactly<bool>(boxed->variant()) == true)
+        if (unboxed<bool>(reply.arguments().value(0)) == true)
             arrived();
         else if (!filter_)
             lookForXEmbed();
