@@ -1,5 +1,7 @@
 #include "Front/InstanceCall.h"
 
+#include "Platform/ReleasedBy.h"
+
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -17,10 +19,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-template <auto release>
-struct ReleasedBy {
-    void operator()(auto *object) const { release(object); }
-};
 using Message = std::unique_ptr<DBusMessage, ReleasedBy<dbus_message_unref>>;
 using PendingCall = std::unique_ptr<DBusPendingCall, ReleasedBy<dbus_pending_call_unref>>;
 
