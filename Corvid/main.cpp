@@ -34,14 +34,13 @@ int main(int argc, char **argv) {
         std::fprintf(stderr, "corvid: %s\nTry 'corvid --help'.\n", commandLine.error->c_str());
         return 2;
     }
-    if (commandLine.text != CommandLine::Text::None) {
-        std::fputs(commandLine.text == CommandLine::Text::Help ? helpText() : versionText(),
-                   stdout);
+    if (commandLine.text) {
+        std::fputs(commandLine.text, stdout);
         return 0;
     }
 
     if (!commandLine.isDiagnostic()) {
-        switch (callInstance(commandLine.wishesOfRunning(), ActivationToken::fromEnvironment())) {
+        switch (callInstance(commandLine.wishesOfRunning())) {
         case CallResult::Taken:
             return 0;
         case CallResult::Unanswered:

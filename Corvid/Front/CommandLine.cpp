@@ -20,6 +20,25 @@ constexpr std::array switches{
     Switch{"--toggle", &CommandLine::toggle},
 };
 
+constexpr const char *helpText = R"(Usage: corvid [OPTION]...
+A keyboard-driven launcher for software developers.
+
+Without an option Corvid starts hidden and waits for its hot key, Alt+Space
+unless you chose another. Where it runs already, it shows its panel; the options
+in the first group, too, are carried out by the Corvid that runs.
+
+  --show        show the panel
+  --toggle      show the panel, or hide it when it is shown
+  --settings    open the settings
+  --sticky      keep the panel when it loses the keyboard
+
+  --query TEXT  print the rows that TEXT yields to standard error; keep running
+  --bench       measure the query pipeline, print one line to standard error
+
+  --help        print this
+  --version     print the version
+)";
+
 } // namespace
 
 std::vector<Wish> CommandLine::wishes() const {
@@ -55,10 +74,10 @@ CommandLine parseCommandLine(const std::vector<std::string> &arguments) {
         } else if (found != switches.end()) {
             result.*found->field = true;
         } else if (argument == "--help") {
-            result.text = CommandLine::Text::Help;
+            result.text = helpText;
             break;
         } else if (argument == "--version") {
-            result.text = CommandLine::Text::Version;
+            result.text = "Corvid " CORVID_VERSION "\n";
             break;
         } else {
             result.error =
@@ -67,31 +86,6 @@ CommandLine parseCommandLine(const std::vector<std::string> &arguments) {
         }
     }
     return result;
-}
-
-const char *helpText() {
-    return R"(Usage: corvid [OPTION]...
-A keyboard-driven launcher for software developers.
-
-Without an option Corvid starts hidden and waits for its hot key, Alt+Space
-unless you chose another. Where it runs already, it shows its panel; the options
-in the first group, too, are carried out by the Corvid that runs.
-
-  --show        show the panel
-  --toggle      show the panel, or hide it when it is shown
-  --settings    open the settings
-  --sticky      keep the panel when it loses the keyboard
-
-  --query TEXT  print the rows that TEXT yields to standard error; keep running
-  --bench       measure the query pipeline, print one line to standard error
-
-  --help        print this
-  --version     print the version
-)";
-}
-
-const char *versionText() {
-    return "Corvid " CORVID_VERSION "\n";
 }
 
 int reportUnanswered() {

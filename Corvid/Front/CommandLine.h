@@ -10,16 +10,13 @@ namespace corvid {
 
 /** What the program was started for. */
 struct CommandLine {
-    /** Printed instead of anything else. */
-    enum class Text { None, Help, Version };
-
     bool show = false;
     bool toggle = false;
     bool settings = false;
     bool sticky = false;
     bool bench = false;
     std::optional<std::string> query; ///< also when it is empty; absent where no text follows
-    Text text = Text::None;
+    const char *text = nullptr;       ///< printed instead of anything else; whole lines, or null
     std::optional<std::string> error; ///< one line; what was understood before it does not count
 
     /** A process of its own that answers on standard error, beside the one that people use. */
@@ -41,11 +38,6 @@ struct CommandLine {
  * display to do so. Its environment variables do the same.
  */
 CommandLine parseCommandLine(const std::vector<std::string> &arguments);
-
-/** Several lines, the last one ended. */
-const char *helpText();
-/** One line, ended. */
-const char *versionText();
 
 /** Says on standard error that another Corvid runs and does not answer; that is the exit code. */
 int reportUnanswered();

@@ -1,9 +1,13 @@
 #include "Front/InstanceCall.h"
 
+#include "Platform/ReleasedBy.h"
+
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <memory>
+#include <string>
 
 #include <dbus/dbus.h>
 
@@ -15,10 +19,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-struct MessageUnref {
-    void operator()(DBusMessage *message) const { dbus_message_unref(message); }
-};
-using Message = std::unique_ptr<DBusMessage, MessageUnref>;
+using Message = std::unique_ptr<DBusMessage, ReleasedBy<dbus_message_unref>>;
+using PendingCall = std::unique_ptr<DBusPendingCall, ReleasedBy<dbus_pending_call_unref>>;
 
 struct ConnectionClose {
     void operator()(DBusConnection *connection) const {
@@ -27,21 +29,6 @@ struct ConnectionClose {
     }
 };
 using Connection = std::unique_ptr<DBusConnection, ConnectionClose>;
-
-/** Why a call has no reply. */
-class Error {
-public:
-    Error() { dbus_error_init(&error_); }
-    ~Error() { dbus_error_free(&error_); }
-    Error(const Error &) = delete;
-    Error &operator=(const Error &) = delete;
-
-    DBusError *out() { return &error_; }
-    bool is(const char *name) const { return dbus_error_has_name(&error_, name); }
-
-private:
-    DBusError error_;
-};
 
 std::string variable(const char *name) {
     const char *value = std::getenv(name);
@@ -55,18 +42,14 @@ std::string busAddress() {
     return folder.empty() ? folder : "unix:path=" + folder + "/bus";
 }
 
-struct PendingUnref {
-    void operator()(DBusPendingCall *call) const { dbus_pending_call_unref(call); }
-};
-using PendingCall = std::unique_ptr<DBusPendingCall, PendingUnref>;
-
 int millisecondsUntil(Clock::time_point time) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now());
     return static_cast<int>(std::max(left, 0ms).count());
 }
 
-// libdbus itself, told to wait for a reply, waits without end for a bus that does not even greet.
-Message reply(DBusConnection *bus, const Message &call, Clock::time_point deadline, Error &error) {
+// A result or an error; null when neither comes in time. libdbus itself, told to wait for a reply,
+// waits without end for a bus that does not even greet.
+Message reply(DBusConnection *bus, const Message &call, Clock::time_point deadline) {
     DBusPendingCall *sent = nullptr;
     dbus_connection_send_with_reply(bus, call.get(), &sent, DBUS_TIMEOUT_INFINITE);
     if (!sent)
@@ -77,10 +60,11 @@ Message reply(DBusConnection *bus, const Message &call, Clock::time_point deadli
         if (left == 0 || !dbus_connection_read_write_dispatch(bus, left))
             return nullptr;
     }
-    Message result(dbus_pending_call_steal_reply(sent));
-    if (result && dbus_set_error_from_message(error.out(), result.get()))
-        return nullptr;
-    return result;
+    return Message(dbus_pending_call_steal_reply(sent));
+}
+
+bool isResult(const Message &message) {
+    return message && dbus_message_get_type(message.get()) == DBUS_MESSAGE_TYPE_METHOD_RETURN;
 }
 
 /** Null where there is none. */
@@ -88,42 +72,45 @@ Connection connectToBus() {
     const std::string address = busAddress();
     if (address.empty())
         return nullptr;
-    Error error;
-    Connection bus(dbus_connection_open_private(address.c_str(), error.out()));
+    Connection bus(dbus_connection_open_private(address.c_str(), nullptr));
     if (!bus)
         return nullptr;
     const Clock::time_point deadline = Clock::now() + busPatience;
     const Message hello(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS,
                                                      DBUS_INTERFACE_DBUS, "Hello"));
-    if (reply(bus.get(), hello, deadline, error))
+    if (isResult(reply(bus.get(), hello, deadline)))
         return bus;
     if (Clock::now() >= deadline)
         setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
     return nullptr;
 }
 
-/** Appends a string that is boxed as a variant. */
-void appendBoxed(DBusMessageIter &to, const char *value) {
+/** Appends a value of a basic type, at an address, that is boxed as a variant. */
+void appendBoxed(DBusMessageIter &to, const char *type, const void *value) {
     DBusMessageIter box;
-    dbus_message_iter_open_container(&to, DBUS_TYPE_VARIANT, "s", &box);
-    dbus_message_iter_append_basic(&box, DBUS_TYPE_STRING, &value);
+    dbus_message_iter_open_container(&to, DBUS_TYPE_VARIANT, type, &box);
+    dbus_message_iter_append_basic(&box, *type, value);
     dbus_message_iter_close_container(&to, &box);
 }
 
-void appendPlatformData(DBusMessageIter &to, const ActivationToken &token) {
+/** Appends what lets us come to the front. It stays in the environment for the toolkit, which uses
+    it up for our first window; no program that we start is given it. */
+void appendPlatformData(DBusMessageIter &to) {
     DBusMessageIter data;
     dbus_message_iter_open_container(&to, DBUS_TYPE_ARRAY, "{sv}", &data);
-    const auto append = [&data](const char *key, const std::string &value) {
-        if (value.empty() || !dbus_validate_utf8(value.c_str(), nullptr))
+    const auto append = [&data](const char *key, const char *variableName) {
+        const std::string token = variable(variableName);
+        const char *const value = token.c_str();
+        if (token.empty() || !dbus_validate_utf8(value, nullptr))
             return;
         DBusMessageIter entry;
         dbus_message_iter_open_container(&data, DBUS_TYPE_DICT_ENTRY, nullptr, &entry);
         dbus_message_iter_append_basic(&entry, DBUS_TYPE_STRING, &key);
-        appendBoxed(entry, value.c_str());
+        appendBoxed(entry, DBUS_TYPE_STRING_AS_STRING, &value);
         dbus_message_iter_close_container(&data, &entry);
     };
-    append("activation-token", token.wayland);
-    append("desktop-startup-id", token.x11);
+    append("activation-token", "XDG_ACTIVATION_TOKEN");
+    append("desktop-startup-id", "DESKTOP_STARTUP_ID");
     dbus_message_iter_close_container(&to, &data);
 }
 
@@ -134,15 +121,12 @@ void appendAction(DBusMessageIter &to, const Wish &wish) {
     dbus_message_iter_open_container(&to, DBUS_TYPE_ARRAY, "v", &parameters);
     if (wish.sticky) {
         const dbus_bool_t sticky = 1;
-        DBusMessageIter box;
-        dbus_message_iter_open_container(&parameters, DBUS_TYPE_VARIANT, "b", &box);
-        dbus_message_iter_append_basic(&box, DBUS_TYPE_BOOLEAN, &sticky);
-        dbus_message_iter_close_container(&parameters, &box);
+        appendBoxed(parameters, DBUS_TYPE_BOOLEAN_AS_STRING, &sticky);
     }
     dbus_message_iter_close_container(&to, &parameters);
 }
 
-Message callFor(const Wish &wish, const ActivationToken &token) {
+Message callFor(const Wish &wish) {
     const bool plain = wish == Wish{};
     Message call(dbus_message_new_method_call(instanceBusName, instanceObjectPath,
                                               instanceInterface,
@@ -153,45 +137,37 @@ Message callFor(const Wish &wish, const ActivationToken &token) {
     dbus_message_iter_init_append(call.get(), &arguments);
     if (!plain)
         appendAction(arguments, wish);
-    appendPlatformData(arguments, token);
+    appendPlatformData(arguments);
     return call;
 }
 
 } // namespace
 
 const char *actionOf(Wish::Kind kind) {
-    switch (kind) {
-    case Wish::Kind::Show:
-        return "show";
-    case Wish::Kind::Toggle:
-        return "toggle";
-    case Wish::Kind::OpenSettings:
-        return "settings";
-    }
-    return ""; // there is no other
-}
-
-ActivationToken ActivationToken::fromEnvironment() {
-    return {variable("XDG_ACTIVATION_TOKEN"), variable("DESKTOP_STARTUP_ID")};
+    constexpr std::array actions{"show", "toggle", "settings"};
+    return actions[static_cast<std::size_t>(kind)];
 }
 
 void checkBus() {
     connectToBus();
 }
 
-CallResult callInstance(const std::vector<Wish> &wishes, const ActivationToken &token) {
+CallResult callInstance(const std::vector<Wish> &wishes) {
     const Connection bus = connectToBus();
     if (!bus)
         return CallResult::Nobody;
     const Clock::time_point deadline = Clock::now() + instancePatience;
     for (const Wish &wish : wishes) {
-        Error error;
-        if (reply(bus.get(), callFor(wish, token), deadline, error))
+        const Message answer = reply(bus.get(), callFor(wish), deadline);
+        if (isResult(answer))
             continue;
+        const auto is = [&answer](const char *error) {
+            return answer && dbus_message_is_error(answer.get(), error);
+        };
         // The first is the bus's word for one that ended while it was asked.
-        const bool nobody =
-            error.is(DBUS_ERROR_NO_REPLY) || error.is(DBUS_ERROR_NAME_HAS_NO_OWNER) ||
-            error.is(DBUS_ERROR_SERVICE_UNKNOWN) || !dbus_connection_get_is_connected(bus.get());
+        const bool nobody = is(DBUS_ERROR_NO_REPLY) || is(DBUS_ERROR_NAME_HAS_NO_OWNER) ||
+                            is(DBUS_ERROR_SERVICE_UNKNOWN) ||
+                            !dbus_connection_get_is_connected(bus.get());
         return nobody ? CallResult::Nobody : CallResult::Unanswered;
     }
     return CallResult::Taken;

@@ -3,7 +3,6 @@
 #include "Platform/Instance.h"
 
 #include <chrono>
-#include <string>
 #include <vector>
 
 namespace corvid {
@@ -23,17 +22,6 @@ inline constexpr std::chrono::seconds instancePatience{2};
 /** What a wish is called on the bus. */
 const char *actionOf(Wish::Kind kind);
 
-/** How the desktop lets a program that was started by the user come to the front. Each is empty
-    where there is none. */
-struct ActivationToken {
-    std::string wayland;
-    std::string x11;
-
-    /** The one that we were started with. It stays there for the toolkit, which uses it up for our
-        first window; no program that we start is given it. */
-    static ActivationToken fromEnvironment();
-};
-
 /** Puts a bus that does not answer in time out of bounds for the whole process: the toolkit would
     wait for it without end. Blocks for as long. */
 void checkBus();
@@ -45,9 +33,10 @@ enum class CallResult {
 };
 
 /**
- * Hands the wishes to the session's Corvid, one after the other. Checks the bus as above, and
- * blocks while Corvid does not answer, for as long as it is waited for.
+ * Hands the wishes to the session's Corvid, one after the other, with the tokens in our environment
+ * by which the desktop lets it come to the front. Checks the bus as above, and blocks while Corvid
+ * does not answer, for as long as it is waited for.
  */
-CallResult callInstance(const std::vector<Wish> &wishes, const ActivationToken &token);
+CallResult callInstance(const std::vector<Wish> &wishes);
 
 } // namespace corvid

@@ -8,10 +8,22 @@
 using namespace corvid;
 using namespace std::string_literals;
 
+namespace {
+
+std::string helpText() {
+    return parseCommandLine({"--help"s}).text;
+}
+
+std::string versionText() {
+    return parseCommandLine({"--version"s}).text;
+}
+
+} // namespace
+
 TEST(CommandLine, withoutArgumentsAsksForNothing) {
     const CommandLine line = parseCommandLine({});
     EXPECT_FALSE(line.show || line.sticky || line.toggle || line.settings || line.isDiagnostic());
-    EXPECT_EQ(line.text, CommandLine::Text::None);
+    EXPECT_EQ(line.text, nullptr);
     EXPECT_EQ(line.error, std::nullopt);
     EXPECT_TRUE(line.wishes().empty());
 }
@@ -47,7 +59,7 @@ TEST(CommandLine, whatFollowsQueryIsATextWhateverItLooksLike) {
         const CommandLine line = parseCommandLine({"--query"s, text});
         EXPECT_EQ(line.query, text);
         EXPECT_FALSE(line.show);
-        EXPECT_EQ(line.text, CommandLine::Text::None);
+        EXPECT_EQ(line.text, nullptr);
         EXPECT_EQ(line.error, std::nullopt);
         EXPECT_TRUE(line.isDiagnostic());
     }
@@ -73,11 +85,10 @@ TEST(CommandLine, aStrayArgumentIsNamed) {
 }
 
 TEST(CommandLine, helpAndVersionAndTheFirstMistakeDecideInTheirOrder) {
-    EXPECT_EQ(parseCommandLine({"--show"s, "--help"s, "--nonsense"s}).text,
-              CommandLine::Text::Help);
+    EXPECT_EQ(parseCommandLine({"--show"s, "--help"s, "--nonsense"s}).text, helpText());
     EXPECT_EQ(parseCommandLine({"--help"s, "--nonsense"s}).error, std::nullopt);
-    EXPECT_EQ(parseCommandLine({"--version"s, "--help"s}).text, CommandLine::Text::Version);
-    EXPECT_EQ(parseCommandLine({"--nonsense"s, "--help"s}).text, CommandLine::Text::None);
+    EXPECT_EQ(parseCommandLine({"--version"s, "--help"s}).text, versionText());
+    EXPECT_EQ(parseCommandLine({"--nonsense"s, "--help"s}).text, nullptr);
     EXPECT_EQ(parseCommandLine({"--nonsense"s, "--help"s}).error, "unknown option --nonsense"s);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/ReleasedBy.h"
+
 #include <gio/gio.h>
 
 #include <QString>
@@ -8,25 +10,18 @@
 
 namespace corvid {
 
-/** Gives something back by the function that GLib has for that. */
-template <auto release>
-struct GRelease {
-    template <typename T>
-    void operator()(T *what) const {
-        release(what);
-    }
-};
-
 /** Owns one reference to a GObject. */
 template <typename T>
-using GObjectPointer = std::unique_ptr<T, GRelease<g_object_unref>>;
+using GObjectPointer = std::unique_ptr<T, ReleasedBy<g_object_unref>>;
+
 /** Owns memory that GLib allocated. */
 template <typename T>
-using GFreePointer = std::unique_ptr<T, GRelease<g_free>>;
-using GStrvPointer = std::unique_ptr<gchar *, GRelease<g_strfreev>>;
-using GVariantPointer = std::unique_ptr<GVariant, GRelease<g_variant_unref>>;
-using GMainContextPointer = std::unique_ptr<GMainContext, GRelease<g_main_context_unref>>;
-using GKeyFilePointer = std::unique_ptr<GKeyFile, GRelease<g_key_file_unref>>;
+using GFreePointer = std::unique_ptr<T, ReleasedBy<g_free>>;
+
+using GStrvPointer = std::unique_ptr<gchar *, ReleasedBy<g_strfreev>>;
+using GVariantPointer = std::unique_ptr<GVariant, ReleasedBy<g_variant_unref>>;
+using GMainContextPointer = std::unique_ptr<GMainContext, ReleasedBy<g_main_context_unref>>;
+using GKeyFilePointer = std::unique_ptr<GKeyFile, ReleasedBy<g_key_file_unref>>;
 
 /** Receives the error of one GLib call: pass out() to it. */
 class GErrorHolder {

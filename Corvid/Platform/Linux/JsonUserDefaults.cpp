@@ -7,7 +7,9 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <ctime>
 #include <limits>
 #include <utility>
@@ -24,16 +26,8 @@ namespace {
 constexpr QByteArrayView byteOrderMark = "\xef\xbb\xbf";
 constexpr QByteArrayView escapedByteOrderMark = "\\ufeff";
 
-enum class FileState { Readable, Damaged, Unreadable };
-
-struct Content {
-    FileState state = FileState::Readable;
-    QJsonObject object;
-};
-
 qint64 nanoseconds(const timespec &time) {
-    constexpr qint64 perSecond = 1'000'000'000;
-    return static_cast<qint64>(time.tv_sec) * perSecond + time.tv_nsec;
+    return std::chrono::nanoseconds(std::chrono::seconds(time.tv_sec)).count() + time.tv_nsec;
 }
 
 // The clock that file times are taken from: it advances a few milliseconds at a time.
@@ -43,18 +37,12 @@ qint64 fileSystemTime() {
     return nanoseconds(now);
 }
 
-Content readContent(const QString &path) {
+// Empty for a missing file, absent for one that cannot be read.
+std::optional<QByteArray> readBytes(const QString &path) {
     struct stat status = {};
     if (stat(QFile::encodeName(path).constData(), &status) != 0 && errno == ENOENT)
-        return {};
-    const std::optional<QByteArray> bytes =
-        readRegularFile(path, std::numeric_limits<qint64>::max());
-    if (!bytes)
-        return {FileState::Unreadable, {}};
-    std::optional<QJsonObject> object = decodeDefaults(*bytes);
-    if (!object)
-        return {FileState::Damaged, {}};
-    return {FileState::Readable, *std::move(object)};
+        return QByteArray();
+    return readRegularFile(path, std::numeric_limits<qint64>::max());
 }
 
 } // namespace
@@ -97,10 +85,14 @@ JsonUserDefaults::~JsonUserDefaults() {
 }
 
 QJsonValue JsonUserDefaults::value(const QString &key) const {
-    // First drop, then read: once a change counts as written, only the file shows it.
-    dropWrittenOverlays();
-    if (const auto overlay = overlays_.constFind(key); overlay != overlays_.constEnd())
-        return overlay->value;
+    {
+        // Before the file is read: once a change counts as written, only the file shows it.
+        const std::lock_guard lock(mutex_);
+        const auto latest =
+            std::ranges::find(waiting_.rbegin(), waiting_.rend(), key, &PendingChange::key);
+        if (latest != waiting_.rend())
+            return latest->shown;
+    }
     readIfChanged();
     return stored_.value(key);
 }
@@ -113,15 +105,13 @@ void JsonUserDefaults::update(const QString &key, const Change &change) {
     ++generation_;
     {
         const std::lock_guard lock(mutex_);
-        waiting_.push_back({key, change});
-        overlays_.insert(key, {after, lastWritten_ + waiting_.size()});
+        waiting_.push_back({key, change, after});
         ++attemptsWanted_;
     }
     wake_.notify_one();
 }
 
 quint64 JsonUserDefaults::generation() const {
-    dropWrittenOverlays();
     readIfChanged();
     return generation_;
 }
@@ -135,21 +125,6 @@ void JsonUserDefaults::synchronize() {
     attempted_.wait(lock, [&] { return attemptsMade_ >= attempt; });
 }
 
-void JsonUserDefaults::dropWrittenOverlays() const {
-    quint64 written = 0;
-    {
-        const std::lock_guard lock(mutex_);
-        written = lastWritten_;
-    }
-    if (written == overlaysDroppedUpTo_)
-        return;
-    overlaysDroppedUpTo_ = written;
-    overlays_.removeIf(
-        [written](const auto &entry) { return entry.value().lastChange <= written; });
-    // Merged with what other processes wrote, a value may differ from the one we showed.
-    ++generation_;
-}
-
 void JsonUserDefaults::readIfChanged() const {
     const qint64 now = fileSystemTime();
     const std::optional<Stamp> stamp = Stamp::of(file_);
@@ -158,7 +133,8 @@ void JsonUserDefaults::readIfChanged() const {
     stamp_ = stamp;
     // A file that was changed in this very tick of the clock can change again without a trace.
     settled_ = !stamp || stamp->changed < now;
-    QJsonObject object = readContent(file_).object;
+    QJsonObject object =
+        decodeDefaults(readBytes(file_).value_or(QByteArray())).value_or(QJsonObject());
     if (object == stored_)
         return;
     stored_ = std::move(object);
@@ -175,7 +151,8 @@ void JsonUserDefaults::writeChanges(const std::stop_token &stop) {
         lock.lock();
         if (written) {
             waiting_.erase(waiting_.begin(), waiting_.begin() + std::ssize(changes));
-            lastWritten_ += changes.size();
+            // Merged with what others wrote, a value may differ from the one that was shown.
+            ++generation_;
         }
         attemptsMade_ = attempt;
         attempted_.notify_all();
@@ -191,21 +168,22 @@ bool JsonUserDefaults::write(const std::deque<PendingChange> &changes) const {
         return false;
     while (true) {
         const std::optional<Stamp> before = Stamp::of(file_);
-        const Content present = readContent(file_);
+        const std::optional<QByteArray> bytes = readBytes(file_);
         // Writing would destroy what we cannot read.
-        if (present.state == FileState::Unreadable)
+        if (!bytes)
             return false;
-        QJsonObject object = present.object;
+        const std::optional<QJsonObject> intact = decodeDefaults(*bytes);
+        const QJsonObject present = intact.value_or(QJsonObject());
+        QJsonObject object = present;
         for (const PendingChange &pending : changes)
             object.insert(pending.key, pending.change(object.value(pending.key)));
-        if (object == present.object)
+        if (object == present)
             return true;
         // Editors know nothing of our lock: what was saved in the meantime is merged, too.
         if (Stamp::of(file_) != before)
             continue;
         // A symbolic link stays; what it leads to is moved.
-        if (present.state == FileState::Damaged &&
-            !keepAside(QFileInfo(file_).canonicalFilePath(), file_))
+        if (!intact && !keepAside(QFileInfo(file_).canonicalFilePath(), file_))
             return false;
         return writeFileAtomically(file_, encodeDefaults(object));
     }

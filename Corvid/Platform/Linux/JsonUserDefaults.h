@@ -4,9 +4,9 @@
 #include "Platform/UserDefaults.h"
 
 #include <QByteArray>
-#include <QHash>
 #include <QJsonObject>
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -66,15 +66,9 @@ private:
     struct PendingChange {
         QString key;
         Change change;
+        QJsonValue shown; ///< what it made of the value that this process saw
     };
 
-    /** What this process shows for a key whose changes are still waiting. */
-    struct Overlay {
-        QJsonValue value;
-        quint64 lastChange = 0; ///< number of the last change that led to the value
-    };
-
-    void dropWrittenOverlays() const;
     void readIfChanged() const;
     void writeChanges(const std::stop_token &stop);
     bool write(const std::deque<PendingChange> &changes) const;
@@ -85,16 +79,14 @@ private:
     mutable QJsonObject stored_;
     mutable std::optional<Stamp> stamp_;
     mutable bool settled_ = false; ///< no later state of the file can carry the same stamp
-    mutable QHash<QString, Overlay> overlays_;
-    mutable quint64 overlaysDroppedUpTo_ = 0;
-    mutable quint64 generation_ = 0;
 
-    // Shared with the writer, guarded by the mutex. Changes are numbered from 1.
+    mutable std::atomic<quint64> generation_ = 0;
+
+    // Shared with the writer, guarded by the mutex.
     mutable std::mutex mutex_;
     std::condition_variable_any wake_;
     std::condition_variable attempted_;
     std::deque<PendingChange> waiting_;
-    quint64 lastWritten_ = 0; ///< number of the last change that is in the file
     quint64 attemptsWanted_ = 0;
     quint64 attemptsMade_ = 0;
 

@@ -12,9 +12,8 @@ namespace corvid {
 class TerminationSignals {
 public:
     TerminationSignals();
-    TerminationSignals(const TerminationSignals &) = delete;
-    TerminationSignals &operator=(const TerminationSignals &) = delete;
     ~TerminationSignals();
+    Q_DISABLE_COPY_MOVE(TerminationSignals)
 
 private:
     QSocketNotifier notifier_;

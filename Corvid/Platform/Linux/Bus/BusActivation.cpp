@@ -62,13 +62,11 @@ BusActivation activateByBus(const QString &id, const BusRequest &request, GCance
     QByteArray object = "/" + name;
     object.replace('.', '/').replace('-', '_');
     const Call call = callFor(request);
-    GVariant *reply = g_dbus_connection_call_sync(
+    const GVariantPointer reply(g_dbus_connection_call_sync(
         bus.get(), name.constData(), object.constData(), "org.freedesktop.Application", call.method,
-        call.arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, timeoutMs, shutdown, error.out());
-    if (reply) {
-        g_variant_unref(reply);
+        call.arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, timeoutMs, shutdown, error.out()));
+    if (reply)
         return BusActivation::Done;
-    }
     // Anything else may come from an application that is there and busy: starting it once more
     // would open it twice.
     const bool missing = error.get()->domain == G_DBUS_ERROR && meansNoService(error.get()->code);

@@ -2,7 +2,12 @@
 
 #include "Platform/Instance.h"
 
-#include <memory>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
+
+#include <functional>
+#include <utility>
 #include <vector>
 
 namespace corvid {
@@ -14,7 +19,7 @@ namespace corvid {
  * main thread, right before its wish is fulfilled. When the bus goes, the instance lives on,
  * unheard.
  */
-class BusInstance final : public Instance {
+class BusInstance final : public Instance, private QDBusVirtualObject {
 public:
     enum class Claim {
         Sole,       ///< we are the instance, or there is no bus to ask
@@ -22,7 +27,6 @@ public:
         Unanswered, ///< another one is, and does not answer
     };
 
-    BusInstance();
     ~BusInstance() override;
 
     /**
@@ -35,9 +39,12 @@ public:
     void serve(std::function<void(const Wish &)> fulfil) override;
 
 private:
-    class Calls;
+    bool handleMessage(const QDBusMessage &call, const QDBusConnection &bus) override;
+    QString introspect(const QString &path) const override;
+    void fulfilWaiting();
 
-    std::shared_ptr<Calls> calls_;
+    std::vector<std::pair<Wish, QDBusMessage>> waiting_; ///< with the replies they are due
+    std::function<void(const Wish &)> fulfil_;           ///< empty while nobody serves
 };
 
 } // namespace corvid

@@ -67,7 +67,7 @@ void BusPeer::listen(const QString &path, const QString &interface, const QStrin
 }
 
 void BusPeer::hear(const QDBusMessage &signal) {
-    if (!isThere() || signal.service() != owner_)
+    if (owner_.isEmpty() || signal.service() != owner_)
         return;
     for (const Listener &listener : listeners_) {
         if (listener.interface == signal.interface() && listener.member == signal.member()) {

@@ -3,6 +3,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QDBusVariant>
 #include <QObject>
 #include <QString>
 #include <QVariant>
@@ -18,6 +19,13 @@ template <typename T>
 std::optional<T> exactly(const QVariant &value) {
     return value.metaType() == QMetaType::fromType<T>() ? std::optional(value.value<T>())
                                                         : std::nullopt;
+}
+
+/** The same for a value in a variant of its own. */
+template <typename T>
+std::optional<T> unboxed(const QVariant &value) {
+    const auto box = exactly<QDBusVariant>(value);
+    return box ? exactly<T>(box->variant()) : std::nullopt;
 }
 
 /** A call of a method of the bus itself, to be sent. */
@@ -37,8 +45,6 @@ public:
 
     BusPeer(QDBusConnection bus, QString name);
 
-    /** Whether somebody owns the name, as far as is known. */
-    bool isThere() const { return !owner_.isEmpty(); }
     /** Called when somebody is found to own the name or nobody does any more; with both, one after
         the other, when the name passes to another program. */
     std::function<void(bool there)> onOwnerChange;

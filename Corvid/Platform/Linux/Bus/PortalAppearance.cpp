@@ -3,7 +3,6 @@
 #include "Platform/Linux/CurrentDesktop.h"
 
 #include <QDBusArgument>
-#include <QDBusVariant>
 
 #include <array>
 #include <cmath>

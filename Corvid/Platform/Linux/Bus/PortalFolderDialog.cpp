@@ -1,6 +1,5 @@
 #include "Platform/Linux/Bus/PortalFolderDialog.h"
 
-#include <QDBusVariant>
 #include <QGuiApplication>
 #include <QUrl>
 #include <QWindow>
@@ -55,8 +54,7 @@ void PortalFolderDialog::choose(const QWindow &window, const QString &prompt, Do
     const auto version = portal_.method(Portal::path, u"org.freedesktop.DBus.Properties"_s,
                                         u"Get"_s, {chooserInterface, u"version"_s});
     const auto replied = [this, name = portalsNameOf(window), prompt](const QDBusMessage &reply) {
-        const auto boxed = exactly<QDBusVariant>(reply.arguments().value(0));
-        if (boxed && exactly<quint32>(boxed->variant()) >= firstWithFolders)
+        if (unboxed<quint32>(reply.arguments().value(0)) >= firstWithFolders)
             ask(name, prompt);
         else
             finish(std::nullopt);

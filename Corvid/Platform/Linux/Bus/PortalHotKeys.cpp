@@ -76,26 +76,25 @@ PortalHotKeys::~PortalHotKeys() {
 }
 
 void PortalHotKeys::grab(const HotKey &hotKey, Callbacks callbacks) {
+    want(hotKey, std::move(callbacks));
+}
+
+void PortalHotKeys::release() {
+    want(std::nullopt, {});
+}
+
+void PortalHotKeys::want(const std::optional<HotKey> &hotKey, Callbacks callbacks) {
     wanted_ = hotKey;
     callbacks_ = std::move(callbacks);
     asked_ = false;
     told_.reset();
     if (portal_) {
         goOn();
-    } else {
+    } else if (hotKey) {
         portal_.emplace(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName));
         listen();
         startPortal();
     }
-}
-
-void PortalHotKeys::release() {
-    wanted_.reset();
-    callbacks_ = {};
-    asked_ = false;
-    told_.reset();
-    if (portal_)
-        goOn();
 }
 
 void PortalHotKeys::dealtWith(quint32 /*time*/, NextKeys /*nextKeys*/) {
@@ -130,55 +129,37 @@ void PortalHotKeys::listen() {
     });
     portal_->listen({}, sessionInterface, u"Closed"_s, [this](const QDBusMessage &signal) {
         if (!session_.isEmpty() && signal.path() == session_)
-            sessionClosed();
+            becomeIdle();
     });
 }
 
 // Does what is to be done next, unless something is under way that comes here when it is done.
 void PortalHotKeys::goOn() {
-    switch (state_) {
-    case State::Absent:
+    if (state_ == State::Absent)
         answer(false);
-        break;
-    case State::Idle:
-        if (wanted_ && !asked_)
-            createSession();
-        break;
-    case State::Binding:
-    case State::Bound:
-        if (!asked_)
-            closeSession();
-        break;
-    case State::Starting:
-    case State::Greeting:
-    case State::Creating:
-    case State::Closing:
-        break;
-    }
+    else if (state_ == State::Idle && wanted_ && !asked_)
+        createSession();
+    else if ((state_ == State::Binding || state_ == State::Bound) && !asked_)
+        closeSession();
 }
 
 void PortalHotKeys::startPortal() {
-    state_ = State::Starting;
-    // That the name has an owner, the bus tells before it replies.
+    state_ = State::Busy;
+    // That the name has an owner, the bus tells before it replies; the reply is forgotten then.
     portal_->send(busMethod(u"StartServiceByName"_s, {Portal::name, 0U}),
                   [this](const QDBusMessage & /*reply*/) {
-                      if (state_ == State::Starting) {
-                          state_ = State::Absent;
-                          goOn();
-                      }
+                      state_ = State::Absent;
+                      goOn();
                   });
 }
 
 void PortalHotKeys::portalAppeared() {
     portal_->forgetCalls();
-    state_ = State::Greeting;
+    state_ = State::Busy;
     // Older portals find it out by themselves, and have no such interface.
-    auto greeting = portal_->method(Portal::path, registryInterface, u"Register"_s,
-                                    {applicationId, QVariantMap()});
-    portal_->send(greeting, [this](const QDBusMessage & /*reply*/) {
-        state_ = State::Idle;
-        goOn();
-    });
+    const auto greeting = portal_->method(Portal::path, registryInterface, u"Register"_s,
+                                          {applicationId, QVariantMap()});
+    portal_->send(greeting, [this](const QDBusMessage & /*reply*/) { becomeIdle(); });
 }
 
 void PortalHotKeys::portalVanished() {
@@ -203,22 +184,18 @@ void PortalHotKeys::createSession() {
     }
     trigger_ = *trigger;
     lastPress_.reset();
-    state_ = State::Creating;
+    state_ = State::Busy;
     // The first portals wanted the shortcuts here.
     const QVariantMap options{{u"session_handle_token"_s, sessionToken},
                               {u"shortcuts"_s, shortcuts()}};
     const auto responded = [this](std::optional<quint32> code, const QVariantMap &results) {
         session_ = code == 0 ? handleOf(results.value(u"session_handle"_s)) : QString();
-        if (session_.isEmpty()) {
-            state_ = State::Idle;
-            if (asked_)
-                answer(false);
-            goOn();
-        } else if (asked_) {
+        if (session_.isEmpty())
+            becomeIdle();
+        else if (asked_)
             bindShortcut();
-        } else {
+        else
             closeSession();
-        }
     };
     portal_->request(shortcutsInterface, u"CreateSession"_s, {}, options, responded);
 }
@@ -240,17 +217,14 @@ void PortalHotKeys::bindShortcut() {
 }
 
 void PortalHotKeys::closeSession() {
-    state_ = State::Closing;
+    state_ = State::Busy;
     portal_->withdrawRequest();
     const auto close = portal_->method(std::exchange(session_, {}), sessionInterface, u"Close"_s);
-    portal_->send(close, [this](const QDBusMessage & /*reply*/) {
-        state_ = State::Idle;
-        goOn();
-    });
+    portal_->send(close, [this](const QDBusMessage & /*reply*/) { becomeIdle(); });
 }
 
-// By the portal.
-void PortalHotKeys::sessionClosed() {
+// There is no session, or none any more.
+void PortalHotKeys::becomeIdle() {
     portal_->forgetRequest();
     session_.clear();
     state_ = State::Idle;

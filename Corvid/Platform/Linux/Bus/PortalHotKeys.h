@@ -46,16 +46,14 @@ public:
 
 private:
     enum class State {
-        Starting, ///< the bus looks for the portal
         Absent,
-        Greeting, ///< the portal is told who we are
-        Idle,     ///< has no session: none is wanted, or it was refused
-        Creating, ///< waits for a session
-        Binding,  ///< waits for the key, perhaps for the user
+        Busy,    ///< waits for the portal: to start, to greet, to open or to close a session
+        Idle,    ///< has no session: none is wanted, or it was refused
+        Binding, ///< waits for the key, perhaps for the user
         Bound,
-        Closing, ///< waits for the session's end
     };
 
+    void want(const std::optional<HotKey> &hotKey, Callbacks callbacks);
     void listen();
     void startPortal();
     void portalAppeared();
@@ -64,7 +62,7 @@ private:
     void createSession();
     void bindShortcut();
     void closeSession();
-    void sessionClosed();
+    void becomeIdle();
     void press(const QByteArray &token);
     void answer(bool obtained);
     bool isOurs(const QDBusMessage &keyEvent) const;

@@ -3,6 +3,7 @@
 #include "Platform/Linux/Bus/BusPeer.h"
 #include "Platform/TrayWatch.h"
 
+#include <QAbstractNativeEventFilter>
 #include <QScopedPointer>
 
 #include <memory>
@@ -15,25 +16,22 @@ namespace corvid {
  * for the life of the process, so none may be made before. From then on Qt itself follows a tray
  * that goes and comes back.
  */
-class SessionTrayWatch final : public TrayWatch {
+class SessionTrayWatch final : public TrayWatch, private QAbstractNativeEventFilter {
 public:
-    SessionTrayWatch();
-    ~SessionTrayWatch() override;
-
     void await(std::function<void()> there) override;
 
 private:
-    class ManagerFilter;
-
     void lookForHost();
     void lookForXEmbed();
+    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
     void arrived();
 
     std::function<void()> there_;
     /** Until a tray is there; deleted later, as it may be what tells of that. */
     std::unique_ptr<BusPeer, QScopedPointerDeleteLater> watcher_;
-    std::unique_ptr<ManagerFilter> filter_;
-    QObject receiver_; ///< what the filter tells is dropped with us
+    quint32 tray_ = 0;    ///< an atom: the selection that a tray owns
+    quint32 manager_ = 0; ///< an atom: how it announces itself; 0 until looked for
+    QObject receiver_;    ///< what the filter tells is dropped with us
 };
 
 } // namespace corvid

@@ -33,8 +33,8 @@ struct ObjectListFree {
     void operator()(GList *list) const { g_list_free_full(list, g_object_unref); }
 };
 using ItemsPointer = std::unique_ptr<GList, ObjectListFree>;
-using AttributesPointer = std::unique_ptr<GHashTable, GRelease<g_hash_table_unref>>;
-using SecretValuePointer = std::unique_ptr<SecretValue, GRelease<secret_value_unref>>;
+using AttributesPointer = std::unique_ptr<GHashTable, ReleasedBy<g_hash_table_unref>>;
+using SecretValuePointer = std::unique_ptr<SecretValue, ReleasedBy<secret_value_unref>>;
 
 AttributesPointer attributesOf(const QString &account) {
     return AttributesPointer(secret_attributes_build(&secretSchema, "service", secretService.data(),
