@@ -4,9 +4,8 @@
 
 #include <xcb/xinput.h>
 
-#include <algorithm>
-#include <array>
 #include <span>
+#include <utility>
 
 namespace corvid {
 
