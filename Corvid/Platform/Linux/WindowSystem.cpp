@@ -2,8 +2,6 @@
 
 #include "Platform/Linux/Bus/PortalHotKeys.h"
 #include "Platform/Linux/Wayland/LayerPanelSurface.h"
-#include "Platform/Linux/Wayland/WaylandActivation.h"
-#include "Platform/Linux/X11/X11ClickMonitor.h"
 #include "Platform/Linux/X11/X11HotKeys.h"
 #include "Platform/Linux/X11/X11PanelSurface.h"
 #include "Platform/Linux/X11/X11Replies.h"
@@ -11,6 +9,8 @@
 #include <QGuiApplication>
 
 #include <qpa/qplatformnativeinterface.h>
+
+#include <unistd.h>
 
 namespace corvid {
 
@@ -26,22 +26,66 @@ wl_display *waylandDisplay() {
         QGuiApplication::platformNativeInterface()->nativeResourceForIntegration("wl_display"));
 }
 
+// Asks the compositor for the tokens of WindowSystem::activationToken, over Qt's own connection.
+class Activation {
+public:
+    explicit Activation(std::shared_ptr<WaylandConnection> connection)
+        : connection_(std::move(connection)),
+          activation_(connection_->bind<xdg_activation_v1>(xdg_activation_v1_interface, 1)) {}
+
+    bool works() const { return activation_ && presses_.seat(); }
+
+    QByteArray token() const {
+        QByteArray result;
+        const WaylandPointer<xdg_activation_token_v1> token(
+            xdg_activation_v1_get_activation_token(activation_.get()));
+        static constexpr xdg_activation_token_v1_listener listener{
+            [](void *data, auto *, const char *text) { *static_cast<QByteArray *>(data) = text; }};
+        xdg_activation_token_v1_add_listener(token.get(), &listener, &result);
+        if (serial_ != 0)
+            xdg_activation_token_v1_set_serial(token.get(), serial_, presses_.seat());
+        if (QWindow *window = QGuiApplication::focusWindow()) {
+            if (wl_surface *surface = surfaceOf(*window))
+                xdg_activation_token_v1_set_surface(token.get(), surface);
+        }
+        xdg_activation_token_v1_commit(token.get());
+        connection_->roundTrip();
+        return result;
+    }
+
+private:
+    std::shared_ptr<WaylandConnection> connection_;
+    WaylandPointer<xdg_activation_v1> activation_;
+    std::uint32_t serial_ = 0; ///< of the last press
+    // Qt tells nobody the serials of its events.
+    SeatEvents presses_{*connection_,
+                        {{WL_SEAT_GET_KEYBOARD, &wl_keyboard_interface},
+                         {WL_SEAT_GET_POINTER, &wl_pointer_interface}},
+                        [this](std::string_view event, const wl_argument *arguments) {
+                            if (event == "keymap") // format, file, size
+                                close(arguments[1].h);
+                            else if ((event == "key" || event == "button") && arguments[3].u != 0)
+                                serial_ = arguments[0].u; // serial, time, which, state
+                        }};
+};
+
 } // namespace
 
 WindowSystem makeWindowSystem() {
-    if (xcb_connection_t *connection = x11::connectionOfQt()) {
-        auto surface = std::make_unique<X11PanelSurface>(connection);
+    if (x11::connectionOfQt()) {
+        auto surface = std::make_unique<X11PanelSurface>();
         const auto entitle = [to = surface.get()](const QByteArray &token) {
             to->setStartupId(token);
         };
-        return {std::move(surface), std::make_shared<X11ClickMonitor>(connection), nullptr,
-                entitle};
+        return {std::move(surface), std::make_shared<X11ClickMonitor>(), nullptr, entitle};
     }
     wl_display *display = waylandDisplay();
     if (!display)
         return {std::make_unique<PlainPanelSurface>(), nullptr, nullptr, nullptr};
     const auto connection = std::make_shared<WaylandConnection>(display);
-    auto tokens = activationTokens(connection);
+    std::function<QByteArray()> tokens;
+    if (const auto activation = std::make_shared<Activation>(connection); activation->works())
+        tokens = [activation] { return activation->token(); };
     auto shell = LayerShell::bind(connection);
     if (!shell)
         return {std::make_unique<PlainPanelSurface>(), nullptr, std::move(tokens), nullptr};

@@ -18,9 +18,10 @@ struct WindowSystem {
     std::unique_ptr<PanelSurface> surface;
     /** Null where nothing sees clicks elsewhere. */
     std::shared_ptr<ClickMonitor> clickMonitor;
-    /** Gives a new token by which a program that is started may come to the front; empty when
-        there is none at this moment. Null where the window system has no such tokens. Main
-        thread. */
+    /** Gives a new token by which a program that is started may come to the front, to be asked for
+        while our window still has the keyboard. Waits for the compositor, at most for half a
+        second; empty when there is none at this moment. Null where the window system has no such
+        tokens. Main thread. */
     std::function<QByteArray()> activationToken;
     /** Takes the token by which the panel may have the keyboard when it is shown next; empty for
         none. Null where the panel needs none. Main thread. */

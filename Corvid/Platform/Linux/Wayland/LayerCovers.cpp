@@ -39,8 +39,7 @@ class LayerCovers::Pane {
 public:
     /** All over an output. */
     Pane(const LayerShell &shell, wl_buffer *pixel, wl_output *output) : Pane(shell) {
-        LayerSurface::Place everywhere;
-        everywhere.coversBars = true;
+        const LayerSurface::Place everywhere{.coversBars = true};
         role_ = std::make_unique<LayerSurface>(shell, surface_.get(), output, everywhere);
         role_->attend(); // the shell's queue is read only while the panel is being shown
         role_->onSize = [this, pixel](const QSize &size) {

@@ -1,6 +1,58 @@
 #include "Platform/Linux/Wayland/LayerPanelSurface.h"
 
+#include <QEvent>
+#include <QGuiApplication>
+
+#include <unordered_map>
+
 namespace corvid {
+
+namespace {
+
+/** Shows the small windows that an input method opens in our process for its candidates above the
+    panel. Like the panel they ask to bypass the window manager, so Qt gives them no role: here they
+    become parts of the panel, for as long as this lives. */
+class LayerPopups final : public QObject {
+public:
+    /** The panel must have a surface as long as this lives. */
+    LayerPopups(const LayerShell &shell, QWindow &panel) : shell_(shell), panel_(panel) {
+        qGuiApp->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        const QEvent::Type type = event->type();
+        if (type != QEvent::Expose && type != QEvent::Move && type != QEvent::Hide)
+            return false;
+        auto *window = qobject_cast<QWindow *>(watched);
+        if (!window || window == &panel_ || !window->flags().testFlag(Qt::BypassWindowManagerHint))
+            return false;
+        if (type == QEvent::Hide)
+            parts_.erase(window);
+        else if (parts_.contains(window) || (type == QEvent::Expose && window->isExposed()))
+            place(*window);
+        return false;
+    }
+
+private:
+    void place(QWindow &popup) {
+        wl_surface *surface = surfaceOf(popup);
+        if (!surface)
+            return;
+        WaylandPointer<wl_subsurface> &part = parts_[&popup];
+        if (!part)
+            part = shell_.makePart(surface, surfaceOf(panel_));
+        const QPoint place = panel_.mapFromGlobal(popup.position());
+        wl_subsurface_set_position(part.get(), place.x(), place.y());
+        // A part moves with the next commit of the whole.
+        wl_surface_commit(surfaceOf(panel_));
+    }
+
+    const LayerShell &shell_;
+    QWindow &panel_;
+    std::unordered_map<const QWindow *, WaylandPointer<wl_subsurface>> parts_;
+};
+
+} // namespace
 
 LayerPanelSurface::LayerPanelSurface(std::shared_ptr<const LayerShell> shell)
     : shell_(std::move(shell)), covers_(std::make_shared<LayerCovers>(shell_)) {}
@@ -9,9 +61,10 @@ LayerPanelSurface::LayerPanelSurface(std::shared_ptr<const LayerShell> shell)
 // a surface that is anchored to all edges just what is free there.
 QRect LayerPanelSurface::visibleFrame(const QScreen &screen) const {
     const WaylandPointer<wl_surface> surface = shell_->makeSurface();
-    const LayerSurface probe(*shell_, surface.get(), nullptr, {});
+    LayerSurface probe(*shell_, surface.get(), nullptr, {});
+    QSize size;
+    probe.onSize = [&size](const QSize &given) { size = given; };
     shell_->connection->roundTrip();
-    const QSize size = probe.size().value_or(QSize());
     return {QPoint(), size.isEmpty() ? screen.geometry().size() : size};
 }
 
@@ -30,10 +83,7 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
     };
     panel.setMask(card); // clicks on the shadow are clicks elsewhere
     covers_->spread(panel, card);
-    LayerSurface::Place place;
-    place.size = panel.size();
-    place.origin = origin;
-    place.takesKeyboard = true;
+    const LayerSurface::Place place{.size = panel.size(), .origin = origin, .takesKeyboard = true};
     role_ = std::make_unique<LayerSurface>(*shell_, surfaceOf(panel), nullptr, place);
     role_->onClosed = closeLater;
     // It must not be painted before the compositor has answered, which may also be that there is
@@ -45,7 +95,7 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
         return;
     }
     role_->attend();
-    popups_ = std::make_unique<LayerPopups>(shell_, panel);
+    popups_ = std::make_unique<LayerPopups>(*shell_, panel);
 }
 
 void LayerPanelSurface::withdraw(QWindow & /*panel*/) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Platform/Linux/Wayland/LayerCovers.h"
-#include "Platform/Linux/Wayland/LayerPopups.h"
 #include "Platform/Linux/Wayland/PlainPanelSurface.h"
 
 #include <memory>
@@ -30,8 +29,8 @@ public:
 private:
     std::shared_ptr<const LayerShell> shell_;
     std::shared_ptr<LayerCovers> covers_;
-    std::unique_ptr<LayerSurface> role_;  ///< only while the panel is shown
-    std::unique_ptr<LayerPopups> popups_; ///< likewise
+    std::unique_ptr<LayerSurface> role_; ///< only while the panel is shown
+    std::unique_ptr<QObject> popups_;    ///< likewise; shows those of input methods
     bool givenUp_ = false; ///< until the panel is hidden: it may be painted, too late for a role
 };
 

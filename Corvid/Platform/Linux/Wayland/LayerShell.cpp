@@ -27,19 +27,19 @@ LayerSurface::LayerSurface(const LayerShell &shell, wl_surface *surface, wl_outp
     : role_(zwlr_layer_shell_v1_get_layer_surface(shell.shell.get(), surface, output,
                                                   ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY, "corvid")) {
     static constexpr zwlr_layer_surface_v1_listener listener{
-        [](void *data, zwlr_layer_surface_v1 *role, std::uint32_t serial, std::uint32_t width,
-           std::uint32_t height) {
-            zwlr_layer_surface_v1_ack_configure(role, serial);
-            auto *self = static_cast<LayerSurface *>(data);
-            self->size_ = QSize(static_cast<int>(width), static_cast<int>(height));
-            if (self->onSize)
-                self->onSize(*self->size_);
-        },
-        [](void *data, zwlr_layer_surface_v1 * /*role*/) {
-            const auto *self = static_cast<LayerSurface *>(data);
-            if (self->onClosed)
-                self->onClosed();
-        }};
+        .configure =
+            [](void *data, auto *role, auto serial, auto width, auto height) {
+                zwlr_layer_surface_v1_ack_configure(role, serial);
+                const auto *self = static_cast<LayerSurface *>(data);
+                if (self->onSize)
+                    self->onSize(QSize(static_cast<int>(width), static_cast<int>(height)));
+            },
+        .closed =
+            [](void *data, auto *) {
+                const auto *self = static_cast<LayerSurface *>(data);
+                if (self->onClosed)
+                    self->onClosed();
+            }};
     zwlr_layer_surface_v1 *role = role_.get();
     zwlr_layer_surface_v1_add_listener(role, &listener, this);
     constexpr std::uint32_t topLeft =

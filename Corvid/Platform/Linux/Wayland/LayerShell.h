@@ -6,7 +6,6 @@
 #include <QSize>
 
 #include <memory>
-#include <optional>
 
 namespace corvid {
 
@@ -36,7 +35,7 @@ class LayerSurface {
 public:
     struct Place {
         QSize size{0, 0}; ///< all of the output where null
-        QPoint origin;    ///< from the output's top left corner
+        QPoint origin{};  ///< from the output's top left corner
         bool coversBars = false;
         bool takesKeyboard = false;
     };
@@ -44,11 +43,7 @@ public:
     /** Without an output it goes to the one that the compositor holds for active. */
     LayerSurface(const LayerShell &shell, wl_surface *surface, wl_output *output,
                  const Place &place);
-    LayerSurface(const LayerSurface &) = delete;
-    LayerSurface &operator=(const LayerSurface &) = delete;
-
-    /** What the compositor gives it; absent before it has answered. */
-    std::optional<QSize> size() const { return size_; }
+    Q_DISABLE_COPY_MOVE(LayerSurface)
 
     /** From now on events come from the event loop instead of WaylandConnection::roundTrip(). */
     void attend();
@@ -60,7 +55,6 @@ public:
 
 private:
     WaylandPointer<zwlr_layer_surface_v1> role_;
-    std::optional<QSize> size_;
 };
 
 } // namespace corvid

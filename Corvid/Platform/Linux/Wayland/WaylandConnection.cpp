@@ -17,12 +17,11 @@ WaylandConnection::WaylandConnection(wl_display *display)
     wl_proxy_set_queue(reinterpret_cast<wl_proxy *>(onQueue_.get()), queue_.get());
     registry_.reset(wl_display_get_registry(onQueue_.get()));
     static constexpr wl_registry_listener listener{
-        [](void *self, wl_registry * /*registry*/, std::uint32_t name, const char *interface,
-           std::uint32_t version) {
+        [](void *self, auto *, std::uint32_t name, const char *interface, std::uint32_t version) {
             static_cast<WaylandConnection *>(self)->globals_.try_emplace(interface,
                                                                          Global{name, version});
         },
-        [](void * /*self*/, wl_registry * /*registry*/, std::uint32_t /*name*/) {}};
+        [](auto...) {}};
     wl_registry_add_listener(registry_.get(), &listener, this);
     wl_display_roundtrip_queue(display_, queue_.get());
 }
@@ -60,9 +59,7 @@ bool WaylandConnection::roundTrip() {
         return false;
     question_.reset(wl_display_sync(onQueue_.get()));
     static constexpr wl_callback_listener listener{
-        [](void *self, wl_callback * /*question*/, std::uint32_t /*serial*/) {
-            static_cast<WaylandConnection *>(self)->question_.reset();
-        }};
+        [](void *self, auto...) { static_cast<WaylandConnection *>(self)->question_.reset(); }};
     wl_callback_add_listener(question_.get(), &listener, this);
     constexpr auto patience = 500ms;
     const auto deadline = Clock::now() + patience;

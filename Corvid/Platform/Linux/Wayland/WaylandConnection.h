@@ -2,6 +2,8 @@
 
 #include "Platform/Linux/Wayland/WaylandPointers.h"
 
+#include <QtGlobal>
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -21,8 +23,7 @@ class WaylandConnection {
 public:
     /** Waits until the compositor has told what it offers. The connection must outlive this. */
     explicit WaylandConnection(wl_display *display);
-    WaylandConnection(const WaylandConnection &) = delete;
-    WaylandConnection &operator=(const WaylandConnection &) = delete;
+    Q_DISABLE_COPY_MOVE(WaylandConnection)
 
     bool offers(const wl_interface &interface) const;
 
@@ -72,8 +73,7 @@ public:
     /** Leaves out devices that are not there. */
     SeatEvents(const WaylandConnection &connection, std::initializer_list<Device> wanted,
                Handler handler);
-    SeatEvents(const SeatEvents &) = delete;
-    SeatEvents &operator=(const SeatEvents &) = delete;
+    Q_DISABLE_COPY_MOVE(SeatEvents)
 
     /** Null when there are none of the devices. */
     wl_seat *seat() const { return devices_.empty() ? nullptr : seat_; }

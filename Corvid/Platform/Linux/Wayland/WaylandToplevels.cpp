@@ -1,22 +1,12 @@
 #include "Platform/Linux/Wayland/WaylandToplevels.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 namespace corvid {
 
 using namespace std::chrono_literals;
-
-struct WaylandToplevels::Toplevel {
-    WaylandToplevels &list;
-    WaylandPointer<zwlr_foreign_toplevel_handle_v1> handle;
-    Window window;
-    QString application{};
-    bool known = false; ///< whether its first description is complete
-    bool active = false;
-    bool minimised = false;
-    std::uint64_t lastActive = 0; ///< grows with each change of the focus
-};
 
 std::unique_ptr<WaylandToplevels> WaylandToplevels::connect(const QByteArray &display) {
     if (display.isEmpty())
@@ -28,89 +18,70 @@ std::unique_ptr<WaylandToplevels> WaylandToplevels::connect(const QByteArray &di
     return result->manager_ ? std::move(result) : nullptr;
 }
 
-WaylandToplevels::~WaylandToplevels() = default;
-
 WaylandToplevels::WaylandToplevels(WaylandPointer<wl_display> display)
     : display_(std::move(display)) {
     if (!manager_)
         return;
     static constexpr zwlr_foreign_toplevel_manager_v1_listener listener{
-        [](void *data, zwlr_foreign_toplevel_manager_v1 * /*manager*/,
-           zwlr_foreign_toplevel_handle_v1 *handle) {
-            static_cast<WaylandToplevels *>(data)->add(handle);
-        },
-        [](void *data, zwlr_foreign_toplevel_manager_v1 * /*manager*/) {
-            static_cast<WaylandToplevels *>(data)->manager_.reset();
-        }};
+        .toplevel = [](void *data, auto *,
+                       auto *handle) { static_cast<WaylandToplevels *>(data)->add(handle); },
+        .finished = [](void *data,
+                       auto *) { static_cast<WaylandToplevels *>(data)->manager_.reset(); }};
     zwlr_foreign_toplevel_manager_v1_add_listener(manager_.get(), &listener, this);
     connection_.roundTrip();
 }
 
 void WaylandToplevels::add(zwlr_foreign_toplevel_handle_v1 *handle) {
-    using Handle = zwlr_foreign_toplevel_handle_v1;
+    constexpr auto ignore = [](auto...) {};
+    static constexpr auto of = [](void *data) -> Toplevel & {
+        return *static_cast<Toplevel *>(data);
+    };
     static constexpr zwlr_foreign_toplevel_handle_v1_listener listener{
-        .title = [](void * /*data*/, Handle * /*handle*/, const char * /*title*/) {},
-        .app_id =
-            [](void *data, Handle * /*handle*/, const char *id) {
-                auto &toplevel = *static_cast<Toplevel *>(data);
-                toplevel.list.setApplication(toplevel, id);
-            },
-        .output_enter = [](void * /*data*/, Handle * /*handle*/, wl_output * /*output*/) {},
-        .output_leave = [](void * /*data*/, Handle * /*handle*/, wl_output * /*output*/) {},
-        .state =
-            [](void *data, Handle * /*handle*/, wl_array *states) {
-                auto &toplevel = *static_cast<Toplevel *>(data);
-                toplevel.list.setState(toplevel, *states);
-            },
-        .done =
-            [](void *data, Handle * /*handle*/) {
-                auto &toplevel = *static_cast<Toplevel *>(data);
-                if (!std::exchange(toplevel.known, true))
-                    toplevel.list.note(Events::ListChanged);
-            },
-        .closed =
-            [](void *data, Handle * /*handle*/) {
-                const auto &toplevel = *static_cast<Toplevel *>(data);
-                toplevel.list.remove(toplevel);
-            },
-        .parent = [](void * /*data*/, Handle * /*handle*/, Handle * /*parent*/) {}};
-    toplevels_.emplace_back(new Toplevel{*this, WaylandPointer<Handle>(handle), {++newest_}});
+        .title = ignore,
+        .app_id = [](void *data, auto *, const char *id) { of(data).setApplication(id); },
+        .output_enter = ignore,
+        .output_leave = ignore,
+        .state = [](void *data, auto *, wl_array *states) { of(data).setState(*states); },
+        .done = [](void *data, auto *) { of(data).described(); },
+        .closed = [](void *data, auto *) { of(data).remove(); },
+        .parent = ignore};
+    toplevels_.emplace_back(new Toplevel{
+        *this, WaylandPointer<zwlr_foreign_toplevel_handle_v1>(handle), {++newest_}});
     zwlr_foreign_toplevel_handle_v1_add_listener(handle, &listener, toplevels_.back().get());
 }
 
 // Our callers remember what they know of a window by its number, so another application's window
 // needs another number.
-void WaylandToplevels::setApplication(Toplevel &toplevel, const char *id) {
-    const QString application = QString::fromUtf8(id);
-    if (toplevel.application == application)
+void WaylandToplevels::Toplevel::setApplication(const char *id) {
+    if (const QString named = QString::fromUtf8(id); std::exchange(application, named) == named)
         return;
-    toplevel.application = application;
-    toplevel.window = ++newest_;
-    if (toplevel.known)
-        note(Events::ListChanged);
+    window = ++list.newest_;
+    if (known)
+        list.note(Events::ListChanged);
 }
 
-void WaylandToplevels::setState(Toplevel &toplevel, const wl_array &states) {
-    const auto *first = static_cast<const std::uint32_t *>(states.data);
-    const auto *last = first + states.size / sizeof(std::uint32_t);
-    const auto has = [&](std::uint32_t state) { return std::find(first, last, state) != last; };
-    toplevel.minimised = has(ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_MINIMIZED);
-    const bool active = has(ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_ACTIVATED);
-    if (std::exchange(toplevel.active, active) == active)
+void WaylandToplevels::Toplevel::setState(const wl_array &states) {
+    const std::span all(static_cast<const std::uint32_t *>(states.data),
+                        states.size / sizeof(std::uint32_t));
+    const auto has = [&](std::uint32_t state) {
+        return std::ranges::find(all, state) != all.end();
+    };
+    minimised = has(ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_MINIMIZED);
+    const bool activated = has(ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_ACTIVATED);
+    if (std::exchange(active, activated) == activated)
         return;
-    toplevel.lastActive = ++focusChanges_;
-    note(Events::FocusMoved);
+    lastActive = ++list.focusChanges_;
+    list.note(Events::FocusMoved);
 }
 
-void WaylandToplevels::remove(const Toplevel &toplevel) {
-    std::erase_if(toplevels_, [&](const auto &each) { return each.get() == &toplevel; });
-    note(Events::ListChanged);
+void WaylandToplevels::Toplevel::described() {
+    if (!std::exchange(known, true))
+        list.note(Events::ListChanged);
 }
 
-const WaylandToplevels::Toplevel *WaylandToplevels::find(Window window) const {
-    const auto found = std::find_if(toplevels_.begin(), toplevels_.end(),
-                                    [&](const auto &each) { return each->window == window; });
-    return found == toplevels_.end() ? nullptr : found->get();
+void WaylandToplevels::Toplevel::remove() {
+    list.note(Events::ListChanged);
+    std::erase_if(list.toplevels_, [this](const auto &each) { return each.get() == this; });
 }
 
 int WaylandToplevels::fileDescriptor() const {
@@ -139,9 +110,11 @@ WaylandToplevels::describe(const std::vector<Window> &windows) const {
     for (const Window window : windows) {
         Client client;
         client.window = window;
-        if (const Toplevel *toplevel = find(window)) {
-            client.traits.windowClass = toplevel->application;
-            client.traits.gtkApplicationId = toplevel->application;
+        const auto found = std::ranges::find_if(
+            toplevels_, [&](const auto &each) { return each->window == window; });
+        if (found != toplevels_.end()) {
+            client.traits.windowClass = (*found)->application;
+            client.traits.gtkApplicationId = (*found)->application;
         }
         result.push_back(std::move(client));
     }
@@ -149,8 +122,8 @@ WaylandToplevels::describe(const std::vector<Window> &windows) const {
 }
 
 WindowList::Window WaylandToplevels::active() const {
-    const auto found = std::find_if(toplevels_.begin(), toplevels_.end(),
-                                    [](const auto &each) { return each->known && each->active; });
+    const auto found = std::ranges::find_if(
+        toplevels_, [](const auto &each) { return each->known && each->active; });
     return found == toplevels_.end() ? 0 : (*found)->window;
 }
 

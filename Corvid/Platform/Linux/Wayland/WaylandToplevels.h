@@ -18,8 +18,6 @@ public:
         compositor tells nobody what windows there are. */
     static std::unique_ptr<WaylandToplevels> connect(const QByteArray &display);
 
-    ~WaylandToplevels() override;
-
     int fileDescriptor() const override;
     Events takeEvents() override;
     std::vector<Window> list() const override;
@@ -29,15 +27,25 @@ public:
     Window activateTopmost(const std::vector<Window> &windows) override;
 
 private:
-    struct Toplevel;
+    struct Toplevel {
+        WaylandToplevels &list;
+        WaylandPointer<zwlr_foreign_toplevel_handle_v1> handle;
+        Window window;
+        QString application;
+        bool known = false; ///< whether its first description is complete
+        bool active = false;
+        bool minimised = false;
+        std::uint64_t lastActive = 0; ///< grows with each change of the focus
+
+        void setApplication(const char *id);
+        void setState(const wl_array &states);
+        void described();
+        void remove();
+    };
 
     explicit WaylandToplevels(WaylandPointer<wl_display> display);
     void add(zwlr_foreign_toplevel_handle_v1 *handle);
-    void setApplication(Toplevel &toplevel, const char *id);
-    void setState(Toplevel &toplevel, const wl_array &states);
-    void remove(const Toplevel &toplevel);
     void note(Events event) { events_ = std::max(events_, event); }
-    const Toplevel *find(Window window) const;
 
     WaylandPointer<wl_display> display_;
     WaylandConnection connection_{display_.get()};

@@ -7,11 +7,9 @@ namespace corvid {
 
 namespace {
 
-constexpr std::uint32_t longestText = 1024; // 32-bit units
-
-bool announces(const xcb_generic_event_t &event, xcb_atom_t property) {
-    return x11::typeOf(event) == XCB_PROPERTY_NOTIFY &&
-           x11::as<xcb_property_notify_event_t>(event).atom == property;
+// The value of a property of one number; 0 for none.
+std::uint32_t onlyOne(const std::vector<std::uint32_t> &values) {
+    return values.empty() ? 0 : values.front();
 }
 
 } // namespace
@@ -51,7 +49,8 @@ int X11Clients::fileDescriptor() const {
 
 X11Clients::Events X11Clients::takeEvents() {
     while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)})
-        listChanged_ |= announces(*event, atoms_.clientList);
+        listChanged_ |= x11::typeOf(*event) == XCB_PROPERTY_NOTIFY &&
+                        x11::as<xcb_property_notify_event_t>(*event).atom == atoms_.clientList;
     if (xcb_connection_has_error(connection_))
         return Events::ConnectionLost;
     return std::exchange(listChanged_, false) ? Events::ListChanged : Events::Nothing;
@@ -72,6 +71,7 @@ std::vector<X11Clients::Client> X11Clients::describe(const std::vector<Window> &
         xcb_get_property_cookie_t windowClass, pid, gtkApplicationId, bamfDesktopFile;
     };
     const auto ask = [this](Window window, xcb_atom_t property, xcb_atom_t type) {
+        constexpr std::uint32_t longestText = 1024; // 32-bit units
         return xcb_get_property(connection_, 0, window, property, type, 0, longestText);
     };
     const auto text = [this](xcb_get_property_cookie_t cookie) {
@@ -92,8 +92,7 @@ std::vector<X11Clients::Client> X11Clients::describe(const std::vector<Window> &
         const QStringList halves = text(cookies[i].windowClass).split(QChar::Null);
         client.traits.instance = halves.value(0);
         client.traits.windowClass = halves.value(1);
-        const std::vector<std::uint32_t> pid = x11::numbersOf(connection_, cookies[i].pid);
-        client.pid = pid.empty() ? 0 : pid.front();
+        client.pid = onlyOne(x11::numbersOf(connection_, cookies[i].pid));
         client.traits.gtkApplicationId = text(cookies[i].gtkApplicationId);
         client.traits.hintedEntry = text(cookies[i].bamfDesktopFile);
         clients.push_back(std::move(client));
@@ -103,27 +102,23 @@ std::vector<X11Clients::Client> X11Clients::describe(const std::vector<Window> &
 
 bool X11Clients::canActivate() const {
     const std::vector<std::uint32_t> supported = property(root_, atoms_.supported, XCB_ATOM_ATOM);
-    return std::find(supported.begin(), supported.end(), atoms_.activeWindow) != supported.end();
+    return std::ranges::find(supported, atoms_.activeWindow) != supported.end();
 }
 
 X11Clients::Window X11Clients::active() const {
-    const std::vector<Window> window = property(root_, atoms_.activeWindow, XCB_ATOM_WINDOW);
-    return window.empty() ? 0 : window.front();
+    return onlyOne(property(root_, atoms_.activeWindow, XCB_ATOM_WINDOW));
 }
 
 X11Clients::Window X11Clients::activateTopmost(const std::vector<Window> &windows) {
     // Bottom to top, so the last of ours is the one that the user saw last.
     const std::vector<Window> stack = property(root_, atoms_.clientListStacking, XCB_ATOM_WINDOW);
-    const auto top = std::find_if(stack.rbegin(), stack.rend(), [&](Window window) {
-        return std::find(windows.begin(), windows.end(), window) != windows.end();
-    });
+    const auto top =
+        std::find_first_of(stack.rbegin(), stack.rend(), windows.begin(), windows.end());
     const Window window = top != stack.rend() ? *top : windows.back();
 
     // A window manager may ignore a request without a time, or one older than the last input.
-    const xcb_timestamp_t time =
-        x11::serverTime(connection_, hiddenWindow_, [this](const xcb_generic_event_t &event) {
-            listChanged_ |= announces(event, atoms_.clientList);
-        });
+    const xcb_timestamp_t time = x11::serverTime(connection_, hiddenWindow_);
+    listChanged_ = true; // its event may have been dropped
     // Some managers would only make a window on another desktop blink.
     const std::vector<std::uint32_t> desktop =
         property(window, atoms_.windowDesktop, XCB_ATOM_CARDINAL);

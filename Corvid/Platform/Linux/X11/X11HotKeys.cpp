@@ -2,6 +2,8 @@
 
 #include "Platform/Linux/X11/X11KeyGrab.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 #include <array>
 #include <poll.h>
@@ -43,8 +45,10 @@ private:
             wanted = owner_.wish_.hotKey;
         }
         if (changed && wanted) {
-            if (!keyGrab_)
-                keyGrab_ = X11KeyGrab::connect(owner_.display_);
+            if (!keyGrab_) {
+                if (auto connection = x11::connectTo(owner_.display_))
+                    keyGrab_.emplace(std::move(connection));
+            }
             answer(keyGrab_ && keyGrab_->grab(*wanted));
         } else if (changed && keyGrab_) {
             keyGrab_->release();
@@ -58,9 +62,9 @@ private:
             return;
         deadline_.reset();
         if (keyGrab_ && inTime)
-            keyGrab_->letGo(lastPress_);
+            keyGrab_->letGo();
         else if (keyGrab_)
-            keyGrab_->discard(lastPress_);
+            keyGrab_->discard();
     }
 
     void takeEvents() {
@@ -108,8 +112,8 @@ private:
     }
 
     X11HotKeys &owner_;
-    std::unique_ptr<X11KeyGrab> keyGrab_; ///< null until it is needed, and without a display
-    std::uint64_t granted_ = 0;           ///< the number of the wish that was last seen to
+    std::optional<X11KeyGrab> keyGrab_; ///< absent until it is needed, and without a display
+    std::uint64_t granted_ = 0;         ///< the number of the wish that was last seen to
     std::uint32_t lastPress_ = 0;
     /** Until when the keys that follow the latest press are kept back; absent while they are not.
      */
@@ -122,9 +126,8 @@ X11HotKeys::X11HotKeys(QByteArray display, std::chrono::milliseconds patience)
       wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 X11HotKeys::~X11HotKeys() {
-    release();
     thread_.request_stop();
-    wake();
+    release(); // wakes it
     if (thread_.joinable())
         thread_.join();
     close(wakeDescriptor_);
@@ -141,16 +144,10 @@ void X11HotKeys::release() {
 }
 
 void X11HotKeys::dealtWith(quint32 time, NextKeys nextKeys) {
-    if (nextKeys == NextKeys::WhoHasTheKeyboard) {
+    if (nextKeys == NextKeys::WhoHasTheKeyboard)
         letGo(time);
-        return;
-    }
-    std::uint16_t modifiers = 0;
-    {
-        const std::scoped_lock lock(mutex_);
-        modifiers = pressModifiers_;
-    }
-    handover_.await(modifiers, [this, time] { letGo(time); });
+    else
+        handover_.await(pressModifiers_, [this, time] { letGo(time); });
 }
 
 void X11HotKeys::letGo(quint32 time) {
@@ -171,6 +168,47 @@ void X11HotKeys::makeWish(std::optional<HotKey> hotKey, Callbacks callbacks) {
 
 void X11HotKeys::wake() const {
     eventfd_write(wakeDescriptor_, 1);
+}
+
+X11KeyHandover::X11KeyHandover() {
+    QCoreApplication::instance()->installNativeEventFilter(this);
+}
+
+void X11KeyHandover::await(std::uint16_t modifiers, std::function<void()> arrived) {
+    held_ = modifiers;
+    arrived_ = std::move(arrived);
+}
+
+bool X11KeyHandover::nativeEventFilter(const QByteArray &eventType, void *message,
+                                       qintptr * /*result*/) {
+    if (eventType != "xcb_generic_event_t")
+        return false;
+    auto *event = static_cast<xcb_generic_event_t *>(message);
+    switch (x11::typeOf(*event)) {
+    case XCB_FOCUS_IN: {
+        const auto &focus = x11::as<xcb_focus_in_event_t>(*event);
+        // The end of a grab and a pointer above one of our windows are no arrival.
+        if (arrived_ && focus.mode != XCB_NOTIFY_MODE_UNGRAB &&
+            focus.detail != XCB_NOTIFY_DETAIL_POINTER)
+            std::exchange(arrived_, {})();
+        break;
+    }
+    case XCB_KEY_PRESS:
+    case XCB_KEY_RELEASE: {
+        auto &key = reinterpret_cast<xcb_key_press_event_t &>(*event);
+        held_ &= key.state;
+        if (held_ == 0)
+            break;
+        key.state = static_cast<std::uint16_t>(key.state & ~held_);
+        // Else Qt would take the modifiers from the keyboard's own state when it works out the
+        // key's text, and with Control held that is no letter.
+        key.response_type |= x11::sentByClient;
+        break;
+    }
+    default:
+        break;
+    }
+    return false;
 }
 
 } // namespace corvid

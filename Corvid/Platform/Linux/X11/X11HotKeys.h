@@ -1,17 +1,42 @@
 #pragma once
 
 #include "Platform/HotKeyBackend.h"
-#include "Platform/Linux/X11/X11KeyHandover.h"
 
+#include <QAbstractNativeEventFilter>
 #include <QByteArray>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <thread>
 
 namespace corvid {
+
+/**
+ * Tells when one of our windows gets the keyboard after a press of the hot key, and hides the hot
+ * key's own modifiers from it. Sees the events of Qt's connection before Qt does, so it is in time
+ * for the first key. Main thread only; on another platform than X11 nothing ever happens.
+ */
+class X11KeyHandover final : public QAbstractNativeEventFilter {
+public:
+    /** Needs the application object. */
+    X11KeyHandover();
+
+    /** Calls `arrived` once, when one of our windows next gets the keyboard. Replaces the call
+        before. Our windows do not see these modifiers until they are released, for a person who
+        types fast may still hold the hot key. */
+    void await(std::uint16_t modifiers, std::function<void()> arrived);
+
+    bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;
+
+private:
+    std::function<void()> arrived_;
+    /** Those of the hot key's modifiers that have been held ever since the press. */
+    std::uint16_t held_ = 0;
+};
 
 /**
  * The hot key on an X11 display, whatever the platform that Qt draws on. A thread with a connection
@@ -53,8 +78,9 @@ private:
     /** Guards what follows. Held while a callback runs, so that none runs after release(). */
     std::mutex mutex_;
     Wish wish_;
-    std::optional<quint32> letGo_;     ///< a press that has been dealt with
-    std::uint16_t pressModifiers_ = 0; ///< of the latest press
+    std::optional<quint32> letGo_; ///< a press that has been dealt with
+
+    std::atomic<std::uint16_t> pressModifiers_ = 0; ///< of the latest press
     X11KeyHandover handover_;
     std::jthread thread_;
 };

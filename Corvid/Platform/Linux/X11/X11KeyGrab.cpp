@@ -4,19 +4,14 @@
 
 #include <xcb/xinput.h>
 
-#include <algorithm>
-#include <array>
 #include <span>
+#include <utility>
 
 namespace corvid {
 
 namespace {
 
 constexpr std::uint16_t realModifiers = 0xff;
-
-constexpr xcb_keysym_t numLockSymbol = 0xff7f;
-constexpr std::array<xcb_keysym_t, 2> optionSymbols{0xffe9, 0xffea};  // Alt_L, Alt_R
-constexpr std::array<xcb_keysym_t, 2> commandSymbols{0xffeb, 0xffec}; // Super_L, Super_R
 
 // From this version on raw events arrive even while another program has grabbed the keyboard.
 constexpr std::uint16_t inputMajor = 2;
@@ -36,16 +31,9 @@ std::optional<std::uint8_t> inputExtension(xcb_connection_t *connection) {
 
 } // namespace
 
-std::unique_ptr<X11KeyGrab> X11KeyGrab::connect(const QByteArray &display) {
-    x11::Connection connection = x11::connectTo(display);
-    if (!connection)
-        return nullptr;
-    return std::unique_ptr<X11KeyGrab>(new X11KeyGrab(std::move(connection)));
-}
-
 X11KeyGrab::X11KeyGrab(x11::Connection connection)
-    : connection_(std::move(connection)), inputOpcode_(inputExtension(connection_)),
-      modifiers_(readModifiers()) {
+    : connection_(std::move(connection)), inputOpcode_(inputExtension(connection_)) {
+    readModifiers();
     auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection_));
     for (; screens.rem > 0; xcb_screen_next(&screens))
         roots_.push_back(screens.data->root);
@@ -72,8 +60,7 @@ void X11KeyGrab::release() {
     if (!hotKey_)
         return;
     ungrabKey();
-    if (keptSince_)
-        letGo(*keptSince_);
+    letGo();
     watchReleases(false);
     held_ = false;
     hotKey_.reset();
@@ -83,63 +70,53 @@ void X11KeyGrab::release() {
 X11KeyGrab::Events X11KeyGrab::takeEvents(const std::function<void(const Press &)> &pressed) {
     Events result;
     bool mappingChanged = false;
-    const auto take = [&](const xcb_generic_event_t &event) {
-        switch (x11::typeOf(event)) {
-        case XCB_KEY_PRESS: {
-            if (event.full_sequence < discarded_)
-                break;
-            // With this press the server has grabbed the whole keyboard for us and frozen it.
-            const auto &press = x11::as<xcb_key_press_event_t>(event);
-            keptSince_ = press.time;
-            if (isCombination(press) && !held_) {
-                pressed({press.time, stateOf(*hotKey_)});
-                held_ = inputOpcode_.has_value();
-                watchReleases(held_);
-            } else {
-                letGo(press.time);
-            }
-            break;
-        }
-        case XCB_MAPPING_NOTIFY:
-            mappingChanged |=
-                x11::as<xcb_mapping_notify_event_t>(event).request != XCB_MAPPING_POINTER;
-            break;
-        case XCB_GE_GENERIC:
-            takeRawEvent(event);
-            break;
-        default:
-            break;
-        }
-    };
-    for (;;) {
-        while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)})
-            take(*event);
-        if (!std::exchange(mappingChanged, false))
-            break;
+    do {
         // Keys are grabbed by position, so only changed modifiers matter.
-        const Modifiers modifiers = readModifiers();
-        if (std::exchange(modifiers_, modifiers) == modifiers || !hotKey_)
-            continue;
-        ungrabKey();
-        result.regrabbed = grabKey();
-    }
+        if (std::exchange(mappingChanged, false) && readModifiers() && hotKey_) {
+            ungrabKey();
+            result.regrabbed = grabKey();
+        }
+        while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) {
+            const auto type = x11::typeOf(*event);
+            if (type == XCB_KEY_PRESS && event->full_sequence >= discarded_)
+                takePress(x11::as<xcb_key_press_event_t>(*event), pressed);
+            else if (type == XCB_GE_GENERIC)
+                takeRawEvent(*event);
+            else if (type == XCB_MAPPING_NOTIFY)
+                mappingChanged |=
+                    x11::as<xcb_mapping_notify_event_t>(*event).request != XCB_MAPPING_POINTER;
+        }
+    } while (mappingChanged);
     result.connectionLost = xcb_connection_has_error(connection_) != 0;
     return result;
 }
 
+// With each press the server has grabbed the whole keyboard for us and frozen it.
+void X11KeyGrab::takePress(const xcb_key_press_event_t &press,
+                           const std::function<void(const Press &)> &pressed) {
+    keptSince_ = press.time;
+    if (held_ || !isCombination(press)) {
+        letGo();
+        return;
+    }
+    pressed({press.time, stateOf(*hotKey_)});
+    held_ = inputOpcode_.has_value();
+    watchReleases(held_);
+}
+
 // Ends the grab instead of only thawing it: else all keys would come to us while the hot key is
 // held.
-void X11KeyGrab::letGo(std::uint32_t time) {
-    if (keptSince_ != time)
+void X11KeyGrab::letGo() {
+    if (!keptSince_)
         return;
-    xcb_ungrab_keyboard(connection_, time);
+    xcb_ungrab_keyboard(connection_, *keptSince_);
     thawed();
 }
 
 // A new grab of the keyboard, so that all keys that were kept back come to us. The one that the
 // press began would end at the hot key's release, which may be among them.
-void X11KeyGrab::discard(std::uint32_t time) {
-    if (keptSince_ != time)
+void X11KeyGrab::discard() {
+    if (!keptSince_)
         return;
     const auto grab = xcb_grab_keyboard(connection_, 0, roots_.front(), XCB_CURRENT_TIME,
                                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
@@ -155,8 +132,7 @@ void X11KeyGrab::thawed() {
     xcb_flush(connection_);
 }
 
-// Which of the eight modifiers Alt, Super and Num Lock set.
-X11KeyGrab::Modifiers X11KeyGrab::readModifiers() const {
+bool X11KeyGrab::readModifiers() {
     const xcb_setup_t *setup = xcb_get_setup(connection_);
     const auto mappingCookie = xcb_get_modifier_mapping(connection_);
     const auto symbolsCookie = xcb_get_keyboard_mapping(
@@ -166,51 +142,44 @@ X11KeyGrab::Modifiers X11KeyGrab::readModifiers() const {
         xcb_get_modifier_mapping_reply(connection_, mappingCookie, nullptr));
     const x11::Reply<xcb_get_keyboard_mapping_reply_t> symbols(
         xcb_get_keyboard_mapping_reply(connection_, symbolsCookie, nullptr));
-    // What nearly every keyboard has; used where this one does not tell.
-    Modifiers result{XCB_MOD_MASK_1, XCB_MOD_MASK_4, 0};
-    if (!mapping || !symbols)
-        return result;
-
-    const std::span<const xcb_keysym_t> allSymbols(
-        xcb_get_keyboard_mapping_keysyms(symbols.get()),
-        static_cast<std::size_t>(xcb_get_keyboard_mapping_keysyms_length(symbols.get())));
-    const std::size_t perKey = symbols->keysyms_per_keycode;
-    const auto sets = [&](std::uint8_t key, std::span<const xcb_keysym_t> wanted) {
-        const std::size_t first = (key - std::size_t{setup->min_keycode}) * perKey;
-        if (key < setup->min_keycode || first + perKey > allSymbols.size())
-            return false;
-        const auto ofKey = allSymbols.subspan(first, perKey);
-        return std::ranges::find_first_of(ofKey, wanted) != ofKey.end();
-    };
-    const std::span<const xcb_keycode_t> allKeys(
-        xcb_get_modifier_mapping_keycodes(mapping.get()),
-        static_cast<std::size_t>(xcb_get_modifier_mapping_keycodes_length(mapping.get())));
-    const std::size_t perModifier = mapping->keycodes_per_modifier;
-    const auto modifierOf =
-        [&](std::span<const xcb_keysym_t> wanted) -> std::optional<std::uint16_t> {
-        for (std::size_t i = XCB_MAP_INDEX_1; i <= XCB_MAP_INDEX_5; ++i)
-            for (const xcb_keycode_t key : allKeys.subspan(i * perModifier, perModifier))
-                if (key != 0 && sets(key, wanted))
-                    return static_cast<std::uint16_t>(1U << i);
-        return std::nullopt;
-    };
-    result.option = modifierOf(optionSymbols).value_or(result.option);
-    result.command = modifierOf(commandSymbols).value_or(result.command);
-    result.numLock = modifierOf({&numLockSymbol, 1}).value_or(result.numLock);
-    return result;
+    Modifiers result;
+    const struct {
+        std::uint16_t &modifier;
+        xcb_keysym_t left, right;
+        std::uint16_t usual; // on nearly every keyboard; used where this one does not tell
+    } wanted[]{{result.option, 0xffe9, 0xffea, XCB_MOD_MASK_1},  // Alt_L, Alt_R
+               {result.command, 0xffeb, 0xffec, XCB_MOD_MASK_4}, // Super_L, Super_R
+               {result.numLock, 0xff7f, 0xff7f, 0}};             // Num_Lock
+    const int perModifier = mapping ? mapping->keycodes_per_modifier : 0;
+    for (int i = XCB_MAP_INDEX_1 * perModifier; symbols && i < 8 * perModifier; ++i) {
+        const xcb_keycode_t key = xcb_get_modifier_mapping_keycodes(mapping.get())[i];
+        const int perKey = symbols->keysyms_per_keycode;
+        const int first = (key - setup->min_keycode) * perKey;
+        if (first < 0 || first + perKey > xcb_get_keyboard_mapping_keysyms_length(symbols.get()))
+            continue;
+        const std::span ofKey(xcb_get_keyboard_mapping_keysyms(symbols.get()) + first,
+                              static_cast<std::size_t>(perKey));
+        for (const xcb_keysym_t symbol : ofKey)
+            for (const auto &[modifier, left, right, usual] : wanted)
+                if (modifier == 0 && (symbol == left || symbol == right))
+                    modifier = static_cast<std::uint16_t>(1 << (i / perModifier));
+    }
+    for (const auto &each : wanted)
+        if (each.modifier == 0)
+            each.modifier = each.usual;
+    return std::exchange(modifiers_, result) != result;
 }
 
 std::uint16_t X11KeyGrab::stateOf(const HotKey &hotKey) const {
-    std::uint32_t state = 0;
-    if (hotKey.modifiers & HotKey::shift)
-        state |= XCB_MOD_MASK_SHIFT;
-    if (hotKey.modifiers & HotKey::control)
-        state |= XCB_MOD_MASK_CONTROL;
-    if (hotKey.modifiers & HotKey::option)
-        state |= modifiers_.option;
-    if (hotKey.modifiers & HotKey::command)
-        state |= modifiers_.command;
-    return static_cast<std::uint16_t>(state);
+    const std::pair<quint32, std::uint16_t> states[]{{HotKey::shift, XCB_MOD_MASK_SHIFT},
+                                                     {HotKey::control, XCB_MOD_MASK_CONTROL},
+                                                     {HotKey::option, modifiers_.option},
+                                                     {HotKey::command, modifiers_.command}};
+    std::uint16_t result = 0;
+    for (const auto &[modifier, state] : states)
+        if (hotKey.modifiers & modifier)
+            result |= state;
+    return result;
 }
 
 bool X11KeyGrab::grabKey() {

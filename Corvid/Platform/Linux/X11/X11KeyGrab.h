@@ -3,11 +3,8 @@
 #include "Platform/HotKeyBackend.h"
 #include "Platform/Linux/X11/X11Replies.h"
 
-#include <QByteArray>
-
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -20,8 +17,7 @@ namespace corvid {
  */
 class X11KeyGrab {
 public:
-    /** Null when there is no such display. */
-    static std::unique_ptr<X11KeyGrab> connect(const QByteArray &display);
+    explicit X11KeyGrab(x11::Connection connection);
 
     /** Becomes readable when something may have happened. */
     int fileDescriptor() const;
@@ -47,25 +43,26 @@ public:
         until letGo() or discard(). */
     Events takeEvents(const std::function<void(const Press &)> &pressed);
 
-    /** Gives the keys that followed the press of this time to the window that has the keyboard
-        now. Does nothing when they are no longer kept back. */
-    void letGo(std::uint32_t time);
+    /** Gives the keys that are kept back, if any, to the window that has the keyboard now. */
+    void letGo();
 
-    /** Drops the keys that followed the press of this time; those that follow from now on go to
-        the window that has the keyboard. Does nothing when they are no longer kept back. */
-    void discard(std::uint32_t time);
+    /** Drops the keys that are kept back, if any; those that follow from now on go to the window
+        that has the keyboard. */
+    void discard();
 
 private:
+    /** Which of the eight modifiers Alt, Super and Num Lock set. */
     struct Modifiers {
-        std::uint16_t option, command, numLock;
+        std::uint16_t option = 0, command = 0, numLock = 0;
         bool operator==(const Modifiers &) const = default;
     };
 
-    explicit X11KeyGrab(x11::Connection connection);
-    Modifiers readModifiers() const;
+    bool readModifiers();
     std::uint16_t stateOf(const HotKey &hotKey) const;
     bool grabKey();
     void ungrabKey();
+    void takePress(const xcb_key_press_event_t &press,
+                   const std::function<void(const Press &)> &pressed);
     bool isCombination(const xcb_key_press_event_t &event) const;
     void thawed();
     void noteHeld();

@@ -1,8 +1,8 @@
 #include "Platform/Linux/X11/X11PanelSurface.h"
 
-#include "Platform/Linux/X11/Struts.h"
 #include "Platform/Linux/X11/X11Replies.h"
 
+#include <QCursor>
 #include <QGuiApplication>
 #include <QPainterPath>
 #include <QRegion>
@@ -12,7 +12,10 @@
 #include <private/qtx11extras_p.h>
 #include <qpa/qwindowsysteminterface.h>
 
+#include <xcb/xinput.h>
+
 #include <algorithm>
+#include <tuple>
 
 namespace corvid {
 
@@ -32,10 +35,53 @@ QRect scaledDown(const QRect &native, const QScreen &screen) {
         .toRect();
 }
 
+class RawPresses final : public ClickMonitor::Token, public QAbstractNativeEventFilter {
+public:
+    RawPresses(std::uint8_t extension, ClickMonitor::Handler handler)
+        : extension_(extension), handler_(std::move(handler)) {
+        select(XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS);
+        QCoreApplication::instance()->installNativeEventFilter(this);
+    }
+    ~RawPresses() override { select(0); }
+
+    bool nativeEventFilter(const QByteArray & /*type*/, void *message,
+                           qintptr * /*result*/) override {
+        const auto &event = *static_cast<const xcb_generic_event_t *>(message);
+        if (x11::typeOf(event) != XCB_GE_GENERIC)
+            return false;
+        const auto &press = x11::as<xcb_input_raw_button_press_event_t>(event);
+        if (press.extension == extension_ && press.event_type == XCB_INPUT_RAW_BUTTON_PRESS)
+            pressed(press.detail);
+        return false;
+    }
+
+private:
+    // Does not touch Qt's selection, which is for all devices instead of all masters.
+    static void select(std::uint32_t events) {
+        x11::selectDeviceEvents(QX11Info::connection(),
+                                static_cast<xcb_window_t>(QX11Info::appRootWindow()), events);
+    }
+
+    void pressed(std::uint32_t button) const {
+        constexpr std::uint32_t left = 1;
+        constexpr std::uint32_t right = 3;
+        if (button != left && button != right) // each step of the wheel is a button, too
+            return;
+        // Raw events do not say where the pointer is.
+        const QPoint pointer = QCursor::pos();
+        if (!QGuiApplication::topLevelAt(pointer))
+            handler_(pointer);
+    }
+
+    std::uint8_t extension_;
+    ClickMonitor::Handler handler_;
+};
+
 } // namespace
 
-X11PanelSurface::X11PanelSurface(xcb_connection_t *connection)
-    : connection_(connection), root_(static_cast<std::uint32_t>(QX11Info::appRootWindow())) {
+X11PanelSurface::X11PanelSurface()
+    : connection_(QX11Info::connection()),
+      root_(static_cast<std::uint32_t>(QX11Info::appRootWindow())) {
     // Compositing managers own the selection of their screen as long as they run.
     const QByteArray compositor = "_NET_WM_CM_S" + QByteArray::number(QX11Info::appScreen());
     x11::intern(connection_, {
@@ -160,6 +206,40 @@ void X11PanelSurface::askForBlur(const QWindow &panel, qreal cornerRadius) const
     }
     x11::setNumbers(connection_, static_cast<xcb_window_t>(panel.winId()), atoms_.blurRegion,
                     XCB_ATOM_CARDINAL, rectangles);
+}
+
+QRect withoutStruts(const QRect &screen, const QSize &desktop, const std::vector<Strut> &struts) {
+    enum { Left, Right, Top, Bottom, Edges };
+    // From each edge of the desktop to the screen's.
+    const std::array<int, Edges> gaps{screen.left(), desktop.width() - screen.right() - 1,
+                                      screen.top(), desktop.height() - screen.bottom() - 1};
+    std::array<int, Edges> taken{};
+    for (const Strut &strut : struts) {
+        const auto at = [&strut](std::size_t index) {
+            // Desktops are smaller than this, and differences of such numbers do not overflow.
+            constexpr std::uint32_t furthest = 1U << 20;
+            return static_cast<int>(std::min(strut[index], furthest));
+        };
+        for (std::size_t edge = 0; edge < Edges; ++edge) {
+            const auto [first, last, room] =
+                edge < Top ? std::tuple(screen.top(), screen.bottom(), screen.width())
+                           : std::tuple(screen.left(), screen.right(), screen.height());
+            const int depth = at(edge) - gaps[edge];
+            const std::size_t start = Edges + 2 * edge;
+            if (at(edge) > 0 && depth < room && at(start) <= last && at(start + 1) >= first)
+                taken[edge] = std::max(taken[edge], depth);
+        }
+    }
+    const QRect visible =
+        screen.marginsRemoved({taken[Left], taken[Top], taken[Right], taken[Bottom]});
+    return visible.isValid() ? visible : screen;
+}
+
+std::unique_ptr<ClickMonitor::Token> X11ClickMonitor::install(Handler handler) {
+    const auto *extension = xcb_get_extension_data(QX11Info::connection(), &xcb_input_id);
+    if (!extension || !extension->present)
+        return nullptr;
+    return std::make_unique<RawPresses>(extension->major_opcode, std::move(handler));
 }
 
 } // namespace corvid

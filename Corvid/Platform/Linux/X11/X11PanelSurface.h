@@ -1,11 +1,14 @@
 #pragma once
 
+#include "Platform/ClickMonitor.h"
 #include "Platform/PanelSurface.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QByteArray>
 
+#include <array>
 #include <cstdint>
+#include <vector>
 
 struct xcb_connection_t;
 
@@ -15,7 +18,7 @@ namespace corvid {
 class X11PanelSurface final : public PanelSurface, private QAbstractNativeEventFilter {
 public:
     /** After the application object, which must run on X11. */
-    explicit X11PanelSurface(xcb_connection_t *connection);
+    X11PanelSurface();
 
     /** The startup id by which the next show may take the keyboard; empty for none. */
     void setStartupId(const QByteArray &id) { startupId_ = id; }
@@ -27,20 +30,35 @@ public:
     bool hasKeyboard(const QWindow &panel) const override;
 
 private:
-    struct Atoms {
-        std::uint32_t startupId, utf8, state, skipTaskbar, skipPager, above, sticky, desktop,
-            blurRegion, clientList, strutPartial, compositor;
-    };
-
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
     void askForBlur(const QWindow &panel, qreal cornerRadius) const;
 
     xcb_connection_t *connection_;
     std::uint32_t root_;
-    Atoms atoms_{};
+    struct {
+        std::uint32_t startupId, utf8, state, skipTaskbar, skipPager, above, sticky, desktop,
+            blurRegion, clientList, strutPartial, compositor;
+    } atoms_{};
     QByteArray startupId_;
     /** The panel's window while Qt does not know yet that it lost the keyboard; else 0. */
     std::uint32_t untold_ = 0;
+};
+
+/** What a dock or a bar keeps for itself along one or more edges of the whole desktop, in native
+    pixels: the numbers of _NET_WM_STRUT_PARTIAL in their order. */
+using Strut = std::array<std::uint32_t, 12>;
+
+/** What the struts leave of a screen. `desktop` is the size of all screens together, from whose
+    edges the struts are measured. A strut that would leave nothing of the screen belongs to one
+    that lies behind it, and takes nothing here. */
+QRect withoutStruts(const QRect &screen, const QSize &desktop, const std::vector<Strut> &struts);
+
+/** Raw button presses of every pointer, whichever program they go to, over Qt's own connection.
+    Gives null tokens where the server has no XInput extension. The application object must run on
+    X11. */
+class X11ClickMonitor final : public ClickMonitor {
+public:
+    std::unique_ptr<Token> install(Handler handler) override;
 };
 
 } // namespace corvid

@@ -92,4 +92,17 @@ xcb_window_t makeHiddenWindow(xcb_connection_t *connection, xcb_window_t root) {
     return window;
 }
 
+xcb_timestamp_t serverTime(xcb_connection_t *connection, xcb_window_t hiddenWindow) {
+    // Every change of a property is announced with the time, even one that adds nothing.
+    xcb_change_property(connection, XCB_PROP_MODE_APPEND, hiddenWindow, XCB_ATOM_WM_NAME,
+                        XCB_ATOM_STRING, 8, 0, nullptr);
+    xcb_flush(connection);
+    while (const Reply<xcb_generic_event_t> event{xcb_wait_for_event(connection)}) {
+        const auto &change = as<xcb_property_notify_event_t>(*event);
+        if (typeOf(*event) == XCB_PROPERTY_NOTIFY && change.window == hiddenWindow)
+            return change.time;
+    }
+    return XCB_CURRENT_TIME;
+}
+
 } // namespace corvid::x11

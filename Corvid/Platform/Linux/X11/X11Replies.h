@@ -1,11 +1,11 @@
 #pragma once
 
 #include <QByteArray>
+#include <QScopedPointer>
 
 #include <xcb/xcb.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <initializer_list>
 #include <memory>
 #include <utility>
@@ -14,12 +14,9 @@
 // What xcb hands out, with an owner and a type.
 namespace corvid::x11 {
 
-struct Free {
-    void operator()(void *memory) const { std::free(memory); }
-};
 /** What the server answered; null when it answered with an error or went away. */
 template <typename T>
-using Reply = std::unique_ptr<T, Free>;
+using Reply = std::unique_ptr<T, QScopedPointerPodDeleter>;
 
 struct Disconnect {
     void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
@@ -83,23 +80,7 @@ void selectDeviceEvents(xcb_connection_t *connection, xcb_window_t root, std::ui
 xcb_window_t makeHiddenWindow(xcb_connection_t *connection, xcb_window_t root);
 
 /** The server's present time, in milliseconds; XCB_CURRENT_TIME when the connection is lost. Waits
-    for the server. Events that arrive meanwhile go to `other`. */
-template <typename Function>
-xcb_timestamp_t serverTime(xcb_connection_t *connection, xcb_window_t hiddenWindow,
-                           const Function &other) {
-    // Every change of a property is announced with the time, even one that adds nothing.
-    xcb_change_property(connection, XCB_PROP_MODE_APPEND, hiddenWindow, XCB_ATOM_WM_NAME,
-                        XCB_ATOM_STRING, 8, 0, nullptr);
-    xcb_flush(connection);
-    while (const Reply<xcb_generic_event_t> event{xcb_wait_for_event(connection)}) {
-        if (typeOf(*event) == XCB_PROPERTY_NOTIFY) {
-            const auto &change = as<xcb_property_notify_event_t>(*event);
-            if (change.window == hiddenWindow)
-                return change.time;
-        }
-        other(*event);
-    }
-    return XCB_CURRENT_TIME;
-}
+    for the server. Events that arrive meanwhile are dropped. */
+xcb_timestamp_t serverTime(xcb_connection_t *connection, xcb_window_t hiddenWindow);
 
 } // namespace corvid::x11

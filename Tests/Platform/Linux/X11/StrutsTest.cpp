@@ -1,4 +1,4 @@
-#include "Platform/Linux/X11/Struts.h"
+#include "Platform/Linux/X11/X11PanelSurface.h"
 
 #include "Worlds/QtPrinters.h"
 

@@ -1,4 +1,4 @@
-#include "Platform/Linux/X11/X11KeyHandover.h"
+#include "Platform/Linux/X11/X11HotKeys.h"
 
 #include <QByteArray>
 #include <QString>
