@@ -70,7 +70,7 @@ QByteArray StartupNotifier::begin(const LaunchedEntry &entry) {
     if (!connect())
         return {};
     static std::atomic<unsigned> count = 0;
-    const xcb_timestamp_t now = x11::serverTime(connection_, window_);
+    const xcb_timestamp_t now = x11::serverTime(connection_.get(), window_);
     QByteArray id = "corvid-" + QByteArray::number(getpid()) + '-' +
                     QSysInfo::machineHostName().toUtf8() + '-' +
                     QFileInfo(entry.path).completeBaseName().toUtf8() + '-' +

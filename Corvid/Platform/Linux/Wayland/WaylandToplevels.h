@@ -31,7 +31,7 @@ private:
         WaylandToplevels &list;
         WaylandPointer<zwlr_foreign_toplevel_handle_v1> handle;
         Window window;
-        QString application;
+        QString application{};
         bool known = false; ///< whether its first description is complete
         bool active = false;
         bool minimised = false;
