@@ -94,13 +94,17 @@ std::optional<ResultItem> intentRow(const Intent &intent, const QString &query,
                                     const RowSources &from) {
     ResultItem row;
     if (const auto app = entryNamed(from.apps, intent.app); app && intent.action == "open_app"_L1) {
-        row = {u"ai-intent-app"_s,           nullptr, u"Open "_s + app->name,
-               u"AI understood: "_s + query, u"AI"_s, OpenApp{*app}};
+        row = {u"ai-intent-app"_s,
+               from.icon(app->path),
+               u"Open "_s + app->name,
+               u"AI understood: "_s + query,
+               u"AI"_s,
+               OpenApp{*app}};
     } else if (const auto project = entryNamed(from.projects, intent.project);
                project && intent.action == "open_project"_L1) {
         const auto editor = entryNamed(from.apps, intent.editor);
         row = {u"ai-intent-proj"_s,
-               nullptr,
+               from.icon(locations::home()),
                u"Open "_s + project->name + u" in "_s +
                    (editor ? editor->name : u"default editor"_s),
                QString(project->path).replace(locations::home(), u"~"_s),
@@ -109,7 +113,6 @@ std::optional<ResultItem> intentRow(const Intent &intent, const QString &query,
     } else {
         return std::nullopt;
     }
-    setIcon(row, from);
     return row;
 }
 
