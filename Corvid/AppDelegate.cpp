@@ -38,13 +38,6 @@ void printError(const QString &line) {
     std::fprintf(stderr, "%s\n", qUtf8Printable(line));
 }
 
-template <typename... Functions>
-struct Overloaded : Functions... {
-    using Functions::operator()...;
-};
-template <typename... Functions>
-Overloaded(Functions...) -> Overloaded<Functions...>;
-
 } // namespace
 
 AppDelegate::AppDelegate(const Platform &platform)
@@ -68,7 +61,9 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, 
     // A process that answers on standard error and shows nothing must not take the hot key from
     // the one that people use, nor a place in the tray.
     if (commandLine.show || !commandLine.isDiagnostic()) {
-        makeStatusItem();
+        statusItem_ = std::make_unique<StatusItem>(
+            platform_.tray, StatusItem::Actions{[this] { show(); }, [this] { openSettings(); },
+                                                [] { QCoreApplication::exit(); }});
         applyHotkey();
     }
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { platform_.hotKeys.unregister(); });
@@ -114,12 +109,6 @@ void AppDelegate::connectParts() {
     };
 }
 
-void AppDelegate::makeStatusItem() {
-    statusItem_ = std::make_unique<StatusItem>(
-        platform_.tray, StatusItem::Actions{[this] { show(); }, [this] { openSettings(); },
-                                            [] { QCoreApplication::exit(); }});
-}
-
 void AppDelegate::obey(const CommandLine &commandLine) {
     for (const Wish &wish : commandLine.wishes())
         fulfil(wish);
@@ -141,7 +130,16 @@ void AppDelegate::show(quint32 time) {
         viewModel_.reset();
     panel_->position();
     panel_->present(time);
-    installMouseMonitor();
+    mouseMonitor_.reset();
+    if (!platform_.clickMonitor)
+        return;
+    mouseMonitor_ = platform_.clickMonitor->install([this](const std::optional<QPoint> &pointer) {
+        const auto hideUnlessInside = [this, pointer] {
+            if (panel_->isVisible() && !(pointer && panel_->frameGeometry().contains(*pointer)))
+                hide();
+        };
+        QMetaObject::invokeMethod(this, hideUnlessInside, Qt::QueuedConnection);
+    });
 }
 
 void AppDelegate::hide() {
@@ -156,19 +154,6 @@ void AppDelegate::toggle(quint32 time) {
         hide();
     else
         show(time);
-}
-
-void AppDelegate::installMouseMonitor() {
-    mouseMonitor_.reset();
-    if (!platform_.clickMonitor)
-        return;
-    mouseMonitor_ = platform_.clickMonitor->install([this](const std::optional<QPoint> &pointer) {
-        const auto hideUnlessInside = [this, pointer] {
-            if (panel_->isVisible() && !(pointer && panel_->frameGeometry().contains(*pointer)))
-                hide();
-        };
-        QMetaObject::invokeMethod(this, hideUnlessInside, Qt::QueuedConnection);
-    });
 }
 
 void AppDelegate::fulfil(const Wish &wish) {
@@ -200,33 +185,28 @@ void AppDelegate::applyHotkey() {
 }
 
 void AppDelegate::performAction(const LauncherAction &action) {
-    std::visit(Overloaded{
-                   // A program that does not start is noticed by who waits for it.
-                   [this](const OpenApp &open) {
-                       const auto ignore = [](const QString &) {};
-                       if (open.window == OpenApp::Window::New)
-                           platform_.workspace.openNewWindow(open.app.path, ignore);
-                       else
-                           platform_.workspace.openApplication(open.app.path, ignore);
-                   },
-                   [this](const OpenProject &open) {
-                       editorLauncher_.open(open.project, open.editor);
-                       if (open.editor)
-                           settings::setLastProject(platform_.defaults,
-                                                    {open.project.path, open.editor->path});
-                   },
-                   [this](const CopyAI &copy) { platform_.pasteboard.setText(copy.text); },
-                   // The view model asks by itself; such a row never gets here.
-                   [](const AskAI &) {},
-                   [this](const OpenURL &open) {
-                       const QUrl url(open.url, QUrl::StrictMode);
-                       if (url.isValid())
-                           platform_.workspace.openUrl(url);
-                   },
-                   [this](const OpenLastProject &) { openLastProject(); },
-                   [this](const OpenSettings &) { openSettings(); },
-               },
-               action);
+    // An application that does not start is noticed by who waits for it.
+    const auto ignore = [](const QString &) {};
+    if (const auto *app = std::get_if<OpenApp>(&action)) {
+        if (app->window == OpenApp::Window::New)
+            platform_.workspace.openNewWindow(app->app.path, ignore);
+        else
+            platform_.workspace.openApplication(app->app.path, ignore);
+    } else if (const auto *project = std::get_if<OpenProject>(&action)) {
+        editorLauncher_.open(project->project, project->editor);
+        if (project->editor)
+            settings::setLastProject(platform_.defaults,
+                                     {project->project.path, project->editor->path});
+    } else if (const auto *copy = std::get_if<CopyAI>(&action)) {
+        platform_.pasteboard.setText(copy->text);
+    } else if (const auto *address = std::get_if<OpenURL>(&action)) {
+        if (const QUrl url(address->url, QUrl::StrictMode); url.isValid())
+            platform_.workspace.openUrl(url);
+    } else if (std::holds_alternative<OpenLastProject>(action)) {
+        openLastProject();
+    } else if (std::holds_alternative<OpenSettings>(action)) {
+        openSettings();
+    } // a question is the view model's own matter
 }
 
 void AppDelegate::openLastProject() {

@@ -115,10 +115,8 @@ public:
 private:
     void makePanel();
     void connectParts();
-    void makeStatusItem();
     /** Fulfils the wishes at once; benchmark and query follow when the catalogs have loaded. */
     void obey(const CommandLine &commandLine);
-    void installMouseMonitor();
     void openLastProject();
     void dumpQuery(const QString &query);
 
@@ -130,14 +128,10 @@ private:
     EditorLauncher editorLauncher_;
     std::unique_ptr<LauncherPanel> panel_;
     std::unique_ptr<StatusItem> statusItem_;
-    /** Made when they are first opened. */
     std::unique_ptr<SettingsView> settingsWindow_;
-    /** Absent until the panel was hidden for the first time. */
     std::optional<std::chrono::steady_clock::time_point> lastHideTime_;
-    /** The panel stays when it loses the keyboard, until it is hidden. */
-    bool stickyShowing_ = false;
-    /** Present only while the panel is shown. */
-    std::unique_ptr<ClickMonitor::Token> mouseMonitor_;
+    bool stickyShowing_ = false; ///< until it is hidden, the panel stays without the keyboard
+    std::unique_ptr<ClickMonitor::Token> mouseMonitor_; ///< while the panel is shown
 };
 
 } // namespace corvid

@@ -2,6 +2,8 @@
 
 #include "AppCatalog.h"
 #include "Base/Settings.h"
+#include "Base/Text.h"
+#include "Chat/IntentRow.h"
 #include "KeychainHelper.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/Workspace.h"
@@ -13,13 +15,23 @@ namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
 
-LauncherViewModel::LauncherViewModel(const Environment &environment)
-    : environment_(environment), conversation_(environment.ai) {
-    connect(&conversation_, &Conversation::questionChanged, this,
-            &LauncherViewModel::aiQuestionChanged);
-    connect(&conversation_, &Conversation::answerChanged, this,
-            &LauncherViewModel::aiResponseChanged);
-    connect(&conversation_, &Conversation::busyChanged, this, &LauncherViewModel::aiBusyChanged);
+namespace {
+
+template <typename Entry>
+QStringList namesOf(const std::vector<Entry> &entries) {
+    QStringList names;
+    for (const Entry &entry : entries)
+        names.append(entry.name);
+    return names;
+}
+
+} // namespace
+
+LauncherViewModel::LauncherViewModel(const Environment &environment) : environment_(environment) {
+    pauseInTyping_.setSingleShot(true);
+    pauseInTyping_.setInterval(400);
+    // Any other timer may fire early, and ask for a text that is still being typed.
+    pauseInTyping_.setTimerType(Qt::PreciseTimer);
 }
 
 void LauncherViewModel::setQuery(const QString &query) {
@@ -36,8 +48,8 @@ bool LauncherViewModel::aiEnabled() const {
 }
 
 void LauncherViewModel::refresh() {
-    conversation_.cancelUnderstanding();
-    assign(this, statusText_, asks() ? u"Ask AI  ·  Return to send"_s : QString(),
+    cancelIntent();
+    assign(statusText_, asks() ? u"Ask AI  ·  Return to send"_s : QString(),
            &LauncherViewModel::statusTextChanged);
     if (!asks()) {
         publish(catalog && projects ? rowsFor(parsedQuery_, sources()) : Rows());
@@ -80,14 +92,14 @@ void LauncherViewModel::moveSelection(int delta) {
     setSelected((selected_ + delta % count + count) % count);
 }
 
-bool LauncherViewModel::selectionIsValid() const {
-    return selected_ >= 0 && selected_ < static_cast<int>(results_.size());
+const ResultItem *LauncherViewModel::selectedRow() const {
+    const bool valid = selected_ >= 0 && selected_ < static_cast<int>(results_.size());
+    return valid ? &results_[static_cast<std::size_t>(selected_)] : nullptr;
 }
 
 std::optional<QString> LauncherViewModel::selectedPath() const {
-    if (!selectionIsValid())
-        return std::nullopt;
-    return pathOf(results_[static_cast<std::size_t>(selected_)].action);
+    const ResultItem *row = selectedRow();
+    return row ? pathOf(row->action) : std::nullopt;
 }
 
 void LauncherViewModel::submit(OpenApp::Window window) {
@@ -95,9 +107,8 @@ void LauncherViewModel::submit(OpenApp::Window window) {
         return;
     if (parsedQuery_.kind == Query::Kind::LastProject) {
         perform(OpenLastProject{});
-    } else if (selectionIsValid()) {
-        // A copy: recording and performing may refresh the list.
-        submitRow(ResultItem(results_[static_cast<std::size_t>(selected_)]), window);
+    } else if (const ResultItem *row = selectedRow()) {
+        submitRow(*row, window); // a copy: recording and performing may refresh the list
     } else if (asks()) {
         askAI(parsedQuery_.object);
     }
@@ -174,11 +185,17 @@ void LauncherViewModel::cancel() {
         return;
     }
     setAiMode(false);
-    conversation_.end();
+    endAnswers();
+}
+
+void LauncherViewModel::endAnswers() {
+    answers_.clear();
+    setAiBusy(false);
+    setAiResponse(QString());
 }
 
 void LauncherViewModel::reset() {
-    conversation_.end();
+    endAnswers();
     setQuery(QString());
     setAiMode(false);
     setAiQuestion(QString());
@@ -188,24 +205,60 @@ void LauncherViewModel::reset() {
     refresh();
 }
 
+void LauncherViewModel::cancelIntent() {
+    pauseInTyping_.stop();
+    intent_.cancel();
+}
+
 void LauncherViewModel::fetchIntent(const QString &query, const Rows &baseItems) {
-    conversation_.cancelUnderstanding();
+    cancelIntent();
     if (!catalog || !projects)
         return;
-    conversation_.understand(
-        query, [this] { return sources(); },
-        [this, baseItems](const ResultItem &row) {
-            Rows rows{row};
-            rows.insert(rows.end(), baseItems.begin(), baseItems.end());
-            publish(std::move(rows));
-        });
+    const auto onIntent = [=, this](const std::optional<Intent> &intent) {
+        // Asked for anew: the catalogs may have changed meanwhile.
+        const auto row = intent ? intentRow(*intent, query, sources()) : std::nullopt;
+        if (!row)
+            return;
+        Rows rows{*row};
+        rows.insert(rows.end(), baseItems.begin(), baseItems.end());
+        publish(std::move(rows));
+    };
+    pauseInTyping_.disconnect();
+    pauseInTyping_.callOnTimeout(this, [=, this] {
+        const RowSources from = sources();
+        QStringList editors;
+        for (const std::size_t index : from.codeEditors())
+            editors.append(from.apps[index].name);
+        intent_ = environment_.ai.intent(query, namesOf(from.apps), namesOf(from.projects), editors,
+                                         onIntent);
+    });
+    pauseInTyping_.start();
 }
 
 void LauncherViewModel::askAI(const QString &question) {
     // The list is out of sight from here on: no row may come to stand under the selection.
-    conversation_.cancelUnderstanding();
+    cancelIntent();
     setAiMode(true);
-    conversation_.ask(question);
+    setAiBusy(true);
+    setAiQuestion(question);
+    setAiResponse(QString());
+    std::erase_if(answers_, [](const AIService::Task &task) { return !task.active(); });
+    const auto append = [this](const QString &element) {
+        const QString text = displayText(element);
+        if (text.isEmpty())
+            return;
+        // In place: a long answer is not copied for every word of it.
+        aiResponse_ += text;
+        Q_EMIT aiResponseChanged();
+    };
+    const auto finish = [this](const std::optional<QString> &error) {
+        if (error) {
+            setAiResponse(u"Error: "_s + displayText(*error) +
+                          u"\n\nSet your API key in Settings (menu bar icon)."_s);
+        }
+        setAiBusy(false);
+    };
+    answers_.push_back(environment_.ai.stream(question, append, finish));
 }
 
 void LauncherViewModel::copyAnswer(const QString &part) {

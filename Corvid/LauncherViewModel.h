@@ -1,14 +1,15 @@
 #pragma once
 
-#include "Base/Assign.h"
-#include "Chat/Conversation.h"
+#include "AIService.h"
 #include "Search/Query.h"
 #include "Search/QueryRows.h"
 
 #include <QObject>
+#include <QTimer>
 #include <QUuid>
 
 #include <functional>
+#include <vector>
 
 namespace corvid {
 
@@ -56,24 +57,26 @@ public:
     const Rows &results() const { return results_; }
     /** Index of the highlighted row. */
     int selected() const { return selected_; }
-    void setSelected(int index) {
-        assign(this, selected_, index, &LauncherViewModel::selectedChanged);
-    }
+    void setSelected(int index) { assign(selected_, index, &LauncherViewModel::selectedChanged); }
     /** The search field shall take the focus; the view clears it when it has done so. */
     bool focusSearch() const { return focusSearch_; }
     void setFocusSearch(bool wanted) {
-        assign(this, focusSearch_, wanted, &LauncherViewModel::focusSearchChanged);
+        assign(focusSearch_, wanted, &LauncherViewModel::focusSearchChanged);
     }
     /** An AI answer is being shown. */
     bool aiMode() const { return aiMode_; }
-    void setAiMode(bool on) { assign(this, aiMode_, on, &LauncherViewModel::aiModeChanged); }
-    const QString &aiResponse() const { return conversation_.answer(); }
-    void setAiResponse(const QString &text) { conversation_.setAnswer(text); }
+    void setAiMode(bool on) { assign(aiMode_, on, &LauncherViewModel::aiModeChanged); }
+    const QString &aiResponse() const { return aiResponse_; }
+    void setAiResponse(const QString &text) {
+        assign(aiResponse_, text, &LauncherViewModel::aiResponseChanged);
+    }
     /** An answer is streaming. */
-    bool aiBusy() const { return conversation_.busy(); }
-    void setAiBusy(bool busy) { conversation_.setBusy(busy); }
-    const QString &aiQuestion() const { return conversation_.question(); }
-    void setAiQuestion(const QString &question) { conversation_.setQuestion(question); }
+    bool aiBusy() const { return aiBusy_; }
+    void setAiBusy(bool busy) { assign(aiBusy_, busy, &LauncherViewModel::aiBusyChanged); }
+    const QString &aiQuestion() const { return aiQuestion_; }
+    void setAiQuestion(const QString &question) {
+        assign(aiQuestion_, question, &LauncherViewModel::aiQuestionChanged);
+    }
     /** Hint line under the list. */
     const QString &statusText() const { return statusText_; }
     /** Identity of the current showing; a new value tells the view to start afresh. */
@@ -98,10 +101,11 @@ public:
     void cancel();
     /** Begins a new showing. */
     void reset();
-    /** Starts to find out in the background what a query means; a row for it then stands before
-        the given ones. Replaces what was under way. */
+    /** Asks the endpoint what a query means when typing has paused for 400 ms; a row for it, if it
+        names something here, then stands before the given ones. Replaces what was under way. */
     void fetchIntent(const QString &query, const Rows &baseItems);
-    /** Shows the AI answer to a question as it comes, or what went wrong with it. */
+    /** Shows the AI answer to a question as it comes, or what went wrong with it. An earlier answer
+        that is still coming is appended to the same text. */
     void askAI(const QString &question);
     /** Copies a part of the answer, or all of it where none is given. */
     void copyAnswer(const QString &part = {});
@@ -129,15 +133,26 @@ Q_SIGNALS:
     void displayFlushRequested();
 
 private:
+    /** Sets a published field and, when that changed its value, emits the signal that says so. */
+    template <typename Value>
+    void assign(Value &field, const Value &value, void (LauncherViewModel::*changed)()) {
+        if (field == value)
+            return;
+        field = value;
+        (this->*changed)();
+    }
     bool asks() const { return parsedQuery_.kind == Query::Kind::Ask; }
     RowSources sources();
     void publish(Rows rows);
-    bool selectionIsValid() const;
+    /** Null where the selection is no row. */
+    const ResultItem *selectedRow() const;
     std::optional<QString> selectedPath() const;
     void submitRow(ResultItem row, OpenApp::Window window);
     void record(const ResultItem &row);
     void perform(const LauncherAction &action);
     void hide();
+    void cancelIntent();
+    void endAnswers();
 
     Environment environment_;
     QString query_;
@@ -146,9 +161,14 @@ private:
     int selected_ = 0;
     bool focusSearch_ = false;
     bool aiMode_ = false;
+    QString aiQuestion_;
+    QString aiResponse_;
+    bool aiBusy_ = false;
     QString statusText_;
     QUuid session_ = QUuid::createUuid();
-    Conversation conversation_;
+    std::vector<AIService::Task> answers_; ///< under way, or ended since
+    QTimer pauseInTyping_;
+    AIService::Task intent_;
 };
 
 } // namespace corvid

@@ -16,28 +16,21 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 QHash<QString, QStringList> rolesByCategory() {
-    return {
-        {u"public.app-category.developer-tools"_s, {u"developer-tool"_s}},
-        {u"public.app-category.productivity"_s, {u"productivity"_s}},
-        {u"public.app-category.utilities"_s, {u"utility"_s}},
-        {u"public.app-category.graphics-design"_s, {u"design"_s}},
-        {u"public.app-category.photography"_s, {u"photo-editor"_s}},
-        {u"public.app-category.video"_s, {u"video"_s}},
-        {u"public.app-category.music"_s, {u"music"_s}},
-        {u"public.app-category.games"_s, {u"game"_s}},
-        {u"public.app-category.social-networking"_s, {u"chat"_s}},
-        {u"public.app-category.business"_s, {u"office"_s}},
-        {u"public.app-category.finance"_s, {u"finance"_s}},
-        {u"public.app-category.education"_s, {u"education"_s}},
-        {u"public.app-category.entertainment"_s, {u"entertainment"_s}},
-        {u"public.app-category.news"_s, {u"news"_s}},
-        {u"public.app-category.reference"_s, {u"reference"_s}},
-        {u"public.app-category.weather"_s, {u"weather"_s}},
-        {u"public.app-category.medical"_s, {u"medical"_s}},
-        {u"public.app-category.travel"_s, {u"travel"_s}},
-        {u"public.app-category.sports"_s, {u"sports"_s}},
-        {u"public.app-category.lifestyle"_s, {u"lifestyle"_s}},
-    };
+    const QString prefix = u"public.app-category."_s;
+    QHash<QString, QStringList> roles{{prefix + u"developer-tools"_s, {u"developer-tool"_s}},
+                                      {prefix + u"utilities"_s, {u"utility"_s}},
+                                      {prefix + u"graphics-design"_s, {u"design"_s}},
+                                      {prefix + u"photography"_s, {u"photo-editor"_s}},
+                                      {prefix + u"games"_s, {u"game"_s}},
+                                      {prefix + u"social-networking"_s, {u"chat"_s}},
+                                      {prefix + u"business"_s, {u"office"_s}}};
+    // The others have the name of their role.
+    for (const QString &name :
+         {u"productivity"_s, u"video"_s, u"music"_s, u"finance"_s, u"education"_s,
+          u"entertainment"_s, u"news"_s, u"reference"_s, u"weather"_s, u"medical"_s, u"travel"_s,
+          u"sports"_s, u"lifestyle"_s})
+        roles.insert(prefix + name, {name});
+    return roles;
 }
 
 // Line breaks stay: no label holds one, so a text of several lines names no role.
@@ -79,14 +72,8 @@ RoleCatalog::Taxonomy readTaxonomy() {
 RoleCatalog::RoleCatalog(Taxonomy known)
     : taxonomy(std::move(known)), categoryMap(rolesByCategory()) {
     for (const auto &[name, role] : taxonomy.roles) {
-        QStringList words{folded(role.label)};
-        for (const QString &alias : role.aliases)
-            words.append(folded(alias));
-        for (const QString &word : std::as_const(words)) {
-            if (!roleByWord_.contains(word))
-                roleByWord_.insert(word, name);
-        }
-        roleWords_.push_back({name, std::move(words)});
+        for (const QString &word : QStringList(role.label) + role.aliases)
+            words_.emplace_back(folded(word), name);
     }
 }
 
@@ -96,22 +83,19 @@ const RoleCatalog &RoleCatalog::shared() {
 }
 
 std::optional<QString> RoleCatalog::roleMatching(const QString &query) const {
-    const auto found = roleByWord_.constFind(withoutSurroundingBlanks(folded(query)));
-    if (found == roleByWord_.cend())
-        return std::nullopt;
-    return *found;
+    const QString wanted = withoutSurroundingBlanks(folded(query));
+    const auto found = std::ranges::find(words_, wanted, &Word::first);
+    return found == words_.end() ? std::nullopt : std::optional(found->second);
 }
 
 QStringList RoleCatalog::rolesFuzzy(const QString &query) const {
-    if (query.isEmpty())
-        return {};
     const QString wanted = folded(query);
     QStringList found;
-    for (const RoleWords &entry : roleWords_) {
-        if (std::any_of(entry.words.begin(), entry.words.end(),
-                        [&wanted](const QString &word) { return word.contains(wanted); }))
-            found.append(entry.role);
+    for (const auto &[word, role] : words_) {
+        if (!wanted.isEmpty() && word.contains(wanted))
+            found.append(role);
     }
+    found.removeDuplicates();
     return found;
 }
 

@@ -7,6 +7,7 @@
 
 #include <map>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace corvid {
@@ -54,13 +55,9 @@ public:
     QStringList rolesFuzzy(const QString &query) const;
 
 private:
-    struct RoleWords {
-        QString role;
-        QStringList words; ///< label and aliases, folded
-    };
+    using Word = std::pair<QString, QString>; ///< a folded label or alias, and its role
     // Folded here once: both questions are asked on every key stroke.
-    std::vector<RoleWords> roleWords_;
-    QHash<QString, QString> roleByWord_;
+    std::vector<Word> words_;
 };
 
 /** Reads the JSON form of a taxonomy; absent when any required member is missing or of another

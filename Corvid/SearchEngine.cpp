@@ -12,24 +12,11 @@ namespace {
 
 constexpr qint64 fullLengthBonus = 30;
 
-// Matching is written once, for any two sequences of characters. Nearly always both are simple
-// (one unit is one character), and the compiler makes a tight loop of that case.
-struct Units {
-    const QChar *units;
-    qsizetype size;
-    qsizetype count() const { return size; }
-    char16_t at(qsizetype index) const { return units[index].unicode(); }
-};
-
-struct Clusters {
-    const FoldedView &view;
-    qsizetype count() const { return view.count(); }
-    QStringView at(qsizetype index) const { return view.at(index); }
-};
-
+// Matching is written once, for any two sequences of characters. Nearly always both are simple, and
+// the compiler makes a tight loop of that case.
 template <typename Characters>
 bool matchesAt(const Characters &query, const Characters &text, qsizetype offset) {
-    for (qsizetype i = 0; i < query.count(); ++i) {
+    for (qsizetype i = 0; i < query.size(); ++i) {
         if (query.at(i) != text.at(offset + i))
             return false;
     }
@@ -38,7 +25,7 @@ bool matchesAt(const Characters &query, const Characters &text, qsizetype offset
 
 template <typename Characters>
 bool contains(const Characters &query, const Characters &text) {
-    for (qsizetype offset = 0; offset + query.count() <= text.count(); ++offset) {
+    for (qsizetype offset = 0; offset + query.size() <= text.size(); ++offset) {
         if (matchesAt(query, text, offset))
             return true;
     }
@@ -47,8 +34,8 @@ bool contains(const Characters &query, const Characters &text) {
 
 template <typename Characters>
 std::optional<qint64> subsequenceScore(const Characters &query, const Characters &text) {
-    const qsizetype queryCount = query.count();
-    const qsizetype textCount = text.count();
+    const qsizetype queryCount = query.size();
+    const qsizetype textCount = text.size();
     if (queryCount == 0 || textCount < queryCount)
         return std::nullopt;
     qint64 score = 0;
@@ -70,10 +57,10 @@ std::optional<qint64> subsequenceScore(const Characters &query, const Characters
 
 template <typename Characters>
 qint64 tieredScore(const Characters &query, const Characters &text, const Tiers &tiers) {
-    if (text.count() < query.count())
+    if (text.size() < query.size())
         return 0;
     if (matchesAt(query, text, 0))
-        return text.count() == query.count() ? tiers.equal : tiers.prefix;
+        return text.size() == query.size() ? tiers.equal : tiers.prefix;
     // Whatever contains the query also holds it as a subsequence, which is quicker to refute.
     const std::optional<qint64> fuzzyScore = subsequenceScore(query, text);
     if (!fuzzyScore)
@@ -84,32 +71,22 @@ qint64 tieredScore(const Characters &query, const Characters &text, const Tiers 
 }
 
 template <typename Function>
-auto withCharacters(const FoldedView &query, const FoldedView &text, Function function) {
+auto withCharacters(const FoldedText &query, const FoldedText &text, Function function) {
     if (query.simple() && text.simple())
-        return function(Units{query.units.data(), query.units.size()},
-                        Units{text.units.data(), text.units.size()});
-    return function(Clusters{query}, Clusters{text});
+        return function(QStringView(query.units()), QStringView(text.units()));
+    return function(query, text);
 }
 
 } // namespace
 
 std::optional<qint64> fuzzy(const QString &query, const QString &target) {
-    const FoldedText foldedQuery(query);
-    const FoldedText foldedTarget(target);
-    return withCharacters(foldedQuery.view(), foldedTarget.view(),
+    return withCharacters(FoldedText(query), FoldedText(target),
                           [](const auto &q, const auto &t) { return subsequenceScore(q, t); });
 }
 
-qint64 matchScore(const FoldedView &query, const FoldedView &text, const Tiers &tiers) {
+qint64 matchScore(const FoldedText &query, const FoldedText &text, const Tiers &tiers) {
     return withCharacters(
         query, text, [&tiers](const auto &q, const auto &t) { return tieredScore(q, t, tiers); });
-}
-
-std::uint64_t characterMask(QStringView foldedUnits) {
-    std::uint64_t mask = 0;
-    for (const QChar unit : foldedUnits)
-        mask |= std::uint64_t{1} << (unit.unicode() % 64);
-    return mask;
 }
 
 qint64 usageBoost(qint64 count) {

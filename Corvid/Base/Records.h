@@ -96,11 +96,4 @@ struct ResultItem {
     bool running = false; ///< the application is currently running
 };
 
-/** An item with its score; higher is better, 0 means no match. */
-template <typename T>
-struct Scored {
-    T item;
-    qint64 score = 0;
-};
-
 } // namespace corvid

@@ -21,13 +21,11 @@ namespace {
 // Making the tray icon takes some ten milliseconds, which must not delay the panel's first paint.
 constexpr auto afterFirstPaint = 300ms;
 
-constexpr int sizes[]{16, 22, 24, 32, 48, 64};
-
 } // namespace
 
 QIcon statusIcon() {
     QIcon icon;
-    for (const int size : sizes)
+    for (const int size : {16, 22, 24, 32, 48, 64})
         icon.addPixmap(symbolPixmap(u"diamond"_s, size));
     return icon;
 }
@@ -43,16 +41,15 @@ StatusItem::StatusItem(TrayWatch &tray, Actions actions) : actions_(std::move(ac
 
 void StatusItem::install() {
     menu_.emplace();
-    menu_->addAction(u"Show Corvid"_s, this, [this] { actions_.show(); });
+    menu_->addAction(u"Show Corvid"_s, this, actions_.show);
     menu_->addSeparator();
-    QAction *settings = menu_->addAction(u"Settings…"_s, this, [this] { actions_.openSettings(); });
-    settings->setShortcut(Qt::CTRL | Qt::Key_Comma);
+    menu_->addAction(u"Settings…"_s, Qt::CTRL | Qt::Key_Comma, this, actions_.openSettings);
     menu_->addSeparator();
-    QAction *quit = menu_->addAction(u"Quit Corvid"_s, this, [this] { actions_.quit(); });
-    quit->setShortcut(Qt::CTRL | Qt::Key_Q);
+    menu_->addAction(u"Quit Corvid"_s, Qt::CTRL | Qt::Key_Q, this, actions_.quit);
     // A context menu hides shortcuts by default.
-    settings->setShortcutVisibleInContextMenu(true);
-    quit->setShortcutVisibleInContextMenu(true);
+    const QList<QAction *> entries = menu_->actions();
+    for (QAction *entry : entries)
+        entry->setShortcutVisibleInContextMenu(true);
 
     icon_.emplace(statusIcon());
     icon_->setToolTip(u"Corvid"_s);

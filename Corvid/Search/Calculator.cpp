@@ -14,28 +14,15 @@ namespace corvid {
 
 namespace {
 
-// The expression in plain ASCII; absent as soon as a character shows that it is none.
-std::optional<std::string> normalised(QStringView query) {
-    std::string text;
-    bool hasDigit = false;
-    bool hasOperator = false;
-    for (const QChar character : query) {
-        char16_t unit = character.unicode();
-        if (unit == u',')
-            continue;
-        if (unit == u'×')
-            unit = u'*';
-        else if (unit == u'÷')
-            unit = u'/';
-        if (unit >= u'0' && unit <= u'9')
-            hasDigit = true;
-        else if (unit == u'+' || unit == u'-' || unit == u'*' || unit == u'/')
-            hasOperator = true;
-        else if (unit != u'.' && unit != u'(' && unit != u')' && unit != u' ')
-            return std::nullopt;
-        text.push_back(static_cast<char>(unit));
-    }
-    if (!hasDigit || !hasOperator)
+// The expression in plain ASCII; absent when a character shows that it is none.
+std::optional<std::string> normalised(QString query) {
+    query.remove(u',').replace(u'×', u'*').replace(u'÷', u'/');
+    const std::string text = query.toStdString();
+    const auto hasOneOf = [&text](const char *characters) {
+        return text.find_first_of(characters) != std::string::npos;
+    };
+    const bool isExpression = text.find_first_not_of("0123456789.+-*/() ") == std::string::npos;
+    if (!isExpression || !hasOneOf("0123456789") || !hasOneOf("+-*/"))
         return std::nullopt;
     return text;
 }
@@ -135,19 +122,17 @@ private:
 // The shortest text that reads back as the same double. It has no superfluous zeros to trim.
 QString formatted(double value) {
     constexpr double firstNotShownAsInteger = 1e15;
+    if (value == std::round(value) && std::abs(value) < firstNotShownAsInteger)
+        return QString::number(static_cast<qint64>(value));
     std::array<char, 32> text{};
-    char *const begin = text.data();
-    char *const end = begin + text.size();
-    const bool integral = value == std::round(value) && std::abs(value) < firstNotShownAsInteger;
-    const std::to_chars_result result = integral
-                                            ? std::to_chars(begin, end, static_cast<qint64>(value))
-                                            : std::to_chars(begin, end, value);
-    return QLatin1StringView(begin, result.ptr);
+    const std::to_chars_result result =
+        std::to_chars(text.data(), text.data() + text.size(), value);
+    return QLatin1StringView(text.data(), result.ptr);
 }
 
 } // namespace
 
-std::optional<QString> evalMath(QStringView trimmedQuery) {
+std::optional<QString> evalMath(const QString &trimmedQuery) {
     const std::optional<std::string> text = normalised(trimmedQuery);
     if (!text)
         return std::nullopt;

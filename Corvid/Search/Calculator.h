@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <QStringView>
 
 #include <optional>
 
@@ -16,6 +15,6 @@ namespace corvid {
  *
  * Pure, any thread, linear in the query's length; any text whatever is safe to pass.
  */
-std::optional<QString> evalMath(QStringView trimmedQuery);
+std::optional<QString> evalMath(const QString &trimmedQuery);
 
 } // namespace corvid

@@ -5,6 +5,8 @@
 
 #include <QUrl>
 
+#include <algorithm>
+
 namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
@@ -36,14 +38,18 @@ QString webSearchUrl(const QString &query) {
 
 ResultItem appRow(std::size_t index, const RowSources &from) {
     const AppEntry &app = from.apps[index];
-    return {from.appIndex.key(index),           nullptr, app.name, app.path, appBadge, OpenApp{app},
+    return {from.appIndex.key(index),
+            from.icon(app.path),
+            app.name,
+            app.path,
+            appBadge,
+            OpenApp{app},
             from.running.contains(app.bundleID)};
 }
 
 ResultItem projectRow(const ProjectEntry &project, const QString &badge,
-                      const std::optional<AppEntry> &editor) {
-    return {project.path, nullptr,
-            project.name, withHomeAsTilde(project.path),
+                      const std::optional<AppEntry> &editor, const RowSources &from) {
+    return {project.path, from.icon(locations::home()), project.name, withHomeAsTilde(project.path),
             badge,        OpenProject{project, editor}};
 }
 
@@ -62,22 +68,40 @@ Rows fallbackRows(const QString &text) {
             askRow(u"ai-fallback"_s, text, AskAI{text})};
 }
 
+struct Match {
+    enum class Kind { App, AppOfRole, Project };
+    qint64 score;
+    Kind kind;
+    std::size_t index;
+};
+
+// Keeps the first `most` by descending score and kind, and equal ones in the order they come in.
+void offer(std::vector<Match> &best, std::size_t most, const Match &match) {
+    const auto rank = [](const Match &one) { return std::pair(-one.score, one.kind); };
+    if (best.size() == most) {
+        if (rank(best.back()) <= rank(match))
+            return;
+        best.pop_back();
+    }
+    best.insert(std::ranges::upper_bound(best, rank(match), {}, rank), match);
+}
+
 // The best of `count` items; a score below 1 is no match.
 template <typename Score>
-std::vector<Scored<std::size_t>> bestOf(std::size_t most, std::size_t count, const Score &score) {
-    BestMatches<std::size_t> best(most);
+std::vector<Match> bestOf(std::size_t most, std::size_t count, const Score &score) {
+    std::vector<Match> best;
     for (std::size_t i = 0; i < count; ++i) {
         if (const qint64 value = score(i); value >= 1)
-            best.offer(value, i);
+            offer(best, most, {value, {}, i});
     }
-    return best.sorted();
+    return best;
 }
 
 Rows recentApplications(const RowSources &from) {
     const auto launches = [&from](std::size_t i) { return from.appIndex.launches(i); };
     Rows rows;
-    for (const auto &app : bestOf(mostRecentApplications, from.apps.size(), launches))
-        rows.push_back(appRow(app.item, from));
+    for (const Match &app : bestOf(mostRecentApplications, from.apps.size(), launches))
+        rows.push_back(appRow(app.index, from));
     return rows;
 }
 
@@ -87,12 +111,12 @@ std::optional<std::size_t> findEditor(const QString &text, const RowSources &fro
     auto best = bestOf(1, editors.size(),
                        [&](std::size_t i) { return from.appIndex.score(query, editors[i]); });
     if (!best.empty())
-        return editors[best.front().item];
+        return editors[best.front().index];
     // No code editor matches: any other application that has a role will do.
     best = bestOf(1, from.apps.size(), [&](std::size_t i) {
         return from.apps[i].roles.isEmpty() ? 0 : from.appIndex.score(query, i);
     });
-    return best.empty() ? std::nullopt : std::optional(best.front().item);
+    return best.empty() ? std::nullopt : std::optional(best.front().index);
 }
 
 Rows projectsInEditor(const SearchEngine::InQuery &in, const RowSources &from) {
@@ -102,8 +126,8 @@ Rows projectsInEditor(const SearchEngine::InQuery &in, const RowSources &from) {
     const PreparedQuery query(in.project);
     const auto score = [&](std::size_t i) { return from.projectIndex.score(query, i); };
     Rows rows;
-    for (const auto &project : bestOf(mostProjectsInEditor, from.projects.size(), score))
-        rows.push_back(projectRow(from.projects[project.item], badge, editor));
+    for (const Match &project : bestOf(mostProjectsInEditor, from.projects.size(), score))
+        rows.push_back(projectRow(from.projects[project.index], badge, editor, from));
     if (index) {
         ResultItem alone = appRow(*index, from);
         alone.id += u"|solo"_s;
@@ -126,103 +150,51 @@ Rows applicationsOfRole(const QString &role, const RowSources &from) {
     return rows;
 }
 
-/** The steps of a search. A row is built only for what ends up in the list. */
-class Search {
-public:
-    Search(const QString &text, const RowSources &from)
-        : text_(text), query_(text), from_(from), offered_(from.apps.size(), false) {}
+// The application chosen for this text before. It is listed even if the text no longer matches.
+std::optional<std::size_t> latchedApplication(const QString &text, const RowSources &from) {
+    const auto &latches = from.stats.latches();
+    const auto latch = latches.constFind(text.toLower());
+    return latch == latches.cend() ? std::nullopt : from.appIndex.indexOf(*latch);
+}
 
-    Rows rows() {
-        offerApplications();
-        offerApplicationsOfRoles();
-        offerProjects();
-        Rows rows;
-        for (const Scored<Candidate> &match : best_.sorted())
-            rows.push_back(row(match.item));
-        return rows;
+std::vector<Match> bestMatches(const QString &text, const RowSources &from) {
+    const PreparedQuery query(text);
+    const std::optional<std::size_t> latched = latchedApplication(text, from);
+    std::vector<bool> hasRole(from.apps.size());
+    const QStringList roles = from.roles.rolesFuzzy(text);
+    for (const QString &role : roles) {
+        for (const std::size_t index : from.appIndex.withRole(role))
+            hasRole[index] = true;
     }
-
-private:
-    struct Candidate {
-        enum class Kind { App, AppOfRole, Project };
-        Kind kind;
-        std::size_t index;
-    };
-
-    // The application chosen for this text before. It is listed even if the text no longer matches.
-    std::optional<std::size_t> latchedApplication() const {
-        const auto &latches = from_.stats.latches();
-        const auto latch = latches.constFind(text_.toLower());
-        return latch == latches.cend() ? std::nullopt : from_.appIndex.indexOf(*latch);
+    std::vector<Match> best;
+    for (std::size_t i = 0; i < from.apps.size(); ++i) {
+        const qint64 score = from.appIndex.score(query, i) + (latched == i ? latchBonus : 0);
+        if (score >= 1)
+            offer(best, mostSearchRows, {score, Match::Kind::App, i});
+        else if (hasRole[i])
+            offer(best, mostSearchRows, {roleScore, Match::Kind::AppOfRole, i});
     }
-
-    void offerApplications() {
-        const std::optional<std::size_t> latched = latchedApplication();
-        for (std::size_t i = 0; i < from_.apps.size(); ++i) {
-            const qint64 score = from_.appIndex.score(query_, i) + (latched == i ? latchBonus : 0);
-            if (score < 1)
-                continue;
-            best_.offer(score, {Candidate::Kind::App, i});
-            offered_[i] = true;
-        }
+    for (std::size_t i = 0; i < from.projects.size(); ++i) {
+        if (const qint64 score = from.projectIndex.score(query, i); score >= 1)
+            offer(best, mostSearchRows, {score - projectHandicap, Match::Kind::Project, i});
     }
+    return best;
+}
 
-    void offerApplicationsOfRoles() {
-        std::vector<bool> ofRole(from_.apps.size(), false);
-        const QStringList roles = from_.roles.rolesFuzzy(text_);
-        for (const QString &role : roles) {
-            for (const std::size_t index : from_.appIndex.withRole(role))
-                ofRole[index] = true;
-        }
-        for (std::size_t i = 0; i < ofRole.size(); ++i) {
-            if (ofRole[i] && !offered_[i])
-                best_.offer(roleScore, {Candidate::Kind::AppOfRole, i});
-        }
-    }
-
-    void offerProjects() {
-        for (std::size_t i = 0; i < from_.projects.size(); ++i) {
-            if (const qint64 score = from_.projectIndex.score(query_, i); score >= 1)
-                best_.offer(score - projectHandicap, {Candidate::Kind::Project, i});
-        }
-    }
-
-    ResultItem row(const Candidate &candidate) const {
-        if (candidate.kind == Candidate::Kind::Project) {
-            const ProjectEntry &project = from_.projects[candidate.index];
+Rows search(const QString &text, const RowSources &from) {
+    Rows rows;
+    for (const Match &match : bestMatches(text, from)) {
+        if (match.kind == Match::Kind::Project) {
+            const ProjectEntry &project = from.projects[match.index];
             const QString stack = project.stack.join(u" · "_s);
-            return projectRow(project, stack.isEmpty() ? u"Project"_s : stack, std::nullopt);
+            rows.push_back(projectRow(project, stack.isEmpty() ? u"Project"_s : stack, {}, from));
+        } else {
+            rows.push_back(appRow(match.index, from));
+            if (match.kind == Match::Kind::AppOfRole)
+                rows.back().running = false;
         }
-        ResultItem row = appRow(candidate.index, from_);
-        row.running = row.running && candidate.kind == Candidate::Kind::App;
-        return row;
     }
-
-    const QString &text_;
-    const PreparedQuery query_;
-    const RowSources &from_;
-    BestMatches<Candidate> best_{mostSearchRows};
-    std::vector<bool> offered_;
-};
-
-Rows rowsOfKind(const Query &query, const RowSources &from) {
-    switch (query.kind) {
-    case Query::Kind::Empty:
-        return recentApplications(from);
-    case Query::Kind::Ask:
-        return {};
-    case Query::Kind::In:
-        return projectsInEditor(query.in, from);
-    case Query::Kind::Calculation:
-        return {{u"math"_s, nullptr, u"= "_s + query.object, query.text, u"Calc"_s,
-                 CopyAI{query.object}}};
-    case Query::Kind::Role:
-        return applicationsOfRole(query.object, from);
-    case Query::Kind::LastProject:
-    case Query::Kind::Search:
-        break;
-    }
-    return Search(query.text, from).rows();
+    return rows;
 }
 
 } // namespace
@@ -232,12 +204,27 @@ const std::vector<std::size_t> &RowSources::codeEditors() const {
 }
 
 Rows rowsFor(const Query &query, const RowSources &from) {
-    Rows rows = rowsOfKind(query, from);
-    if (rows.empty() && query.kind != Query::Kind::Empty && query.kind != Query::Kind::Ask)
-        return fallbackRows(query.text);
-    for (ResultItem &row : rows)
-        setIcon(row, from);
-    return rows;
+    Rows rows;
+    switch (query.kind) {
+    case Query::Kind::Empty:
+        return recentApplications(from);
+    case Query::Kind::Ask:
+        return {};
+    case Query::Kind::In:
+        rows = projectsInEditor(query.in, from);
+        break;
+    case Query::Kind::Calculation:
+        return {{u"math"_s, nullptr, u"= "_s + query.object, query.text, u"Calc"_s,
+                 CopyAI{query.object}}};
+    case Query::Kind::Role:
+        rows = applicationsOfRole(query.object, from);
+        break;
+    case Query::Kind::LastProject:
+    case Query::Kind::Search:
+        rows = search(query.text, from);
+        break;
+    }
+    return rows.empty() ? fallbackRows(query.text) : rows;
 }
 
 Rows questionRows(const QString &question, bool hasKey) {
@@ -252,11 +239,6 @@ Rows questionRows(const QString &question, bool hasKey) {
                         OpenSettings{}});
     }
     return rows;
-}
-
-void setIcon(ResultItem &row, const RowSources &from) {
-    if (const std::optional<QString> path = iconPathOf(row.action))
-        row.icon = from.icon(*path);
 }
 
 std::optional<QString> pathOf(const LauncherAction &action) {

@@ -35,9 +35,6 @@ Rows rowsFor(const Query &query, const RowSources &from);
 /** The rows of a question; without a key, one more that leads to the settings. */
 Rows questionRows(const QString &question, bool hasKey);
 
-/** Gives a row the icon that belongs to its action, if any. */
-void setIcon(ResultItem &row, const RowSources &from);
-
 /** The path behind a row, for revealing and copying it; absent where there is none. */
 std::optional<QString> pathOf(const LauncherAction &action);
 

@@ -1,28 +1,31 @@
 #include "Search/SearchIndex.h"
 
+#include <algorithm>
+
 namespace corvid {
 
-void NameTable::append(const QString &name) {
-    const FoldedText text(name);
-    const FoldedView view = text.view();
-    masks_.push_back(SearchEngine::characterMask(view.units));
-    units_.insert(units_.end(), view.units.begin(), view.units.end());
-    unitStarts_.push_back(static_cast<std::uint32_t>(units_.size()));
-    bounds_.insert(bounds_.end(), view.bounds.begin(), view.bounds.end());
-    boundStarts_.push_back(static_cast<std::uint32_t>(bounds_.size()));
+namespace {
+
+qint64 nameScore(const PreparedQuery &query, const PreparedName &name,
+                 const SearchEngine::Tiers &tiers) {
+    const bool mayMatch = (query.mask & ~name.mask) == 0;
+    return mayMatch ? SearchEngine::matchScore(query.text, name.text, tiers) : 0;
 }
 
-FoldedView NameTable::at(std::size_t index) const {
-    const std::uint32_t start = unitStarts_[index];
-    const std::uint32_t boundStart = boundStarts_[index];
-    return {QStringView(units_.data() + start, unitStarts_[index + 1] - start),
-            std::span(bounds_).subspan(boundStart, boundStarts_[index + 1] - boundStart)};
+} // namespace
+
+PreparedName::PreparedName(const QString &name) : text(name) {
+    for (const QChar unit : text.units())
+        mask |= std::uint64_t{1} << (unit.unicode() % 64);
 }
 
 SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
     : nameTiers_(SearchEngine::appNameTiers) {
+    entries_.reserve(apps.size());
     for (std::size_t i = 0; i < apps.size(); ++i) {
-        append(apps[i].name, apps[i].aliases, usageKey(apps[i]));
+        entries_.push_back({{apps[i].aliases.begin(), apps[i].aliases.end()},
+                            PreparedName(apps[i].name),
+                            usageKey(apps[i])});
         for (const QString &role : apps[i].roles) {
             std::vector<std::size_t> &members = roles_[role];
             if (members.empty() || members.back() != i)
@@ -33,18 +36,9 @@ SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
 
 SearchIndex::SearchIndex(const std::vector<ProjectEntry> &projects)
     : nameTiers_(SearchEngine::projectNameTiers) {
+    entries_.reserve(projects.size());
     for (const ProjectEntry &project : projects)
-        append(project.name, {}, usageKey(project));
-}
-
-void SearchIndex::append(const QString &name, const QStringList &aliases, const QString &key) {
-    indexes_.insert(key, size());
-    keys_.push_back(key);
-    launches_.push_back(0);
-    names_.append(name);
-    for (const QString &alias : aliases)
-        aliases_.append(alias);
-    aliasStarts_.push_back(static_cast<std::uint32_t>(aliases_.size()));
+        entries_.push_back({{}, PreparedName(project.name), usageKey(project)});
 }
 
 void SearchIndex::updateUsage(const UsageStats &stats) {
@@ -52,29 +46,24 @@ void SearchIndex::updateUsage(const UsageStats &stats) {
     if (generation_ == generation)
         return;
     generation_ = generation;
-    for (const std::size_t index : launched_)
-        launches_[index] = 0;
-    launched_.clear();
-    const QHash<QString, qint64> &counts = stats.counts();
-    for (auto entry = counts.begin(); entry != counts.end(); ++entry) {
-        const auto [first, last] = indexes_.equal_range(entry.key());
-        for (auto index = first; index != last; ++index) {
-            launches_[*index] = entry.value();
-            launched_.push_back(*index);
-        }
-    }
+    const settings::LaunchCounts &counts = stats.counts();
+    for (Entry &entry : entries_)
+        entry.launches = counts.value(entry.key);
 }
 
 qint64 SearchIndex::score(const PreparedQuery &query, std::size_t index) const {
-    qint64 best = names_.score(query, index, nameTiers_);
-    for (std::size_t alias = aliasStarts_[index]; alias < aliasStarts_[index + 1]; ++alias)
-        best = std::max(best, aliases_.score(query, alias, SearchEngine::appAliasTiers));
-    return best < 1 ? best : best + SearchEngine::usageBoost(launches(index));
+    const Entry &entry = entries_[index];
+    qint64 best = nameScore(query, entry.name, nameTiers_);
+    for (const PreparedName &alias : entry.aliases)
+        best = std::max(best, nameScore(query, alias, SearchEngine::appAliasTiers));
+    return best < 1 ? best : best + SearchEngine::usageBoost(entry.launches);
 }
 
 std::optional<std::size_t> SearchIndex::indexOf(const QString &key) const {
-    const auto index = indexes_.constFind(key);
-    return index == indexes_.cend() ? std::nullopt : std::optional(*index);
+    const auto entry = std::ranges::find(entries_, key, &Entry::key);
+    if (entry == entries_.end())
+        return std::nullopt;
+    return static_cast<std::size_t>(entry - entries_.begin());
 }
 
 const std::vector<std::size_t> &SearchIndex::withRole(const QString &role) const {

@@ -41,7 +41,7 @@ private:
 qint64 pureScore(const QString &query, const AppEntry &app, const UsageStats &stats) {
     const FoldedText q(query.trimmed());
     const auto scoreOf = [&q](const QString &name, const SearchEngine::Tiers &tiers) {
-        return SearchEngine::matchScore(q.view(), FoldedText(name).view(), tiers);
+        return SearchEngine::matchScore(q, FoldedText(name), tiers);
     };
     qint64 best = scoreOf(app.name, SearchEngine::appNameTiers);
     for (const QString &alias : app.aliases)
@@ -50,8 +50,8 @@ qint64 pureScore(const QString &query, const AppEntry &app, const UsageStats &st
 }
 qint64 pureScore(const QString &query, const ProjectEntry &project, const UsageStats &stats) {
     const FoldedText q(query.trimmed());
-    const qint64 best = SearchEngine::matchScore(q.view(), FoldedText(project.name).view(),
-                                                 SearchEngine::projectNameTiers);
+    const qint64 best =
+        SearchEngine::matchScore(q, FoldedText(project.name), SearchEngine::projectNameTiers);
     return best < 1 ? best
                     : best + SearchEngine::usageBoost(stats.counts().value(usageKey(project)));
 }
@@ -112,22 +112,4 @@ TEST(SearchIndex, usageIsTakenOverWhenItChangesAndDroppedWhenItGoes) {
     defaults.set(u"launchCounts"_s, QJsonObject{});
     index.updateUsage(stats);
     EXPECT_EQ(index.score(query, 0), 1000);
-}
-
-TEST(BestMatches, isTheHeadOfAStableSortByDescendingScore) {
-    RandomText random;
-    for (int round = 0; round < 500; ++round) {
-        std::vector<Scored<int>> all;
-        BestMatches<int> best(9);
-        const int count = random.pick(40);
-        for (int i = 0; i < count; ++i) {
-            all.push_back({i, random.pick(6)});
-            best.offer(all.back().score, i);
-        }
-        std::stable_sort(all.begin(), all.end(),
-                         [](const auto &a, const auto &b) { return a.score > b.score; });
-        ASSERT_EQ(best.sorted().size(), std::min<std::size_t>(all.size(), 9));
-        for (std::size_t i = 0; i < best.sorted().size(); ++i)
-            ASSERT_EQ(best.sorted()[i].item, all[i].item);
-    }
 }

@@ -1,4 +1,4 @@
-#include "Chat/Conversation.h"
+#include "Chat/IntentRow.h"
 
 #include "Base/Locations.h"
 #include "Fakes/FakeUserDefaults.h"

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "Chat/IntentReply.h"
+#include "Search/QueryRows.h"
+
+namespace corvid {
+
+/** The row for what the endpoint made of a query; absent when that names nothing here. */
+std::optional<ResultItem> intentRow(const Intent &intent, const QString &query,
+                                    const RowSources &from);
+
+} // namespace corvid
