@@ -1,5 +1,6 @@
 #include "Catalog/PropertyList.h"
 
+#include "Base/RegularFile.h"
 #include "Catalog/ModestXml.h"
 
 #include <QXmlStreamReader>
@@ -193,6 +194,12 @@ std::optional<Strings> BinaryList::strings() {
 
 std::optional<Strings> decodePropertyList(const QByteArray &bytes) {
     return bytes.startsWith(binaryMagic) ? BinaryList(bytes).strings() : decodeXml(bytes);
+}
+
+Strings bundleProperties(const QString &bundlePath) {
+    constexpr qint64 largest = 16 * 1024 * 1024;
+    const auto bytes = readRegularFile(bundlePath + "/Contents/Info.plist"_L1, largest);
+    return decodePropertyList(bytes.value_or(QByteArray())).value_or(Strings());
 }
 
 } // namespace corvid

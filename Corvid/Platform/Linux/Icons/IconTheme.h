@@ -6,29 +6,20 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
-#include <utility>
 #include <vector>
 
 namespace corvid {
 
-/** One folder of an icon theme, as its index.theme describes it. Sizes in pixels at scale 1. */
+/** What the icons in one folder of an icon theme are meant for. Sizes in pixels at scale 1. */
 struct IconThemeFolder {
-    enum class Type { Fixed, Scalable, Threshold };
-
-    Type type = Type::Threshold;
-    int size = 0;
     int scale = 1;
     int minimum = 0;
     int maximum = 0;
-    int threshold = 2;
 
     /** Whether its icons are meant for this size. Pure. */
     bool matches(int wantedSize, int wantedScale) const;
     /** How far its icons are from this size, in device pixels; 0 is best. Pure. */
     int distance(int wantedSize, int wantedScale) const;
-
-private:
-    std::pair<int, int> sizes() const; ///< the least and the greatest that they are meant for
 };
 
 /**

@@ -1,10 +1,11 @@
 #include "Platform/Linux/Launching/ApplicationLauncher.h"
 
 #include "Base/Locations.h"
-#include "Catalog/BundleProperties.h"
+#include "Catalog/PropertyList.h"
 #include "Platform/Linux/Bus/BusActivation.h"
 #include "Platform/Linux/Bus/SessionBus.h"
 #include "Platform/Linux/DesktopSettings.h"
+#include "Platform/Linux/KeyFiles.h"
 #include "Platform/Linux/Launching/DetachedProcess.h"
 #include "Platform/Linux/Launching/ExecLine.h"
 #include "Platform/Linux/Launching/StartupNotifier.h"
@@ -59,12 +60,9 @@ QByteArray newWindowAction(GDesktopAppInfo *entry) {
 
 /** The Exec line of one of the entry's actions; empty when it has none. */
 QString execOfAction(const QString &path, const QByteArray &action) {
-    const GKeyFilePointer file(g_key_file_new());
-    g_key_file_load_from_file(file.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE,
-                              nullptr);
-    const GFreePointer<gchar> exec(g_key_file_get_string(file.get(), "Desktop Action " + action,
-                                                         G_KEY_FILE_DESKTOP_KEY_EXEC, nullptr));
-    return QString::fromUtf8(exec.get());
+    const GKeyFilePointer file = readKeyFile(path);
+    return file ? keyFileText(file.get(), "Desktop Action " + action, G_KEY_FILE_DESKTOP_KEY_EXEC)
+                : QString();
 }
 
 GObjectPointer<GAppInfo> defaultApplication(const QUrl &url) {
@@ -232,7 +230,7 @@ private:
 
     QString bundle(const QString &path, const QList<QUrl> &urls) const {
         // The executable that the properties name, else the one named like the bundle.
-        QString name = bundleProperty(path, u"CFBundleExecutable"_s);
+        QString name = bundleProperties(path).value(u"CFBundleExecutable"_s);
         if (name.isEmpty() || name.contains(u'/'))
             name = QFileInfo(path).completeBaseName();
         const QString executable = path + "/Contents/MacOS/"_L1 + name;

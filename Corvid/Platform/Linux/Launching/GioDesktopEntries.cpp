@@ -1,8 +1,7 @@
 #include "Platform/Linux/Launching/GioDesktopEntries.h"
 
 #include "Base/Locations.h"
-#include "Base/RegularFile.h"
-#include "Platform/Linux/GLibPointers.h"
+#include "Platform/Linux/KeyFiles.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -58,37 +57,29 @@ std::vector<EntryFile> entryFiles(const QString &root) {
     return files;
 }
 
-QString keyFileText(GKeyFile *file, const char *key) {
-    const GFreePointer<gchar> value(
-        g_key_file_get_string(file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr));
-    return QString::fromUtf8(value.get());
-}
-
 std::optional<DesktopEntry> readEntry(const EntryFile &source) {
-    constexpr qint64 largest = 1024 * 1024;
-    const QByteArray bytes = readRegularFile(source.path, largest).value_or(QByteArray());
-    const GKeyFilePointer file(g_key_file_new());
-    if (bytes.isEmpty() ||
-        !g_key_file_load_from_data(file.get(), bytes.constData(), static_cast<gsize>(bytes.size()),
-                                   G_KEY_FILE_NONE, nullptr))
+    const GKeyFilePointer file = readKeyFile(source.path, 1024 * 1024);
+    if (!file)
         return std::nullopt;
     // Null also when the program that the entry needs is not installed.
     const GObjectPointer<GDesktopAppInfo> info(g_desktop_app_info_new_from_keyfile(file.get()));
     if (!info || g_desktop_app_info_get_is_hidden(info.get()) ||
         !g_app_info_should_show(G_APP_INFO(info.get())))
         return std::nullopt;
-    const QString unlocalizedName = keyFileText(file.get(), G_KEY_FILE_DESKTOP_KEY_NAME);
+    const QString unlocalizedName =
+        keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_NAME);
     if (unlocalizedName.isEmpty())
         return std::nullopt;
-    return DesktopEntry{source.id,
-                        source.path,
-                        QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get()))),
-                        unlocalizedName,
-                        QString::fromUtf8(g_desktop_app_info_get_generic_name(info.get())),
-                        keyFileText(file.get(), G_KEY_FILE_DESKTOP_KEY_EXEC),
-                        QString::fromUtf8(g_desktop_app_info_get_categories(info.get()))
-                            .split(u';', Qt::SkipEmptyParts),
-                        QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get()))};
+    return DesktopEntry{
+        source.id,
+        source.path,
+        QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get()))),
+        unlocalizedName,
+        QString::fromUtf8(g_desktop_app_info_get_generic_name(info.get())),
+        keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC),
+        QString::fromUtf8(g_desktop_app_info_get_categories(info.get()))
+            .split(u';', Qt::SkipEmptyParts),
+        QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get()))};
 }
 
 } // namespace

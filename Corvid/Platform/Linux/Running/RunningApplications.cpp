@@ -1,6 +1,6 @@
 #include "Platform/Linux/Running/RunningApplications.h"
 
-#include "Catalog/BundleProperties.h"
+#include "Catalog/PropertyList.h"
 #include "Platform/Linux/Running/ProcessTraits.h"
 #include "Platform/Linux/Running/WindowMatcher.h"
 #include "Platform/Linux/Wayland/WaylandToplevels.h"
@@ -136,7 +136,7 @@ private:
     Application recognize(const WindowList::Client &client) {
         const ProcessTraits process = processTraits(client.pid);
         if (!process.bundle.isEmpty())
-            if (QString id = bundleProperty(process.bundle, u"CFBundleIdentifier"_s); !id.isEmpty())
+            if (QString id = bundleProperties(process.bundle).value(u"CFBundleIdentifier"_s); !id.isEmpty())
                 return {id, process.bundle};
         WindowTraits traits = client.traits;
         traits.launchedEntry = process.launchedEntry;
