@@ -16,7 +16,7 @@ struct DesktopEntry {
     QString name;                ///< localised Name
     QString unlocalizedName;     ///< Name as written without a locale; may be empty
     QString genericName;         ///< localised GenericName; may be empty
-    QString exec;                ///< the Exec line as written; may be empty (D-Bus activated)
+    QString program;             ///< the name of the program that it runs; may be empty
     QStringList categories;      ///< Categories, in order
     QString startupWMClass = {}; ///< StartupWMClass, the class of its windows; may be empty
 

@@ -2,7 +2,6 @@
 
 #include "Base/Locations.h"
 #include "Platform/Linux/Bus/SessionBus.h"
-#include "Platform/Linux/CurrentDesktop.h"
 #include "Platform/Linux/KeyFiles.h"
 
 namespace corvid::desktopsettings {
@@ -45,6 +44,11 @@ QString settingsIconTheme() {
 }
 
 } // namespace
+
+bool isKde() {
+    const QString desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP");
+    return desktops.split(u':').contains("KDE"_L1, Qt::CaseInsensitive);
+}
 
 QString iconTheme() {
     const bool kdeFirst = isKde();

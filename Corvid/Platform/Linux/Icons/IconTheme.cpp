@@ -92,9 +92,10 @@ void IconTheme::addTheme(const QString &name, const QStringList &baseFolders, in
 
     GKeyFilePointer index;
     for (const QString &base : baseFolders) {
-        watch(base + u'/' + name);
+        const QString folder = base + u'/' + name;
+        watched_.emplace(folder, modificationTime(folder));
         if (!index)
-            index = readKeyFile(base + u'/' + name + "/index.theme"_L1);
+            index = readKeyFile(folder + "/index.theme"_L1);
     }
     if (!index)
         return;
@@ -123,7 +124,7 @@ void IconTheme::addTheme(const QString &name, const QStringList &baseFolders, in
 void IconTheme::addUnthemed(const QStringList &folders) {
     Theme theme;
     for (const QString &folder : folders) {
-        watch(folder);
+        watched_.emplace(folder, modificationTime(folder));
         addFolder(theme, folder, {});
     }
     append(std::move(theme));
@@ -133,10 +134,6 @@ void IconTheme::append(Theme theme) {
     std::sort(theme.files.begin(), theme.files.end());
     theme.files.shrink_to_fit();
     chain_.push_back(std::move(theme));
-}
-
-void IconTheme::watch(const QString &folder) {
-    watched_.push_back({folder, modificationTime(folder)});
 }
 
 void IconTheme::addFolder(Theme &theme, const QString &path, const IconThemeFolder &properties) {
@@ -180,8 +177,8 @@ std::optional<QString> IconTheme::find(const QString &icon, int size, int scale)
 }
 
 bool IconTheme::isCurrent() const {
-    return std::all_of(watched_.begin(), watched_.end(), [](const Watched &watched) {
-        return watched.modified == modificationTime(watched.path);
+    return std::ranges::all_of(watched_, [](const auto &watched) {
+        return watched.second == modificationTime(watched.first);
     });
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -61,21 +62,16 @@ private:
         std::vector<Folder> folders;
         std::vector<File> files; ///< sorted
     };
-    struct Watched {
-        QString path;
-        std::filesystem::file_time_type modified;
-    };
 
     void addTheme(const QString &name, const QStringList &baseFolders, int depth);
     void addUnthemed(const QStringList &folders);
-    void watch(const QString &folder);
     void append(Theme theme);
     static void addFolder(Theme &theme, const QString &path, const IconThemeFolder &properties);
     static std::optional<QString> findIn(const Theme &theme, const QString &icon, int size,
                                          int scale);
 
-    std::vector<Theme> chain_; ///< in the order of the lookup
-    std::vector<Watched> watched_;
+    std::vector<Theme> chain_;                                   ///< in the order of the lookup
+    std::map<QString, std::filesystem::file_time_type> watched_; ///< folders, when last changed
 };
 
 /** Where the user's icon themes lie: ~/.icons, the data folders' "icons" and those of Flatpak's

@@ -17,6 +17,10 @@ struct LaunchedEntry {
     QString windowClass = {}; ///< StartupWMClass; may be empty
 };
 
+/** The words of an Exec line or of a shell's command, without their quotes; none when the quotes do
+    not match. Pure. */
+QStringList execWords(const QString &exec);
+
 /**
  * The command lines that open `urls` with a desktop entry's Exec line: one for each file where
  * the line takes a single file (%f, %u) or names none, else one for all. No shell looks at them.
