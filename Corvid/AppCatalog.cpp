@@ -1,22 +1,55 @@
 #include "AppCatalog.h"
 
 #include "Catalog/ApplicationScan.h"
-#include "Catalog/IconQueue.h"
 
 #include <algorithm>
+#include <mutex>
 
 namespace corvid {
 
-AppCatalog::Snapshot::Snapshot(std::vector<AppEntry> list)
-    : records(std::move(list)), searchIndex(records) {
-    QSet<QString> paths;
-    paths.reserve(static_cast<qsizetype>(records.size()));
-    for (const AppEntry &app : records) {
-        if (paths.contains(app.path))
-            qFatal("Duplicate values for key: '%s'", qUtf8Printable(app.path));
-        paths.insert(app.path);
+/** The paths whose icons a task fetches, in their order except that urgent ones go first. Each
+    path is handed out once. Any thread. */
+class IconQueue {
+public:
+    explicit IconQueue(QStringList paths) : paths_(std::move(paths)) {}
+
+    /** Makes a path urgent. False when the task has run out of paths and fetches no more. */
+    bool fetchNext(const QString &path) {
+        const std::scoped_lock lock(mutex_);
+        if (ended_)
+            return false;
+        // Asked at every key stroke for every row whose icon has not arrived yet.
+        if (!taken_.contains(path) && !urgent_.contains(path))
+            urgent_.append(path);
+        return true;
     }
-}
+
+    /** The next path; nothing when there is none, and from then on. */
+    std::optional<QString> take() {
+        const std::scoped_lock lock(mutex_);
+        while (!ended_ && !(urgent_.isEmpty() && paths_.isEmpty())) {
+            QString path = urgent_.isEmpty() ? paths_.takeFirst() : urgent_.takeFirst();
+            if (taken_.contains(path))
+                continue;
+            taken_.insert(path);
+            return path;
+        }
+        ended_ = true;
+        return std::nullopt;
+    }
+
+    void end() {
+        const std::scoped_lock lock(mutex_);
+        ended_ = true;
+    }
+
+private:
+    std::mutex mutex_;
+    QStringList paths_;
+    QStringList urgent_;
+    QSet<QString> taken_;
+    bool ended_ = false;
+};
 
 AppCatalog::AppCatalog(const Workspace &workspace, const DesktopEntries &desktopEntries,
                        const RoleCatalog &roles, QObject *parent)
@@ -28,13 +61,11 @@ AppCatalog::AppCatalog(const Workspace &workspace, const DesktopEntries &desktop
               onUpdate();
       }) {}
 
-AppCatalog::~AppCatalog() = default;
-
 void AppCatalog::load(CachedList cached) {
     freshIcons_.clear();
     list_.showCached(std::move(cached));
     list_.start([this, home = locations::home()](const std::stop_token &stop) {
-        return scanAll({bundleFolders(home), desktopEntries_.list(), roles_}, stop);
+        return scanAll(bundleFolders(home), desktopEntries_.list(), roles_, stop);
     });
 }
 
@@ -53,7 +84,11 @@ Image AppCatalog::iconForPath(const QString &path) {
 
 void AppCatalog::prewarmIcons() {
     QStringList paths;
+    QSet<QString> known;
     for (const AppEntry &app : apps()) {
+        if (known.contains(app.path))
+            qFatal("Duplicate values for key: '%s'", qUtf8Printable(app.path));
+        known.insert(app.path);
         if (!freshIcons_.contains(app.path))
             paths.append(app.path);
     }

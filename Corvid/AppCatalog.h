@@ -1,12 +1,9 @@
 #pragma once
 
-#include "Base/Records.h"
-#include "Base/TaskGroup.h"
 #include "Catalog/ScannedList.h"
 #include "Platform/DesktopEntries.h"
 #include "Platform/Workspace.h"
 #include "RoleCatalog.h"
-#include "Search/SearchIndex.h"
 
 #include <QHash>
 #include <QObject>
@@ -30,20 +27,11 @@ class IconQueue;
 class AppCatalog final : public QObject {
     Q_OBJECT
 
-    struct Snapshot {
-        /** A path that occurs twice ends the program. */
-        explicit Snapshot(std::vector<AppEntry> list);
-
-        static constexpr QLatin1StringView cacheFile{"catalog.json"};
-        const std::vector<AppEntry> records;
-        SearchIndex searchIndex; ///< follows the usage, once shown
-    };
-    using List = ScannedList<Snapshot>;
+    using List = ScannedList<AppEntry>;
 
 public:
     AppCatalog(const Workspace &workspace, const DesktopEntries &desktopEntries,
                const RoleCatalog &roles, QObject *parent = nullptr);
-    ~AppCatalog() override;
 
     using CachedList = List::Cached;
 

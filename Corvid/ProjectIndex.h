@@ -1,10 +1,8 @@
 #pragma once
 
-#include "Base/Records.h"
 #include "Catalog/ScannedList.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Volumes.h"
-#include "Search/SearchIndex.h"
 
 #include <QObject>
 
@@ -21,15 +19,7 @@ namespace corvid {
 class ProjectIndex final : public QObject {
     Q_OBJECT
 
-    struct Snapshot {
-        explicit Snapshot(std::vector<ProjectEntry> list)
-            : records(std::move(list)), searchIndex(records) {}
-
-        static constexpr QLatin1StringView cacheFile{"projects.json"};
-        const std::vector<ProjectEntry> records;
-        SearchIndex searchIndex; ///< follows the usage, once shown
-    };
-    using List = ScannedList<Snapshot>;
+    using List = ScannedList<ProjectEntry>;
 
 public:
     /** Both references outlive the index. The volumes are asked on any thread. */

@@ -1,8 +1,8 @@
 #include "Catalog/ApplicationScan.h"
 
 #include "Base/NameOrder.h"
-#include "Catalog/BundleProperties.h"
 #include "Catalog/DesktopEntryMapping.h"
+#include "Catalog/PropertyList.h"
 
 #include <QDir>
 
@@ -20,14 +20,14 @@ std::optional<AppEntry> readBundle(const QString &folder, const QString &fileNam
                                    const RoleCatalog &catalog) {
     const QString path = folder + u'/' + fileName;
     const auto info = bundleProperties(path);
-    if (!info || !info->contains(u"CFBundleIdentifier"_s))
+    if (!info.contains(u"CFBundleIdentifier"_s))
         return std::nullopt;
     AppEntry app;
-    app.bundleID = info->value(u"CFBundleIdentifier"_s);
+    app.bundleID = info.value(u"CFBundleIdentifier"_s);
     app.path = path;
-    app.name = info->value(u"CFBundleDisplayName"_s,
-                           info->value(u"CFBundleName"_s, fileName.chopped(bundleSuffix.size())));
-    app.category = info->value(u"LSApplicationCategoryType"_s, u""_s);
+    app.name = info.value(u"CFBundleDisplayName"_s,
+                          info.value(u"CFBundleName"_s, fileName.chopped(bundleSuffix.size())));
+    app.category = info.value(u"LSApplicationCategoryType"_s, u""_s);
     const RoleCatalog::AppMeta known = catalog.taxonomy.apps.value(app.bundleID);
     app.roles = known.roles + catalog.categoryMap.value(app.category);
     app.aliases = known.aliases;
@@ -41,10 +41,12 @@ QStringList bundleFolders(const QString &home) {
             u"/System/Library/CoreServices/Applications"_s, home + "/Applications"_L1};
 }
 
-std::vector<AppEntry> scanAll(const ScanInput &input, const std::stop_token &stop) {
+std::vector<AppEntry> scanAll(const QStringList &bundleFolders,
+                              const std::vector<DesktopEntry> &desktopEntries,
+                              const RoleCatalog &roles, const std::stop_token &stop) {
     // Ordered by identifier, so that equal names come out in the same order every time.
     std::map<QString, AppEntry> found;
-    for (const QString &folder : input.bundleFolders) {
+    for (const QString &folder : bundleFolders) {
         const QStringList names = QDir(folder).entryList(
             QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
         for (const QString &name : names) {
@@ -52,14 +54,14 @@ std::vector<AppEntry> scanAll(const ScanInput &input, const std::stop_token &sto
                 break;
             if (!name.endsWith(bundleSuffix))
                 continue;
-            if (std::optional<AppEntry> app = readBundle(folder, name, input.roles))
+            if (std::optional<AppEntry> app = readBundle(folder, name, roles))
                 found.insert_or_assign(app->bundleID, *app);
         }
     }
-    for (const DesktopEntry &entry : input.desktopEntries) {
+    for (const DesktopEntry &entry : desktopEntries) {
         if (stop.stop_requested())
             break;
-        found.insert_or_assign(entry.id, appEntry(entry, input.roles));
+        found.insert_or_assign(entry.id, appEntry(entry, roles));
     }
     std::vector<AppEntry> apps;
     apps.reserve(found.size());

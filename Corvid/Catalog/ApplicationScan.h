@@ -12,19 +12,14 @@ namespace corvid {
 /** The folders whose application bundles are listed, in order: the later one wins. */
 QStringList bundleFolders(const QString &home);
 
-/** All that a scan reads besides the bundles' own files. */
-struct ScanInput {
-    QStringList bundleFolders;
-    std::vector<DesktopEntry> desktopEntries;
-    const RoleCatalog &roles;
-};
-
 /**
  * Every installed application, sorted by name: the bundles directly within the folders, then the
  * desktop entries. Of several with one identifier the last one wins; no path occurs twice. What
  * cannot be read is left out. Blocks on the disk; any thread. Asked to stop, it returns what it
  * has so far.
  */
-std::vector<AppEntry> scanAll(const ScanInput &input, const std::stop_token &stop);
+std::vector<AppEntry> scanAll(const QStringList &bundleFolders,
+                              const std::vector<DesktopEntry> &desktopEntries,
+                              const RoleCatalog &roles, const std::stop_token &stop);
 
 } // namespace corvid

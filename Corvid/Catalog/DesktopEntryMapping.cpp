@@ -1,7 +1,6 @@
 #include "Catalog/DesktopEntryMapping.h"
 
 #include "Base/Text.h"
-#include "Catalog/ProgramName.h"
 
 #include <QStringTokenizer>
 
@@ -97,8 +96,7 @@ constexpr auto roleRows = std::to_array<CategoryRow>({
 
 QStringList aliasesOf(const DesktopEntry &entry, const QStringList &known) {
     QStringList candidates = known;
-    candidates << entry.genericName << entry.unlocalizedName
-               << programName(entry.exec).value_or(QString());
+    candidates << entry.genericName << entry.unlocalizedName << entry.program;
     QStringList aliases;
     QStringList taken{QString(), folded(entry.name)};
     for (const QString &alias : std::as_const(candidates)) {
@@ -132,9 +130,8 @@ QString appCategory(const QStringList &categories) {
 QStringList rolesOfCategories(const QStringList &categories) {
     QStringList roles;
     for (const CategoryRow &row : roleRows)
-        if (row.appliesTo(categories))
+        if (row.appliesTo(categories) && !roles.contains(row.value))
             roles.append(row.value);
-    roles.removeDuplicates();
     return roles;
 }
 

@@ -19,10 +19,6 @@ constexpr qsizetype deepestNesting = 512;
 // has an equals sign, so it is given no more at once than it compares in no time.
 constexpr qsizetype mostEqualsSignsAtOnce = 4096;
 
-bool isNamespace(const QXmlStreamAttribute &attribute) {
-    return attribute.qualifiedName().startsWith("xmlns"_L1);
-}
-
 } // namespace
 
 bool isModestXml(const QByteArray &bytes) {
@@ -48,7 +44,9 @@ bool isModestXml(const QByteArray &bytes) {
             if (token == QXmlStreamReader::StartElement) {
                 inProlog = false;
                 const QXmlStreamAttributes attributes = xml.attributes();
-                namespaces += std::count_if(attributes.begin(), attributes.end(), isNamespace);
+                namespaces += std::ranges::count_if(attributes, [](const auto &attribute) {
+                    return attribute.qualifiedName().startsWith("xmlns"_L1);
+                });
                 if (++depth > deepestNesting || namespaces > mostNamespaces ||
                     attributes.size() > mostAttributes)
                     return false;

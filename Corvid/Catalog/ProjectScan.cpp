@@ -5,11 +5,11 @@
 
 #include <QDir>
 #include <QFile>
+#include <QSet>
 
 #include <algorithm>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <utility>
 
 #include <dirent.h>
@@ -46,8 +46,6 @@ bool exists(const FileDescriptor &parent, const dirent64 &entry) {
 // A record's path is a string of characters. A name that is no valid UTF-8 has none that leads
 // back to the same bytes, so a project of that name, or below it, could be shown but never opened.
 bool hasText(std::string_view name) {
-    if (std::all_of(name.begin(), name.end(), [](char c) { return (c & 0x80) == 0; }))
-        return true;
     const QByteArray bytes(name.data(), static_cast<qsizetype>(name.size()));
     return QFile::encodeName(QFile::decodeName(bytes)) == bytes;
 }
@@ -62,27 +60,24 @@ QString rootPath(const QString &root) {
     return QFile::decodeName(QFile::encodeName(path)) == path ? path : QString();
 }
 
-// Keeps the place of the first record of a path and the content of the last.
+/** The projects of all roots, each path once. */
 class Found {
 public:
-    void add(std::string_view path, MarkerSet rows) {
-        const QString text =
-            QFile::decodeName(QByteArray(path.data(), static_cast<qsizetype>(path.size())));
+    void add(const char *path, MarkerSet rows) {
+        const QString text = QFile::decodeName(path);
+        if (paths_.contains(text))
+            return;
+        paths_.insert(text);
         // The file system's root is the one path without a last component.
-        const QString name = text.size() == 1 ? text : text.mid(text.lastIndexOf(u'/') + 1);
-        ProjectEntry project{name, text, detectStack(rows)};
-        const auto [known, isNew] = indexes_.try_emplace(text, projects_.size());
-        if (isNew)
-            projects_.push_back(std::move(project));
-        else
-            projects_[known->second] = std::move(project);
+        const QString name = text.size() == 1 ? text : text.section(u'/', -1);
+        projects_.push_back({name, text, detectStack(rows)});
     }
 
     std::vector<ProjectEntry> take() { return std::move(projects_); }
 
 private:
     std::vector<ProjectEntry> projects_;
-    std::unordered_map<QString, std::size_t> indexes_;
+    QSet<QString> paths_;
 };
 
 /** Walks one root. */
@@ -142,7 +137,7 @@ private:
             return;
         entries_ += listing->entries;
         if (listing->markers != 0)
-            found_.add(path_.empty() ? "/" : path_, listing->markers);
+            found_.add(path_.empty() ? "/" : path_.c_str(), listing->markers);
         const std::size_t length = path_.size();
         for (const std::string &next : listing->foldersToEnter) {
             if (entries_ > entryBudget || stop_.stop_requested())
@@ -175,8 +170,7 @@ MarkerSet markersOf(std::string_view name) {
 QStringList detectStack(MarkerSet found) {
     QStringList stacks;
     for (std::size_t row = 0; row < markers.size(); ++row) {
-        const QLatin1StringView stack(markers[row].stack.data(),
-                                      static_cast<qsizetype>(markers[row].stack.size()));
+        const QString stack = QString::fromUtf8(markers[row].stack);
         if ((found >> row & 1) != 0 && !stacks.contains(stack))
             stacks.append(stack);
     }

@@ -16,4 +16,8 @@ namespace corvid {
  */
 std::optional<QHash<QString, QString>> decodePropertyList(const QByteArray &bytes);
 
+/** The texts of an application bundle's Contents/Info.plist, for example of "CFBundleIdentifier".
+    None when there is no sound one of at most 16 MiB. Reads a file; background only. */
+QHash<QString, QString> bundleProperties(const QString &bundlePath);
+
 } // namespace corvid

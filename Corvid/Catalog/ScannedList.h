@@ -3,6 +3,7 @@
 #include "Base/Locations.h"
 #include "Base/TaskGroup.h"
 #include "Catalog/JsonCache.h"
+#include "Search/SearchIndex.h"
 
 #include <QFileInfo>
 #include <QObject>
@@ -21,14 +22,18 @@ namespace corvid {
  * A list that scans in the background fill, and the cache that holds it for the next run. Main
  * thread only, and needs an event loop, through which lists arrive. What cannot be read or written
  * is no cache. The destructor stops the scans and waits for them.
- *
- * A Snapshot is a list and what is prepared from it, both made in the background: it has the member
- * `records`, is constructed from such a vector, and names its cache file as `Snapshot::cacheFile`.
  */
-template <typename Snapshot>
+template <typename Record>
 class ScannedList {
 public:
-    using Records = std::remove_const_t<decltype(Snapshot::records)>;
+    using Records = std::vector<Record>;
+    /** A list and what is prepared from it, both made in the background. */
+    struct Snapshot {
+        explicit Snapshot(Records list) : records(std::move(list)), searchIndex(records) {}
+
+        const Records records;
+        SearchIndex searchIndex; ///< follows the usage, once shown
+    };
     using SharedSnapshot = std::shared_ptr<Snapshot>;
     /** The list of the last run, empty when there is none; its destructor waits for it. */
     using Cached = std::future<SharedSnapshot>;
@@ -42,8 +47,7 @@ public:
     /** Starts to read the cache. Any thread; needs no event loop. */
     static Cached readCache() {
         return std::async(std::launch::async, [path = cachePath()] {
-            return std::make_shared<Snapshot>(
-                corvid::readCache<typename Records::value_type>(path));
+            return std::make_shared<Snapshot>(corvid::readCache<Record>(path));
         });
     }
 
@@ -87,7 +91,11 @@ public:
     }
 
 private:
-    static QString cachePath() { return locations::cacheFile(Snapshot::cacheFile); }
+    static QString cachePath() {
+        constexpr bool isOfApps = std::is_same_v<Record, AppEntry>;
+        return locations::cacheFile(isOfApps ? QStringLiteral("catalog.json")
+                                             : QStringLiteral("projects.json"));
+    }
 
     /** Whether reading the cache, and preparing what it holds for searching, takes so little time
         (4 ms at most on a slow machine) that the main thread can wait for it. Holds for 1,000

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Port.h"
+
 #include <QString>
 
 #include <functional>
@@ -21,13 +23,8 @@ struct Appearance {
 };
 
 /** The desktop's settings for the look of programs. Main thread only. */
-class AppearanceSettings {
+class AppearanceSettings : public Port {
 public:
-    AppearanceSettings() = default;
-    AppearanceSettings(const AppearanceSettings &) = delete;
-    AppearanceSettings &operator=(const AppearanceSettings &) = delete;
-    virtual ~AppearanceSettings() = default;
-
     /** What is known by now; the defaults above until the desktop has answered. Never waits. */
     virtual Appearance current() const = 0;
 

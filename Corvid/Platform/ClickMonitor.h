@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Port.h"
+
 #include <QPoint>
 
 #include <functional>
@@ -9,26 +11,15 @@
 namespace corvid {
 
 /** Sees the clicks that go to other programs. Main thread only. */
-class ClickMonitor {
+class ClickMonitor : public Port {
 public:
     /** A monitor in force; destroying it removes it. */
-    class Token {
-    public:
-        Token() = default;
-        Token(const Token &) = delete;
-        Token &operator=(const Token &) = delete;
-        virtual ~Token() = default;
-    };
+    class Token : public Port {};
 
     /** Told the pointer's place at a press of the left or right button outside our own windows,
         in device-independent pixels as QCursor::pos(); nothing where places are not told. Runs
         amid the window system's event: it must not remove the monitor then and there. */
     using Handler = std::function<void(const std::optional<QPoint> &pointer)>;
-
-    ClickMonitor() = default;
-    ClickMonitor(const ClickMonitor &) = delete;
-    ClickMonitor &operator=(const ClickMonitor &) = delete;
-    virtual ~ClickMonitor() = default;
 
     /** Null when the window system does not let us see them. The monitor must outlive the token.
         One that is not in force costs nothing. */

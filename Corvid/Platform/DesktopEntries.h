@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Port.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -14,7 +16,7 @@ struct DesktopEntry {
     QString name;                ///< localised Name
     QString unlocalizedName;     ///< Name as written without a locale; may be empty
     QString genericName;         ///< localised GenericName; may be empty
-    QString exec;                ///< the Exec line as written; may be empty (D-Bus activated)
+    QString program;             ///< the name of the program that it runs; may be empty
     QStringList categories;      ///< Categories, in order
     QString startupWMClass = {}; ///< StartupWMClass, the class of its windows; may be empty
 
@@ -22,13 +24,8 @@ struct DesktopEntry {
 };
 
 /** Lists the desktop entries that the desktop would show in its application menu. */
-class DesktopEntries {
+class DesktopEntries : public Port {
 public:
-    DesktopEntries() = default;
-    DesktopEntries(const DesktopEntries &) = delete;
-    DesktopEntries &operator=(const DesktopEntries &) = delete;
-    virtual ~DesktopEntries() = default;
-
     /** Reads the folders afresh; tens of milliseconds for a thousand entries, so call it in the
         background. Any thread. Broken entries are left out. */
     virtual std::vector<DesktopEntry> list() const = 0;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Port.h"
+
 #include <QStringList>
 
 #include <functional>
@@ -10,16 +12,11 @@ class QWindow;
 namespace corvid {
 
 /** The desktop's own dialog for choosing folders. Main thread only. */
-class FolderDialog {
+class FolderDialog : public Port {
 public:
     /** The paths of the folders, in the dialog's order; none when the user cancels. Absent where
         this desktop has no such dialog. */
     using Done = std::function<void(const std::optional<QStringList> &)>;
-
-    FolderDialog() = default;
-    FolderDialog(const FolderDialog &) = delete;
-    FolderDialog &operator=(const FolderDialog &) = delete;
-    virtual ~FolderDialog() = default;
 
     /** Lets the user choose any number of existing folders, modal to the window, with the given
         word on the button. Returns at once; `done` is called once, from the event loop, unless the

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Port.h"
+
 #include <QFlags>
 
 #include <functional>
@@ -43,7 +45,7 @@ enum class NextKeys {
  * Grabs one key combination from the whole session. Called on the main thread, never waits.
  * Nothing here fails: a combination that cannot be had is never pressed.
  */
-class HotKeyBackend {
+class HotKeyBackend : public Port {
 public:
     /** Called on any thread, one at a time, and not allowed to call the backend. */
     struct Callbacks {
@@ -53,11 +55,6 @@ public:
         /** Whether the combination could be had; again when it is lost or regained. */
         std::function<void(bool obtained)> answered;
     };
-
-    HotKeyBackend() = default;
-    HotKeyBackend(const HotKeyBackend &) = delete;
-    HotKeyBackend &operator=(const HotKeyBackend &) = delete;
-    virtual ~HotKeyBackend() = default;
 
     /** Asks for a combination in place of the one before. */
     virtual void grab(const HotKey &hotKey, Callbacks callbacks) = 0;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Port.h"
+
 #include <functional>
 
 namespace corvid {
@@ -16,13 +18,8 @@ struct Wish {
 };
 
 /** The one Corvid of a session, as seen from inside it. Main thread only. */
-class Instance {
+class Instance : public Port {
 public:
-    Instance() = default;
-    Instance(const Instance &) = delete;
-    Instance &operator=(const Instance &) = delete;
-    virtual ~Instance() = default;
-
     /** Calls `fulfil` on the main thread for each wish of other processes, first for those that
         came before. Once. Never calls it in a process that is not the session's one. */
     virtual void serve(std::function<void(const Wish &)> fulfil) = 0;

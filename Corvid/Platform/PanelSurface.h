@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Port.h"
+
 #include <QRect>
 
 class QScreen;
@@ -8,7 +10,7 @@ class QWindow;
 namespace corvid {
 
 /** How the session's window system carries the panel's window. Main thread only. */
-class PanelSurface {
+class PanelSurface : public Port {
 public:
     /** What a translucent window lets through. */
     enum class Behind {
@@ -16,11 +18,6 @@ public:
         Desktop,        ///< what lies behind it, as it is
         BlurredDesktop, ///< what lies behind it, blurred by the compositor
     };
-
-    PanelSurface() = default;
-    PanelSurface(const PanelSurface &) = delete;
-    PanelSurface &operator=(const PanelSurface &) = delete;
-    virtual ~PanelSurface() = default;
 
     /** May be another one at each show. */
     virtual Behind behind() const = 0;

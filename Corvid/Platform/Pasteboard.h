@@ -1,17 +1,14 @@
 #pragma once
 
+#include "Platform/Port.h"
+
 #include <QString>
 
 namespace corvid {
 
 /** The general pasteboard (clipboard). Main thread only. */
-class Pasteboard {
+class Pasteboard : public Port {
 public:
-    Pasteboard() = default;
-    Pasteboard(const Pasteboard &) = delete;
-    Pasteboard &operator=(const Pasteboard &) = delete;
-    virtual ~Pasteboard() = default;
-
     /** Clears the pasteboard, then puts the text on it as plain text (also an empty text). */
     virtual void setText(const QString &text) = 0;
 };

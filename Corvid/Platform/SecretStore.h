@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Port.h"
+
 #include <QLatin1StringView>
 #include <QString>
 
@@ -13,13 +15,8 @@ inline constexpr QLatin1StringView secretService("app.corvid.launcher");
 
 /** The secure credential store, for the one service that is ours. Main thread only; nothing here
     blocks or fails. */
-class SecretStore {
+class SecretStore : public Port {
 public:
-    SecretStore() = default;
-    SecretStore(const SecretStore &) = delete;
-    SecretStore &operator=(const SecretStore &) = delete;
-    virtual ~SecretStore() = default;
-
     /** The secret of an account; nothing when there is none or it cannot be had. Answers at once
         from what the desktop last said: nothing the first time that an account is asked for. From
         then on the account is followed, whoever changes its secret. Never makes the desktop ask

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Port.h"
+
 #include <QJsonValue>
 #include <QString>
 
@@ -12,16 +14,11 @@ namespace corvid {
  * edited by hand. Main thread only. Nothing here fails: an unreadable store reads as empty, a
  * write that cannot be carried out is lost.
  */
-class UserDefaults {
+class UserDefaults : public Port {
 public:
     /** Computes a key's new value from its present one (undefined when absent). Pure: it may
         run more than once and on another thread. */
     using Change = std::function<QJsonValue(const QJsonValue &)>;
-
-    UserDefaults() = default;
-    UserDefaults(const UserDefaults &) = delete;
-    UserDefaults &operator=(const UserDefaults &) = delete;
-    virtual ~UserDefaults() = default;
 
     /** The process-wide store, which the platform installs before anything asks for it; asking
         earlier is a fatal programming error. The store must outlive its users. */

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Port.h"
+
 #include <QString>
 
 #include <optional>
@@ -14,13 +16,8 @@ struct VolumeProperties {
     bool operator==(const VolumeProperties &) const = default;
 };
 
-class Volumes {
+class Volumes : public Port {
 public:
-    Volumes() = default;
-    Volumes(const Volumes &) = delete;
-    Volumes &operator=(const Volumes &) = delete;
-    virtual ~Volumes() = default;
-
     /** Any thread. Must not touch the volume itself: a dead network mount would hang the caller. */
     virtual VolumeProperties properties(const QString &path) const = 0;
 };

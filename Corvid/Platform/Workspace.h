@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Image.h"
+#include "Platform/Port.h"
 
 #include <QSet>
 #include <QString>
@@ -18,16 +19,11 @@ namespace corvid {
  *
  * Main thread, except icon(). Opening never blocks and never raises a dialog of ours.
  */
-class Workspace {
+class Workspace : public Port {
 public:
     /** Called on the main thread when an opening has been carried out; empty means success,
         else the reason in words. */
     using Completion = std::function<void(const QString &error)>;
-
-    Workspace() = default;
-    Workspace(const Workspace &) = delete;
-    Workspace &operator=(const Workspace &) = delete;
-    virtual ~Workspace() = default;
 
     /** Bundle identifiers (desktop ids) of the running applications. Kept up to date by events:
         asking costs no system call. The reference is valid until control returns to the loop. */

@@ -39,8 +39,8 @@ protected:
     }
 
     std::vector<AppEntry> scan() const {
-        return scanAll(
-            {{folder(u"first"_s), folder(u"second"_s)}, entries_, RoleCatalog(taxonomy_)}, {});
+        return scanAll({folder(u"first"_s), folder(u"second"_s)}, entries_, RoleCatalog(taxonomy_),
+                       {});
     }
 
     QStringList names() const {
@@ -288,6 +288,6 @@ TEST_F(ApplicationScan, askedToStopItReadsNoMore) {
     entries_ = {{u"bar"_s, u"/x/bar.desktop"_s, u"Bar"_s, {}, {}, {}, {}}};
     std::stop_source stop;
     stop.request_stop();
-    EXPECT_TRUE(scanAll({{folder(u"first"_s)}, entries_, RoleCatalog(taxonomy_)}, stop.get_token())
-                    .empty());
+    EXPECT_TRUE(
+        scanAll({folder(u"first"_s)}, entries_, RoleCatalog(taxonomy_), stop.get_token()).empty());
 }

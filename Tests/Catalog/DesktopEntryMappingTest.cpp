@@ -10,7 +10,7 @@ namespace {
 DesktopEntry editor() {
     return {u"org.example.Editor"_s, u"/usr/share/applications/org.example.Editor.desktop"_s,
             u"Schreiber"_s,          u"Writer"_s,
-            u"Texteditor"_s,         u"/usr/bin/writer %F"_s,
+            u"Texteditor"_s,         u"writer"_s,
             {u"Utility"_s}};
 }
 
@@ -38,7 +38,7 @@ TEST(DesktopEntryMapping, idPathAndNameAreTheEntrys) {
 TEST(DesktopEntryMapping, aliasesAreTheCatalogsThenGenericNameUnlocalisedNameAndProgram) {
     const auto catalog = catalogKnowing(u"org.example.Editor"_s, {{}, {u"we"_s, u"wr"_s}});
     DesktopEntry entry = editor();
-    entry.exec = u"env X=1 /usr/bin/exwriter"_s;
+    entry.program = u"exwriter"_s;
     EXPECT_EQ(appEntry(entry, catalog).aliases,
               (QStringList{u"we"_s, u"wr"_s, u"Texteditor"_s, u"Writer"_s, u"exwriter"_s}));
 }
@@ -51,7 +51,7 @@ TEST(DesktopEntryMapping, aliasesRepeatNeitherTheNameNorEachOtherLetterCaseAside
     DesktopEntry entry = editor();
     entry.genericName = u"schreiber"_s;
     entry.unlocalizedName = u"Schreiber"_s;
-    entry.exec = u"ED"_s;
+    entry.program = u"ED"_s;
     EXPECT_EQ(appEntry(entry, catalog).aliases, QStringList{u"ed"_s});
 }
 
@@ -66,7 +66,7 @@ TEST(DesktopEntryMapping, whatIsEmptyIsNoAlias) {
     DesktopEntry entry = editor();
     entry.genericName.clear();
     entry.unlocalizedName.clear();
-    entry.exec.clear();
+    entry.program.clear();
     EXPECT_EQ(appEntry(entry, catalogKnowing(entry.id, {{}, {u""_s}})).aliases, QStringList());
 }
 

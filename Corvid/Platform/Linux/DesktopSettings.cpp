@@ -2,10 +2,7 @@
 
 #include "Base/Locations.h"
 #include "Platform/Linux/Bus/SessionBus.h"
-#include "Platform/Linux/CurrentDesktop.h"
-#include "Platform/Linux/GLibPointers.h"
-
-#include <QFile>
+#include "Platform/Linux/KeyFiles.h"
 
 namespace corvid::desktopsettings {
 
@@ -34,12 +31,8 @@ QString fromSettings(const char *schemaId, const char *key, bool onlyChosenByUse
 }
 
 QString fromConfigurationFile(QLatin1StringView name, const char *group, const char *key) {
-    const GKeyFilePointer file(g_key_file_new());
-    const QByteArray path = QFile::encodeName(locations::configuration() + u'/' + name);
-    if (!g_key_file_load_from_file(file.get(), path.constData(), G_KEY_FILE_NONE, nullptr))
-        return {};
-    const GFreePointer<gchar> value(g_key_file_get_string(file.get(), group, key, nullptr));
-    return QString::fromUtf8(value.get());
+    const GKeyFilePointer file = readKeyFile(locations::configuration() + u'/' + name);
+    return file ? keyFileText(file.get(), group, key) : QString();
 }
 
 QString kdeIconTheme() {
@@ -51,6 +44,11 @@ QString settingsIconTheme() {
 }
 
 } // namespace
+
+bool isKde() {
+    const QString desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP");
+    return desktops.split(u':').contains("KDE"_L1, Qt::CaseInsensitive);
+}
 
 QString iconTheme() {
     const bool kdeFirst = isKde();

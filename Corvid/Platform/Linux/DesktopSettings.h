@@ -4,6 +4,9 @@
 
 namespace corvid::desktopsettings {
 
+/** Whether the session says that it is KDE's. Any thread. */
+bool isKde();
+
 /** The name of the user's icon theme: KDE's own setting under KDE, else the desktop-wide one,
     else KDE's or GTK's configuration file, else "hicolor". Reads files; background only. */
 QString iconTheme();

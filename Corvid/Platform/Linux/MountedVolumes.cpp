@@ -59,77 +59,47 @@ std::optional<Mount> parseMount(const QByteArray &line) {
     return mount;
 }
 
-/** Goes down a path one component at a time, and knows at each step which mount it is on. */
-class Descent {
-public:
-    explicit Descent(const std::vector<Mount> &mounts) : mounts_(mounts) { restart(); }
-
-    void restart() {
-        levels_.assign(1, Level());
-        enterMounts();
-    }
-    void up() {
-        if (levels_.size() > 1)
-            levels_.pop_back();
-    }
-    void down(const QByteArray &component) {
-        const Level &above = levels_.back();
-        levels_.push_back({above.path + '/' + component, above.mount, above.automounted});
-        enterMounts();
-    }
-
-    /** Without a final slash; empty at the top. */
-    const QByteArray &path() const { return levels_.back().path; }
-
-    /** Whether something is mounted on the present folder, which is not the topmost. */
-    bool startsMount() const { return levels_.back().mount != levels_[levels_.size() - 2].mount; }
+/** What a path lies on. */
+struct Place {
+    const Mount *mount = nullptr;
+    bool automounted = false; ///< it or a folder above
 
     VolumeProperties properties() const {
-        if (!levels_.back().mount)
-            return {};
-        return {isLocal(levels_.back().mount->fileSystem), levels_.back().automounted};
+        return mount ? VolumeProperties{isLocal(mount->fileSystem), automounted}
+                     : VolumeProperties();
     }
-
-    /** Whether a look at the present folder cannot hang. */
-    bool isSafeToTouch() const {
-        const VolumeProperties known = properties();
-        return known.local.value_or(false) && !known.automounted.value_or(true);
-    }
-
-private:
-    struct Level {
-        QByteArray path;
-        const Mount *mount = nullptr;
-        bool automounted = false; ///< it or a folder above
-    };
-
-    // A mount shows at its mount point only where the mount that it was put on shows. Several may
-    // lie on each other: an automounter's trap with the real volume on top, for one.
-    void enterMounts() {
-        Level &level = levels_.back();
-        const QByteArray point = level.path.isEmpty() ? QByteArray("/") : level.path;
-        for (std::size_t steps = 0; steps < mounts_.size(); ++steps) {
-            const auto next = std::find_if(mounts_.begin(), mounts_.end(), [&](const Mount &mount) {
-                return mount.mountPoint == point && &mount != level.mount &&
-                       (level.mount ? mount.parent == level.mount->id : isTop(mount));
-            });
-            if (next == mounts_.end())
-                return;
-            level.mount = &*next;
-            level.automounted = level.automounted || next->fileSystem == "autofs";
-        }
-    }
-
-    // Its parent lies outside of what this process can see.
-    bool isTop(const Mount &mount) const {
-        return std::none_of(mounts_.begin(), mounts_.end(), [&](const Mount &other) {
-            return other.id == mount.parent && &other != &mount;
-        });
-    }
-
-    const std::vector<Mount> &mounts_;
-    std::vector<Level> levels_;
 };
+
+bool covers(const Mount &mount, const QByteArray &path) {
+    const QByteArray &point = mount.mountPoint;
+    return point == "/" ||
+           (path.startsWith(point) && (path.size() == point.size() || path[point.size()] == '/'));
+}
+
+// A mount shows at its mount point only where the mount that it was put on shows. Several may lie
+// on each other: an automounter's trap with the real volume on top, for one. The path has no final
+// slash.
+Place placeOf(const QByteArray &path, const std::vector<Mount> &mounts) {
+    // The parent of a topmost mount lies outside of what this process can see.
+    const auto isOn = [&mounts](const Mount &mount, const Mount *below) {
+        return below ? mount.parent == below->id && &mount != below
+                     : std::ranges::none_of(mounts, [&mount](const Mount &other) {
+                           return other.id == mount.parent && &other != &mount;
+                       });
+    };
+    Place place;
+    for (std::size_t steps = 0; steps < mounts.size(); ++steps) {
+        const Mount *next = nullptr;
+        for (const Mount &mount : mounts)
+            if (covers(mount, path) && isOn(mount, place.mount) &&
+                (!next || mount.mountPoint.size() < next->mountPoint.size()))
+                next = &mount;
+        if (!next)
+            break;
+        place = {next, place.automounted || next->fileSystem == "autofs"};
+    }
+    return place;
+}
 
 QList<QByteArray> components(const QByteArray &path) {
     QList<QByteArray> parts = path.split('/');
@@ -159,32 +129,35 @@ std::vector<Mount> parseMounts(const QByteArray &mountinfo) {
 VolumeProperties volumeProperties(const QByteArray &path, const std::vector<Mount> &mounts,
                                   const ReadLink &readLink) {
     constexpr int mostLinks = 40; // as in the kernel
+    constexpr VolumeProperties safe{.local = true, .automounted = false};
     int links = 0;
-    Descent descent(mounts);
+    QByteArray at; // without a final slash
+    const auto goUp = [&at] { at.truncate(std::max<qsizetype>(at.lastIndexOf('/'), 0)); };
     QList<QByteArray> rest = components(path);
     while (!rest.isEmpty()) {
         const QByteArray component = rest.takeFirst();
         if (component == "..") {
-            descent.up();
+            goUp();
             continue;
         }
-        const bool mayAsk = descent.isSafeToTouch();
-        descent.down(component);
-        // A mount point is no link, and to ask would be to touch what is mounted there.
-        if (!mayAsk || descent.startsMount())
+        at += '/' + component;
+        const Place place = placeOf(at, mounts);
+        // A look at an unknown file system could hang. A mount point is no link, and to ask would
+        // be to touch what is mounted there.
+        if (place.properties() != safe || place.mount->mountPoint == at)
             continue;
-        const std::optional<QByteArray> target = readLink(descent.path());
+        const std::optional<QByteArray> target = readLink(at);
         if (!target)
             continue;
         if (++links > mostLinks)
             return {};
         if (target->startsWith('/'))
-            descent.restart();
+            at.clear();
         else
-            descent.up();
+            goUp();
         rest = components(*target) + rest;
     }
-    return descent.properties();
+    return placeOf(at, mounts).properties();
 }
 
 VolumeProperties MountedVolumes::properties(const QString &path) const {

@@ -1,6 +1,6 @@
 #include "Platform/Linux/Bus/PortalAppearance.h"
 
-#include "Platform/Linux/CurrentDesktop.h"
+#include "Platform/Linux/DesktopSettings.h"
 
 #include <QDBusArgument>
 
@@ -66,7 +66,7 @@ void apply(Appearance &appearance, const QString &names, const QString &key,
             appearance.motion = exactly<bool>(value).value_or(true);
         // KDE's font reaches Qt by itself; what its portal says of another desktop's is no choice
         // of the user's.
-        else if (key == "font-name"_L1 && !isKde())
+        else if (key == "font-name"_L1 && !desktopsettings::isKde())
             appearance.fontFamily = familyOf(value);
     }
 }

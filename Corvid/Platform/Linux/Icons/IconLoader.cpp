@@ -2,7 +2,7 @@
 
 #include "Base/Locations.h"
 #include "Base/RegularFile.h"
-#include "Catalog/BundleProperties.h"
+#include "Catalog/PropertyList.h"
 #include "Platform/Linux/GLibPointers.h"
 #include "Platform/Linux/Icons/IconDrawing.h"
 #include "Platform/Linux/Icons/IconTheme.h"
@@ -96,8 +96,6 @@ IconLoader::IconLoader(std::function<QString()> themeName, Folders folders, qrea
     folder_ = shared(drawFolderIcon(pixels_));
 }
 
-IconLoader::~IconLoader() = default;
-
 Image IconLoader::icon(const QString &path) const {
     Image found;
     if (path.endsWith(".desktop"_L1))
@@ -135,7 +133,7 @@ std::shared_ptr<const IconTheme> IconLoader::theme() const {
 }
 
 Image IconLoader::entryIcon(const QString &path) const {
-    const GKeyFilePointer file = readKeyFile(path, maximumFileSize);
+    const GKeyFilePointer file = readKeyFile(path);
     if (!file)
         return nullptr;
     const GFreePointer<gchar> name(g_key_file_get_locale_string(
@@ -144,7 +142,7 @@ Image IconLoader::entryIcon(const QString &path) const {
 }
 
 Image IconLoader::bundleIcon(const QString &path) const {
-    const QString name = bundleProperty(path, u"CFBundleIconFile"_s);
+    const QString name = bundleProperties(path).value(u"CFBundleIconFile"_s);
     if (name.isEmpty() || name.contains(u'/'))
         return nullptr;
     const QString resources = path + "/Contents/Resources/"_L1;

@@ -31,9 +31,6 @@ public:
     /** `themeName` is asked on a background thread, once per listing of the themes.
         `devicePixelRatio`: the highest of the screens in use. */
     IconLoader(std::function<QString()> themeName, Folders folders, qreal devicePixelRatio);
-    IconLoader(const IconLoader &) = delete;
-    IconLoader &operator=(const IconLoader &) = delete;
-    ~IconLoader();
 
     /** The icon of a desktop entry or an application bundle, of a folder or a file. Reads files. */
     Image icon(const QString &path) const;

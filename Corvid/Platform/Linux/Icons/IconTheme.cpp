@@ -18,18 +18,15 @@ namespace {
 
 constexpr int maximumDepth = 16; // of inheritance, for themes that inherit in a long circle
 constexpr std::size_t maximumFolders = 10'000;
-constexpr qint64 largestIndex = 4 * 1024 * 1024;
 
 // In the order of preference where one folder has several.
 constexpr std::array<QByteArrayView, 4> extensions{".png", ".svg", ".svgz", ".xpm"};
 
 QStringList strings(GKeyFile *file, const char *group, const char *key) {
-    const GFreePointer<gchar> value(g_key_file_get_string(file, group, key, nullptr));
-    QStringList result;
-    const QStringList parts = QString::fromUtf8(value.get()).split(u',', Qt::SkipEmptyParts);
-    for (const QString &part : parts)
-        if (const QString trimmed = part.trimmed(); !trimmed.isEmpty())
-            result.append(trimmed);
+    QStringList result = keyFileText(file, group, key).split(u',');
+    for (QString &part : result)
+        part = part.trimmed();
+    result.removeAll(QString());
     return result;
 }
 
@@ -42,21 +39,18 @@ int number(GKeyFile *file, const char *group, const char *key, int fallback) {
 
 std::optional<IconThemeFolder> readFolder(GKeyFile *index, const QString &name) {
     const QByteArray group = name.toUtf8();
-    IconThemeFolder folder;
-    folder.size = number(index, group.constData(), "Size", 0);
-    if (folder.size <= 0)
+    const int size = number(index, group.constData(), "Size", 0);
+    if (size <= 0)
         return std::nullopt;
-    folder.scale = std::max(1, number(index, group.constData(), "Scale", 1));
-    folder.minimum = number(index, group.constData(), "MinSize", folder.size);
-    folder.maximum = number(index, group.constData(), "MaxSize", folder.size);
-    folder.threshold = number(index, group.constData(), "Threshold", 2);
-    const GFreePointer<gchar> type(
-        g_key_file_get_string(index, group.constData(), "Type", nullptr));
-    if (qstrcmp(type.get(), "Fixed") == 0)
-        folder.type = IconThemeFolder::Type::Fixed;
-    else if (qstrcmp(type.get(), "Scalable") == 0)
-        folder.type = IconThemeFolder::Type::Scalable;
-    return folder;
+    const int scale = std::max(1, number(index, group.constData(), "Scale", 1));
+    const QString type = keyFileText(index, group.constData(), "Type");
+    if (type == "Fixed"_L1)
+        return IconThemeFolder{scale, size, size};
+    if (type == "Scalable"_L1)
+        return IconThemeFolder{scale, number(index, group.constData(), "MinSize", size),
+                               number(index, group.constData(), "MaxSize", size)};
+    const int threshold = number(index, group.constData(), "Threshold", 2);
+    return IconThemeFolder{scale, size - threshold, size + threshold};
 }
 
 std::uint64_t hashOf(QByteArrayView name) {
@@ -71,27 +65,13 @@ std::filesystem::file_time_type modificationTime(const QString &path) {
 
 } // namespace
 
-std::pair<int, int> IconThemeFolder::sizes() const {
-    switch (type) {
-    case Type::Fixed:
-        break;
-    case Type::Scalable:
-        return {minimum, maximum};
-    case Type::Threshold:
-        return {size - threshold, size + threshold};
-    }
-    return {size, size};
-}
-
 bool IconThemeFolder::matches(int wantedSize, int wantedScale) const {
-    const auto [low, high] = sizes();
-    return scale == wantedScale && low <= wantedSize && wantedSize <= high;
+    return scale == wantedScale && minimum <= wantedSize && wantedSize <= maximum;
 }
 
 int IconThemeFolder::distance(int wantedSize, int wantedScale) const {
     const int wanted = wantedSize * wantedScale;
-    const auto [low, high] = sizes();
-    return std::max({low * scale - wanted, wanted - high * scale, 0});
+    return std::max({minimum * scale - wanted, wanted - maximum * scale, 0});
 }
 
 IconTheme::IconTheme(const QString &name, const QStringList &baseFolders,
@@ -112,9 +92,10 @@ void IconTheme::addTheme(const QString &name, const QStringList &baseFolders, in
 
     GKeyFilePointer index;
     for (const QString &base : baseFolders) {
-        watch(base + u'/' + name);
+        const QString folder = base + u'/' + name;
+        watched_.emplace(folder, modificationTime(folder));
         if (!index)
-            index = readKeyFile(base + u'/' + name + "/index.theme"_L1, largestIndex);
+            index = readKeyFile(folder + "/index.theme"_L1);
     }
     if (!index)
         return;
@@ -143,7 +124,7 @@ void IconTheme::addTheme(const QString &name, const QStringList &baseFolders, in
 void IconTheme::addUnthemed(const QStringList &folders) {
     Theme theme;
     for (const QString &folder : folders) {
-        watch(folder);
+        watched_.emplace(folder, modificationTime(folder));
         addFolder(theme, folder, {});
     }
     append(std::move(theme));
@@ -153,10 +134,6 @@ void IconTheme::append(Theme theme) {
     std::sort(theme.files.begin(), theme.files.end());
     theme.files.shrink_to_fit();
     chain_.push_back(std::move(theme));
-}
-
-void IconTheme::watch(const QString &folder) {
-    watched_.push_back({folder, modificationTime(folder)});
 }
 
 void IconTheme::addFolder(Theme &theme, const QString &path, const IconThemeFolder &properties) {
@@ -200,8 +177,8 @@ std::optional<QString> IconTheme::find(const QString &icon, int size, int scale)
 }
 
 bool IconTheme::isCurrent() const {
-    return std::all_of(watched_.begin(), watched_.end(), [](const Watched &watched) {
-        return watched.modified == modificationTime(watched.path);
+    return std::ranges::all_of(watched_, [](const auto &watched) {
+        return watched.second == modificationTime(watched.first);
     });
 }
 

@@ -5,30 +5,22 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <optional>
-#include <utility>
 #include <vector>
 
 namespace corvid {
 
-/** One folder of an icon theme, as its index.theme describes it. Sizes in pixels at scale 1. */
+/** What the icons in one folder of an icon theme are meant for. Sizes in pixels at scale 1. */
 struct IconThemeFolder {
-    enum class Type { Fixed, Scalable, Threshold };
-
-    Type type = Type::Threshold;
-    int size = 0;
     int scale = 1;
     int minimum = 0;
     int maximum = 0;
-    int threshold = 2;
 
     /** Whether its icons are meant for this size. Pure. */
     bool matches(int wantedSize, int wantedScale) const;
     /** How far its icons are from this size, in device pixels; 0 is best. Pure. */
     int distance(int wantedSize, int wantedScale) const;
-
-private:
-    std::pair<int, int> sizes() const; ///< the least and the greatest that they are meant for
 };
 
 /**
@@ -70,21 +62,16 @@ private:
         std::vector<Folder> folders;
         std::vector<File> files; ///< sorted
     };
-    struct Watched {
-        QString path;
-        std::filesystem::file_time_type modified;
-    };
 
     void addTheme(const QString &name, const QStringList &baseFolders, int depth);
     void addUnthemed(const QStringList &folders);
-    void watch(const QString &folder);
     void append(Theme theme);
     static void addFolder(Theme &theme, const QString &path, const IconThemeFolder &properties);
     static std::optional<QString> findIn(const Theme &theme, const QString &icon, int size,
                                          int scale);
 
-    std::vector<Theme> chain_; ///< in the order of the lookup
-    std::vector<Watched> watched_;
+    std::vector<Theme> chain_;                                   ///< in the order of the lookup
+    std::map<QString, std::filesystem::file_time_type> watched_; ///< folders, when last changed
 };
 
 /** Where the user's icon themes lie: ~/.icons, the data folders' "icons" and those of Flatpak's

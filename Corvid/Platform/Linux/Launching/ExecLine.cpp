@@ -8,8 +8,6 @@ namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
 QStringList execWords(const QString &exec) {
     gint count = 0;
     gchar **words = nullptr;
@@ -21,6 +19,8 @@ QStringList execWords(const QString &exec) {
         result.append(QString::fromUtf8(words[i]));
     return result;
 }
+
+namespace {
 
 bool hasCode(const QStringList &words, QStringView codes) {
     return std::any_of(words.begin(), words.end(), [codes](const QString &word) {

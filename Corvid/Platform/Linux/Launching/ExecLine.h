@@ -18,6 +18,10 @@ struct LaunchedEntry {
     bool notifiesOfStart = false; ///< the program says when it has started
 };
 
+/** The words of an Exec line or of a shell's command, without their quotes; none when the quotes do
+    not match. Pure. */
+QStringList execWords(const QString &exec);
+
 /**
  * The command lines that open `urls` with a desktop entry's Exec line: one for each file where
  * the line takes a single file (%f, %u) or names none, else one for all. No shell looks at them.

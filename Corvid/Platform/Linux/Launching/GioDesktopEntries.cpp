@@ -2,6 +2,7 @@
 
 #include "Base/Locations.h"
 #include "Platform/Linux/KeyFiles.h"
+#include "Platform/Linux/Launching/ProgramName.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -67,18 +68,19 @@ std::optional<DesktopEntry> readEntry(const EntryFile &source) {
         !g_app_info_should_show(G_APP_INFO(info.get())))
         return std::nullopt;
     const QString unlocalizedName =
-        keyFileText(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_NAME);
+        keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_NAME);
     if (unlocalizedName.isEmpty())
         return std::nullopt;
-    return DesktopEntry{source.id,
-                        source.path,
-                        QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get()))),
-                        unlocalizedName,
-                        QString::fromUtf8(g_desktop_app_info_get_generic_name(info.get())),
-                        keyFileText(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC),
-                        QString::fromUtf8(g_desktop_app_info_get_categories(info.get()))
-                            .split(u';', Qt::SkipEmptyParts),
-                        QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get()))};
+    return DesktopEntry{
+        source.id,
+        source.path,
+        QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get()))),
+        unlocalizedName,
+        QString::fromUtf8(g_desktop_app_info_get_generic_name(info.get())),
+        programName(keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC)),
+        QString::fromUtf8(g_desktop_app_info_get_categories(info.get()))
+            .split(u';', Qt::SkipEmptyParts),
+        QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get()))};
 }
 
 } // namespace

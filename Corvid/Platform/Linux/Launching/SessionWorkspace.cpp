@@ -1,7 +1,7 @@
 #include "Platform/Linux/Launching/SessionWorkspace.h"
 
 #include "Base/Locations.h"
-#include "Catalog/BundleProperties.h"
+#include "Catalog/PropertyList.h"
 #include "Platform/Linux/Bus/BusActivation.h"
 #include "Platform/Linux/Bus/SessionBus.h"
 #include "Platform/Linux/DesktopSettings.h"
@@ -52,7 +52,7 @@ QByteArray newWindowAction(GDesktopAppInfo *entry) {
 /** The Exec line of one of the entry's actions; empty when it has none. */
 QString execOfAction(const QString &path, const QByteArray &action) {
     const GKeyFilePointer file = readKeyFile(path, largestEntry);
-    return file ? keyFileText(file, "Desktop Action " + action, G_KEY_FILE_DESKTOP_KEY_EXEC)
+    return file ? keyFileText(file.get(), "Desktop Action " + action, G_KEY_FILE_DESKTOP_KEY_EXEC)
                 : QString();
 }
 
@@ -217,7 +217,7 @@ private:
 
     QString bundle(const QString &path, const QList<QUrl> &urls) const {
         // The executable that the properties name, else the one named like the bundle.
-        QString name = bundleProperty(path, u"CFBundleExecutable"_s);
+        QString name = bundleProperties(path).value(u"CFBundleExecutable"_s);
         if (name.isEmpty() || name.contains(u'/'))
             name = QFileInfo(path).completeBaseName();
         const QString executable = path + "/Contents/MacOS/"_L1 + name;

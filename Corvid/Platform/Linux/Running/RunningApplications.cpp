@@ -1,6 +1,6 @@
 #include "Platform/Linux/Running/RunningApplications.h"
 
-#include "Catalog/BundleProperties.h"
+#include "Catalog/PropertyList.h"
 #include "Platform/Linux/Running/WindowMatcher.h"
 #include "Platform/Linux/Wayland/WaylandToplevels.h"
 #include "Platform/Linux/X11/X11Clients.h"
@@ -134,7 +134,8 @@ private:
         WindowTraits &traits = client.traits;
         addProcessTraits(client.pid, traits);
         if (!traits.bundle.isEmpty())
-            if (QString id = bundleProperty(traits.bundle, u"CFBundleIdentifier"_s); !id.isEmpty())
+            if (QString id = bundleProperties(traits.bundle).value(u"CFBundleIdentifier"_s);
+                !id.isEmpty())
                 return {id, traits.bundle};
         auto match = matcher_.match(traits);
         // Perhaps it was installed after we last looked.

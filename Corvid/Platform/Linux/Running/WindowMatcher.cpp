@@ -1,7 +1,5 @@
 #include "Platform/Linux/Running/WindowMatcher.h"
 
-#include "Catalog/ProgramName.h"
-
 #include <QFile>
 #include <QList>
 
@@ -95,7 +93,7 @@ WindowMatcher::WindowMatcher(const std::vector<DesktopEntry> &entries) {
         note(byPath_, entry.path);
         if (entry.id.contains(u'.'))
             note(byLastComponent_, entry.id.section(u'.', -1));
-        note(byProgram_, programName(entry.exec).value_or(QString()));
+        note(byProgram_, entry.program);
     }
 }
 

@@ -45,8 +45,8 @@ void WaylandToplevels::add(zwlr_foreign_toplevel_handle_v1 *handle) {
         .done = [](void *data, auto *) { of(data).described(); },
         .closed = [](void *data, auto *) { of(data).remove(); },
         .parent = ignore};
-    toplevels_.emplace_back(new Toplevel{
-        *this, WaylandPointer<zwlr_foreign_toplevel_handle_v1>(handle), {++newest_}});
+    toplevels_.emplace_back(
+        new Toplevel{*this, WaylandPointer<zwlr_foreign_toplevel_handle_v1>(handle), {++newest_}});
     zwlr_foreign_toplevel_handle_v1_add_listener(handle, &listener, toplevels_.back().get());
 }
 

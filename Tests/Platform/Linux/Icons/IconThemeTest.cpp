@@ -14,7 +14,6 @@
 
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
-using Type = IconThemeFolder::Type;
 
 namespace {
 
@@ -60,29 +59,22 @@ protected:
 
 } // namespace
 
-TEST(IconThemeFolder, matchesAndDistanceFollowTheFolderTypes) {
+TEST(IconThemeFolder, matchesAndDistanceFollowTheSizes) {
     struct Row {
-        IconThemeFolder folder; // type, size, scale, minimum, maximum, threshold
+        IconThemeFolder folder; // scale, minimum, maximum
         int size, scale;
         bool matches;
         int distance;
     };
     const Row rows[]{
-        {{Type::Fixed, 32, 1, 32, 32, 2}, 32, 1, true, 0},
-        {{Type::Fixed, 32, 1, 32, 32, 2}, 33, 1, false, 1},
-        {{Type::Fixed, 24, 1, 24, 24, 2}, 32, 1, false, 8},
-        {{Type::Fixed, 32, 2, 32, 32, 2}, 32, 1, false, 32},
-        {{Type::Fixed, 32, 2, 32, 32, 2}, 32, 2, true, 0},
-        {{Type::Fixed, 64, 1, 64, 64, 2}, 32, 2, false, 0},
-        {{Type::Scalable, 48, 1, 16, 256, 2}, 32, 1, true, 0},
-        {{Type::Scalable, 48, 1, 48, 256, 2}, 32, 1, false, 16},
-        {{Type::Scalable, 16, 1, 8, 24, 2}, 32, 1, false, 8},
-        {{Type::Scalable, 48, 1, 16, 256, 2}, 32, 2, false, 0},
-        {{Type::Scalable, 48, 2, 40, 256, 2}, 32, 1, false, 48},
-        {{Type::Threshold, 30, 1, 30, 30, 2}, 32, 1, true, 0},
-        {{Type::Threshold, 34, 1, 34, 34, 2}, 32, 1, true, 0},
-        {{Type::Threshold, 29, 1, 29, 29, 2}, 32, 1, false, 1},
-        {{Type::Threshold, 48, 1, 48, 48, 4}, 32, 1, false, 12},
+        {{1, 32, 32}, 32, 1, true, 0},    {{1, 32, 32}, 33, 1, false, 1},
+        {{1, 24, 24}, 32, 1, false, 8},   {{2, 32, 32}, 32, 1, false, 32},
+        {{2, 32, 32}, 32, 2, true, 0},    {{1, 64, 64}, 32, 2, false, 0},
+        {{1, 16, 256}, 32, 1, true, 0},   {{1, 48, 256}, 32, 1, false, 16},
+        {{1, 8, 24}, 32, 1, false, 8},    {{1, 16, 256}, 32, 2, false, 0},
+        {{2, 40, 256}, 32, 1, false, 48}, {{1, 28, 32}, 32, 1, true, 0},
+        {{1, 32, 36}, 32, 1, true, 0},    {{1, 27, 31}, 32, 1, false, 1},
+        {{1, 44, 52}, 32, 1, false, 12},
     };
     int number = 0;
     for (const Row &row : rows) {
@@ -90,6 +82,24 @@ TEST(IconThemeFolder, matchesAndDistanceFollowTheFolderTypes) {
         EXPECT_EQ(row.folder.distance(row.size, row.scale), row.distance) << "row " << number;
         ++number;
     }
+}
+
+TEST_F(IconThemeTest, theTypeOfAFolderTellsTheSizesItIsMeantFor) {
+    theme(u"t"_s, {},
+          {u"fixed|Size=40|MinSize=1|MaxSize=99|Threshold=20|Type=Fixed"_s,
+           u"scalable|Size=128|MinSize=64|MaxSize=256|Type=Scalable"_s,
+           u"one|Size=30|Type=Scalable"_s, u"plain|Size=20|MinSize=1|MaxSize=99"_s,
+           u"wide|Size=400|Threshold=100|Type=Threshold"_s});
+    for (const QString &name : {u"fixed"_s, u"scalable"_s, u"one"_s, u"plain"_s, u"wide"_s})
+        file("t/"_L1 + name + "/a.png"_L1);
+    const IconTheme t = load(u"t"_s);
+    const std::pair<int, QString> rows[]{
+        {18, u"plain"_s},     {22, u"plain"_s},    {25, u"plain"_s},    {27, u"one"_s},
+        {30, u"one"_s},       {34, u"one"_s},      {36, u"fixed"_s},    {40, u"fixed"_s},
+        {51, u"fixed"_s},     {53, u"scalable"_s}, {64, u"scalable"_s}, {256, u"scalable"_s},
+        {277, u"scalable"_s}, {279, u"wide"_s},    {500, u"wide"_s}};
+    for (const auto &[size, folder] : rows)
+        EXPECT_EQ(found(t, u"a"_s, size), "t/"_L1 + folder + "/a.png"_L1) << size;
 }
 
 TEST_F(IconThemeTest, theExactSizeWinsThenTheNearest) {

@@ -80,7 +80,7 @@ TEST_F(GioDesktopEntriesTest, anEntryIsReadAsTheDesktopResolvesIt) {
                             u"Schreiber"_s,
                             u"Writer"_s,
                             u"Texteditor"_s,
-                            u"env A=\"b c\" true %F"_s,
+                            u"true"_s,
                             {u"Utility"_s, u"TextEditor"_s},
                             u"Writer-Bin"_s}));
 }
@@ -97,7 +97,7 @@ TEST_F(GioDesktopEntriesTest, whatAnEntryLacksIsEmpty) {
 TEST_F(GioDesktopEntriesTest, anEntryThatIsActivatedByTheBusNeedsNoExec) {
     write(u"first/applications/org.example.Bus.desktop"_s,
           "[Desktop Entry]\nType=Application\nName=Bus\nDBusActivatable=true\n");
-    EXPECT_EQ(listed().at(u"org.example.Bus"_s).exec, QString());
+    EXPECT_EQ(listed().at(u"org.example.Bus"_s).program, QString());
 }
 
 TEST_F(GioDesktopEntriesTest, anEarlierFolderWins) {

@@ -1,5 +1,6 @@
 #include "Platform/Linux/Running/WindowMatcher.h"
 
+#include "Platform/Linux/Launching/ProgramName.h"
 #include "Worlds/QtPrinters.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +14,7 @@ DesktopEntry entry(const QString &id, const QString &exec, const QString &window
     DesktopEntry result;
     result.id = id;
     result.path = "/apps/"_L1 + id + ".desktop"_L1;
-    result.exec = exec;
+    result.program = programName(exec);
     result.startupWMClass = windowClass;
     return result;
 }

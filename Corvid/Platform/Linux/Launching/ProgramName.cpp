@@ -1,10 +1,10 @@
-#include "Catalog/ProgramName.h"
+#include "Platform/Linux/Launching/ProgramName.h"
 
-#include <QStringList>
+#include "Platform/Linux/Launching/ExecLine.h"
 
 #include <algorithm>
 #include <array>
-#include <utility>
+#include <optional>
 
 namespace corvid {
 
@@ -47,49 +47,12 @@ bool containsAnyOf(QStringView characters, const QString &text) {
                        [characters](QChar c) { return characters.contains(c); });
 }
 
-QString fileNameOf(const QString &path) {
-    return path.sliced(path.lastIndexOf(u'/') + 1);
-}
-
 // NAME=value, as env and shells take it in front of a command.
 bool isAssignment(const QString &word) {
     const qsizetype end = word.indexOf(u'=');
     return end > 0 && std::all_of(word.begin(), word.begin() + end, [](QChar c) {
                return c == u'_' || (c.unicode() < 0x80 && c.isLetterOrNumber());
            });
-}
-
-// The words of an Exec line or a shell's command. Quotes are single or double; a backslash escapes
-// outside single quotes. Empty when a quotation is not closed. QProcess::splitCommand() knows
-// neither single quotes nor backslashes.
-QStringList splitWords(const QString &line) {
-    QStringList words;
-    QString word;
-    bool inWord = false;
-    QChar quote;
-    for (qsizetype i = 0; i < line.size(); ++i) {
-        const QChar c = line[i];
-        if (quote.isNull() && QStringView(u" \t\n").contains(c)) {
-            if (inWord)
-                words.append(std::exchange(word, {}));
-            inWord = false;
-            continue;
-        }
-        inWord = true;
-        if (c == u'\\' && quote != u'\'' && i + 1 < line.size())
-            word += line[++i];
-        else if (quote.isNull() && (c == u'"' || c == u'\''))
-            quote = c;
-        else if (c == quote)
-            quote = QChar();
-        else
-            word += c;
-    }
-    if (!quote.isNull())
-        return {};
-    if (inWord)
-        words.append(word);
-    return words;
 }
 
 // Drops the words that are field codes (files, addresses, the icon, …) and resolves "%%".
@@ -137,23 +100,21 @@ QString flatpakCommand(const QStringList &arguments) {
     return {};
 }
 
-// A name that a user could type; not, say, a variable that only the shell can resolve.
-std::optional<QString> plainName(const QString &program) {
-    const QString name = fileNameOf(program);
-    if (name.isEmpty() || containsAnyOf(u"$`<>(){}*?\"\n\t", name))
-        return std::nullopt;
-    return name;
+// A name that a user could type; none for, say, a variable that only the shell can resolve.
+QString plainName(const QString &program) {
+    const QString name = program.section(u'/', -1);
+    return containsAnyOf(u"$`<>(){}*?\"\n\t", name) ? QString() : name;
 }
 
 } // namespace
 
-std::optional<QString> programName(const QString &exec) {
-    QStringList words = withoutFieldCodes(splitWords(exec));
+QString programName(const QString &exec) {
+    QStringList words = withoutFieldCodes(execWords(exec));
     skipAssignments(words);
     QString path;
     while (!words.isEmpty()) {
         path = words.takeFirst();
-        const QString program = fileNameOf(path);
+        const QString program = path.section(u'/', -1);
         if (program == "flatpak"_L1)
             return plainName(flatpakCommand(words));
         const auto *wrapper =
@@ -165,7 +126,7 @@ std::optional<QString> programName(const QString &exec) {
         if (command) {
             path.clear();
             // Which one of several is the program cannot be told.
-            words = containsAnyOf(u";&|\n", *command) ? QStringList() : splitWords(*command);
+            words = containsAnyOf(u";&|\n", *command) ? QStringList() : execWords(*command);
         } else {
             if (program == "snap"_L1 && !words.isEmpty())
                 words.removeFirst(); // "run"
