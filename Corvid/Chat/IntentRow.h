@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Chat/IntentReply.h"
+#include "Chat/ChatProtocol.h"
 #include "Search/QueryRows.h"
 
 namespace corvid {

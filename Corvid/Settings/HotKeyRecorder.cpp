@@ -29,10 +29,11 @@ std::optional<RecordedKey> recordedKey(const QKeyEvent &event) {
     if (std::ranges::find(modifiersAndLocks, key) != std::end(modifiersAndLocks))
         return std::nullopt;
     // No key has the code that comes of an event without a scan code.
-    const VirtualKey *const key = findKey(&VirtualKey::evdev, event.nativeScanCode() - evdevOffset);
-    if (!key)
+    const VirtualKey *const position =
+        findKey(&VirtualKey::evdev, event.nativeScanCode() - evdevOffset);
+    if (!position)
         return std::nullopt;
-    RecordedKey press{key->code, {}};
+    RecordedKey press{position->code, {}};
     press.flags.setFlag(ModifierFlag::Shift, event.modifiers().testFlag(Qt::ShiftModifier));
     press.flags.setFlag(ModifierFlag::Control, event.modifiers().testFlag(Qt::ControlModifier));
     press.flags.setFlag(ModifierFlag::Option, event.modifiers().testFlag(Qt::AltModifier));
