@@ -20,7 +20,8 @@ const Entry *entryNamed(const std::vector<Entry> &entries, const QString &name) 
 
 std::optional<ResultItem> intentRow(const Intent &intent, const QString &query,
                                     const RowSources &from) {
-    if (const AppEntry *app = entryNamed(from.apps, intent.app); app && intent.action == "open_app"_L1) {
+    if (const AppEntry *app = entryNamed(from.apps, intent.app);
+        app && intent.action == "open_app"_L1) {
         return ResultItem{u"ai-intent-app"_s,
                           from.icon(app->path),
                           u"Open "_s + app->name,
