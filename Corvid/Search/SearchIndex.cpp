@@ -21,11 +21,10 @@ PreparedName::PreparedName(const QString &name) : text(name) {
 
 SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
     : nameTiers_(SearchEngine::appNameTiers) {
-    entries_.reserve(apps.size());
     for (std::size_t i = 0; i < apps.size(); ++i) {
-        entries_.push_back({{apps[i].aliases.begin(), apps[i].aliases.end()},
-                            PreparedName(apps[i].name),
-                            usageKey(apps[i])});
+        append({PreparedName(apps[i].name),
+                {apps[i].aliases.begin(), apps[i].aliases.end()},
+                usageKey(apps[i])});
         for (const QString &role : apps[i].roles) {
             std::vector<std::size_t> &members = roles_[role];
             if (members.empty() || members.back() != i)
@@ -36,9 +35,16 @@ SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
 
 SearchIndex::SearchIndex(const std::vector<ProjectEntry> &projects)
     : nameTiers_(SearchEngine::projectNameTiers) {
-    entries_.reserve(projects.size());
     for (const ProjectEntry &project : projects)
-        entries_.push_back({{}, PreparedName(project.name), usageKey(project)});
+        append({PreparedName(project.name), {}, usageKey(project)});
+}
+
+void SearchIndex::append(Entry entry) {
+    std::uint64_t mask = entry.name.mask;
+    for (const PreparedName &alias : entry.aliases)
+        mask |= alias.mask;
+    masks_.push_back(mask);
+    entries_.push_back(std::move(entry));
 }
 
 void SearchIndex::updateUsage(const UsageStats &stats) {
@@ -52,6 +58,8 @@ void SearchIndex::updateUsage(const UsageStats &stats) {
 }
 
 qint64 SearchIndex::score(const PreparedQuery &query, std::size_t index) const {
+    if ((query.mask & ~masks_[index]) != 0)
+        return 0;
     const Entry &entry = entries_[index];
     qint64 best = nameScore(query, entry.name, nameTiers_);
     for (const PreparedName &alias : entry.aliases)

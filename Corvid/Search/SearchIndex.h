@@ -49,13 +49,16 @@ public:
 
 private:
     struct Entry {
-        std::vector<PreparedName> aliases; ///< beside the mask, which most queries read alone
         PreparedName name;
+        std::vector<PreparedName> aliases;
         QString key;
         qint64 launches = 0;
     };
 
+    void append(Entry entry);
+
     SearchEngine::Tiers nameTiers_;
+    std::vector<std::uint64_t> masks_; ///< of name and aliases; most queries read no more
     std::vector<Entry> entries_;
     QHash<QString, std::vector<std::size_t>> roles_;
     std::optional<quint64> generation_; ///< of the usage tables
