@@ -71,20 +71,20 @@ qint64 tieredScore(const Characters &query, const Characters &text, const Tiers 
 }
 
 template <typename Function>
-auto withCharacters(const FoldedText &query, const FoldedText &text, Function function) {
+auto withCharacters(const FoldedView &query, const FoldedView &text, Function function) {
     if (query.simple() && text.simple())
-        return function(QStringView(query.units()), QStringView(text.units()));
+        return function(query.units, text.units);
     return function(query, text);
 }
 
 } // namespace
 
 std::optional<qint64> fuzzy(const QString &query, const QString &target) {
-    return withCharacters(FoldedText(query), FoldedText(target),
+    return withCharacters(FoldedText(query).view(), FoldedText(target).view(),
                           [](const auto &q, const auto &t) { return subsequenceScore(q, t); });
 }
 
-qint64 matchScore(const FoldedText &query, const FoldedText &text, const Tiers &tiers) {
+qint64 matchScore(const FoldedView &query, const FoldedView &text, const Tiers &tiers) {
     return withCharacters(
         query, text, [&tiers](const auto &q, const auto &t) { return tieredScore(q, t, tiers); });
 }

@@ -38,7 +38,7 @@ inline constexpr Tiers appAliasTiers{900, 750, 0, 350};
 inline constexpr Tiers projectNameTiers{1000, 750, 550, 280};
 
 /** The score of one folded query in one folded name, without allocation. */
-qint64 matchScore(const FoldedText &query, const FoldedText &text, const Tiers &tiers);
+qint64 matchScore(const FoldedView &query, const FoldedView &text, const Tiers &tiers);
 
 /** What `count` launches add: 15 each, 150 at most. Overflow is a fatal stop. */
 qint64 usageBoost(qint64 count);

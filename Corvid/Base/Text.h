@@ -4,6 +4,7 @@
 #include <QStringView>
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace corvid {
@@ -22,27 +23,38 @@ QString displayText(const QString &text);
     usual case that there is nothing to change. */
 QString displayLine(const QString &text);
 
-/** A folded string as a sequence of characters (extended grapheme clusters). */
+/**
+ * A folded string seen as characters (extended grapheme clusters). Does not own its memory.
+ * In nearly every string each character is one UTF-16 unit; then `bounds` is empty and a
+ * character's index is its unit's index.
+ */
+struct FoldedView {
+    QStringView units;
+    std::span<const std::uint32_t> bounds; ///< unit offset of each character, and the end
+
+    bool simple() const { return bounds.empty(); }
+    qsizetype size() const {
+        return simple() ? units.size() : static_cast<qsizetype>(bounds.size()) - 1;
+    }
+    QStringView at(qsizetype index) const {
+        if (simple())
+            return units.sliced(index, 1);
+        const auto i = static_cast<std::size_t>(index);
+        return units.sliced(bounds[i], bounds[i + 1] - bounds[i]);
+    }
+};
+
+/** A folded string that owns its memory. */
 class FoldedText {
 public:
     explicit FoldedText(const QString &text);
 
     const QString &units() const { return units_; }
-    /** Each character is one UTF-16 unit, as in nearly every string. */
-    bool simple() const { return bounds_.empty(); }
-    qsizetype size() const {
-        return simple() ? units_.size() : static_cast<qsizetype>(bounds_.size()) - 1;
-    }
-    QStringView at(qsizetype index) const {
-        if (simple())
-            return QStringView(units_).sliced(index, 1);
-        const auto i = static_cast<std::size_t>(index);
-        return QStringView(units_).sliced(bounds_[i], bounds_[i + 1] - bounds_[i]);
-    }
+    FoldedView view() const { return {units_, bounds_}; }
 
 private:
     QString units_;
-    std::vector<std::uint32_t> bounds_; ///< unit offset of each character, and the end; or none
+    std::vector<std::uint32_t> bounds_;
 };
 
 } // namespace corvid

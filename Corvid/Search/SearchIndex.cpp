@@ -6,26 +6,39 @@ namespace corvid {
 
 namespace {
 
-qint64 nameScore(const PreparedQuery &query, const PreparedName &name,
-                 const SearchEngine::Tiers &tiers) {
-    const bool mayMatch = (query.mask & ~name.mask) == 0;
-    return mayMatch ? SearchEngine::matchScore(query.text, name.text, tiers) : 0;
+std::uint64_t characterMask(QStringView foldedUnits) {
+    std::uint64_t mask = 0;
+    for (const QChar unit : foldedUnits)
+        mask |= std::uint64_t{1} << (unit.unicode() % 64);
+    return mask;
 }
 
 } // namespace
 
-PreparedName::PreparedName(const QString &name) : text(name) {
-    for (const QChar unit : text.units())
-        mask |= std::uint64_t{1} << (unit.unicode() % 64);
+PreparedQuery::PreparedQuery(const QString &query)
+    : text(query.trimmed()), mask(characterMask(text.units())) {}
+
+void NameTable::append(const QString &name) {
+    const FoldedText text(name);
+    const FoldedView view = text.view();
+    masks_.push_back(characterMask(view.units));
+    units_.insert(units_.end(), view.units.begin(), view.units.end());
+    unitStarts_.push_back(static_cast<std::uint32_t>(units_.size()));
+    bounds_.insert(bounds_.end(), view.bounds.begin(), view.bounds.end());
+    boundStarts_.push_back(static_cast<std::uint32_t>(bounds_.size()));
+}
+
+FoldedView NameTable::at(std::size_t index) const {
+    const std::uint32_t start = unitStarts_[index];
+    const std::uint32_t boundStart = boundStarts_[index];
+    return {QStringView(units_.data() + start, unitStarts_[index + 1] - start),
+            std::span(bounds_).subspan(boundStart, boundStarts_[index + 1] - boundStart)};
 }
 
 SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
     : nameTiers_(SearchEngine::appNameTiers) {
-    entries_.reserve(apps.size());
     for (std::size_t i = 0; i < apps.size(); ++i) {
-        entries_.push_back({{apps[i].aliases.begin(), apps[i].aliases.end()},
-                            PreparedName(apps[i].name),
-                            usageKey(apps[i])});
+        append(apps[i].name, apps[i].aliases, usageKey(apps[i]));
         for (const QString &role : apps[i].roles) {
             std::vector<std::size_t> &members = roles_[role];
             if (members.empty() || members.back() != i)
@@ -36,9 +49,17 @@ SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
 
 SearchIndex::SearchIndex(const std::vector<ProjectEntry> &projects)
     : nameTiers_(SearchEngine::projectNameTiers) {
-    entries_.reserve(projects.size());
     for (const ProjectEntry &project : projects)
-        entries_.push_back({{}, PreparedName(project.name), usageKey(project)});
+        append(project.name, {}, usageKey(project));
+}
+
+void SearchIndex::append(const QString &name, const QStringList &aliases, const QString &key) {
+    keys_.push_back(key);
+    launches_.push_back(0);
+    names_.append(name);
+    for (const QString &alias : aliases)
+        aliases_.append(alias);
+    aliasStarts_.push_back(static_cast<std::uint32_t>(aliases_.size()));
 }
 
 void SearchIndex::updateUsage(const UsageStats &stats) {
@@ -47,23 +68,22 @@ void SearchIndex::updateUsage(const UsageStats &stats) {
         return;
     generation_ = generation;
     const settings::LaunchCounts &counts = stats.counts();
-    for (Entry &entry : entries_)
-        entry.launches = counts.value(entry.key);
+    for (std::size_t i = 0; i < keys_.size(); ++i)
+        launches_[i] = counts.value(keys_[i]);
 }
 
 qint64 SearchIndex::score(const PreparedQuery &query, std::size_t index) const {
-    const Entry &entry = entries_[index];
-    qint64 best = nameScore(query, entry.name, nameTiers_);
-    for (const PreparedName &alias : entry.aliases)
-        best = std::max(best, nameScore(query, alias, SearchEngine::appAliasTiers));
-    return best < 1 ? best : best + SearchEngine::usageBoost(entry.launches);
+    qint64 best = names_.score(query, index, nameTiers_);
+    for (std::size_t alias = aliasStarts_[index]; alias < aliasStarts_[index + 1]; ++alias)
+        best = std::max(best, aliases_.score(query, alias, SearchEngine::appAliasTiers));
+    return best < 1 ? best : best + SearchEngine::usageBoost(launches(index));
 }
 
 std::optional<std::size_t> SearchIndex::indexOf(const QString &key) const {
-    const auto entry = std::ranges::find(entries_, key, &Entry::key);
-    if (entry == entries_.end())
+    const auto found = std::ranges::find(keys_, key);
+    if (found == keys_.end())
         return std::nullopt;
-    return static_cast<std::size_t>(entry - entries_.begin());
+    return static_cast<std::size_t>(found - keys_.begin());
 }
 
 const std::vector<std::size_t> &SearchIndex::withRole(const QString &role) const {

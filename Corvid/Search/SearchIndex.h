@@ -12,19 +12,38 @@
 
 namespace corvid {
 
-/** A name folded once for ranking it against many queries. */
-struct PreparedName {
-    explicit PreparedName(const QString &name);
+/** A query folded once for one refresh. */
+struct PreparedQuery {
+    explicit PreparedQuery(const QString &query);
 
+    FoldedText text;
     /** A bit for each class of characters that occurs. Only a name whose mask holds all bits of the
         query's can match, which settles most candidates with one operation. */
-    std::uint64_t mask = 0;
-    FoldedText text;
+    std::uint64_t mask;
 };
 
-/** A query folded once for one refresh. */
-struct PreparedQuery : PreparedName {
-    explicit PreparedQuery(const QString &query) : PreparedName(query.trimmed()) {}
+/** Many folded names in a few contiguous arrays, so that ranking them touches little memory. */
+class NameTable {
+public:
+    void append(const QString &name);
+    std::size_t size() const { return masks_.size(); }
+
+    /** The score of the query in name `index`; no allocation. */
+    qint64 score(const PreparedQuery &query, std::size_t index,
+                 const SearchEngine::Tiers &tiers) const {
+        if ((query.mask & ~masks_[index]) != 0)
+            return 0;
+        return SearchEngine::matchScore(query.text.view(), at(index), tiers);
+    }
+
+private:
+    FoldedView at(std::size_t index) const;
+
+    std::vector<std::uint64_t> masks_;
+    std::vector<QChar> units_;
+    std::vector<std::uint32_t> unitStarts_{0}; ///< one more than there are names
+    std::vector<std::uint32_t> bounds_;
+    std::vector<std::uint32_t> boundStarts_{0}; ///< likewise; equal neighbours: a simple name
 };
 
 /** The names of a list of applications or of projects, prepared once for ranking them, and the
@@ -39,25 +58,24 @@ public:
     /** Of the entry at `index`: by its name or one of its aliases, and the usage boost. Roles and
         identifiers are not matched. No allocation. */
     qint64 score(const PreparedQuery &query, std::size_t index) const;
-    qint64 launches(std::size_t index) const { return entries_[index].launches; }
+    qint64 launches(std::size_t index) const { return launches_[index]; }
     /** The entry's usage key. */
-    const QString &key(std::size_t index) const { return entries_[index].key; }
+    const QString &key(std::size_t index) const { return keys_[index]; }
     /** The entry with this usage key. */
     std::optional<std::size_t> indexOf(const QString &key) const;
     /** The indexes of the applications that fill a role, ascending. */
     const std::vector<std::size_t> &withRole(const QString &role) const;
 
 private:
-    struct Entry {
-        std::vector<PreparedName> aliases; ///< beside the mask, which most queries read alone
-        PreparedName name;
-        QString key;
-        qint64 launches = 0;
-    };
+    void append(const QString &name, const QStringList &aliases, const QString &key);
 
     SearchEngine::Tiers nameTiers_;
-    std::vector<Entry> entries_;
+    NameTable names_;
+    NameTable aliases_;
+    std::vector<std::uint32_t> aliasStarts_{0};
     QHash<QString, std::vector<std::size_t>> roles_;
+    std::vector<QString> keys_;
+    std::vector<qint64> launches_;
     std::optional<quint64> generation_; ///< of the usage tables
 };
 

@@ -7,7 +7,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 qsizetype characters(const QString &text) {
-    return FoldedText(text).size();
+    return FoldedText(text).view().size();
 }
 } // namespace
 
@@ -34,10 +34,10 @@ TEST(Text, aCharacterIsAnExtendedGraphemeCluster) {
 
 TEST(Text, charactersAreReachedByIndex) {
     const FoldedText text(u"A\U0001F44D\U0001F3FDé"_s);
-    ASSERT_EQ(text.size(), 3);
-    EXPECT_EQ(text.at(0), u"a");
-    EXPECT_EQ(text.at(1), u"\U0001F44D\U0001F3FD");
-    EXPECT_EQ(text.at(2), u"é");
+    ASSERT_EQ(text.view().size(), 3);
+    EXPECT_EQ(text.view().at(0), u"a");
+    EXPECT_EQ(text.view().at(1), u"\U0001F44D\U0001F3FD");
+    EXPECT_EQ(text.view().at(2), u"é");
 }
 
 TEST(Text, unpairedSurrogatesAndLongStringsSurvive) {

@@ -41,7 +41,7 @@ private:
 qint64 pureScore(const QString &query, const AppEntry &app, const UsageStats &stats) {
     const FoldedText q(query.trimmed());
     const auto scoreOf = [&q](const QString &name, const SearchEngine::Tiers &tiers) {
-        return SearchEngine::matchScore(q, FoldedText(name), tiers);
+        return SearchEngine::matchScore(q.view(), FoldedText(name).view(), tiers);
     };
     qint64 best = scoreOf(app.name, SearchEngine::appNameTiers);
     for (const QString &alias : app.aliases)
@@ -50,8 +50,8 @@ qint64 pureScore(const QString &query, const AppEntry &app, const UsageStats &st
 }
 qint64 pureScore(const QString &query, const ProjectEntry &project, const UsageStats &stats) {
     const FoldedText q(query.trimmed());
-    const qint64 best =
-        SearchEngine::matchScore(q, FoldedText(project.name), SearchEngine::projectNameTiers);
+    const qint64 best = SearchEngine::matchScore(q.view(), FoldedText(project.name).view(),
+                                                 SearchEngine::projectNameTiers);
     return best < 1 ? best
                     : best + SearchEngine::usageBoost(stats.counts().value(usageKey(project)));
 }
