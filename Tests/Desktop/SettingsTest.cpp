@@ -75,9 +75,12 @@ protected:
         press(u"Return"_s);
         EXPECT_TRUE(eventually([this] { return !settingsAreVisible(); }));
     }
+    /** The program takes its hot key in the background, so a first press may come too early. */
+    bool panelComesBy(const QString &keys) const {
+        return eventuallyAfter([&] { press(keys); }, [this] { return panelHasKeyboard(); });
+    }
     void expectPanelBy(const QString &keys) {
-        EXPECT_TRUE(eventuallyAfter([&] { press(keys); }, [this] { return panelHasKeyboard(); }))
-            << qPrintable(keys);
+        EXPECT_TRUE(panelComesBy(keys)) << qPrintable(keys);
         press(u"Escape"_s);
         EXPECT_TRUE(eventually([this] { return !panelIsVisible(); }));
     }
@@ -177,16 +180,14 @@ TEST_F(SettingsTest, aHotKeyWithSuperIsRecordedSavedAndSummonsThePanel) {
 TEST_F(SettingsTest, aHotKeyWithAltWorksBeforeItIsSaved) {
     ASSERT_NO_FATAL_FAILURE(openSettings());
     record(u"alt+shift+j"_s, 38, 0xA00);
-    press(u"alt+shift+j"_s);
-    EXPECT_TRUE(panelComes());
+    EXPECT_TRUE(panelComesBy(u"alt+shift+j"_s));
 }
 
 TEST_F(SettingsTest, aMnemonicIsRecordedInsteadOfDone) {
     ASSERT_NO_FATAL_FAILURE(openSettings());
     record(u"alt+s"_s, 1, 0x800);
     EXPECT_TRUE(settingsAreVisible()) << "Save";
-    press(u"alt+s"_s);
-    EXPECT_TRUE(panelComes());
+    EXPECT_TRUE(panelComesBy(u"alt+s"_s));
 }
 
 TEST_F(SettingsTest, theHotKeyItselfDoesNotFireWhileRecordingAndCanBeRecordedAgain) {
@@ -239,8 +240,7 @@ TEST_F(SettingsTest, theRowThatSetsUpAIOpensThemInFront) {
 TEST_F(SettingsTest, openingThemAgainBringsThemToTheFrontWithTheKeyboard) {
     ASSERT_NO_FATAL_FAILURE(openSettings());
     focusOther();
-    press(u"alt+k"_s);
-    EXPECT_TRUE(panelComes());
+    EXPECT_TRUE(panelComesBy(u"alt+k"_s));
     chooseSetUpAI();
     EXPECT_TRUE(settingsHaveKeyboard());
 }
