@@ -25,9 +25,6 @@ protected:
             return xdotool({u"getwindowfocus"_s, u"getwindowname"_s}) == settings;
         });
     }
-    bool panelComes() const {
-        return eventually([this] { return panelHasKeyboard(); });
-    }
     bool settingsAreVisible() const {
         return !xdotool({u"search"_s, u"--onlyvisible"_s, u"--name"_s, settings}).isEmpty();
     }
