@@ -15,10 +15,10 @@ const char *__lsan_default_options() {
 
 const char *__lsan_default_suppressions() {
     return
-        // Nothing of ours uses Qt's bus. Its tray does, and keeps what it learnt of a service's
-        // interface for as long as the connection lives, which nobody closes.
+        // Qt's bus keeps what it learnt of a service for as long as the connection lives, which
+        // nobody closes. What we leave behind by way of it is hidden, too.
         "leak:libQt6DBus.so\n"
-        // Qt's bus uses this as well. Ours is gone after one call.
+        // Qt's bus uses this as well. The front's connection is gone after one call.
         "leak:libdbus-1.so\n"
         // Nothing of ours uses Fontconfig. Qt does, whose configuration it keeps until the end.
         "leak:libfontconfig.so\n"
