@@ -39,6 +39,12 @@ StatusItem::StatusItem(TrayWatch &tray, Actions actions) : actions_(std::move(ac
     });
 }
 
+StatusItem::~StatusItem() {
+    // Qt gives a menu's entries to the bus and takes back only those that are removed.
+    if (menu_)
+        menu_->clear();
+}
+
 void StatusItem::install() {
     menu_.emplace();
     menu_->addAction(u"Show Corvid"_s, this, actions_.show);

@@ -30,6 +30,7 @@ public:
 
     /** `tray` must outlive this, and is asked from the event loop. */
     StatusItem(TrayWatch &tray, Actions actions);
+    ~StatusItem() override;
 
     /** Null while there has been no tray. */
     const QMenu *menu() const { return menu_ ? &*menu_ : nullptr; }
