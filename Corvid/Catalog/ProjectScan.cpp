@@ -8,6 +8,8 @@
 #include <QSet>
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <optional>
 #include <string>
 #include <utility>
@@ -26,6 +28,21 @@ namespace {
 constexpr bool matches(std::string_view name, std::string_view marker) {
     return marker.starts_with('*') ? name.ends_with(marker.substr(1)) : name == marker;
 }
+
+// Nearly every name satisfies no row, and its length alone rules most rows out.
+constexpr std::size_t longestMarker = 16;
+
+constexpr auto rowsByLength = [] {
+    std::array<MarkerSet, longestMarker + 1> rows{};
+    for (std::size_t row = 0; row < markers.size(); ++row) {
+        const std::string_view marker = markers[row].name;
+        for (std::size_t length = 0; length <= longestMarker; ++length) {
+            if (marker.starts_with('*') || marker.size() == length)
+                rows[length] |= MarkerSet{1} << row;
+        }
+    }
+    return rows;
+}();
 
 bool isFolder(const FileDescriptor &parent, const dirent64 &entry) {
     if (entry.d_type != DT_UNKNOWN)
@@ -46,6 +63,8 @@ bool exists(const FileDescriptor &parent, const dirent64 &entry) {
 // A record's path is a string of characters. A name that is no valid UTF-8 has none that leads
 // back to the same bytes, so a project of that name, or below it, could be shown but never opened.
 bool hasText(std::string_view name) {
+    if (std::all_of(name.begin(), name.end(), [](char c) { return (c & 0x80) == 0; }))
+        return true;
     const QByteArray bytes(name.data(), static_cast<qsizetype>(name.size()));
     return QFile::encodeName(QFile::decodeName(bytes)) == bytes;
 }
@@ -162,8 +181,12 @@ private:
 
 MarkerSet markersOf(std::string_view name) {
     MarkerSet found = 0;
-    for (std::size_t row = 0; row < markers.size(); ++row)
-        found |= MarkerSet{matches(name, markers[row].name)} << row;
+    // What is longer than all exact names can only end like one of the others.
+    for (MarkerSet rest = rowsByLength[std::min(name.size(), longestMarker)]; rest != 0;
+         rest &= rest - 1) {
+        const int row = std::countr_zero(rest);
+        found |= MarkerSet{matches(name, markers[static_cast<std::size_t>(row)].name)} << row;
+    }
     return found;
 }
 
