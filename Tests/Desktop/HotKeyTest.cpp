@@ -2,7 +2,7 @@
 // completely, however fast it comes. The whole program with real key presses.
 
 #include "Platform/Linux/X11/X11Replies.h"
-#include "Worlds/EventuallyAfter.h"
+#include "Worlds/KeyGrabs.h"
 #include "Worlds/LaunchWorld.h"
 #include "Worlds/XServer.h"
 
@@ -201,11 +201,12 @@ protected:
         const Keys modifierKey{modifiers == alt     ? altKey
                                : modifiers == super ? superKey
                                                     : controlKey};
-        ASSERT_TRUE(eventuallyAfter(
-            [&] {
-                other->press({modifierKey.front(), kKey, -kKey, -modifierKey.front()});
-            },
-            [&] { return other->panelHasKeyboard(); }));
+        const std::uint16_t mask = modifiers == alt     ? XCB_MOD_MASK_1
+                                   : modifiers == super ? XCB_MOD_MASK_4
+                                                        : XCB_MOD_MASK_CONTROL;
+        ASSERT_TRUE(eventually([&] { return isGrabbed(server.display(), kKey, mask); }));
+        other->press({modifierKey.front(), kKey, -kKey, -modifierKey.front()});
+        ASSERT_TRUE(eventually([this] { return other->panelHasKeyboard(); }));
         other->press(stroke(escapeKey));
         ASSERT_TRUE(eventually([this] { return other->hasKeyboard(); }));
         other->forgetKeys();

@@ -3,12 +3,14 @@
 
 #include "Worlds/ShortcutsPortal.h"
 #include "DesktopTest.h"
-#include "Worlds/EventuallyAfter.h"
+#include "Worlds/KeyGrabs.h"
 #include "Worlds/Sway.h"
 
 #include <QStandardPaths>
 
 #include <gtest/gtest.h>
+
+#include <linux/input-event-codes.h>
 
 using namespace corvid::test;
 using namespace Qt::Literals::StringLiterals;
@@ -114,13 +116,13 @@ protected:
         tool.start(u"xdotool"_s, arguments);
         EXPECT_TRUE(tool.waitForFinished());
     }
-    /** Presses until the panel is there: only then is the key known to be taken. */
-    bool summon(const QString &keys) const {
-        return eventuallyAfter(
-            [&] {
-                xdotool({u"key"_s, keys});
-            },
-            [this] { return panelIsVisible(); });
+    /** Presses once the key is taken, until when it would do nothing. */
+    bool summon(const QString &keys, int key, std::uint16_t modifiers) const {
+        const bool taken = eventually([&] {
+            return isGrabbed(keyboard.display(), static_cast<std::uint8_t>(key + 8), modifiers);
+        });
+        xdotool({u"key"_s, keys});
+        return taken && appears();
     }
 
     XServer keyboard{XServer::Manager::None};
@@ -185,7 +187,7 @@ TEST_F(ShortcutsPortalTest, withoutOneASecondProcessStillTogglesIt) {
 
 TEST_F(KdePortalTest, aRealKeyShowsAndHidesThePanel) {
     launch();
-    ASSERT_TRUE(summon(u"alt+k"_s));
+    ASSERT_TRUE(summon(u"alt+k"_s, KEY_K, XCB_MOD_MASK_1));
     for (int round = 0; round < 3; ++round) {
         xdotool({u"key"_s, u"alt+k"_s});
         EXPECT_TRUE(disappears());
@@ -196,7 +198,7 @@ TEST_F(KdePortalTest, aRealKeyShowsAndHidesThePanel) {
 
 TEST_F(KdePortalTest, aHeldKeyIsOnePress) {
     launch();
-    ASSERT_TRUE(summon(u"alt+k"_s));
+    ASSERT_TRUE(summon(u"alt+k"_s, KEY_K, XCB_MOD_MASK_1));
     xdotool({u"keydown"_s, u"alt"_s, u"keydown"_s, u"k"_s});
     EXPECT_TRUE(disappears());
     // Repeated, the key would bring it back.
@@ -208,14 +210,14 @@ TEST_F(KdePortalTest, aHeldKeyIsOnePress) {
 
 TEST_F(KdePortalTest, anotherCombinationIsTakenByTheNextStart) {
     launch();
-    ASSERT_TRUE(summon(u"alt+k"_s));
+    ASSERT_TRUE(summon(u"alt+k"_s, KEY_K, XCB_MOD_MASK_1));
     program.terminate();
     ASSERT_TRUE(program.waitForFinished());
     writeFile(home.path(u".config/Corvid/defaults.json"_s),
               u"{\"hotkeyKeyCode\": 38, \"hotkeyModifiers\": 256}"_s);
     Sway::giveAway(home.path({}));
     launch();
-    ASSERT_TRUE(summon(u"super+j"_s));
+    ASSERT_TRUE(summon(u"super+j"_s, KEY_J, XCB_MOD_MASK_4));
     xdotool({u"key"_s, u"alt+k"_s});
     EXPECT_FALSE(eventually([this] { return !panelIsVisible(); }, 500)) << "the one before";
     xdotool({u"key"_s, u"super+j"_s});
