@@ -217,11 +217,12 @@ TEST_F(AIServiceTest, everyCallReadsItsConfigurationAfresh) {
 }
 
 TEST_F(AIServiceTest, theKeyIsSentExactlyAsStored) {
-    secrets.secrets[u"ai-api-key"_s] = u"a b~! "_s;
+    // Blanks at the end are no part of what a header says, so Qt 6.7 and later leave them out.
+    secrets.secrets[u"ai-api-key"_s] = u"a  b~!"_s;
     const ChatServer server(streamHead);
     ask(server);
     ASSERT_EQ(server.requests().size(), 1U);
-    EXPECT_EQ(server.requests()[0].headers["authorization"], "Bearer a b~! ");
+    EXPECT_EQ(server.requests()[0].headers["authorization"], "Bearer a  b~!");
 }
 
 // Without a usable configuration

@@ -67,8 +67,9 @@ QByteArray openTemporary(QFile &file, const QString &prefix) {
         const int descriptor = mkostemp(name.data(), O_CLOEXEC);
         if (descriptor < 0)
             return {};
-        file.open(descriptor, QIODevice::WriteOnly | QIODevice::Unbuffered,
-                  QFileDevice::AutoCloseHandle);
+        if (!file.open(descriptor, QIODevice::WriteOnly | QIODevice::Unbuffered,
+                       QFileDevice::AutoCloseHandle))
+            return {};
         struct stat status = {};
         // Before the lock was ours, another writer may have taken the file for a leftover.
         if (flock(descriptor, LOCK_EX) != 0 || fstat(descriptor, &status) != 0 ||

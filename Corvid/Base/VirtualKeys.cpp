@@ -1,6 +1,7 @@
 #include "Base/VirtualKeys.h"
 
 #include <algorithm>
+#include <iterator>
 #include <linux/input-event-codes.h>
 
 namespace corvid {

@@ -37,7 +37,7 @@ TEST_F(AccessibilityTest, rowsHaveTitleBadgeAndSubtitleAndTheSelectedOneSaysSo) 
 
 TEST_F(AccessibilityTest, theClearButtonIsAButtonWithAName) {
     type(u"f"_s);
-    EXPECT_TRUE(lineWith({u"| Clear |"_s, u"showing"_s}).startsWith(u"push button"_s));
+    EXPECT_TRUE(lineWith({u"| Clear |"_s, u"showing"_s}).startsWith(u"button"_s));
 }
 
 TEST_F(AccessibilityTest, theHintsOfTheFooterCanBeRead) {
@@ -49,11 +49,11 @@ TEST_F(AccessibilityTest, everyControlOfTheSettingsHasItsName) {
     press(u"Down"_s);
     press(u"Return"_s);
     for (const QString &control :
-         {u"push button | Change |"_s, u"check box | Enable AI features (`ai` prefix) |"_s,
+         {u"button | Change |"_s, u"check box | Enable AI features (`ai` prefix) |"_s,
           u"text | Base URL |"_s, u"text | Model |"_s,
           u"password text | API key (stored in Keychain) |"_s,
-          u"push button | Remove %1 |"_s.arg(home.path(u"Code"_s)),
-          u"push button | Add folder... |"_s, u"push button | Save |"_s})
+          u"button | Remove %1 |"_s.arg(home.path(u"Code"_s)), u"button | Add folder... |"_s,
+          u"button | Save |"_s})
         EXPECT_TRUE(lineWith({control}).startsWith(control)) << qPrintable(control);
     EXPECT_TRUE(lineWith({u"| Change |"_s, u"focused"_s}).contains(u"showing"_s));
     EXPECT_TRUE(lineWith({u"| ⌥ K | Hotkey |"_s}).startsWith(u"label"_s));

@@ -308,7 +308,7 @@ TEST_F(SettingsOnBusTest, foldersComeFromTheDesktopsOwnDialogAboveTheWindow) {
     EXPECT_TRUE(chooser.told().contains(u"('x11:%1'"_s.arg(window.toULongLong(), 0, 16)))
         << qPrintable(chooser.told());
     chooser.answer("0 file:///one file:///t%20wo");
-    const QJsonArray roots{home.path(u"Code"_s), u"/one"_s, u"/t wo"_s};
+    const QJsonValue roots = QJsonArray{home.path(u"Code"_s), u"/one"_s, u"/t wo"_s};
     EXPECT_TRUE(eventually([&] { return home.defaults()[u"projectRoots"_s] == roots; }));
 }
 

@@ -373,7 +373,7 @@ TEST_F(WaylandTest, aWindowSystemThatIsAskedForAndNotThereIsNotReplaced) {
 TEST_F(WaylandTest, whatAnInputMethodOffersIsSeenAboveThePanelBelowTheText) {
     QProcessEnvironment inputMethod;
     inputMethod.insert(u"QT_PLUGIN_PATH"_s, QStringLiteral(CORVID_BUILD_FOLDER "/tests/plugins"));
-    inputMethod.insert(u"QT_IM_MODULE"_s, u"candidates"_s);
+    inputMethod.insert(u"QT_QPA_GENERIC_PLUGINS"_s, u"candidates"_s);
     launch({}, inputMethod);
     const auto offered = [this] {
         const QImage picture = sway.picture();

@@ -105,7 +105,7 @@ TEST_F(MountFaultTest, onAFullDiskWhatWasChosenCountsAtOnceAndIsStoredWhenThereI
     }
     EXPECT_EQ(storedLaunches(frobKey()), 2);
     EXPECT_EQ(storedLaunches(u"x"_s), 3);
-    EXPECT_EQ(settings()[u"theirs"_s], (QJsonArray{1, 2}));
+    EXPECT_EQ(settings()[u"theirs"_s], QJsonValue(QJsonArray{1, 2}));
 }
 
 TEST_F(MountFaultTest, inAReadOnlyHomeWhatWasChosenCountsAtOnceAndIsStoredOnceItCanBe) {

@@ -1,13 +1,13 @@
-// An input method for tests, named "candidates": with each key press it shows a green window of
-// 100 × 20 below the text cursor, as real ones show what may have been meant, and takes no key.
+// What input methods do in the process they serve, as a plugin for tests, named "candidates": with
+// each key press it shows a green window of 100 × 20 below the text cursor, as they show what may
+// have been meant, and takes no key.
 
+#include <QEvent>
+#include <QGenericPlugin>
 #include <QGuiApplication>
 #include <QInputMethod>
 #include <QPainter>
 #include <QRasterWindow>
-
-#include <qpa/qplatforminputcontext.h>
-#include <qpa/qplatforminputcontextplugin_p.h>
 
 namespace {
 
@@ -25,12 +25,16 @@ protected:
     }
 };
 
-class InputContext final : public QPlatformInputContext {
+class InputMethod final : public QObject {
 public:
-    bool isValid() const override { return true; }
-    bool filterEvent(const QEvent *event) override {
+    InputMethod() {
+        qGuiApp->installEventFilter(this);
+        connect(qGuiApp, &QGuiApplication::focusObjectChanged, &candidates_, &QWindow::hide);
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override {
         QWindow *window = QGuiApplication::focusWindow();
-        if (window && event->type() == QEvent::KeyPress) {
+        if (window && watched == window && event->type() == QEvent::KeyPress) {
             const QRectF cursor = QGuiApplication::inputMethod()->cursorRectangle();
             candidates_.setTransientParent(window);
             candidates_.setPosition(window->mapToGlobal(cursor.bottomLeft().toPoint()));
@@ -38,7 +42,6 @@ public:
         }
         return false;
     }
-    void setFocusObject(QObject * /*object*/) override { candidates_.hide(); }
 
 private:
     Candidates candidates_;
@@ -46,15 +49,13 @@ private:
 
 } // namespace
 
-class CandidatesInputMethod final : public QPlatformInputContextPlugin {
+class CandidatesInputMethod final : public QGenericPlugin {
     Q_OBJECT
-    Q_PLUGIN_METADATA(IID QPlatformInputContextFactoryInterface_iid FILE
-                      "CandidatesInputMethod.json")
+    Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "CandidatesInputMethod.json")
 
 public:
-    QPlatformInputContext *create(const QString & /*key*/,
-                                  const QStringList & /*parameters*/) override {
-        return new InputContext;
+    QObject *create(const QString & /*name*/, const QString & /*specification*/) override {
+        return new InputMethod;
     }
 };
 

@@ -15,7 +15,8 @@ STATES = {"selected": pyatspi.STATE_SELECTED, "focused": pyatspi.STATE_FOCUSED,
 def show(accessible, depth):
     states = accessible.getState()
     names = [name for name, state in STATES.items() if states.contains(state)]
-    line = f"{depth} {accessible.getRoleName()} | {accessible.name} | {accessible.description}" \
+    role = accessible.getRoleName().replace("push button", "button")  # as Debian 13 has it
+    line = f"{depth} {role} | {accessible.name} | {accessible.description}" \
            f" | {' '.join(names)}"
     try:
         text = accessible.queryText()

@@ -1,6 +1,7 @@
 #include "Platform/Linux/WindowSystem.h"
 
 #include "Platform/Linux/Bus/PortalHotKeys.h"
+#include "Platform/Linux/QtInternals.h"
 #include "Platform/Linux/Wayland/LayerPanelSurface.h"
 #include "Platform/Linux/X11/X11HotKeys.h"
 #include "Platform/Linux/X11/X11PanelSurface.h"
@@ -8,23 +9,11 @@
 
 #include <QGuiApplication>
 
-#include <qpa/qplatformnativeinterface.h>
-
 #include <unistd.h>
 
 namespace corvid {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
-
-// Null where the application does not run on Wayland.
-wl_display *waylandDisplay() {
-    if (!QGuiApplication::platformName().startsWith("wayland"_L1))
-        return nullptr;
-    return static_cast<wl_display *>(
-        QGuiApplication::platformNativeInterface()->nativeResourceForIntegration("wl_display"));
-}
 
 // Asks the compositor for the tokens of WindowSystem::activationToken, over Qt's own connection.
 class Activation {
@@ -45,7 +34,7 @@ public:
         if (serial_ != 0)
             xdg_activation_token_v1_set_serial(token.get(), serial_, presses_.seat());
         if (QWindow *window = QGuiApplication::focusWindow()) {
-            if (wl_surface *surface = surfaceOf(*window))
+            if (wl_surface *surface = qt::surfaceOf(*window))
                 xdg_activation_token_v1_set_surface(token.get(), surface);
         }
         xdg_activation_token_v1_commit(token.get());
@@ -79,7 +68,7 @@ WindowSystem makeWindowSystem() {
         };
         return {std::move(surface), std::make_shared<X11ClickMonitor>(), nullptr, entitle};
     }
-    wl_display *display = waylandDisplay();
+    wl_display *display = qt::waylandDisplay();
     if (!display)
         return {std::make_unique<PlainPanelSurface>(), nullptr, nullptr, nullptr};
     const auto connection = std::make_shared<WaylandConnection>(display);

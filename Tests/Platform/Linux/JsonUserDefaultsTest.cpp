@@ -8,6 +8,7 @@
 #include <QJsonDocument>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTimeZone>
 
 #include <gtest/gtest.h>
 
@@ -497,7 +498,7 @@ TEST_F(UserDefaultsFile, whatIsKeptAsideCarriesItsTimeInUtc) {
     ASSERT_EQ(keptAside().size(), 1);
     QDateTime time = QDateTime::fromString(keptAside().constFirst(),
                                            u"'defaults.json.damaged-'yyyyMMdd'T'HHmmss'Z'"_s);
-    time.setTimeSpec(Qt::UTC);
+    time.setTimeZone(QTimeZone::utc());
     EXPECT_TRUE(time.isValid()) << qPrintable(keptAside().constFirst());
     EXPECT_GE(time.secsTo(QDateTime::currentDateTimeUtc()), 0);
     EXPECT_LE(time.secsTo(before), 1);

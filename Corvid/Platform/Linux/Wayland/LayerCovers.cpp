@@ -1,11 +1,11 @@
 #include "Platform/Linux/Wayland/LayerCovers.h"
 
+#include "Platform/Linux/QtInternals.h"
+
 #include <QGuiApplication>
 #include <QRegion>
 #include <QScreen>
 #include <QWindow>
-
-#include <qpa/qplatformnativeinterface.h>
 
 #include <algorithm>
 #include <linux/input-event-codes.h>
@@ -112,7 +112,8 @@ void LayerCovers::spread(QWindow &panel, const QRect &card) {
         reach = std::max({reach, screen->size().width(), screen->size().height()});
     const QMargins around(reach, reach, reach, reach);
     for (const QRect &place : QRegion(card.marginsAdded(around)).subtracted(card))
-        strips_.push_back(std::make_unique<Pane>(*shell_, pixel_.get(), surfaceOf(panel), place));
+        strips_.push_back(
+            std::make_unique<Pane>(*shell_, pixel_.get(), qt::surfaceOf(panel), place));
     // The compositor chooses the panel's output, and tells only once the panel is painted.
     screenChange_ = QObject::connect(&panel, &QWindow::screenChanged,
                                      [this](const QScreen *screen) { coverOthers(screen); });
@@ -126,13 +127,11 @@ void LayerCovers::spread(QWindow &panel, const QRect &card) {
 
 void LayerCovers::coverOthers(const QScreen *screen) {
     covers_.clear();
-    QPlatformNativeInterface *native = QGuiApplication::platformNativeInterface();
     const QList<QScreen *> screens = QGuiApplication::screens();
     for (QScreen *other : screens) {
         if (other == screen)
             continue;
-        if (auto *output =
-                static_cast<wl_output *>(native->nativeResourceForScreen("output", other)))
+        if (wl_output *output = qt::outputOf(*other))
             covers_.push_back(std::make_unique<Pane>(*shell_, pixel_.get(), output));
     }
 }

@@ -1,5 +1,7 @@
 #include "Platform/Linux/Wayland/LayerPanelSurface.h"
 
+#include "Platform/Linux/QtInternals.h"
+
 #include <QEvent>
 #include <QGuiApplication>
 
@@ -35,16 +37,16 @@ public:
 
 private:
     void place(QWindow &popup) {
-        wl_surface *surface = surfaceOf(popup);
+        wl_surface *surface = qt::surfaceOf(popup);
         if (!surface)
             return;
         WaylandPointer<wl_subsurface> &part = parts_[&popup];
         if (!part)
-            part = shell_.makePart(surface, surfaceOf(panel_));
+            part = shell_.makePart(surface, qt::surfaceOf(panel_));
         const QPoint place = panel_.mapFromGlobal(popup.position());
         wl_subsurface_set_position(part.get(), place.x(), place.y());
         // A part moves with the next commit of the whole.
-        wl_surface_commit(surfaceOf(panel_));
+        wl_surface_commit(qt::surfaceOf(panel_));
     }
 
     const LayerShell &shell_;
@@ -84,7 +86,7 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
     panel.setMask(card); // clicks on the shadow are clicks elsewhere
     covers_->spread(panel, card);
     const LayerSurface::Place place{.size = panel.size(), .origin = origin, .takesKeyboard = true};
-    role_ = std::make_unique<LayerSurface>(*shell_, surfaceOf(panel), nullptr, place);
+    role_ = std::make_unique<LayerSurface>(*shell_, qt::surfaceOf(panel), nullptr, place);
     role_->onClosed = closeLater;
     // It must not be painted before the compositor has answered, which may also be that there is
     // no output to show it on. If the compositor hangs, so would we: then it is not shown.

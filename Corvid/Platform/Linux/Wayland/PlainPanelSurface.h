@@ -2,10 +2,10 @@
 
 #include "Platform/PanelSurface.h"
 
+#include "Platform/Linux/QtInternals.h"
+
 #include <QScreen>
 #include <QWindow>
-
-#include <qpa/qplatformwindow.h>
 
 namespace corvid {
 
@@ -23,8 +23,7 @@ public:
     void claimKeyboard(QWindow &window) override {
         if (!window.handle() || !window.isVisible() || window.isActive())
             return;
-        window.handle()->setVisible(false);
-        window.handle()->setVisible(true);
+        qt::remap(window);
     }
 };
 

@@ -1,8 +1,6 @@
 #include "Platform/Linux/Wayland/WaylandConnection.h"
 
-#include <QGuiApplication>
-
-#include <qpa/qplatformnativeinterface.h>
+#include "Platform/Linux/QtInternals.h"
 
 #include <algorithm>
 #include <poll.h>
@@ -74,11 +72,10 @@ SeatEvents::SeatEvents(const WaylandConnection &connection, std::initializer_lis
     : handler_(std::move(handler)) {
     if (!connection.offers(wl_seat_interface)) // Qt would crash when asked for it
         return;
-    QPlatformNativeInterface *native = QGuiApplication::platformNativeInterface();
-    seat_ = static_cast<wl_seat *>(native->nativeResourceForIntegration("wl_seat"));
+    seat_ = qt::waylandSeat();
     for (const Device &device : wanted) {
         // A seat must not be asked for what it does not have. Qt has all that there is.
-        if (!native->nativeResourceForIntegration(device.interface->name))
+        if (!qt::seatHas(*device.interface))
             continue;
         devices_.emplace_back(wl_proxy_marshal_constructor(
             reinterpret_cast<wl_proxy *>(seat_), device.request, device.interface, nullptr));
@@ -92,11 +89,6 @@ SeatEvents::SeatEvents(const WaylandConnection &connection, std::initializer_lis
             },
             this, nullptr);
     }
-}
-
-wl_surface *surfaceOf(QWindow &window) {
-    return static_cast<wl_surface *>(
-        QGuiApplication::platformNativeInterface()->nativeResourceForWindow("surface", &window));
 }
 
 } // namespace corvid

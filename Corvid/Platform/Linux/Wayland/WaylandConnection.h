@@ -13,8 +13,6 @@
 #include <unordered_map>
 #include <vector>
 
-class QWindow;
-
 namespace corvid {
 
 /** What a compositor offers, over a connection that may be Qt's: events of the objects that are
@@ -83,9 +81,5 @@ private:
     wl_seat *seat_ = nullptr; ///< Qt's
     std::vector<WaylandPointer<wl_proxy>> devices_;
 };
-
-/** A window's surface, which is Qt's. Null while the window has none. The application object must
-    run on Wayland; main thread only. */
-wl_surface *surfaceOf(QWindow &window);
 
 } // namespace corvid

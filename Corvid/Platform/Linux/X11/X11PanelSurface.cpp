@@ -1,5 +1,6 @@
 #include "Platform/Linux/X11/X11PanelSurface.h"
 
+#include "Platform/Linux/QtInternals.h"
 #include "Platform/Linux/X11/X11Replies.h"
 
 #include <QCursor>
@@ -8,9 +9,6 @@
 #include <QRegion>
 #include <QScreen>
 #include <QWindow>
-
-#include <private/qtx11extras_p.h>
-#include <qpa/qwindowsysteminterface.h>
 
 #include <xcb/xinput.h>
 
@@ -58,8 +56,8 @@ public:
 private:
     // Does not touch Qt's selection, which is for all devices instead of all masters.
     static void select(std::uint32_t events) {
-        x11::selectDeviceEvents(QX11Info::connection(),
-                                static_cast<xcb_window_t>(QX11Info::appRootWindow()), events);
+        xcb_connection_t *connection = x11::connectionOfQt();
+        x11::selectDeviceEvents(connection, x11::rootOf(connection, x11::screenOfQt()), events);
     }
 
     void pressed(std::uint32_t button) const {
@@ -80,10 +78,9 @@ private:
 } // namespace
 
 X11PanelSurface::X11PanelSurface()
-    : connection_(QX11Info::connection()),
-      root_(static_cast<std::uint32_t>(QX11Info::appRootWindow())) {
+    : connection_(x11::connectionOfQt()), root_(x11::rootOf(connection_, x11::screenOfQt())) {
     // Compositing managers own the selection of their screen as long as they run.
-    const QByteArray compositor = "_NET_WM_CM_S" + QByteArray::number(QX11Info::appScreen());
+    const QByteArray compositor = "_NET_WM_CM_S" + QByteArray::number(x11::screenOfQt());
     x11::intern(connection_, {
                                  {&atoms_.startupId, "_NET_STARTUP_ID"},
                                  {&atoms_.utf8, "UTF8_STRING"},
@@ -145,7 +142,7 @@ QRect X11PanelSurface::visibleFrame(const QScreen &screen) const {
 void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) {
     // Window managers give the keyboard to the window with the latest user time. The press of the
     // hot key came over another connection, so Qt does not know its time.
-    QX11Info::setAppTime(time ? time : QX11Info::getTimestamp());
+    qt::setUserTime(time ? time : qt::serverTime());
     // A shown window's state belongs to the window manager, which forgets it when it is hidden.
     if (panel.isVisible())
         return;
@@ -171,7 +168,7 @@ void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) 
 
 // The request may have come over the bus, so Qt knows no time of it.
 void X11PanelSurface::claimKeyboard(QWindow & /*window*/) {
-    QX11Info::setAppTime(QX11Info::getTimestamp());
+    qt::setUserTime(qt::serverTime());
 }
 
 bool X11PanelSurface::hasKeyboard(const QWindow &panel) const {
@@ -188,7 +185,7 @@ bool X11PanelSurface::nativeEventFilter(const QByteArray & /*type*/, void *messa
         focus.detail != XCB_NOTIFY_DETAIL_POINTER) {
         QCoreApplication::instance()->removeNativeEventFilter(this);
         // Queued ahead of what Qt makes of this event: it first learns of the loss.
-        QWindowSystemInterface::handleWindowActivated(nullptr);
+        qt::reportLostKeyboard();
     }
     return false;
 }
@@ -236,7 +233,7 @@ QRect withoutStruts(const QRect &screen, const QSize &desktop, const std::vector
 }
 
 std::unique_ptr<ClickMonitor::Token> X11ClickMonitor::install(Handler handler) {
-    const auto *extension = xcb_get_extension_data(QX11Info::connection(), &xcb_input_id);
+    const auto *extension = xcb_get_extension_data(x11::connectionOfQt(), &xcb_input_id);
     if (!extension || !extension->present)
         return nullptr;
     return std::make_unique<RawPresses>(extension->major_opcode, std::move(handler));

@@ -4,6 +4,7 @@
 
 #include <xcb/xinput.h>
 
+#include <cstdlib>
 #include <cstring>
 
 namespace corvid::x11 {
@@ -20,6 +21,15 @@ Connection connectTo(const QByteArray &display, int *screen) {
 xcb_connection_t *connectionOfQt() {
     const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     return x11 ? x11->connection() : nullptr;
+}
+
+int screenOfQt() {
+    char *host = nullptr;
+    int display = 0;
+    int screen = 0;
+    if (xcb_parse_display(nullptr, &host, &display, &screen))
+        std::free(host);
+    return screen;
 }
 
 xcb_window_t rootOf(xcb_connection_t *connection, int screen) {

@@ -33,6 +33,8 @@ Connection connectTo(const QByteArray &display, int *screen = nullptr);
 
 /** Qt's own connection; null where the application does not run on X11. */
 xcb_connection_t *connectionOfQt();
+/** The number of the screen that Qt is on there: the one that $DISPLAY names. */
+int screenOfQt();
 
 /** Of this screen, or of the last one when there are fewer. */
 xcb_window_t rootOf(xcb_connection_t *connection, int screen);
