@@ -2,6 +2,7 @@
 // presses and clicks, and pictures of what the outputs show.
 
 #include "DesktopTest.h"
+#include "Worlds/ScriptedCompositor.h"
 #include "Worlds/Sway.h"
 
 #include <QJsonArray>
@@ -425,16 +426,10 @@ TEST_F(WaylandTest, aCompositorThatHangsDoesNotHoldUpTheProgram) {
 
 TEST(WaylandWithoutSeatTest, itRunsWithNothingToTypeAndClickWith) {
     const Home home;
-    QTemporaryDir runtime;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"XDG_RUNTIME_DIR"_s, runtime.path());
-    QProcess compositor;
-    makeDependent(compositor);
-    compositor.setProcessEnvironment(environment);
-    compositor.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_seatless_compositor"), {});
-    ASSERT_TRUE(compositor.waitForReadyRead(20'000));
-    environment = home.environment(environment);
-    environment.insert(u"WAYLAND_DISPLAY"_s, QString::fromLatin1(compositor.readLine()).trimmed());
+    const ScriptedCompositor compositor;
+    QProcessEnvironment environment = home.environment(QProcessEnvironment::systemEnvironment());
+    environment.insert(u"XDG_RUNTIME_DIR"_s, compositor.runtimeFolder());
+    environment.insert(u"WAYLAND_DISPLAY"_s, compositor.display());
     QProcess program;
     makeDependent(program);
     program.setProcessEnvironment(environment);
@@ -444,8 +439,6 @@ TEST(WaylandWithoutSeatTest, itRunsWithNothingToTypeAndClickWith) {
     EXPECT_TRUE(program.waitForFinished());
     EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(program.exitCode(), 0);
-    compositor.kill();
-    compositor.waitForFinished();
 }
 
 class TwoOutputsTest : public WaylandTest {

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Wayland/LayerPanelSurface.h"
 
 #include "Platform/Linux/QtInternals.h"
+#include "Platform/Linux/RoundedRegion.h"
 
 #include <QEvent>
 #include <QGuiApplication>
@@ -57,7 +58,8 @@ private:
 } // namespace
 
 LayerPanelSurface::LayerPanelSurface(std::shared_ptr<const LayerShell> shell)
-    : shell_(std::move(shell)), covers_(std::make_shared<LayerCovers>(shell_)) {}
+    : shell_(std::move(shell)), covers_(std::make_shared<LayerCovers>(shell_)),
+      blur_(std::make_unique<BackgroundBlur>(shell_->connection)) {}
 
 // The compositor tells nobody where its bars are, nor which output is the active one. But it gives
 // a surface that is anchored to all edges just what is free there.
@@ -70,7 +72,8 @@ QRect LayerPanelSurface::visibleFrame(const QScreen &screen) const {
     return {QPoint(), size.isEmpty() ? screen.geometry().size() : size};
 }
 
-void LayerPanelSurface::prepare(QWindow &panel, qreal /*cornerRadius*/, quint32 /*time*/) {
+void LayerPanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 /*time*/) {
+    cornerRadius_ = cornerRadius;
     // Else Qt would make it an ordinary window.
     panel.setFlag(Qt::BypassWindowManagerHint);
 }
@@ -85,6 +88,7 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
     };
     panel.setMask(card); // clicks on the shadow are clicks elsewhere
     covers_->spread(panel, card);
+    blur_->apply(qt::surfaceOf(panel), roundedRegion(card, cornerRadius_));
     const LayerSurface::Place place{.size = panel.size(), .origin = origin, .takesKeyboard = true};
     role_ = std::make_unique<LayerSurface>(*shell_, qt::surfaceOf(panel), nullptr, place);
     role_->onClosed = closeLater;
@@ -103,6 +107,7 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
 void LayerPanelSurface::withdraw(QWindow & /*panel*/) {
     popups_.reset();
     covers_->clear();
+    blur_->withdraw();
     role_.reset();
     givenUp_ = false;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Linux/Wayland/BackgroundBlur.h"
 #include "Platform/Linux/Wayland/LayerCovers.h"
 #include "Platform/Linux/Wayland/PlainPanelSurface.h"
 
@@ -17,6 +18,9 @@ public:
     std::shared_ptr<LayerCovers> covers() const { return covers_; }
 
     bool castsShadow() const override { return false; }
+    Behind behind() const override {
+        return blur_->works() ? Behind::BlurredDesktop : Behind::Desktop;
+    }
     /** Of the active output, whichever the screen is, and from its own top left corner. The whole
         screen where the compositor takes longer than half a second to answer. */
     QRect visibleFrame(const QScreen &screen) const override;
@@ -29,6 +33,8 @@ public:
 private:
     std::shared_ptr<const LayerShell> shell_;
     std::shared_ptr<LayerCovers> covers_;
+    const std::unique_ptr<BackgroundBlur> blur_;
+    qreal cornerRadius_ = 0;
     std::unique_ptr<LayerSurface> role_; ///< only while the panel is shown
     std::unique_ptr<QObject> popups_;    ///< likewise; shows those of input methods
     bool givenUp_ = false; ///< until the panel is hidden: it may be painted, too late for a role

@@ -19,13 +19,17 @@ WaylandConnection::WaylandConnection(wl_display *display)
             static_cast<WaylandConnection *>(self)->globals_.try_emplace(interface,
                                                                          Global{name, version});
         },
-        [](auto...) {}};
+        [](void *self, auto *, std::uint32_t name) {
+            std::erase_if(static_cast<WaylandConnection *>(self)->globals_,
+                          [name](const auto &each) { return each.second.name == name; });
+        }};
     wl_registry_add_listener(registry_.get(), &listener, this);
     wl_display_roundtrip_queue(display_, queue_.get());
 }
 
-bool WaylandConnection::offers(const wl_interface &interface) const {
-    return globals_.contains(interface.name);
+std::uint32_t WaylandConnection::offer(const wl_interface &interface) const {
+    const auto global = globals_.find(interface.name);
+    return global == globals_.end() ? 0 : global->second.name;
 }
 
 void *WaylandConnection::bindGlobal(const wl_interface &interface, std::uint32_t version) const {

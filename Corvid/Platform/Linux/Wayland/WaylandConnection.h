@@ -23,7 +23,10 @@ public:
     explicit WaylandConnection(wl_display *display);
     Q_DISABLE_COPY_MOVE(WaylandConnection)
 
-    bool offers(const wl_interface &interface) const;
+    bool offers(const wl_interface &interface) const { return offer(interface) != 0; }
+    /** The number of the compositor's offer: another one when it took it back and made it again. 0
+        when it does not offer the interface, as far as its events have been dispatched. */
+    std::uint32_t offer(const wl_interface &interface) const;
 
     /** In the highest version that both know, `version` being ours. Null where the compositor does
         not offer it. */

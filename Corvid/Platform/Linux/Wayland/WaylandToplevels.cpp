@@ -8,6 +8,12 @@ namespace corvid {
 
 using namespace std::chrono_literals;
 
+namespace {
+
+constexpr auto ignore = [](auto...) {};
+
+} // namespace
+
 std::unique_ptr<WaylandToplevels> WaylandToplevels::connect(const QByteArray &display) {
     if (display.isEmpty())
         return nullptr;
@@ -15,27 +21,37 @@ std::unique_ptr<WaylandToplevels> WaylandToplevels::connect(const QByteArray &di
     if (!connection)
         return nullptr;
     std::unique_ptr<WaylandToplevels> result(new WaylandToplevels(std::move(connection)));
-    return result->manager_ ? std::move(result) : nullptr;
+    return result->manager_ || result->listing_ ? std::move(result) : nullptr;
 }
 
 WaylandToplevels::WaylandToplevels(WaylandPointer<wl_display> display)
     : display_(std::move(display)) {
-    if (!manager_)
-        return;
-    static constexpr zwlr_foreign_toplevel_manager_v1_listener listener{
-        .toplevel = [](void *data, auto *,
-                       auto *handle) { static_cast<WaylandToplevels *>(data)->add(handle); },
-        .finished = [](void *data,
-                       auto *) { static_cast<WaylandToplevels *>(data)->manager_.reset(); }};
-    zwlr_foreign_toplevel_manager_v1_add_listener(manager_.get(), &listener, this);
+    static constexpr auto self = [](void *data) -> WaylandToplevels & {
+        return *static_cast<WaylandToplevels *>(data);
+    };
+    if (manager_) {
+        static constexpr zwlr_foreign_toplevel_manager_v1_listener listener{
+            .toplevel = [](void *data, auto *, auto *handle) { self(data).add(handle); },
+            .finished = [](void *data, auto *) { self(data).manager_.reset(); }};
+        zwlr_foreign_toplevel_manager_v1_add_listener(manager_.get(), &listener, this);
+    } else {
+        listing_ = connection_.bind<ext_foreign_toplevel_list_v1>(
+            ext_foreign_toplevel_list_v1_interface, 1);
+        if (!listing_)
+            return;
+        static constexpr ext_foreign_toplevel_list_v1_listener listener{
+            .toplevel = [](void *data, auto *, auto *handle) { self(data).add(handle); },
+            .finished = [](void *data, auto *) { self(data).listing_.reset(); }};
+        ext_foreign_toplevel_list_v1_add_listener(listing_.get(), &listener, this);
+    }
     connection_.roundTrip();
 }
 
+WaylandToplevels::Toplevel &WaylandToplevels::of(void *data) {
+    return *static_cast<Toplevel *>(data);
+}
+
 void WaylandToplevels::add(zwlr_foreign_toplevel_handle_v1 *handle) {
-    constexpr auto ignore = [](auto...) {};
-    static constexpr auto of = [](void *data) -> Toplevel & {
-        return *static_cast<Toplevel *>(data);
-    };
     static constexpr zwlr_foreign_toplevel_handle_v1_listener listener{
         .title = ignore,
         .app_id = [](void *data, auto *, const char *id) { of(data).setApplication(id); },
@@ -45,9 +61,21 @@ void WaylandToplevels::add(zwlr_foreign_toplevel_handle_v1 *handle) {
         .done = [](void *data, auto *) { of(data).described(); },
         .closed = [](void *data, auto *) { of(data).remove(); },
         .parent = ignore};
-    toplevels_.emplace_back(
-        new Toplevel{*this, WaylandPointer<zwlr_foreign_toplevel_handle_v1>(handle), {++newest_}});
+    toplevels_.emplace_back(new Toplevel{
+        *this, WaylandPointer<zwlr_foreign_toplevel_handle_v1>(handle), nullptr, ++newest_});
     zwlr_foreign_toplevel_handle_v1_add_listener(handle, &listener, toplevels_.back().get());
+}
+
+void WaylandToplevels::add(ext_foreign_toplevel_handle_v1 *handle) {
+    static constexpr ext_foreign_toplevel_handle_v1_listener listener{
+        .closed = [](void *data, auto *) { of(data).remove(); },
+        .done = [](void *data, auto *) { of(data).described(); },
+        .title = ignore,
+        .app_id = [](void *data, auto *, const char *id) { of(data).setApplication(id); },
+        .identifier = ignore};
+    toplevels_.emplace_back(new Toplevel{
+        *this, nullptr, WaylandPointer<ext_foreign_toplevel_handle_v1>(handle), ++newest_});
+    ext_foreign_toplevel_handle_v1_add_listener(handle, &listener, toplevels_.back().get());
 }
 
 // Our callers remember what they know of a window by its number, so another application's window
@@ -137,8 +165,8 @@ WindowList::Window WaylandToplevels::activateTopmost(const std::vector<Window> &
     if (!topmost)
         return windows.back();
     if (topmost->minimised)
-        zwlr_foreign_toplevel_handle_v1_unset_minimized(topmost->handle.get());
-    zwlr_foreign_toplevel_handle_v1_activate(topmost->handle.get(), seat_.get());
+        zwlr_foreign_toplevel_handle_v1_unset_minimized(topmost->managed.get());
+    zwlr_foreign_toplevel_handle_v1_activate(topmost->managed.get(), seat_.get());
     wl_display_flush(display_.get());
     return topmost->window;
 }

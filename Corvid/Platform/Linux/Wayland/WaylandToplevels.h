@@ -11,7 +11,8 @@
 
 namespace corvid {
 
-/** The windows that a Wayland compositor tells of, those of X11 programs among them. */
+/** The windows that a Wayland compositor tells of, those of X11 programs among them: by the
+   protocol of task bars or, where that is not offered, by the one that only lists them. */
 class WaylandToplevels final : public WindowList {
 public:
     /** `display`: as in $WAYLAND_DISPLAY. Null when it is empty or cannot be reached, or when the
@@ -22,14 +23,15 @@ public:
     Events takeEvents() override;
     std::vector<Window> list() const override;
     std::vector<Client> describe(const std::vector<Window> &windows) const override;
-    bool canActivate() const override { return seat_ != nullptr; }
+    bool canActivate() const override { return manager_ && seat_; }
     Window active() const override;
     Window activateTopmost(const std::vector<Window> &windows) override;
 
 private:
     struct Toplevel {
         WaylandToplevels &list;
-        WaylandPointer<zwlr_foreign_toplevel_handle_v1> handle;
+        WaylandPointer<zwlr_foreign_toplevel_handle_v1> managed; ///< either this
+        WaylandPointer<ext_foreign_toplevel_handle_v1> listed;   ///< or that
         Window window;
         QString application{};
         bool known = false; ///< whether its first description is complete
@@ -44,7 +46,9 @@ private:
     };
 
     explicit WaylandToplevels(WaylandPointer<wl_display> display);
+    static Toplevel &of(void *data); ///< what a listener was given
     void add(zwlr_foreign_toplevel_handle_v1 *handle);
+    void add(ext_foreign_toplevel_handle_v1 *handle);
     void note(Events event) { events_ = std::max(events_, event); }
 
     WaylandPointer<wl_display> display_;
@@ -54,6 +58,8 @@ private:
     WaylandPointer<zwlr_foreign_toplevel_manager_v1> manager_ =
         connection_.bind<zwlr_foreign_toplevel_manager_v1>(
             zwlr_foreign_toplevel_manager_v1_interface, 3);
+    /** Null, too, where there is a manager. */
+    WaylandPointer<ext_foreign_toplevel_list_v1> listing_;
     std::vector<std::unique_ptr<Toplevel>> toplevels_; ///< oldest first
     Window newest_ = 0;
     std::uint64_t focusChanges_ = 0;

@@ -1,12 +1,11 @@
 #include "Platform/Linux/X11/X11PanelSurface.h"
 
 #include "Platform/Linux/QtInternals.h"
+#include "Platform/Linux/RoundedRegion.h"
 #include "Platform/Linux/X11/X11Replies.h"
 
 #include <QCursor>
 #include <QGuiApplication>
-#include <QPainterPath>
-#include <QRegion>
 #include <QScreen>
 #include <QWindow>
 
@@ -192,11 +191,9 @@ bool X11PanelSurface::nativeEventFilter(const QByteArray & /*type*/, void *messa
 
 void X11PanelSurface::askForBlur(const QWindow &panel, qreal cornerRadius) const {
     const qreal ratio = panel.devicePixelRatio();
-    QPainterPath card;
-    card.addRoundedRect(QRectF(QPointF(), QSizeF(panel.size()) * ratio), cornerRadius * ratio,
-                        cornerRadius * ratio);
+    const QRectF card(QPointF(), QSizeF(panel.size()) * ratio);
     std::vector<std::uint32_t> rectangles;
-    for (const QRect &rectangle : QRegion(card.toFillPolygon().toPolygon())) {
+    for (const QRect &rectangle : roundedRegion(card, cornerRadius * ratio)) {
         for (const int number :
              {rectangle.x(), rectangle.y(), rectangle.width(), rectangle.height()})
             rectangles.push_back(static_cast<std::uint32_t>(number));
