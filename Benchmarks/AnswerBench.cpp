@@ -29,7 +29,6 @@
 
 #include <cstring>
 #include <future>
-#include <limits>
 #include <unordered_map>
 
 using namespace corvid::bench;
@@ -51,10 +50,7 @@ constexpr int wordsOfParagraph = 120;
 
 // Within the window, where the first words of an answer stand and nothing else moves: to the right
 // of the progress indicator.
-constexpr int16_t wordsX = 60;
-constexpr int16_t wordsY = 90;
-constexpr uint16_t wordsWidth = 120;
-constexpr uint16_t wordsHeight = 60;
+constexpr xcb_rectangle_t words{60, 90, 120, 60};
 const QByteArray firstWords = "\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588";
 
 /** A server whose answers the benchmark sends itself, one at a time. */
@@ -115,19 +111,6 @@ QByteArray piece(const QByteArray &text) {
     return R"(data: {"choices":[{"delta":{"content":")" + text + "\"}}]}\n\n";
 }
 
-/** The pixels where the first words of an answer stand. */
-std::vector<uint8_t> pixels(const Display &display, xcb_window_t window) {
-    const Reply<xcb_get_image_reply_t> image(xcb_get_image_reply(
-        display.connection(),
-        xcb_get_image(display.connection(), XCB_IMAGE_FORMAT_Z_PIXMAP, window, wordsX, wordsY,
-                      wordsWidth, wordsHeight, std::numeric_limits<uint32_t>::max()),
-        nullptr));
-    if (!image)
-        fail("no picture of the window");
-    const uint8_t *data = xcb_get_image_data(image.get());
-    return {data, data + xcb_get_image_data_length(image.get())};
-}
-
 /** When the pixels changed from what they were. */
 Clock::time_point changed(const Display &display, xcb_window_t window,
                           const std::vector<uint8_t> &before) {
@@ -140,7 +123,7 @@ Clock::time_point changed(const Display &display, xcb_window_t window,
             continue;
         }
         const Clock::time_point reported = Clock::now();
-        if (display.isDamage(*event) && pixels(display, window) != before)
+        if (display.isDamage(*event) && display.pixels(window, words) != before)
             return reported;
     }
     fail("no answer shows");
@@ -153,7 +136,7 @@ double firstWordsTime(Display &display, xcb_window_t window, Endpoint &endpoint,
     // Until the empty answer is painted; by the odd millisecond more each time, so that the words
     // come at every moment of the progress indicator's steps.
     std::this_thread::sleep_for(150ms + 7ms * (round % 30));
-    const std::vector<uint8_t> before = pixels(display, window);
+    const std::vector<uint8_t> before = display.pixels(window, words);
     while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(display.connection())}) {
     }
     const Clock::time_point sent = Clock::now();

@@ -10,8 +10,9 @@
 //                        last change of pixels within the window
 //   pss                  MB, resident and hidden
 //   wakeups, cpu         of all threads in 10 s hidden and idle; cpu in ms
-//   soak                 after the first hundred rounds of show, type, hide, and after the last:
-//                        PSS in MB, file descriptors, threads
+//   early, late          after the first hundred soak rounds of show, type, hide, and after the
+//                        last: PSS in MB, file descriptors, threads. A round counts only once the
+//                        panel shows what is found for the letters
 
 #include "Screen.h"
 
@@ -23,6 +24,8 @@ constexpr xcb_keycode_t keyBackspace = 22;
 constexpr xcb_keycode_t letters[] = {54, 32, 40, 26}; // c o d e
 constexpr auto idleTime = 10s;
 constexpr int soakWarmUp = 100;
+// Below the field: what stands there tells what was typed, and no caret blinks.
+constexpr xcb_rectangle_t rows{60, 100, 200, 200};
 
 /** Presses the hot key until the window is there; the first key of a fresh display is lost. */
 xcb_window_t firstShow(Display &display, const std::string &title) {
@@ -115,12 +118,27 @@ int main(int argc, char **argv) {
                 idleCpu);
 
     if (soakRounds > 0) {
+        std::vector<uint8_t> found; // for the letters
         const auto round = [&] {
             display.tap(keyK, true);
             Display::await("the hot key shows nothing",
                            [&] { return display.isViewable(window) && display.hasFocus(window); });
+            const bool first = found.empty();
+            std::vector<uint8_t> unasked;
+            if (first) {
+                display.settled(quiet);
+                unasked = display.pixels(window, rows);
+            }
             for (const xcb_keycode_t letter : letters)
                 display.tap(letter);
+            if (first) {
+                display.settled();
+                found = display.pixels(window, rows);
+                if (found == unasked)
+                    fail("the letters change no row");
+            }
+            Display::await("what is typed does not reach the panel",
+                           [&] { return display.pixels(window, rows) == found; });
             // A panel that is back within seconds still holds what was typed.
             for (std::size_t deleted = 0; deleted < std::size(letters); ++deleted)
                 display.tap(keyBackspace);

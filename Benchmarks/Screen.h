@@ -2,6 +2,7 @@
 
 #include "Program.h"
 
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -111,6 +112,19 @@ public:
             at = tree->parent;
         }
         return false;
+    }
+
+    /** What stands at this place of a window. */
+    std::vector<uint8_t> pixels(xcb_window_t window, const xcb_rectangle_t &place) const {
+        const Reply<xcb_get_image_reply_t> image(xcb_get_image_reply(
+            connection_,
+            xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window, place.x, place.y,
+                          place.width, place.height, std::numeric_limits<uint32_t>::max()),
+            nullptr));
+        if (!image)
+            fail("no picture of the window");
+        const uint8_t *data = xcb_get_image_data(image.get());
+        return {data, data + xcb_get_image_data_length(image.get())};
     }
 
     std::optional<xcb_window_t> named(const std::string &title) const {

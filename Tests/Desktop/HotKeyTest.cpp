@@ -1,9 +1,9 @@
 // No key is lost: what a person types after the hot key lands in the search field, in order and
 // completely, however fast it comes. The whole program with real key presses.
 
-#include "Platform/Linux/X11/X11Replies.h"
 #include "Worlds/KeyGrabs.h"
 #include "Worlds/LaunchWorld.h"
+#include "Worlds/WindowBefore.h"
 #include "Worlds/XServer.h"
 
 #include <QJsonDocument>
@@ -11,16 +11,12 @@
 
 #include <gtest/gtest.h>
 
-#include <linux/input-event-codes.h>
-#include <xcb/xtest.h>
-
 #include <algorithm>
 #include <array>
 #include <memory>
 #include <string_view>
 
 using namespace corvid::test;
-using corvid::x11::Reply;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -32,132 +28,9 @@ constexpr int super = 0x100;
 constexpr int alt = 0x800;
 constexpr int control = 0x1000;
 
-// X key codes of positions on the keyboard; negative ones are released.
-using Keys = std::vector<int>;
-constexpr int offset = 8;
-constexpr int altKey = KEY_LEFTALT + offset;
-constexpr int superKey = KEY_LEFTMETA + offset;
-constexpr int controlKey = KEY_LEFTCTRL + offset;
-constexpr int shiftKey = KEY_LEFTSHIFT + offset;
-constexpr int kKey = KEY_K + offset;
-constexpr int escapeKey = KEY_ESC + offset;
-constexpr int returnKey = KEY_ENTER + offset;
-constexpr int capsLockKey = KEY_CAPSLOCK + offset;
-constexpr int numLockKey = KEY_NUMLOCK + offset;
-
-Keys operator+(Keys first, const Keys &second) {
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
-
-Keys stroke(int key) {
-    return {key, -key};
-}
-
 const Keys hotKey{altKey, kKey, -kKey, -altKey};
 const Keys submit = stroke(returnKey);
 constexpr int rounds = 20;
-
-constexpr std::array<int, 26> letterKeys{
-    KEY_A, KEY_B, KEY_C, KEY_D, KEY_E, KEY_F, KEY_G, KEY_H, KEY_I, KEY_J, KEY_K, KEY_L, KEY_M,
-    KEY_N, KEY_O, KEY_P, KEY_Q, KEY_R, KEY_S, KEY_T, KEY_U, KEY_V, KEY_W, KEY_X, KEY_Y, KEY_Z};
-
-/** Strokes of the keys that have these letters on a US keyboard. */
-Keys typing(const QString &letters) {
-    Keys result;
-    for (const QChar letter : letters)
-        result = result + stroke(letterKeys.at(letter.unicode() - u'a') + offset);
-    return result;
-}
-
-bool isNoLetter(int key) {
-    return std::find(letterKeys.begin(), letterKeys.end(), key - offset) == letterKeys.end();
-}
-
-/** Twelve letters, others in every round. */
-QString twelveLetters(int round) {
-    QString result;
-    for (int i = 0; i < 12; ++i)
-        result += QChar(u'a' + (round * 5 + i * (1 + round % 3 * 2)) % 26);
-    return result;
-}
-
-/** Some other program's window, which has the keyboard before the panel; and the keyboard. */
-class OtherProgram {
-public:
-    explicit OtherProgram(const XServer &server)
-        : connection_(xcb_connect(server.display().constData(), nullptr)) {
-        EXPECT_EQ(xcb_connection_has_error(connection_), 0);
-        const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
-        root_ = screen->root;
-        window_ = xcb_generate_id(connection_);
-        const std::uint32_t values[]{screen->white_pixel, XCB_EVENT_MASK_KEY_PRESS};
-        xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, root_, 0, 0, 100, 100, 0,
-                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                          XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values);
-        constexpr char userTime[] = "_NET_WM_USER_TIME";
-        const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
-            connection_, xcb_intern_atom(connection_, 0, sizeof userTime - 1, userTime), nullptr));
-        userTime_ = atom->atom;
-        xcb_map_window(connection_, window_);
-        xcb_flush(connection_);
-    }
-    OtherProgram(const OtherProgram &) = delete;
-    OtherProgram &operator=(const OtherProgram &) = delete;
-    ~OtherProgram() { xcb_disconnect(connection_); }
-
-    /** All at once: faster than any person. */
-    void press(const Keys &keys) {
-        for (const int key : keys)
-            xcb_test_fake_input(connection_, key > 0 ? XCB_KEY_PRESS : XCB_KEY_RELEASE,
-                                static_cast<std::uint8_t>(std::abs(key)), XCB_CURRENT_TIME, root_,
-                                0, 0, 0);
-        xcb_flush(connection_);
-    }
-
-    bool hasKeyboard() { return focus() == window_; }
-    bool panelHasKeyboard() {
-        const Reply<xcb_get_property_reply_t> name(xcb_get_property_reply(
-            connection_,
-            xcb_get_property(connection_, 0, focus(), XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 0, 16),
-            nullptr));
-        return name && QByteArray(static_cast<const char *>(xcb_get_property_value(name.get())),
-                                  xcb_get_property_value_length(name.get())) == "Corvid";
-    }
-
-    /** The keys that were pressed while the window had the keyboard. */
-    const Keys &keys() {
-        focus(); // a round trip
-        while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) {
-            if (event->response_type != XCB_KEY_PRESS)
-                continue;
-            const auto &press = reinterpret_cast<const xcb_key_press_event_t &>(*event);
-            keys_.push_back(press.detail);
-            // As programs do: a window manager gives no focus to what is older.
-            xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, userTime_,
-                                XCB_ATOM_CARDINAL, 32, 1, &press.time);
-        }
-        xcb_flush(connection_);
-        return keys_;
-    }
-    void forgetKeys() {
-        keys();
-        keys_.clear();
-    }
-
-private:
-    xcb_window_t focus() {
-        const Reply<xcb_get_input_focus_reply_t> reply(
-            xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
-        return reply ? reply->focus : xcb_window_t{XCB_NONE};
-    }
-
-    xcb_connection_t *connection_;
-    xcb_window_t root_;
-    xcb_window_t window_;
-    xcb_atom_t userTime_;
-    Keys keys_;
-};
 
 class HotKeyTest : public ::testing::TestWithParam<const char *> {
 protected:
@@ -176,7 +49,7 @@ protected:
         EXPECT_TRUE(manager_.waitForStarted());
         // While a window manager starts it may leave a window alone.
         EXPECT_TRUE(eventually([this] {
-            other.emplace(server);
+            other.emplace(server.display());
             return eventually([this] { return other->hasKeyboard(); }, 500);
         })) << "no window manager";
     }
@@ -243,7 +116,7 @@ protected:
     /** What a person typed there last, a window manager may think of when the panel wants the
         focus. */
     void typeElsewhere() {
-        other->press(stroke(KEY_1 + offset));
+        other->press(stroke(KEY_1 + codeOffset));
         ASSERT_TRUE(eventually([this] { return !other->keys().empty(); }));
     }
     void signalManager(int signal) const { kill(static_cast<pid_t>(manager_.processId()), signal); }
@@ -255,7 +128,7 @@ protected:
     }
 
     XServer server{XServer::Manager::None};
-    std::optional<OtherProgram> other;
+    std::optional<WindowBefore> other;
     QProcess program;
 
 private:
@@ -332,8 +205,8 @@ TEST_P(HotKeyTest, lettersForAPanelThatComesTooLateGoNowhere) {
     other->press(hotKey + typing(u"meanwhile"_s) + submit);
     // Until the keyboard is there again, which is given up to the window before.
     ASSERT_TRUE(eventually([this] {
-        other->press(stroke(KEY_1 + offset));
-        return !other->keys().empty() && other->keys().back() == KEY_1 + offset;
+        other->press(stroke(KEY_1 + codeOffset));
+        return !other->keys().empty() && other->keys().back() == KEY_1 + codeOffset;
     }));
     for (const int key : other->keys())
         EXPECT_TRUE(isNoLetter(key)) << key;
@@ -418,6 +291,6 @@ TEST_P(HotKeyTest, aProgramThatDiesGivesTheKeyboardBack) {
     EXPECT_EQ(other->keys(), Keys{altKey});
     program.kill();
     EXPECT_TRUE(eventually([this] {
-        return other->keys() == Keys{altKey, KEY_A + offset, KEY_B + offset};
+        return other->keys() == Keys{altKey, KEY_A + codeOffset, KEY_B + codeOffset};
     }));
 }

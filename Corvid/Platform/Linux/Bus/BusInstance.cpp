@@ -7,7 +7,6 @@
 #include <QDeadlineTimer>
 
 #include <chrono>
-#include <optional>
 
 namespace corvid {
 
@@ -21,7 +20,8 @@ constexpr auto connectionOfInstance = "corvid instance"_L1;
 constexpr quint32 doNotQueue = 4;
 constexpr quint32 primaryOwner = 1;
 
-// What a call asks for; nothing when it is none of ours.
+} // namespace
+
 std::optional<Wish> wishOf(const QDBusMessage &call) {
     const QString member = call.member();
     const QString signature = call.signature();
@@ -39,8 +39,6 @@ std::optional<Wish> wishOf(const QDBusMessage &call) {
     }
     return std::nullopt;
 }
-
-} // namespace
 
 BusInstance::~BusInstance() {
     QDBusConnection::disconnectFromBus(connectionOfInstance);

@@ -7,10 +7,15 @@
 #include <QDBusVirtualObject>
 
 #include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 
 namespace corvid {
+
+/** What a call of another program asks for, whatever its type; absent when it is no call of ours.
+    Pure. */
+std::optional<Wish> wishOf(const QDBusMessage &call);
 
 /**
  * One instance for each session bus: the one that owns the name app.corvid.Launcher and answers to

@@ -1,6 +1,6 @@
 #include "Platform/Linux/Bus/Portal.h"
 
-#include <QDBusArgument>
+#include "Platform/Linux/Bus/PortalReplies.h"
 
 #include <utility>
 
@@ -10,7 +10,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr quint32 endedOtherwise = 2; // than by the user's choice
 constexpr auto requestInterface = "org.freedesktop.portal.Request"_L1;
 
 } // namespace
@@ -19,11 +18,8 @@ Portal::Portal(const QDBusConnection &bus) : BusPeer(bus, name) {
     listen({}, requestInterface, u"Response"_s, [this](const QDBusMessage &response) {
         if (response.path() != requestPath_)
             return;
-        if (response.signature() == "ua{sv}"_L1)
-            respond(response.arguments()[0].toUInt(),
-                    qdbus_cast<QVariantMap>(response.arguments()[1]));
-        else
-            respond(endedOtherwise, {});
+        const PortalResponse said = responseIn(response);
+        respond(said.code, said.results);
     });
 }
 

@@ -1,7 +1,8 @@
 #include "Platform/Linux/Bus/PortalFolderDialog.h"
 
+#include "Platform/Linux/Bus/PortalReplies.h"
+
 #include <QGuiApplication>
-#include <QUrl>
 #include <QWindow>
 
 #include <utility>
@@ -21,17 +22,6 @@ QString portalsNameOf(const QWindow &window) {
     if (QGuiApplication::platformName() != "xcb"_L1)
         return u""_s;
     return u"x11:"_s + QString::number(window.winId(), 16);
-}
-
-QStringList pathsIn(const QVariantMap &results) {
-    QStringList paths;
-    for (const QString &uri :
-         exactly<QStringList>(results.value(u"uris"_s)).value_or(QStringList())) {
-        const QString path = QUrl(uri).toLocalFile();
-        if (!path.isEmpty())
-            paths.append(path);
-    }
-    return paths;
 }
 
 } // namespace
@@ -69,7 +59,7 @@ void PortalFolderDialog::ask(const QString &window, const QString &prompt) {
                               {u"multiple"_s, true}};
     const auto responded = [this](std::optional<quint32> code, const QVariantMap &results) {
         if (code)
-            finish(code == 0 ? pathsIn(results) : QStringList());
+            finish(code == 0 ? foldersIn(results) : QStringList());
         else
             finish(std::nullopt);
     };

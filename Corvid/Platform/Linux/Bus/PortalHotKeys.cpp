@@ -1,11 +1,8 @@
 #include "Platform/Linux/Bus/PortalHotKeys.h"
 
 #include "Base/VirtualKeys.h"
+#include "Platform/Linux/Bus/PortalReplies.h"
 
-#include <QDBusArgument>
-#include <QDBusMetaType>
-
-#include <algorithm>
 #include <utility>
 
 namespace corvid {
@@ -24,49 +21,11 @@ constexpr auto applicationId = "app.corvid.Launcher"_L1; // its desktop file is 
 // Desktops keep the user's bindings by it.
 constexpr auto sessionToken = "corvid"_L1;
 
-struct Shortcut {
-    QString id;
-    QVariantMap properties;
-};
-
-QDBusArgument &operator<<(QDBusArgument &argument, const Shortcut &shortcut) {
-    argument.beginStructure();
-    argument << shortcut.id << shortcut.properties;
-    argument.endStructure();
-    return argument;
-}
-
-const QDBusArgument &operator>>(const QDBusArgument &argument, Shortcut &shortcut) {
-    argument.beginStructure();
-    argument >> shortcut.id >> shortcut.properties;
-    argument.endStructure();
-    return argument;
-}
-
-// Whether the list, if it is one, has the shortcut with a key. Some portals do not tell which key
-// it is: it may be any.
-bool hasKey(const QVariant &list, const QString &id) {
-    const auto argument = exactly<QDBusArgument>(list);
-    if (!argument || argument->currentSignature() != "a(sa{sv})"_L1)
-        return false;
-    const auto shortcuts = qdbus_cast<QList<Shortcut>>(*argument);
-    const auto found = std::ranges::find(shortcuts, id, &Shortcut::id);
-    return found != shortcuts.end() &&
-           exactly<QString>(found->properties.value(u"trigger_description"_s)) != QString();
-}
-
-// Handles come as strings from some portals, as object paths from others.
-QString handleOf(const QVariant &value) {
-    const auto path = exactly<QDBusObjectPath>(value);
-    return path ? path->path() : exactly<QString>(value).value_or(QString());
-}
-
 } // namespace
 
 PortalHotKeys::PortalHotKeys(TokenReceiver receiveToken, std::chrono::milliseconds longestRepeat)
     : receiveToken_(std::move(receiveToken)), longestRepeat_(longestRepeat) {
-    qDBusRegisterMetaType<Shortcut>();
-    qDBusRegisterMetaType<QList<Shortcut>>();
+    registerPortalShortcuts();
 }
 
 PortalHotKeys::~PortalHotKeys() {
@@ -113,19 +72,17 @@ void PortalHotKeys::listen() {
         portal_->listen(Portal::path, shortcutsInterface, member, std::move(heard));
     };
     on(u"Activated"_s, [this](const QDBusMessage &signal) {
-        if (isOurs(signal)) {
-            const auto options = qdbus_cast<QVariantMap>(signal.arguments()[3]);
-            press(handleOf(options.value(u"activation_token"_s)).toUtf8());
-        }
+        if (const auto event = keyEventIn(signal); event && isOurs(*event))
+            press(event->activationToken);
     });
     on(u"Deactivated"_s, [this](const QDBusMessage &signal) {
-        if (isOurs(signal))
+        if (const auto event = keyEventIn(signal); event && isOurs(*event))
             lastPress_.reset();
     });
     on(u"ShortcutsChanged"_s, [this](const QDBusMessage &signal) {
         if (signal.signature() == "oa(sa{sv})"_L1 && state_ == State::Bound &&
             handleOf(signal.arguments()[0]) == session_)
-            answer(hasKey(signal.arguments()[1], id()));
+            answer(shortcutHasKey(signal.arguments()[1], id()));
     });
     portal_->listen({}, sessionInterface, u"Closed"_s, [this](const QDBusMessage &signal) {
         if (!session_.isEmpty() && signal.path() == session_)
@@ -207,7 +164,7 @@ void PortalHotKeys::bindShortcut() {
     const auto responded = [this](std::optional<quint32> code, const QVariantMap &results) {
         if (code == 0) {
             state_ = State::Bound;
-            answer(hasKey(results.value(u"shortcuts"_s), id()));
+            answer(shortcutHasKey(results.value(u"shortcuts"_s), id()));
         } else {
             answer(false);
             closeSession();
@@ -268,9 +225,8 @@ void PortalHotKeys::answer(bool obtained) {
     }
 }
 
-bool PortalHotKeys::isOurs(const QDBusMessage &keyEvent) const {
-    return keyEvent.signature() == "osta{sv}"_L1 && state_ == State::Bound &&
-           handleOf(keyEvent.arguments()[0]) == session_ && keyEvent.arguments()[1] == id();
+bool PortalHotKeys::isOurs(const PortalKeyEvent &event) const {
+    return state_ == State::Bound && event.session == session_ && event.shortcut == id();
 }
 
 // Of its own for each combination: to the desktop a known one has the key that it has, whatever we
@@ -280,7 +236,7 @@ QString PortalHotKeys::id() const {
 }
 
 QVariant PortalHotKeys::shortcuts() const {
-    return QVariant::fromValue(QList{Shortcut{
+    return QVariant::fromValue(QList{PortalShortcut{
         id(), {{u"description"_s, u"Show or hide Corvid"_s}, {u"preferred_trigger"_s, trigger_}}}});
 }
 

@@ -11,6 +11,8 @@
 
 namespace corvid {
 
+struct PortalKeyEvent;
+
 /**
  * The hot key as a global shortcut of the desktop's portal, for sessions whose window system lets
  * no program listen to keys. The combination is what we would like; the desktop has the last word,
@@ -65,7 +67,7 @@ private:
     void becomeIdle();
     void press(const QByteArray &token);
     void answer(bool obtained);
-    bool isOurs(const QDBusMessage &keyEvent) const;
+    bool isOurs(const PortalKeyEvent &event) const;
     QString id() const;
     QVariant shortcuts() const;
 

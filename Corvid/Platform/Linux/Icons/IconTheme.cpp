@@ -1,7 +1,7 @@
 #include "Platform/Linux/Icons/IconTheme.h"
 
 #include "Base/Locations.h"
-#include "Platform/Linux/KeyFiles.h"
+#include "Base/RegularFile.h"
 
 #include <QFile>
 #include <QHashFunctions>
@@ -17,41 +17,10 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int maximumDepth = 16; // of inheritance, for themes that inherit in a long circle
-constexpr std::size_t maximumFolders = 10'000;
+constexpr qint64 largestIndex = 4 * 1024 * 1024;
 
 // In the order of preference where one folder has several.
 constexpr std::array<QByteArrayView, 4> extensions{".png", ".svg", ".svgz", ".xpm"};
-
-QStringList strings(GKeyFile *file, const char *group, const char *key) {
-    QStringList result = keyFileText(file, group, key).split(u',');
-    for (QString &part : result)
-        part = part.trimmed();
-    result.removeAll(QString());
-    return result;
-}
-
-// A size or a scale: the product of two fits in an int.
-int number(GKeyFile *file, const char *group, const char *key, int fallback) {
-    GErrorHolder error;
-    const int value = g_key_file_get_integer(file, group, key, error.out());
-    return error.get() ? fallback : std::clamp(value, 0, 10'000);
-}
-
-std::optional<IconThemeFolder> readFolder(GKeyFile *index, const QString &name) {
-    const QByteArray group = name.toUtf8();
-    const int size = number(index, group.constData(), "Size", 0);
-    if (size <= 0)
-        return std::nullopt;
-    const int scale = std::max(1, number(index, group.constData(), "Scale", 1));
-    const QString type = keyFileText(index, group.constData(), "Type");
-    if (type == "Fixed"_L1)
-        return IconThemeFolder{scale, size, size};
-    if (type == "Scalable"_L1)
-        return IconThemeFolder{scale, number(index, group.constData(), "MinSize", size),
-                               number(index, group.constData(), "MaxSize", size)};
-    const int threshold = number(index, group.constData(), "Threshold", 2);
-    return IconThemeFolder{scale, size - threshold, size + threshold};
-}
 
 std::uint64_t hashOf(QByteArrayView name) {
     return qHash(name, 0);
@@ -64,15 +33,6 @@ std::filesystem::file_time_type modificationTime(const QString &path) {
 }
 
 } // namespace
-
-bool IconThemeFolder::matches(int wantedSize, int wantedScale) const {
-    return scale == wantedScale && minimum <= wantedSize && wantedSize <= maximum;
-}
-
-int IconThemeFolder::distance(int wantedSize, int wantedScale) const {
-    const int wanted = wantedSize * wantedScale;
-    return std::max({minimum * scale - wanted, wanted - maximum * scale, 0});
-}
 
 IconTheme::IconTheme(const QString &name, const QStringList &baseFolders,
                      const QStringList &unthemedFolders) {
@@ -90,34 +50,25 @@ void IconTheme::addTheme(const QString &name, const QStringList &baseFolders, in
         name == ".."_L1 || name == "."_L1)
         return;
 
-    GKeyFilePointer index;
+    std::optional<IconThemeIndex> index;
     for (const QString &base : baseFolders) {
         const QString folder = base + u'/' + name;
         watched_.emplace(folder, modificationTime(folder));
         if (!index)
-            index = readKeyFile(folder + "/index.theme"_L1);
+            if (const auto bytes = readRegularFile(folder + "/index.theme"_L1, largestIndex))
+                index = parseIconThemeIndex(*bytes);
     }
     if (!index)
         return;
 
     Theme theme;
     theme.name = name;
-    const QStringList names = strings(index.get(), "Icon Theme", "Directories") +
-                              strings(index.get(), "Icon Theme", "ScaledDirectories");
-    for (const QString &folderName : names) {
-        const std::optional<IconThemeFolder> properties = readFolder(index.get(), folderName);
-        if (!properties)
-            continue;
-        for (const QString &base : baseFolders) {
-            if (theme.folders.size() == maximumFolders)
-                break;
-            addFolder(theme, base + u'/' + name + u'/' + folderName, *properties);
-        }
-    }
+    for (const auto &[folderName, properties] : index->folders)
+        for (const QString &base : baseFolders)
+            addFolder(theme, base + u'/' + name + u'/' + folderName, properties);
     append(std::move(theme));
 
-    const QStringList parents = strings(index.get(), "Icon Theme", "Inherits");
-    for (const QString &parent : parents)
+    for (const QString &parent : std::as_const(index->parents))
         addTheme(parent, baseFolders, depth + 1);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Linux/Icons/IconThemeIndex.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -10,18 +12,6 @@
 #include <vector>
 
 namespace corvid {
-
-/** What the icons in one folder of an icon theme are meant for. Sizes in pixels at scale 1. */
-struct IconThemeFolder {
-    int scale = 1;
-    int minimum = 0;
-    int maximum = 0;
-
-    /** Whether its icons are meant for this size. Pure. */
-    bool matches(int wantedSize, int wantedScale) const;
-    /** How far its icons are from this size, in device pixels; 0 is best. Pure. */
-    int distance(int wantedSize, int wantedScale) const;
-};
 
 /**
  * An icon theme with the themes that it inherits from, "hicolor", and the icons that belong to no

@@ -36,31 +36,36 @@ QString bundleOf(const QString &program) {
 
 } // namespace
 
-void addProcessTraits(qint64 pid, WindowTraits &traits) {
-    if (pid <= 0)
-        return;
-    const QString process = "/proc/"_L1 + QString::number(pid);
-    traits.controlGroup =
-        QString::fromUtf8(contentsOf(process + "/cgroup"_L1)).section(u'\n', 0, 0);
+void addTraits(const ProcessRecord &process, WindowTraits &traits) {
+    traits.controlGroup = QString::fromUtf8(process.controlGroups).section(u'\n', 0, 0);
 
     // Children inherit the variables, so they count only together with the process's own number.
     QByteArray entry;
     bool launched = false;
-    const QList<QByteArray> environment = contentsOf(process + "/environ"_L1).split('\0');
+    const QList<QByteArray> environment = process.environment.split('\0');
     for (const QByteArray &variable : environment) {
         if (variable.startsWith("GIO_LAUNCHED_DESKTOP_FILE="))
             entry = variable.mid(qstrlen("GIO_LAUNCHED_DESKTOP_FILE="));
-        else if (variable == "GIO_LAUNCHED_DESKTOP_FILE_PID=" + QByteArray::number(pid))
+        else if (variable == "GIO_LAUNCHED_DESKTOP_FILE_PID=" + QByteArray::number(process.pid))
             launched = true;
     }
     if (launched)
         traits.launchedEntry = QFile::decodeName(entry);
 
     // A bundle's program may be a script, which its interpreter has as an argument.
-    traits.bundle = bundleOf(QFile::symLinkTarget(process + "/exe"_L1));
-    const QList<QByteArray> arguments = contentsOf(process + "/cmdline"_L1).split('\0');
+    traits.bundle = bundleOf(process.program);
+    const QList<QByteArray> arguments = process.arguments.split('\0');
     for (qsizetype i = 0; i < 2 && traits.bundle.isEmpty(); ++i)
         traits.bundle = bundleOf(QFile::decodeName(arguments.value(i)));
+}
+
+void addProcessTraits(qint64 pid, WindowTraits &traits) {
+    if (pid <= 0)
+        return;
+    const QString process = "/proc/"_L1 + QString::number(pid);
+    addTraits({pid, contentsOf(process + "/cgroup"_L1), contentsOf(process + "/environ"_L1),
+               contentsOf(process + "/cmdline"_L1), QFile::symLinkTarget(process + "/exe"_L1)},
+              traits);
 }
 
 QString applicationOfControlGroup(const QString &controlGroup) {

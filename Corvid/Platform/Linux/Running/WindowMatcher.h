@@ -2,6 +2,7 @@
 
 #include "Platform/DesktopEntries.h"
 
+#include <QByteArray>
 #include <QHash>
 #include <QString>
 
@@ -20,6 +21,18 @@ struct WindowTraits {
     QString controlGroup;     ///< the process's line in /proc/<pid>/cgroup
     QString bundle = {};      ///< path of the bundle ("….app") whose program the process runs
 };
+
+/** What the system tells of a process, as it stands in /proc. */
+struct ProcessRecord {
+    qint64 pid = 0;
+    QByteArray controlGroups;
+    QByteArray environment;
+    QByteArray arguments;
+    QString program; ///< a path
+};
+
+/** Adds what a process tells about its application. Pure, for any bytes. */
+void addTraits(const ProcessRecord &process, WindowTraits &traits);
 
 /** Adds what the system tells of the window's process; nothing when `pid` is 0. Reads /proc:
     background only. */

@@ -3,10 +3,10 @@
 #include "Base/AtomicFile.h"
 #include "Base/FileDescriptor.h"
 #include "Base/Locations.h"
+#include "Platform/Linux/Secrets/SecretBox.h"
 #include "Platform/SecretStore.h"
 
 #include <QFile>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <sodium.h>
@@ -23,23 +23,6 @@ namespace corvid {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-// The file: this line, a nonce, and the encrypted JSON {"<service>": {"<account>": "<secret>"}}.
-const QByteArray magic = "Corvid secrets 1\n";
-constexpr qsizetype nonceSize = crypto_secretbox_NONCEBYTES;
-constexpr qsizetype keySize = crypto_secretbox_KEYBYTES;
-constexpr qsizetype macSize = crypto_secretbox_MACBYTES;
-
-unsigned char *bytes(QByteArray &array) {
-    return reinterpret_cast<unsigned char *>(array.data());
-}
-const unsigned char *bytes(const QByteArray &array) {
-    return reinterpret_cast<const unsigned char *>(array.constData());
-}
-
-void wipe(QByteArray &array) {
-    sodium_memzero(array.data(), static_cast<std::size_t>(array.size()));
-}
 
 // Opens what is ours alone from then on, a file or a folder. Not valid where that is impossible;
 // errno is then ELOOP or ENXIO when what is there is of another kind or belongs to somebody else.
@@ -81,32 +64,6 @@ std::optional<PrivateFile> readPrivately(const QString &path) {
 
 bool makePrivateFolder(const QString &folder) {
     return makePrivateFolders(folder) && openPrivately(folder, S_IFDIR).valid();
-}
-
-QByteArray encrypt(const QJsonObject &table, const QByteArray &key) {
-    QByteArray plainText = QJsonDocument(table).toJson(QJsonDocument::Compact);
-    QByteArray nonce(nonceSize, Qt::Uninitialized);
-    randombytes_buf(nonce.data(), static_cast<std::size_t>(nonceSize));
-    QByteArray box(plainText.size() + macSize, Qt::Uninitialized);
-    crypto_secretbox_easy(bytes(box), bytes(plainText),
-                          static_cast<unsigned long long>(plainText.size()), bytes(nonce),
-                          bytes(key));
-    wipe(plainText);
-    return magic + nonce + box;
-}
-
-std::optional<QJsonObject> decrypt(const QByteArray &file, const QByteArray &key) {
-    const qsizetype start = magic.size() + nonceSize;
-    if (key.size() != keySize || !file.startsWith(magic) || file.size() < start + macSize)
-        return std::nullopt;
-    QByteArray plainText(file.size() - start - macSize, Qt::Uninitialized);
-    if (crypto_secretbox_open_easy(bytes(plainText), bytes(file) + start,
-                                   static_cast<unsigned long long>(file.size() - start),
-                                   bytes(file) + magic.size(), bytes(key)) != 0)
-        return std::nullopt;
-    const QJsonDocument document = QJsonDocument::fromJson(plainText);
-    wipe(plainText);
-    return document.isObject() ? std::optional(document.object()) : std::nullopt;
 }
 
 } // namespace
@@ -173,11 +130,11 @@ std::optional<FileSecretStore::Content> FileSecretStore::read() const {
     if (!box || !key)
         return std::nullopt;
     Content content;
-    if (key->bytes.size() == keySize)
+    if (key->bytes.size() == boxKeySize)
         content.key = key->bytes;
     else
         content.keyIsUseless = key->present;
-    if (std::optional<QJsonObject> table = decrypt(box->bytes, content.key))
+    if (std::optional<QJsonObject> table = openBox(box->bytes, content.key))
         content.table = *std::move(table);
     else
         content.boxIsUseless = box->present;
@@ -190,13 +147,12 @@ bool FileSecretStore::write(const Content &present, const QJsonObject &table) co
         return false;
     QByteArray key = present.key;
     if (key.isEmpty()) {
-        key = QByteArray(keySize, Qt::Uninitialized);
-        crypto_secretbox_keygen(bytes(key));
+        key = newBoxKey();
         // The key comes first: without it, the secret would be lost.
         if (!writeFileAtomically(keyFile_, key))
             return false;
     }
-    return writeFileAtomically(boxFile_, encrypt(table, key));
+    return writeFileAtomically(boxFile_, sealBox(table, key));
 }
 
 } // namespace corvid

@@ -12,7 +12,23 @@ std::uint32_t onlyOne(const std::vector<std::uint32_t> &values) {
     return values.empty() ? 0 : values.front();
 }
 
+QString textOf(const xcb_get_property_reply_t *property) {
+    return QString::fromUtf8(x11::bytesOf(property));
+}
+
 } // namespace
+
+WindowList::Client clientWith(WindowList::Window window, const WindowProperties &properties) {
+    WindowList::Client client;
+    client.window = window;
+    client.pid = onlyOne(x11::numbersOf(properties.pid));
+    const QStringList halves = textOf(properties.windowClass).split(QChar::Null);
+    client.traits.instance = halves.value(0);
+    client.traits.windowClass = halves.value(1);
+    client.traits.gtkApplicationId = textOf(properties.gtkApplicationId);
+    client.traits.hintedEntry = textOf(properties.bamfDesktopFile);
+    return client;
+}
 
 std::unique_ptr<X11Clients> X11Clients::connect(const QByteArray &display) {
     int screen = 0;
@@ -74,8 +90,9 @@ std::vector<X11Clients::Client> X11Clients::describe(const std::vector<Window> &
         constexpr std::uint32_t longestText = 1024; // 32-bit units
         return xcb_get_property(connection_, 0, window, property, type, 0, longestText);
     };
-    const auto text = [this](xcb_get_property_cookie_t cookie) {
-        return QString::fromUtf8(x11::bytesOf(connection_, cookie));
+    const auto reply = [this](xcb_get_property_cookie_t cookie) {
+        return x11::Reply<xcb_get_property_reply_t>(
+            xcb_get_property_reply(connection_, cookie, nullptr));
     };
     std::vector<Cookies> cookies;
     cookies.reserve(windows.size());
@@ -86,16 +103,14 @@ std::vector<X11Clients::Client> X11Clients::describe(const std::vector<Window> &
                            ask(window, atoms_.bamfDesktopFile, XCB_GET_PROPERTY_TYPE_ANY)});
 
     std::vector<Client> clients;
+    clients.reserve(windows.size());
     for (std::size_t i = 0; i < windows.size(); ++i) {
-        Client client;
-        client.window = windows[i];
-        const QStringList halves = text(cookies[i].windowClass).split(QChar::Null);
-        client.traits.instance = halves.value(0);
-        client.traits.windowClass = halves.value(1);
-        client.pid = onlyOne(x11::numbersOf(connection_, cookies[i].pid));
-        client.traits.gtkApplicationId = text(cookies[i].gtkApplicationId);
-        client.traits.hintedEntry = text(cookies[i].bamfDesktopFile);
-        clients.push_back(std::move(client));
+        const auto windowClass = reply(cookies[i].windowClass);
+        const auto pid = reply(cookies[i].pid);
+        const auto gtkApplicationId = reply(cookies[i].gtkApplicationId);
+        const auto bamfDesktopFile = reply(cookies[i].bamfDesktopFile);
+        clients.push_back(clientWith(windows[i], {windowClass.get(), pid.get(),
+                                                  gtkApplicationId.get(), bamfDesktopFile.get()}));
     }
     return clients;
 }

@@ -12,6 +12,17 @@
 
 namespace corvid {
 
+/** The properties of a window that tell whose it is; null for those that it lacks. */
+struct WindowProperties {
+    const xcb_get_property_reply_t *windowClass = nullptr;
+    const xcb_get_property_reply_t *pid = nullptr;
+    const xcb_get_property_reply_t *gtkApplicationId = nullptr;
+    const xcb_get_property_reply_t *bamfDesktopFile = nullptr;
+};
+
+/** What they tell. Every program can set them to anything. Pure. */
+WindowList::Client clientWith(WindowList::Window window, const WindowProperties &properties);
+
 /** The windows that an X11 window manager manages. */
 class X11Clients final : public WindowList {
 public:

@@ -2,10 +2,14 @@
 
 #include "Platform/Linux/Bus/PortalAppearance.h"
 
+#include "Platform/Linux/Bus/Portal.h"
+#include "Platform/Linux/Bus/PortalReplies.h"
 #include "Worlds/LaunchWorld.h"
 #include "Worlds/Wait.h"
 
 #include <gtest/gtest.h>
+
+#include <malloc.h>
 
 using namespace corvid;
 using namespace corvid::test;
@@ -133,4 +137,19 @@ TEST_F(PortalAppearanceTest, itEndsThoughThePortalDoesNotAnswer) {
     const BusServices services(folder.filePath(u"trace"_s), {u"org.freedesktop.portal.Desktop"_s});
     const PortalAppearance settings;
     EXPECT_EQ(settings.current(), Appearance{});
+}
+
+TEST_F(PortalAppearanceTest, readingTheSettingsLeavesNothingBehind) {
+    const SettingsPortal portal({appearance, u"accent-color"_s, u"(1.0, 0.0, 0.0)"_s});
+    auto readAll = QDBusMessage::createMethodCall(
+        Portal::name, Portal::path, u"org.freedesktop.portal.Settings"_s, u"ReadAll"_s);
+    readAll.setArguments({QStringList{appearance}});
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(readAll);
+    ASSERT_EQ(appearanceIn(reply).value_or(Appearance()).accent, 0xFF0000U);
+    constexpr std::size_t times = 1000;
+    constexpr std::size_t mostEach = 16; // for what the bus's own thread does meanwhile
+    const std::size_t before = mallinfo2().uordblks;
+    for (std::size_t i = 0; i < times; ++i)
+        appearanceIn(reply);
+    EXPECT_LT(mallinfo2().uordblks, before + times * mostEach);
 }

@@ -125,3 +125,42 @@ TEST(WindowMatcher, theApplicationIsReadFromTheNameOfItsUnit) {
     EXPECT_EQ(applicationOfControlGroup(u"/app-a\\x-1.scope"_s), u"a\\x");
     EXPECT_EQ(applicationOfControlGroup(u"/app-a\\x4-1.scope"_s), u"a\\x4");
 }
+
+TEST(ProcessTraits, anEntryCountsOnlyWithTheProcesssOwnNumber) {
+    ProcessRecord process;
+    process.pid = 42;
+    process.environment =
+        "GIO_LAUNCHED_DESKTOP_FILE=/a.desktop\0GIO_LAUNCHED_DESKTOP_FILE_PID=42"_ba;
+    WindowTraits launched;
+    addTraits(process, launched);
+    EXPECT_EQ(launched.launchedEntry, u"/a.desktop"_s);
+    process.pid = 43; // a child
+    WindowTraits inherited;
+    addTraits(process, inherited);
+    EXPECT_EQ(inherited.launchedEntry, QString());
+}
+
+TEST(ProcessTraits, onlyTheFirstControlGroupCounts) {
+    ProcessRecord process;
+    process.controlGroups = "0::/a.scope\n1:name=systemd:/b.scope\n";
+    WindowTraits traits;
+    addTraits(process, traits);
+    EXPECT_EQ(traits.controlGroup, u"0::/a.scope"_s);
+}
+
+TEST(ProcessTraits, aBundleIsThatOfTheProgramOrOfTheScriptThatItRuns) {
+    WindowTraits ofProgram;
+    ProcessRecord process;
+    process.program = u"/opt/Fox.app/Contents/MacOS/Fox"_s;
+    addTraits(process, ofProgram);
+    EXPECT_EQ(ofProgram.bundle, u"/opt/Fox.app"_s);
+    WindowTraits ofScript;
+    process.program = u"/bin/sh"_s;
+    process.arguments = "sh\0/opt/Fox.app/Contents/MacOS/Fox\0"_ba;
+    addTraits(process, ofScript);
+    EXPECT_EQ(ofScript.bundle, u"/opt/Fox.app"_s);
+    WindowTraits ofRelative;
+    process.arguments = "sh\0Fox.app/Contents/MacOS/Fox\0"_ba;
+    addTraits(process, ofRelative);
+    EXPECT_EQ(ofRelative.bundle, QString());
+}

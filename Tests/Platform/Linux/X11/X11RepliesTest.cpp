@@ -1,5 +1,8 @@
 #include "Platform/Linux/X11/X11Replies.h"
 
+#include "Platform/Linux/X11/X11Clients.h"
+#include "Worlds/QtPrinters.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -38,4 +41,23 @@ TEST(X11Replies, aPropertyOfAnotherFormatHasNoNumbers) {
 
 TEST(X11Replies, noPropertyHasNoNumbers) {
     EXPECT_TRUE(numbersOf(nullptr).empty());
+}
+
+TEST(WindowProperties, aPropertyOfAnotherFormatSaysNothing) {
+    const PropertyReply number(32, 1);
+    const PropertyReply text(8, 4);
+    const auto client = corvid::clientWith(3, {&number.head, &text.head, &number.head, nullptr});
+    EXPECT_EQ(client.window, 3U);
+    EXPECT_EQ(client.pid, 0);
+    EXPECT_EQ(client.traits.windowClass, QString());
+    EXPECT_EQ(client.traits.gtkApplicationId, QString());
+}
+
+TEST(WindowProperties, aClassThatDoesNotEndIsAnInstanceOnly) {
+    const PropertyReply unended(8, 1); // the byte 7
+    const PropertyReply number(32, 1);
+    const auto client = corvid::clientWith(3, {&unended.head, &number.head, nullptr, nullptr});
+    EXPECT_EQ(client.traits.instance, QString(QChar(7)));
+    EXPECT_EQ(client.traits.windowClass, QString());
+    EXPECT_EQ(client.pid, 7);
 }
