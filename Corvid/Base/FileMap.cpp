@@ -84,12 +84,13 @@ void unwatch(std::uintptr_t begin) {
 
 } // namespace
 
-std::shared_ptr<const FileMap> FileMap::of(int descriptor, std::size_t size) {
+std::shared_ptr<const FileMap> FileMap::of(int descriptor, std::size_t size, std::size_t position) {
     static std::once_flag once;
     std::call_once(once, installHandler);
     if (size == 0)
         return nullptr;
-    void *const data = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE, descriptor, 0);
+    void *const data = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE, descriptor,
+                            static_cast<off_t>(position));
     if (data == MAP_FAILED)
         return nullptr;
     if (!watch(reinterpret_cast<std::uintptr_t>(data), size)) {

@@ -14,9 +14,13 @@ namespace corvid {
  */
 class FileMap {
 public:
-    /** The first `size` bytes of an open file, which can be closed afterwards. Null where there is
-        nothing to map or that is impossible. */
-    static std::shared_ptr<const FileMap> of(int descriptor, std::size_t size);
+    /** `size` bytes of an open file, which can be closed afterwards, from a multiple of
+        `alignment` on. Null where there is nothing to map or that is impossible. */
+    static std::shared_ptr<const FileMap> of(int descriptor, std::size_t size,
+                                             std::size_t position = 0);
+
+    /** The largest page of any machine. */
+    static constexpr std::size_t alignment = 64 * 1024;
 
     ~FileMap();
     FileMap(const FileMap &) = delete;

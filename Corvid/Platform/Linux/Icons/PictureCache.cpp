@@ -14,6 +14,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace corvid {
 
@@ -21,7 +22,6 @@ namespace {
 
 // Another one when the file's format changes.
 constexpr std::array<char, 8> magic{'C', 'o', 'r', 'v', 'i', 'd', '0', '1'};
-constexpr std::size_t pageSize = 4096;
 constexpr std::size_t bytesPerPixel = 4;
 constexpr std::size_t mostRecords = 10'000;
 constexpr std::size_t mostBytes = 64 * 1024 * 1024; // of pixels
@@ -39,16 +39,6 @@ std::array<unsigned char, 16> digest(QByteArrayView bytes) {
 
 std::size_t pixelBytes(quint32 edge) {
     return std::size_t(edge) * edge * bytesPerPixel;
-}
-
-std::shared_ptr<const FileMap> mapOf(const QString &path) {
-    const FileDescriptor file(
-        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
-    struct stat status = {};
-    if (!file.valid() || fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        status.st_size > largestFile)
-        return nullptr;
-    return FileMap::of(file.number(), static_cast<std::size_t>(status.st_size));
 }
 
 void releaseMap(void *map) {
@@ -79,28 +69,45 @@ void PictureCache::open() {
     images_.clear();
     drawn_.clear();
     used_.clear();
-    file_ = mapOf(path_);
+    list_ = pixels_ = nullptr;
+    const FileDescriptor file(
+        ::open(QFile::encodeName(path_).constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    struct stat status = {};
+    if (!file.valid() || fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_size > largestFile)
+        return;
+    const auto size = static_cast<std::size_t>(status.st_size);
+    if (!readList(file.number(), size))
+        return;
+    if (const std::size_t start = startOfPixels(used_.size()); start < size)
+        pixels_ = FileMap::of(file.number(), size - start, start);
+}
+
+bool PictureCache::readList(int descriptor, std::size_t size) {
     Header header{};
-    if (!file_ || file_->size() < sizeof header) {
-        file_ = nullptr;
-        return;
-    }
-    std::memcpy(&header, file_->data(), sizeof header);
-    const std::size_t room = (file_->size() - sizeof header) / sizeof(Record);
-    if (header.magic != magic || header.records > room ||
-        header.sum != digest({file_->data() + sizeof header,
-                              static_cast<qsizetype>(header.records * sizeof(Record))})) {
-        file_ = nullptr;
-        return;
-    }
+    if (pread(descriptor, &header, sizeof header, 0) != sizeof header || header.magic != magic ||
+        header.records > (size - sizeof header) / sizeof(Record))
+        return false;
+    const std::size_t listed = header.records * sizeof(Record);
+    auto list = FileMap::of(descriptor, sizeof header + listed);
+    if (!list ||
+        header.sum != digest({list->data() + sizeof header, static_cast<qsizetype>(listed)}))
+        return false;
+    list_ = std::move(list);
     used_.resize(header.records);
+    return true;
+}
+
+std::size_t PictureCache::startOfPixels(std::size_t records) {
+    const std::size_t listed = sizeof(Header) + records * sizeof(Record);
+    return (listed + FileMap::alignment - 1) / FileMap::alignment * FileMap::alignment;
 }
 
 // Whoever writes into the file while we use it may change a record, but not how many there are;
 // what a record says is checked each time.
 PictureCache::Record PictureCache::record(std::size_t index) const {
     Record result;
-    std::memcpy(&result, file_->data() + sizeof(Header) + index * sizeof result, sizeof result);
+    std::memcpy(&result, list_->data() + sizeof(Header) + index * sizeof result, sizeof result);
     return result;
 }
 
@@ -120,10 +127,15 @@ std::size_t PictureCache::indexOf(const Key &key) const {
 }
 
 bool PictureCache::isWithin(const Record &record) const {
+    const std::size_t start = startOfPixels(used_.size());
     return record.place == 0 ||
-           (record.edge > 0 && record.edge <= largestEdge && record.place < file_->size() &&
-            record.place % bytesPerPixel == 0 &&
-            pixelBytes(record.edge) <= file_->size() - record.place);
+           (pixels_ && record.edge > 0 && record.edge <= largestEdge && record.place >= start &&
+            record.place - start < pixels_->size() && record.place % bytesPerPixel == 0 &&
+            pixelBytes(record.edge) <= pixels_->size() - (record.place - start));
+}
+
+unsigned char *PictureCache::pixelsAt(quint64 place) const {
+    return pixels_->data() + (place - startOfPixels(used_.size()));
 }
 
 std::optional<Image> PictureCache::find(const QString &file, const FileState &state) {
@@ -147,8 +159,8 @@ Image PictureCache::imageAt(quint64 place) {
     std::weak_ptr<const QImage> &shared = images_[place];
     if (Image image = shared.lock())
         return image;
-    QImage image(file_->data() + place, edge_, edge_, QImage::Format_ARGB32_Premultiplied,
-                 releaseMap, new std::shared_ptr<const FileMap>(file_));
+    QImage image(pixelsAt(place), edge_, edge_, QImage::Format_ARGB32_Premultiplied, releaseMap,
+                 new std::shared_ptr<const FileMap>(pixels_));
     image.setDevicePixelRatio(devicePixelRatio_);
     const auto result = std::make_shared<const QImage>(std::move(image));
     shared = result;
@@ -185,7 +197,7 @@ std::vector<PictureCache::ToStore> PictureCache::whatToStore(quint32 today) cons
         Record known = record(index);
         known.day = used_[index] ? today : std::min(known.day, today);
         if (!added_.contains(known.key) && isWithin(known) && today - known.day <= keptDays)
-            result.push_back({known, known.place == 0 ? nullptr : file_->data() + known.place});
+            result.push_back({known, known.place == 0 ? nullptr : pixelsAt(known.place)});
     }
     std::ranges::stable_sort(result, std::ranges::greater{},
                              [](const ToStore &entry) { return entry.record.day; });
@@ -216,8 +228,7 @@ void PictureCache::store(QDate today) {
     }
     std::ranges::sort(records, {}, &Record::key);
 
-    const std::size_t listed = sizeof(Header) + records.size() * sizeof(Record);
-    const std::size_t start = (listed + pageSize - 1) / pageSize * pageSize;
+    const std::size_t start = startOfPixels(records.size());
     for (Record &record : records)
         if (record.place != 0)
             record.place += start - 1; // until now counted from 1

@@ -67,11 +67,14 @@ private:
         const unsigned char *pixels; ///< null where it is no picture
     };
 
+    static std::size_t startOfPixels(std::size_t records);
     Key keyOf(const QString &file) const;
     void open();
+    bool readList(int descriptor, std::size_t size);
     Record record(std::size_t index) const;
     std::size_t indexOf(const Key &key) const;
     bool isWithin(const Record &record) const;
+    unsigned char *pixelsAt(quint64 place) const;
     Image imageAt(quint64 place);
     std::vector<ToStore> whatToStore(quint32 today) const;
 
@@ -81,9 +84,11 @@ private:
 
     std::mutex mutex_; ///< guards what follows
     bool opened_ = false;
-    std::shared_ptr<const FileMap> file_; ///< sound; null for none
-    std::vector<bool> used_;              ///< which records were asked for
-    std::map<Key, Added> added_;          ///< not stored yet
+    // The file in two parts: the system maps what surrounds a page that is looked at, too.
+    std::shared_ptr<const FileMap> list_;   ///< header and records, sound; null for none
+    std::shared_ptr<const FileMap> pixels_; ///< null for none
+    std::vector<bool> used_;                ///< which records were asked for
+    std::map<Key, Added> added_;            ///< not stored yet
     std::unordered_map<quint64, std::weak_ptr<const QImage>> images_; ///< by place in the file
     std::map<Key, std::weak_ptr<const QImage>> drawn_;                ///< by their pixels
 };
