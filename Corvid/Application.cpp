@@ -11,6 +11,7 @@
 #include "Platform/Linux/Bus/PortalFolderDialog.h"
 #include "Platform/Linux/Bus/SessionTrayWatch.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
+#include "Platform/Linux/Icons/PictureHelper.h"
 #include "Platform/Linux/JsonUserDefaults.h"
 #include "Platform/Linux/Launching/GioDesktopEntries.h"
 #include "Platform/Linux/Launching/SessionWorkspace.h"
@@ -100,7 +101,8 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     SessionWorkspace workspace(desktopEntries, {environment,
                                                 {qgetenv("DISPLAY"), qgetenv("WAYLAND_DISPLAY")},
                                                 windowSystem.activationToken,
-                                                application.devicePixelRatio()});
+                                                application.devicePixelRatio(),
+                                                QStringLiteral("/proc/self/exe")});
     workspace.start();
     ClipboardPasteboard pasteboard;
     SessionSecretStore secrets;
@@ -126,10 +128,15 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     constexpr std::chrono::seconds patience(5);
     exitDeadline.emplace(patience, [exitCode] { _exit(exitCode); });
     defaults.synchronize();
+    workspace.endIcons();
     return exitCode;
 }
 
 } // namespace
+
+int drawPictures(bool withFonts) {
+    return runPictureHelper(withFonts);
+}
 
 int runCorvid(const CommandLine &commandLine, char **argv) {
     // With a heap for each thread, those of the scans would keep some 7 MB. The threads are too

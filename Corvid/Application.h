@@ -12,4 +12,7 @@ extern "C" {
  * another has become it meanwhile, hands the wishes over. Answers with the exit code.
  */
 [[gnu::visibility("default")]] int runCorvid(const corvid::CommandLine &commandLine, char **argv);
+
+/** Draws foreign pictures for a Corvid that runs, see runPictureHelper(). */
+[[gnu::visibility("default")]] int drawPictures(bool withFonts);
 }

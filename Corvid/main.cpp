@@ -4,11 +4,16 @@
 #include "Application.h"
 #include "Front/CommandLine.h"
 #include "Front/InstanceCall.h"
+#include "Platform/Linux/Icons/PictureProtocol.h"
 
 #include <cstdio>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include <dlfcn.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -26,10 +31,33 @@ void *loadLibrary() {
     return dlopen("corvid.so", RTLD_LAZY); // for its message
 }
 
+/** Null, and a message, where it cannot be had. */
+template <typename Function>
+Function *fromLibrary(const char *name) {
+    void *const library = loadLibrary();
+    void *const function = library ? dlsym(library, name) : nullptr;
+    if (!function)
+        std::fprintf(stderr, "corvid: %s\n", dlerror());
+    return reinterpret_cast<Function *>(function);
+}
+
+/** Whether another Corvid started us to draw pictures; a person who asks for that is told that
+    there is no such option. */
+bool isToDrawPictures(const std::vector<std::string> &arguments) {
+    struct stat input = {};
+    return !arguments.empty() && arguments[0] == drawPicturesOption &&
+           fstat(STDIN_FILENO, &input) == 0 && S_ISSOCK(input.st_mode);
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
-    const CommandLine commandLine = parseCommandLine({argv + 1, argv + argc});
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (isToDrawPictures(arguments)) {
+        auto *const draw = fromLibrary<decltype(drawPictures)>("drawPictures");
+        return draw ? draw(arguments.back() == withFontsOption) : 1;
+    }
+    const CommandLine commandLine = parseCommandLine(arguments);
     if (commandLine.error) {
         std::fprintf(stderr, "corvid: %s\nTry 'corvid --help'.\n", commandLine.error->c_str());
         return 2;
@@ -50,11 +78,6 @@ int main(int argc, char **argv) {
         }
     }
 
-    void *const library = loadLibrary();
-    void *const run = library ? dlsym(library, "runCorvid") : nullptr;
-    if (!run) {
-        std::fprintf(stderr, "corvid: %s\n", dlerror());
-        return 1;
-    }
-    return reinterpret_cast<decltype(&runCorvid)>(run)(commandLine, argv);
+    auto *const run = fromLibrary<decltype(runCorvid)>("runCorvid");
+    return run ? run(commandLine, argv) : 1;
 }

@@ -64,6 +64,10 @@ QString state() {
     return xdgFolder("XDG_STATE_HOME", ".local/state"_L1);
 }
 
+QString cache() {
+    return xdgFolder("XDG_CACHE_HOME", ".cache"_L1);
+}
+
 QString cacheFile(const QString &name) {
     return applicationSupport() + "/Corvid/"_L1 + name;
 }

@@ -31,6 +31,9 @@ QString configuration();
 /** $XDG_STATE_HOME, by default ~/.local/state. */
 QString state();
 
+/** $XDG_CACHE_HOME, by default ~/.cache: what can be made again at any time. */
+QString cache();
+
 /** A cache file of ours, e.g. cacheFile("catalog.json"). Its folder need not exist. */
 QString cacheFile(const QString &name);
 

@@ -38,8 +38,9 @@ public:
         base.insert(u"XDG_DATA_DIRS"_s, folder_.path());
         // On the developer's own bus another Corvid may run.
         base.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
-        for (const QString &name : {u"XDG_DATA_HOME"_s, u"XDG_CONFIG_HOME"_s, u"XDG_STATE_HOME"_s,
-                                    u"QT_QPA_PLATFORM"_s, u"WAYLAND_DISPLAY"_s})
+        for (const QString &name :
+             {u"XDG_DATA_HOME"_s, u"XDG_CONFIG_HOME"_s, u"XDG_STATE_HOME"_s, u"XDG_CACHE_HOME"_s,
+              u"QT_QPA_PLATFORM"_s, u"WAYLAND_DISPLAY"_s})
             base.remove(name);
         return base;
     }

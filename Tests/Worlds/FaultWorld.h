@@ -99,7 +99,8 @@ protected:
         QDir().mkpath(home());
         qputenv("HOME", QFile::encodeName(home()));
         qputenv("XDG_DATA_DIRS", QFile::encodeName(root_.filePath(u"system"_s)));
-        for (const char *variable : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME"})
+        for (const char *variable :
+             {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"})
             qunsetenv(variable);
     }
 

@@ -6,18 +6,16 @@
 #include "Platform/Linux/GLibPointers.h"
 #include "Platform/Linux/Icons/IconDrawing.h"
 #include "Platform/Linux/Icons/IconTheme.h"
-#include "Platform/Linux/Icons/PictureCheck.h"
+#include "Platform/Linux/Icons/PictureProtocol.h"
 #include "Platform/Linux/KeyFiles.h"
 
-#include <QBuffer>
+#include <QFile>
 #include <QFileInfo>
-#include <QGuiApplication>
-#include <QImageReader>
-#include <QPainter>
-#include <QSvgRenderer>
 
 #include <algorithm>
 #include <cmath>
+
+#include <sys/stat.h>
 
 namespace corvid {
 
@@ -26,72 +24,36 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int iconSize = 32; // device-independent pixels
-constexpr qint64 maximumFileSize = 8 * 1024 * 1024;
-constexpr int maximumEdge = 4096;      // of a picture to be scaled down
-constexpr int allocationLimitMiB = 64; // one such picture
 constexpr std::chrono::seconds checkInterval{2};
-
-/** The content of a file, decompressed if need be; empty when it is larger than reasonable. */
-QByteArray contentOf(const QString &path) {
-    QByteArray bytes = readRegularFile(path, maximumFileSize).value_or(QByteArray());
-    if (!bytes.startsWith("\x1f\x8b"))
-        return bytes;
-
-    const GObjectPointer<GInputStream> packed(
-        g_memory_input_stream_new_from_data(bytes.constData(), bytes.size(), nullptr));
-    const GObjectPointer<GZlibDecompressor> unpacker(
-        g_zlib_decompressor_new(G_ZLIB_COMPRESSOR_FORMAT_GZIP));
-    const GObjectPointer<GInputStream> stream(
-        g_converter_input_stream_new(packed.get(), G_CONVERTER(unpacker.get())));
-    QByteArray unpacked(maximumFileSize + 1, Qt::Uninitialized);
-    gsize size = 0;
-    if (!g_input_stream_read_all(stream.get(), unpacked.data(), static_cast<gsize>(unpacked.size()),
-                                 &size, nullptr, nullptr) ||
-        size > maximumFileSize)
-        return {};
-    unpacked.truncate(static_cast<qsizetype>(size));
-    return unpacked;
-}
 
 bool isSvg(const QString &path) {
     return path.endsWith(".svg"_L1, Qt::CaseInsensitive) ||
            path.endsWith(".svgz"_L1, Qt::CaseInsensitive);
 }
 
-QImage renderSvg(const QByteArray &bytes, int pixels) {
-    // Text in a picture needs fonts, and Qt ends a process that asks for them without a screen.
-    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
-        return {};
-    QSvgRenderer renderer;
-    if (!isHarmlessDrawing(bytes) || !renderer.load(bytes))
-        return {};
-    renderer.setAspectRatioMode(Qt::KeepAspectRatio);
-    return drawSquare(pixels, [&renderer](QPainter &painter) { renderer.render(&painter); });
-}
-
-QImage readRaster(QByteArray bytes, int pixels) {
-    const std::optional<QSize> size = rasterSize(bytes);
-    if (!size || size->width() > maximumEdge || size->height() > maximumEdge)
-        return {};
-    QBuffer buffer(&bytes);
-    QImageReader reader(&buffer);
-    reader.setDecideFormatFromContent(true);
-    reader.setScaledSize(size->scaled(pixels, pixels, Qt::KeepAspectRatio).expandedTo({1, 1}));
-    const QImage image = reader.read();
-    if (image.isNull())
-        return {};
-    return drawSquare(pixels, [&](QPainter &painter) {
-        painter.drawImage((pixels - image.width()) / 2, (pixels - image.height()) / 2, image);
-    });
+/** How a file is now; absent where it cannot be a picture. */
+std::optional<FileState> stateOf(const QString &path) {
+    struct stat status = {};
+    if (stat(QFile::encodeName(path).constData(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_size <= 0 || static_cast<std::uint64_t>(status.st_size) > largestPicture)
+        return std::nullopt;
+    constexpr qint64 nanoseconds = 1'000'000'000;
+    qint64 changed = 0;
+    // A file can claim any time; where the number is too large, what it wraps to will do.
+    static_cast<void>(__builtin_mul_overflow(status.st_mtim.tv_sec, nanoseconds, &changed));
+    static_cast<void>(__builtin_add_overflow(changed, status.st_mtim.tv_nsec, &changed));
+    return FileState{changed, status.st_size};
 }
 
 } // namespace
 
-IconLoader::IconLoader(std::function<QString()> themeName, Folders folders, qreal devicePixelRatio)
+IconLoader::IconLoader(std::function<QString()> themeName, Folders folders, qreal devicePixelRatio,
+                       QString pictureProgram)
     : themeName_(std::move(themeName)), folders_(std::move(folders)),
       devicePixelRatio_(std::max(1.0, devicePixelRatio)),
-      pixels_(static_cast<int>(std::ceil(iconSize * devicePixelRatio_))) {
-    QImageReader::setAllocationLimit(allocationLimitMiB);
+      pixels_(static_cast<int>(std::ceil(iconSize * devicePixelRatio_))),
+      cache_(locations::cache() + "/Corvid/icons"_L1, pixels_, devicePixelRatio_),
+      queue_(std::move(pictureProgram), [this] { cache_.store(); }) {
     generic_ = shared(drawApplicationIcon(pixels_));
     folder_ = shared(drawFolderIcon(pixels_));
 }
@@ -163,15 +125,22 @@ Image IconLoader::folderIcon(const QString &path) const {
 }
 
 Image IconLoader::fromFile(const QString &path) const {
-    const QByteArray bytes = contentOf(path);
+    // Before the file is read: when it is changed in between, it is read again next time.
+    const std::optional<FileState> state = stateOf(path);
+    if (!state)
+        return nullptr;
+    if (std::optional<Image> known = cache_.find(path, *state))
+        return *std::move(known);
+    const QByteArray bytes = readRegularFile(path, largestPicture).value_or(QByteArray());
     if (bytes.isEmpty())
         return nullptr;
-    return shared(isSvg(path) ? renderSvg(bytes, pixels_) : readRaster(bytes, pixels_));
+    const DrawnPicture drawn = queue_.draw(bytes, isSvg(path), pixels_);
+    if (drawn.outcome == DrawnPicture::Outcome::Unavailable)
+        return nullptr;
+    return cache_.add(path, *state, drawn.image);
 }
 
 Image IconLoader::shared(QImage image) const {
-    if (image.isNull())
-        return nullptr;
     image.setDevicePixelRatio(devicePixelRatio_);
     return std::make_shared<const QImage>(std::move(image));
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Platform/Image.h"
+#include "Platform/Linux/Icons/PictureCache.h"
+#include "Platform/Linux/Icons/PictureQueue.h"
 
 #include <QImage>
 #include <QString>
@@ -17,9 +19,12 @@ namespace corvid {
 class IconTheme;
 
 /**
- * Finds, decodes and scales icons: always squares of 32 device-independent pixels, with the
- * picture's shape kept and centred. Any thread, several at once. Nothing here fails: what cannot
- * be found or is no sound picture of reasonable size has a stand-in.
+ * Finds icons and has them drawn: always squares of 32 device-independent pixels, with the
+ * picture's shape kept and centred. Pictures are what strangers made, so a process of its own looks
+ * at them; what it drew is kept on the disk, and a start with nothing new needs no such process.
+ *
+ * Any thread, several at once. Nothing here fails: what cannot be found, or is no picture that can
+ * be drawn in reasonable time and memory, has a stand-in.
  */
 class IconLoader {
 public:
@@ -29,8 +34,10 @@ public:
     };
 
     /** `themeName` is asked on a background thread, once per listing of the themes.
-        `devicePixelRatio`: the highest of the screens in use. */
-    IconLoader(std::function<QString()> themeName, Folders folders, qreal devicePixelRatio);
+        `devicePixelRatio`: the highest of the screens in use. `pictureProgram`: what is run to
+        draw pictures, see PictureProcess; without one only those of an earlier run are there. */
+    IconLoader(std::function<QString()> themeName, Folders folders, qreal devicePixelRatio,
+               QString pictureProgram);
 
     /** The icon of a desktop entry or an application bundle, of a folder or a file. Reads files. */
     Image icon(const QString &path) const;
@@ -41,13 +48,16 @@ public:
     /** An absolute path, or a name that the icon theme knows; null when there is no such icon. */
     Image named(const QString &icon) const;
 
+    /** From now on nothing is drawn, and nobody waits for a picture any longer. */
+    void end() { queue_.end(); }
+
 private:
     std::shared_ptr<const IconTheme> theme() const;
     Image entryIcon(const QString &path) const;
     Image bundleIcon(const QString &path) const;
     Image folderIcon(const QString &path) const;
     Image fromFile(const QString &path) const;
-    Image shared(QImage image) const; ///< null for a null image
+    Image shared(QImage image) const;
 
     std::function<QString()> themeName_;
     Folders folders_;
@@ -59,6 +69,9 @@ private:
     mutable std::mutex mutex_; ///< guards what follows
     mutable std::shared_ptr<const IconTheme> theme_;
     mutable std::chrono::steady_clock::time_point checked_;
+
+    mutable PictureCache cache_;
+    mutable PictureQueue queue_; ///< after what its thread stores into
 };
 
 } // namespace corvid

@@ -233,7 +233,7 @@ private:
 SessionWorkspace::SessionWorkspace(const DesktopEntries &entries, const Options &options)
     : options_(options),
       icons_(desktopsettings::iconTheme, {iconBaseFolders(), {u"/usr/share/pixmaps"_s}},
-             options.devicePixelRatio),
+             options.devicePixelRatio, options.pictureProgram),
       running_(entries, options.displays) {}
 
 void SessionWorkspace::inBackground(const Completion &done,

@@ -31,6 +31,8 @@ public:
         std::function<QByteArray()> activationToken;
         /** For which icons are drawn: the highest of the screens. */
         qreal devicePixelRatio = 1;
+        /** What draws icons for the first time, see IconLoader. */
+        QString pictureProgram{};
     };
 
     /** `entries` must outlive this. */
@@ -38,6 +40,9 @@ public:
 
     /** Begins to watch what runs; until then nothing does. Once. */
     void start() { running_.start(); }
+
+    /** Nobody waits for an icon from now on: the program is about to end. */
+    void endIcons() { icons_.end(); }
 
     const QSet<QString> &runningApplications() const override { return running_.ids(); }
     Image icon(const QString &path) const override { return icons_.icon(path); }

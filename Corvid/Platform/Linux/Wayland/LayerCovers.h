@@ -9,6 +9,7 @@
 #include <vector>
 
 class QScreen;
+class QWindow;
 
 namespace corvid {
 
