@@ -1,6 +1,7 @@
 #include "Platform/Linux/Bus/Portal.h"
 
 #include <QDBusArgument>
+#include <QDBusError>
 
 #include <utility>
 
@@ -10,7 +11,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr quint32 endedOtherwise = 2; // than by the user's choice
 constexpr auto requestInterface = "org.freedesktop.portal.Request"_L1;
 
 } // namespace
@@ -19,11 +19,10 @@ Portal::Portal(const QDBusConnection &bus) : BusPeer(bus, name) {
     listen({}, requestInterface, u"Response"_s, [this](const QDBusMessage &response) {
         if (response.path() != requestPath_)
             return;
-        if (response.signature() == "ua{sv}"_L1)
-            respond(response.arguments()[0].toUInt(),
-                    qdbus_cast<QVariantMap>(response.arguments()[1]));
+        if (response.signature() == "ua{sv}"_L1 && response.arguments()[0].toUInt() == 0)
+            respond(Outcome::Granted, qdbus_cast<QVariantMap>(response.arguments()[1]));
         else
-            respond(endedOtherwise, {});
+            respond(Outcome::Refused, {});
     });
 }
 
@@ -38,8 +37,13 @@ void Portal::request(const QString &interface, const QString &member, QVariantLi
     send(
         method(path, interface, member, arguments),
         [this, number = requests_](const QDBusMessage &reply) {
-            if (reply.type() != QDBusMessage::ReplyMessage && number == requests_)
-                respond(std::nullopt, {});
+            if (reply.type() == QDBusMessage::ReplyMessage || number != requests_)
+                return;
+            const QDBusError::ErrorType error = QDBusError(reply).type();
+            const bool unknown = error == QDBusError::UnknownMethod ||
+                                 error == QDBusError::UnknownInterface ||
+                                 error == QDBusError::UnknownObject;
+            respond(unknown ? Outcome::Unknown : Outcome::Failed, {});
         },
         timeoutMs);
 }
@@ -49,9 +53,9 @@ void Portal::withdrawRequest() {
         send(method(requestPath_, requestInterface, u"Close"_s));
 }
 
-void Portal::respond(std::optional<quint32> code, const QVariantMap &results) {
+void Portal::respond(Outcome outcome, const QVariantMap &results) {
     if (const Responded responded = std::exchange(responded_, nullptr))
-        responded(code, results);
+        responded(outcome, results);
 }
 
 } // namespace corvid

@@ -67,9 +67,11 @@ void PortalFolderDialog::ask(const QString &window, const QString &prompt) {
                               {u"modal"_s, true},
                               {u"directory"_s, true},
                               {u"multiple"_s, true}};
-    const auto responded = [this](std::optional<quint32> code, const QVariantMap &results) {
-        if (code)
-            finish(code == 0 ? pathsIn(results) : QStringList());
+    const auto responded = [this](Portal::Outcome outcome, const QVariantMap &results) {
+        if (outcome == Portal::Outcome::Granted)
+            finish(pathsIn(results));
+        else if (outcome == Portal::Outcome::Refused)
+            finish(QStringList());
         else
             finish(std::nullopt);
     };
