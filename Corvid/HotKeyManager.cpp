@@ -27,7 +27,7 @@ constexpr Modifier modifierTable[]{
 } // namespace
 
 HotKeyManager::~HotKeyManager() {
-    onObtainedChange = nullptr;
+    onAnswerChange = nullptr;
     unregister();
 }
 
@@ -59,10 +59,10 @@ void HotKeyManager::grab() {
             backend_.dealtWith(time, nextKeys_);
         });
     };
-    const auto answered = [=, this, releases = releases_](bool obtained) {
+    const auto answered = [=, this, releases = releases_](HotKeyAnswer answer) {
         later([=, this] {
             if (releases == releases_)
-                setObtained(obtained);
+                setAnswer(answer);
         });
     };
     backend_.grab(*registered_, {pressed, answered});
@@ -91,12 +91,12 @@ void HotKeyManager::resume() {
 void HotKeyManager::release() {
     ++releases_;
     backend_.release();
-    setObtained(std::nullopt);
+    setAnswer(std::nullopt);
 }
 
-void HotKeyManager::setObtained(std::optional<bool> obtained) {
-    if (obtained != std::exchange(obtained_, obtained) && onObtainedChange)
-        onObtainedChange();
+void HotKeyManager::setAnswer(std::optional<HotKeyAnswer> answer) {
+    if (answer != std::exchange(answer_, answer) && onAnswerChange)
+        onAnswerChange();
 }
 
 quint32 HotKeyManager::carbonFlags(ModifierFlags flags) {

@@ -48,12 +48,12 @@ public:
     /** What is registered, also while it is paused. */
     const std::optional<HotKey> &registered() const { return registered_; }
 
-    /** Whether the registered combination could be had; absent while that is not known yet or
-        nothing is registered. */
-    std::optional<bool> obtained() const { return obtained_; }
+    /** Whether the registered combination could be had, or why not; absent while that is not known
+        yet or nothing is registered. */
+    std::optional<HotKeyAnswer> answer() const { return answer_; }
 
-    /** Called when obtained() has changed; not from the destructor. */
-    std::function<void()> onObtainedChange;
+    /** Called when answer() has changed; not from the destructor. */
+    std::function<void()> onAnswerChange;
 
     /** The time of the press that the handler was last called for, in the window system's own
         milliseconds; 0 when there was none or it has no time. Focus is asked for with it. */
@@ -68,7 +68,7 @@ public:
 private:
     void grab();
     void release();
-    void setObtained(std::optional<bool> obtained);
+    void setAnswer(std::optional<HotKeyAnswer> answer);
 
     inline static HotKeyBackend *sharedBackend_ = nullptr;
 
@@ -76,7 +76,7 @@ private:
     std::optional<HotKey> registered_;
     Handler handler_;
     bool paused_ = false;
-    std::optional<bool> obtained_;
+    std::optional<HotKeyAnswer> answer_;
     quint32 lastPressTime_ = 0;
     NextKeys nextKeys_ = NextKeys::WhoHasTheKeyboard; ///< after the press being handled
     quint64 releases_ = 0; ///< so that an answer to what was released since is recognized

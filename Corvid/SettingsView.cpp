@@ -37,6 +37,33 @@ constexpr int sectionGap = 14;
 constexpr int saveBarPadding = 10;
 constexpr int fieldGap = 8;
 
+/** Why a hot key of this name cannot be had, and what to do; empty for one that can. */
+QString hintFor(HotKeyAnswer answer, const QString &name) {
+    const QString bind =
+        u"Bind the command \"corvid --toggle\" to a key in the desktop's settings"_s;
+    const QString another = u", or try another combination here."_s;
+    switch (answer) {
+    case HotKeyAnswer::Obtained:
+        break;
+    case HotKeyAnswer::Taken:
+        return u"The desktop does not give Corvid %1. "_s.arg(name) + bind + another;
+    case HotKeyAnswer::NoPortal:
+        return u"No portal runs here that could give Corvid %1. "_s.arg(name) + bind + u'.';
+    case HotKeyAnswer::NotOffered:
+        return u"This desktop gives no program a hot key. "_s + bind + u'.';
+    case HotKeyAnswer::Refused:
+        return u"The desktop has refused Corvid %1. "_s.arg(name) + bind + another;
+    case HotKeyAnswer::WithoutKey:
+        return u"The desktop has no key for \"Show or hide Corvid\". Choose one among the "
+               "shortcuts in the desktop's settings"_s +
+               another;
+    case HotKeyAnswer::Silent:
+        return u"The desktop has not answered yet whether Corvid may have %1. "_s.arg(name) + bind +
+               another;
+    }
+    return {};
+}
+
 } // namespace
 
 SettingsView::SettingsView(Environment environment)
@@ -79,12 +106,12 @@ SettingsView::SettingsView(Environment environment)
     whole->addWidget(scrollArea_, 1);
     whole->addLayout(saveBar);
 
-    environment_.hotKeys.onObtainedChange = [this] { showHotkeyHint(); };
+    environment_.hotKeys.onAnswerChange = [this] { showHotkeyHint(); };
     showRecording();
 }
 
 SettingsView::~SettingsView() {
-    environment_.hotKeys.onObtainedChange = nullptr;
+    environment_.hotKeys.onAnswerChange = nullptr;
 }
 
 void SettingsView::present() {
@@ -250,15 +277,13 @@ void SettingsView::showRecording() {
 
 void SettingsView::showHotkeyHint() {
     const std::optional<HotKey> hotKey = environment_.hotKeys.registered();
-    const bool refused = hotKey && environment_.hotKeys.obtained() == false;
-    if (refused) {
-        const QString name = HotKeyManager::describe(hotKey->keyCode, hotKey->modifiers).trimmed();
-        setCaption(hotkeyHint_,
-                   u"The desktop does not give Corvid "_s + name +
-                       u". Bind the command \"corvid --toggle\" to a key in the desktop's "
-                       "settings, or try another combination here."_s);
-    }
-    hotkeyHint_->setVisible(refused);
+    const std::optional<HotKeyAnswer> answer = environment_.hotKeys.answer();
+    QString hint;
+    if (hotKey && answer)
+        hint =
+            hintFor(*answer, HotKeyManager::describe(hotKey->keyCode, hotKey->modifiers).trimmed());
+    setCaption(hotkeyHint_, hint);
+    hotkeyHint_->setVisible(!hint.isEmpty());
 }
 
 void SettingsView::showEvent(QShowEvent *event) {

@@ -97,7 +97,7 @@ TEST(HotKeyFlagsTest, capsLockFunctionAndKeypadAreIgnored) {
 
 TEST_F(HotKeyManagerTest, nothingIsGrabbedAtFirst) {
     EXPECT_TRUE(backend.grabs.empty());
-    EXPECT_EQ(manager.obtained(), std::nullopt);
+    EXPECT_EQ(manager.answer(), std::nullopt);
     EXPECT_EQ(manager.lastPressTime(), 0U);
 }
 
@@ -223,23 +223,23 @@ TEST_F(HotKeyManagerTest, itCanRegisterAgainAfterUnregistering) {
 
 TEST_F(HotKeyManagerTest, whetherTheCombinationCouldBeHadIsKnownOnceTheBackendSaysSo) {
     manager.registerHotKey(49, 0x800, [] {});
-    EXPECT_EQ(manager.obtained(), std::nullopt);
-    backend.callbacks.answered(false);
+    EXPECT_EQ(manager.answer(), std::nullopt);
+    backend.callbacks.answered(HotKeyAnswer::Taken);
     runLoop();
-    EXPECT_EQ(manager.obtained(), false);
-    backend.callbacks.answered(true);
+    EXPECT_EQ(manager.answer(), HotKeyAnswer::Taken);
+    backend.callbacks.answered(HotKeyAnswer::Obtained);
     runLoop();
-    EXPECT_EQ(manager.obtained(), true);
+    EXPECT_EQ(manager.answer(), HotKeyAnswer::Obtained);
     manager.unregister();
-    EXPECT_EQ(manager.obtained(), std::nullopt);
+    EXPECT_EQ(manager.answer(), std::nullopt);
 }
 
 TEST_F(HotKeyManagerTest, anAnswerToAnEarlierRegistrationIsNotTakenForTheLatest) {
     manager.registerHotKey(49, 0x800, [] {});
-    backend.callbacks.answered(false);
+    backend.callbacks.answered(HotKeyAnswer::Taken);
     manager.registerHotKey(40, 0x100, [] {});
     runLoop();
-    EXPECT_EQ(manager.obtained(), std::nullopt);
+    EXPECT_EQ(manager.answer(), std::nullopt);
 }
 
 TEST(HotKeyManagerLifetimeTest, destroyingItReleasesAndDropsPressesOnTheirWay) {
@@ -317,17 +317,18 @@ TEST_F(HotKeyManagerTest, aPauseWithoutAHotKeyIsNone) {
     EXPECT_EQ(backend.releases, 1);
 }
 
-TEST_F(HotKeyManagerTest, whetherItIsObtainedIsTold) {
-    std::vector<std::optional<bool>> told;
-    manager.onObtainedChange = [&] { told.push_back(manager.obtained()); };
+TEST_F(HotKeyManagerTest, whatBecameOfItIsTold) {
+    std::vector<std::optional<HotKeyAnswer>> told;
+    manager.onAnswerChange = [&] { told.push_back(manager.answer()); };
     manager.registerHotKey(40, 0x100, [] {});
-    backend.callbacks.answered(false);
+    backend.callbacks.answered(HotKeyAnswer::Taken);
     runLoop();
-    backend.callbacks.answered(false);
+    backend.callbacks.answered(HotKeyAnswer::Taken);
     runLoop();
     manager.pause();
     manager.resume();
-    backend.callbacks.answered(true);
+    backend.callbacks.answered(HotKeyAnswer::Obtained);
     runLoop();
-    EXPECT_EQ(told, (std::vector<std::optional<bool>>{false, std::nullopt, true}));
+    EXPECT_EQ(told, (std::vector<std::optional<HotKeyAnswer>>{HotKeyAnswer::Taken, std::nullopt,
+                                                              HotKeyAnswer::Obtained}));
 }

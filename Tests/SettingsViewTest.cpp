@@ -93,6 +93,13 @@ protected:
                 return true;
         return false;
     }
+    /** The whole text that begins like this; empty when none does. */
+    QString saysMoreThan(const QString &beginning) {
+        for (const QLabel *label : visible<QLabel>())
+            if (const QString text = shown(label->text()); text.startsWith(beginning))
+                return text;
+        return {};
+    }
     QStringList rows() {
         QStringList result;
         for (const ElidedLabel *label : visible<ElidedLabel>())
@@ -490,21 +497,46 @@ TEST_F(SettingsViewTest, aFormThatIsDestroyedWhileRecordingLeavesKeysAlone) {
 
 TEST_F(SettingsViewTest, aHotKeyThatCannotBeHadIsSaidWithTheOtherWay) {
     show();
-    backend.callbacks.answered(false);
+    backend.callbacks.answered(HotKeyAnswer::Taken);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
     EXPECT_TRUE(says(u"The desktop does not give Corvid ⌥ Space. Bind the command "
                      "\"corvid --toggle\" to a key in the desktop's settings, or try another "
                      "combination here."_s));
-    backend.callbacks.answered(true);
+    backend.callbacks.answered(HotKeyAnswer::Obtained);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
     EXPECT_FALSE(hints());
     window->close();
-    backend.callbacks.answered(false);
+    backend.callbacks.answered(HotKeyAnswer::Taken);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
     window->present();
     EXPECT_TRUE(hints());
     window->startRecording();
     EXPECT_FALSE(hints()) << "about to be another";
+}
+
+TEST_F(SettingsViewTest, whyThereIsNoHotKeyIsSaid) {
+    struct Row {
+        HotKeyAnswer answer;
+        QString reason;
+        bool mayTryAnother;
+    };
+    const Row rows[]{
+        {HotKeyAnswer::Taken, u"The desktop does not give Corvid ⌥ Space."_s, true},
+        {HotKeyAnswer::NoPortal, u"No portal runs here that could give Corvid ⌥ Space."_s, false},
+        {HotKeyAnswer::NotOffered, u"This desktop gives no program a hot key."_s, false},
+        {HotKeyAnswer::Refused, u"The desktop has refused Corvid ⌥ Space."_s, true},
+        {HotKeyAnswer::WithoutKey, u"The desktop has no key for \"Show or hide Corvid\"."_s, true},
+        {HotKeyAnswer::Silent,
+         u"The desktop has not answered yet whether Corvid may have ⌥ Space."_s, true},
+    };
+    show();
+    for (const Row &row : rows) {
+        backend.callbacks.answered(row.answer);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
+        const QString hint = saysMoreThan(row.reason);
+        EXPECT_FALSE(hint.isEmpty()) << qPrintable(row.reason);
+        EXPECT_EQ(hint.contains(u"another combination"_s), row.mayTryAnother) << qPrintable(hint);
+    }
 }
 
 TEST_F(SettingsViewTest, withoutAHotKeyNothingIsSaidOfIt) {

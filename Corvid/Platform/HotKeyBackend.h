@@ -35,6 +35,17 @@ struct HotKey {
     bool operator==(const HotKey &) const = default;
 };
 
+/** What became of a combination that was asked for. */
+enum class HotKeyAnswer {
+    Obtained,
+    Taken,      ///< another program has it
+    NoPortal,   ///< only a portal could give it, and there is none
+    NotOffered, ///< nothing here gives such a key to programs, or no key is meant
+    Refused,    ///< by the portal or the user
+    WithoutKey, ///< it was granted, but the desktop has no key for it
+    Silent,     ///< the portal has not answered for long; it still may
+};
+
 /** Where the keys go that are pressed after the hot key. */
 enum class NextKeys {
     WhoHasTheKeyboard,
@@ -52,8 +63,8 @@ public:
         /** Once for each time the key goes down, however long it is held. The time is the window
             system's own, in milliseconds; 0 when it tells none. */
         std::function<void(quint32 time)> pressed;
-        /** Whether the combination could be had; again when it is lost or regained. */
-        std::function<void(bool obtained)> answered;
+        /** Whether the combination could be had; again whenever that changes. */
+        std::function<void(HotKeyAnswer answer)> answered;
     };
 
     /** Asks for a combination in place of the one before. */

@@ -92,7 +92,7 @@ int main(int argc, char **argv) {
         window.stopRecording();
         scene(u"settings-thirty-folders"_s, At::Bottom);
         hotKeys.registerHotKey(49, 0x900, [] {});
-        backend.callbacks.answered(false);
+        backend.callbacks.answered(HotKeyAnswer::Taken);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
         scene(u"settings-hot-key-taken"_s, At::Top);
         hotKeys.unregister();

@@ -2,12 +2,14 @@
 //
 //   corvid_shortcuts_portal [<manner>...]
 //
-// prints a line for each call: the method and what matters of its arguments. Its manners:
+// prints a line for each call: the method and what matters of its arguments. It is as strict as
+// the strictest: a program tells who it is before anything else and once, and a session is bound
+// once. Its manners:
 //
 //   --hangs            answers no call at all
 //   --keeps-silent     answers the calls, but never tells what became of BindShortcuts
 //   --refuses          BindShortcuts was not allowed by the user
-//   --refuses-session  CreateSession is an error
+//   --refuses-session  CreateSession is not allowed
 //   --without          has no global shortcuts
 //   --without-key      gives the shortcut no key
 //   --tells-no-key     does not tell which key it is
@@ -18,6 +20,7 @@
 //
 //   press [<token>] | release      the shortcut's key goes down, up
 //   press-other                    keys of another shortcut and of another program go down
+//   answer                         what became of BindShortcuts
 //   keys [<key>]                   the shortcut has this key now, or none
 //   close                          the session is over
 //
@@ -44,6 +47,9 @@ std::mutex mutex;    // of what follows
 std::string session; // its path
 std::string shortcut;
 std::string client;
+std::string bindToken;         // of the latest BindShortcuts
+std::set<std::string> clients; // that have said anything
+std::set<std::string> bound;   // sessions
 
 bool has(const char *manner) {
     return manners.count(manner) > 0;
@@ -90,17 +96,32 @@ std::string described(GVariant *shortcuts) {
     return result;
 }
 
-void respond(GDBusConnection *bus, GVariant *options, guint32 code, GVariantBuilder *results) {
+void respond(GDBusConnection *bus, const std::string &token, guint32 code,
+             GVariantBuilder *results) {
     std::string sender = client.substr(1);
     for (char &c : sender)
         c = c == '.' ? '_' : c;
-    emit(bus,
-         std::string(desktopPath) + "/request/" + sender + '/' + option(options, "handle_token"),
+    emit(bus, std::string(desktopPath) + "/request/" + sender + '/' + token,
          "org.freedesktop.portal.Request", "Response", g_variant_new("(ua{sv})", code, results));
 }
 
-// Whether the call is allowed; the response is sent before the reply.
-bool handle(GDBusConnection *bus, const std::string &method, GVariant *body) {
+void answerBinding(GDBusConnection *bus) {
+    const char *key = "Alt+K";
+    if (has("--tells-no-key"))
+        key = nullptr;
+    else if (has("--without-key"))
+        key = "";
+    GVariantBuilder results;
+    g_variant_builder_init(&results, G_VARIANT_TYPE_VARDICT);
+    g_variant_builder_add(&results, "{sv}", "shortcuts", listed(key));
+    respond(bus, bindToken, has("--refuses") ? 1 : 0, &results);
+}
+
+// The error that a call is answered with, if any; the response is sent before the reply.
+const char *handle(GDBusConnection *bus, const std::string &method, GVariant *body) {
+    constexpr const char *unknown = "org.freedesktop.DBus.Error.UnknownMethod";
+    constexpr const char *notAllowed = "org.freedesktop.portal.Error.NotAllowed";
+    const bool isFirst = clients.insert(client).second;
     GVariantBuilder results;
     g_variant_builder_init(&results, G_VARIANT_TYPE_VARDICT);
     GVariant *options = nullptr;
@@ -109,7 +130,9 @@ bool handle(GDBusConnection *bus, const std::string &method, GVariant *body) {
         g_variant_get(body, "(&sa{sv})", &id, nullptr);
         say("Register " + std::string(id));
         g_variant_builder_clear(&results);
-        return !has("--knows-nobody");
+        if (has("--knows-nobody"))
+            return unknown;
+        return isFirst ? nullptr : notAllowed;
     }
     if (method == "CreateSession") {
         g_variant_get(body, "(@a{sv})", &options);
@@ -121,13 +144,16 @@ bool handle(GDBusConnection *bus, const std::string &method, GVariant *body) {
                               g_variant_new_string(session.c_str()));
         if (early)
             g_variant_unref(early);
-        const bool allowed = !has("--refuses-session") && !has("--without");
-        if (allowed)
-            respond(bus, options, 0, &results);
-        else
+        const char *error = has("--refuses-session") || isFirst ? notAllowed : nullptr;
+        if (has("--without"))
+            error = unknown;
+        bound.erase(session);
+        if (error)
             g_variant_builder_clear(&results);
+        else
+            respond(bus, option(options, "handle_token"), 0, &results);
         g_variant_unref(options);
-        return allowed;
+        return error;
     }
     if (method == "BindShortcuts") {
         const char *path = nullptr;
@@ -136,21 +162,18 @@ bool handle(GDBusConnection *bus, const std::string &method, GVariant *body) {
         say("BindShortcuts " + described(list));
         shortcut = described(list);
         shortcut.resize(shortcut.find(' '));
-        g_variant_builder_add(&results, "{sv}", "shortcuts",
-                              listed(has("--tells-no-key")  ? nullptr
-                                     : has("--without-key") ? ""
-                                                            : "Alt+K"));
-        if (has("--keeps-silent"))
-            g_variant_builder_clear(&results);
-        else
-            respond(bus, options, has("--refuses") ? 1 : 0, &results);
+        bindToken = option(options, "handle_token");
+        const bool isAgain = !bound.insert(path).second;
+        if (!isAgain && !has("--keeps-silent"))
+            answerBinding(bus);
         g_variant_unref(list);
         g_variant_unref(options);
-        return true;
+        g_variant_builder_clear(&results);
+        return isAgain ? notAllowed : nullptr;
     }
     g_variant_builder_clear(&results);
     say(method);
-    return true;
+    return nullptr;
 }
 
 GDBusMessage *filter(GDBusConnection *bus, GDBusMessage *message, gboolean incoming,
@@ -165,12 +188,11 @@ GDBusMessage *filter(GDBusConnection *bus, GDBusMessage *message, gboolean incom
     if (method == "Close")
         method =
             std::string(g_str_has_suffix(interface, "Session") ? "Session" : "Request") + ".Close";
-    const bool allowed = handle(bus, method, g_dbus_message_get_body(message));
+    const char *error = handle(bus, method, g_dbus_message_get_body(message));
     if (!has("--hangs")) {
         GDBusMessage *reply =
-            allowed ? g_dbus_message_new_method_reply(message)
-                    : g_dbus_message_new_method_error_literal(
-                          message, "org.freedesktop.DBus.Error.UnknownMethod", "No such method");
+            error ? g_dbus_message_new_method_error_literal(message, error, "Not so")
+                  : g_dbus_message_new_method_reply(message);
         g_dbus_connection_send_message(bus, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
                                        nullptr);
         g_object_unref(reply);
@@ -205,6 +227,8 @@ void obey(GDBusConnection *bus, const std::string &line) {
         emit(bus, desktopPath, shortcutsInterface, "Deactivated",
              g_variant_new("(osta{sv})", session.c_str(), shortcut.c_str(), guint64{1} << 40,
                            nullptr));
+    } else if (command == "answer") {
+        answerBinding(bus);
     } else if (command == "keys") {
         emit(bus, desktopPath, shortcutsInterface, "ShortcutsChanged",
              g_variant_new("(o@a(sa{sv}))", session.c_str(), listed(argument.c_str())));

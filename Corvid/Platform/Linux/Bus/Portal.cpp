@@ -2,6 +2,8 @@
 
 #include "Platform/Linux/Bus/PortalReplies.h"
 
+#include <QDBusError>
+
 #include <utility>
 
 namespace corvid {
@@ -19,7 +21,7 @@ Portal::Portal(const QDBusConnection &bus) : BusPeer(bus, name) {
         if (response.path() != requestPath_)
             return;
         const PortalResponse said = responseIn(response);
-        respond(said.code, said.results);
+        respond(said.code == 0 ? Outcome::Granted : Outcome::Refused, said.results);
     });
 }
 
@@ -34,8 +36,13 @@ void Portal::request(const QString &interface, const QString &member, QVariantLi
     send(
         method(path, interface, member, arguments),
         [this, number = requests_](const QDBusMessage &reply) {
-            if (reply.type() != QDBusMessage::ReplyMessage && number == requests_)
-                respond(std::nullopt, {});
+            if (reply.type() == QDBusMessage::ReplyMessage || number != requests_)
+                return;
+            const QDBusError::ErrorType error = QDBusError(reply).type();
+            const bool unknown = error == QDBusError::UnknownMethod ||
+                                 error == QDBusError::UnknownInterface ||
+                                 error == QDBusError::UnknownObject;
+            respond(unknown ? Outcome::Unknown : Outcome::Failed, {});
         },
         timeoutMs);
 }
@@ -45,9 +52,9 @@ void Portal::withdrawRequest() {
         send(method(requestPath_, requestInterface, u"Close"_s));
 }
 
-void Portal::respond(std::optional<quint32> code, const QVariantMap &results) {
+void Portal::respond(Outcome outcome, const QVariantMap &results) {
     if (const Responded responded = std::exchange(responded_, nullptr))
-        responded(code, results);
+        responded(outcome, results);
 }
 
 } // namespace corvid

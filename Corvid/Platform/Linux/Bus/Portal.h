@@ -7,9 +7,14 @@ namespace corvid {
 /** The desktop's portal. Main thread only, never waits. */
 class Portal final : public BusPeer {
 public:
-    /** What became of a request. The code is 0 when it was granted, and absent when the portal did
-        not even take it. */
-    using Responded = std::function<void(std::optional<quint32> code, const QVariantMap &results)>;
+    /** What became of a request. */
+    enum class Outcome {
+        Granted,
+        Refused, ///< by the user, or it ended otherwise
+        Unknown, ///< the portal has no such method
+        Failed,  ///< the portal did not take it
+    };
+    using Responded = std::function<void(Outcome outcome, const QVariantMap &results)>;
 
     static constexpr QLatin1StringView name{"org.freedesktop.portal.Desktop"};
     /** Of the object that has all but requests and sessions. */
@@ -29,7 +34,7 @@ public:
     void withdrawRequest();
 
 private:
-    void respond(std::optional<quint32> code, const QVariantMap &results);
+    void respond(Outcome outcome, const QVariantMap &results);
 
     quint64 requests_ = 0; ///< so far
     QString requestPath_;  ///< of the latest

@@ -57,9 +57,11 @@ void PortalFolderDialog::ask(const QString &window, const QString &prompt) {
                               {u"modal"_s, true},
                               {u"directory"_s, true},
                               {u"multiple"_s, true}};
-    const auto responded = [this](std::optional<quint32> code, const QVariantMap &results) {
-        if (code)
-            finish(code == 0 ? foldersIn(results) : QStringList());
+    const auto responded = [this](Portal::Outcome outcome, const QVariantMap &results) {
+        if (outcome == Portal::Outcome::Granted)
+            finish(foldersIn(results));
+        else if (outcome == Portal::Outcome::Refused)
+            finish(QStringList());
         else
             finish(std::nullopt);
     };

@@ -23,9 +23,13 @@ constexpr auto sessionToken = "corvid"_L1;
 
 } // namespace
 
-PortalHotKeys::PortalHotKeys(TokenReceiver receiveToken, std::chrono::milliseconds longestRepeat)
+PortalHotKeys::PortalHotKeys(TokenReceiver receiveToken, std::chrono::milliseconds longestRepeat,
+                             std::chrono::milliseconds patience)
     : receiveToken_(std::move(receiveToken)), longestRepeat_(longestRepeat) {
     registerPortalShortcuts();
+    patience_.setSingleShot(true);
+    patience_.setInterval(patience);
+    patience_.callOnTimeout([this] { answer(HotKeyAnswer::Silent); });
 }
 
 PortalHotKeys::~PortalHotKeys() {
@@ -47,6 +51,7 @@ void PortalHotKeys::want(const std::optional<HotKey> &hotKey, Callbacks callback
     callbacks_ = std::move(callbacks);
     asked_ = false;
     told_.reset();
+    awaitAnswer();
     if (portal_) {
         goOn();
     } else if (hotKey) {
@@ -82,18 +87,21 @@ void PortalHotKeys::listen() {
     on(u"ShortcutsChanged"_s, [this](const QDBusMessage &signal) {
         if (signal.signature() == "oa(sa{sv})"_L1 && state_ == State::Bound &&
             handleOf(signal.arguments()[0]) == session_)
-            answer(shortcutHasKey(signal.arguments()[1], id()));
+            answerShortcuts(signal.arguments()[1]);
     });
     portal_->listen({}, sessionInterface, u"Closed"_s, [this](const QDBusMessage &signal) {
-        if (!session_.isEmpty() && signal.path() == session_)
+        if (!session_.isEmpty() && signal.path() == session_) {
+            if (asked_)
+                answer(HotKeyAnswer::Refused);
             becomeIdle();
+        }
     });
 }
 
 // Does what is to be done next, unless something is under way that comes here when it is done.
 void PortalHotKeys::goOn() {
     if (state_ == State::Absent)
-        answer(false);
+        answer(HotKeyAnswer::NoPortal);
     else if (state_ == State::Idle && wanted_ && !asked_)
         createSession();
     else if ((state_ == State::Binding || state_ == State::Bound) && !asked_)
@@ -113,6 +121,7 @@ void PortalHotKeys::startPortal() {
 void PortalHotKeys::portalAppeared() {
     portal_->forgetCalls();
     state_ = State::Busy;
+    awaitAnswer();
     // Older portals find it out by themselves, and have no such interface.
     const auto greeting = portal_->method(Portal::path, registryInterface, u"Register"_s,
                                           {applicationId, QVariantMap()});
@@ -125,7 +134,7 @@ void PortalHotKeys::portalVanished() {
     session_.clear();
     asked_ = false;
     const State before = std::exchange(state_, State::Absent);
-    answer(false);
+    answer(HotKeyAnswer::NoPortal);
     // It may have crashed, and nobody else may need it soon. One that leaves us without a shortcut
     // is left alone, or we would start it again and again.
     if (before == State::Bound)
@@ -136,7 +145,7 @@ void PortalHotKeys::createSession() {
     asked_ = true;
     const std::optional<QString> trigger = triggerFor(*wanted_);
     if (!trigger) {
-        answer(false);
+        answer(HotKeyAnswer::NotOffered);
         return;
     }
     trigger_ = *trigger;
@@ -145,8 +154,14 @@ void PortalHotKeys::createSession() {
     // The first portals wanted the shortcuts here.
     const QVariantMap options{{u"session_handle_token"_s, sessionToken},
                               {u"shortcuts"_s, shortcuts()}};
-    const auto responded = [this](std::optional<quint32> code, const QVariantMap &results) {
-        session_ = code == 0 ? handleOf(results.value(u"session_handle"_s)) : QString();
+    const auto responded = [this](Portal::Outcome outcome, const QVariantMap &results) {
+        session_ = outcome == Portal::Outcome::Granted
+                       ? handleOf(results.value(u"session_handle"_s))
+                       : QString();
+        if (asked_ && outcome == Portal::Outcome::Unknown)
+            answer(HotKeyAnswer::NotOffered);
+        else if (asked_ && session_.isEmpty())
+            answer(HotKeyAnswer::Refused);
         if (session_.isEmpty())
             becomeIdle();
         else if (asked_)
@@ -161,12 +176,12 @@ void PortalHotKeys::bindShortcut() {
     state_ = State::Binding;
     const QVariantList arguments{QVariant::fromValue(QDBusObjectPath(session_)), shortcuts(),
                                  u""_s};
-    const auto responded = [this](std::optional<quint32> code, const QVariantMap &results) {
-        if (code == 0) {
+    const auto responded = [this](Portal::Outcome outcome, const QVariantMap &results) {
+        if (outcome == Portal::Outcome::Granted) {
             state_ = State::Bound;
-            answer(shortcutHasKey(results.value(u"shortcuts"_s), id()));
+            answerShortcuts(results.value(u"shortcuts"_s));
         } else {
-            answer(false);
+            answer(HotKeyAnswer::Refused);
             closeSession();
         }
     };
@@ -185,8 +200,6 @@ void PortalHotKeys::becomeIdle() {
     portal_->forgetRequest();
     session_.clear();
     state_ = State::Idle;
-    if (asked_)
-        answer(false);
     goOn();
 }
 
@@ -205,7 +218,7 @@ std::optional<QString> PortalHotKeys::triggerFor(const HotKey &hotKey) {
 }
 
 void PortalHotKeys::press(const QByteArray &token) {
-    answer(true); // whatever was said of it
+    answer(HotKeyAnswer::Obtained); // whatever was said of it
     const auto now = steady_clock::now();
     const bool again = lastPress_ && now - *lastPress_ < longestRepeat_;
     lastPress_ = now;
@@ -218,11 +231,23 @@ void PortalHotKeys::press(const QByteArray &token) {
     callbacks_.pressed(0);
 }
 
-void PortalHotKeys::answer(bool obtained) {
-    if (wanted_ && told_ != obtained) {
-        told_ = obtained;
-        callbacks_.answered(obtained);
+void PortalHotKeys::awaitAnswer() {
+    if (wanted_)
+        patience_.start();
+    else
+        patience_.stop();
+}
+
+void PortalHotKeys::answer(HotKeyAnswer answer) {
+    patience_.stop();
+    if (wanted_ && told_ != answer) {
+        told_ = answer;
+        callbacks_.answered(answer);
     }
+}
+
+void PortalHotKeys::answerShortcuts(const QVariant &list) {
+    answer(shortcutHasKey(list, id()) ? HotKeyAnswer::Obtained : HotKeyAnswer::WithoutKey);
 }
 
 bool PortalHotKeys::isOurs(const PortalKeyEvent &event) const {

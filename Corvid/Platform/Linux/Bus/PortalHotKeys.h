@@ -4,6 +4,7 @@
 #include "Platform/Linux/Bus/Portal.h"
 
 #include <QByteArray>
+#include <QTimer>
 
 #include <chrono>
 #include <functional>
@@ -33,13 +34,17 @@ public:
     /** How far the repeated presses of a held key are apart at most. Some portals tell these like
         the first, and a release might get lost. */
     static constexpr std::chrono::milliseconds usualRepeat{2'000};
+    /** After which a portal that has not answered is said to be silent. It starts with the session,
+        which may take its time. */
+    static constexpr std::chrono::milliseconds usualPatience{10'000};
 
     /** A combination as desktops write it for their global shortcuts: "ALT+space", the key by the
         name of its symbol on a US keyboard. Absent for key codes that no key has. */
     static std::optional<QString> triggerFor(const HotKey &hotKey);
 
     explicit PortalHotKeys(TokenReceiver receiveToken = nullptr,
-                           std::chrono::milliseconds longestRepeat = usualRepeat);
+                           std::chrono::milliseconds longestRepeat = usualRepeat,
+                           std::chrono::milliseconds patience = usualPatience);
     ~PortalHotKeys() override;
 
     void grab(const HotKey &hotKey, Callbacks callbacks) override;
@@ -66,7 +71,9 @@ private:
     void closeSession();
     void becomeIdle();
     void press(const QByteArray &token);
-    void answer(bool obtained);
+    void awaitAnswer();
+    void answer(HotKeyAnswer answer);
+    void answerShortcuts(const QVariant &list);
     bool isOurs(const PortalKeyEvent &event) const;
     QString id() const;
     QVariant shortcuts() const;
@@ -79,11 +86,12 @@ private:
     State state_ = State::Absent;
     std::optional<std::chrono::steady_clock::time_point> lastPress_; ///< while held
     std::optional<HotKey> wanted_;
-    Callbacks callbacks_;      ///< of what is wanted
-    bool asked_ = false;       ///< for what is wanted
-    std::optional<bool> told_; ///< of what is wanted
-    QString trigger_;          ///< of the session
-    QString session_;          ///< its path; empty without one
+    Callbacks callbacks_;              ///< of what is wanted
+    bool asked_ = false;               ///< for what is wanted
+    std::optional<HotKeyAnswer> told_; ///< of what is wanted
+    QTimer patience_;                  ///< runs while an answer is awaited
+    QString trigger_;                  ///< of the session
+    QString session_;                  ///< its path; empty without one
 };
 
 } // namespace corvid

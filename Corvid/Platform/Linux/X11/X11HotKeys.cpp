@@ -49,7 +49,10 @@ private:
                 if (auto connection = x11::connectTo(owner_.display_))
                     keyGrab_.emplace(std::move(connection));
             }
-            answer(keyGrab_ && keyGrab_->grab(*wanted));
+            if (keyGrab_)
+                answerGrab(keyGrab_->grab(*wanted));
+            else
+                answer(HotKeyAnswer::NotOffered);
         } else if (changed && keyGrab_) {
             keyGrab_->release();
         }
@@ -74,9 +77,9 @@ private:
             keyGrab_->takeEvents([this](const X11KeyGrab::Press &press) { pressed(press); });
         if (events.connectionLost) {
             keyGrab_.reset();
-            answer(false);
+            answer(HotKeyAnswer::NotOffered);
         } else if (events.regrabbed) {
-            answer(*events.regrabbed);
+            answerGrab(*events.regrabbed);
         }
     }
 
@@ -99,8 +102,12 @@ private:
         });
     }
 
-    void answer(bool obtained) {
-        tell([obtained](const Callbacks &callbacks) { callbacks.answered(obtained); });
+    void answerGrab(bool obtained) {
+        answer(obtained ? HotKeyAnswer::Obtained : HotKeyAnswer::Taken);
+    }
+
+    void answer(HotKeyAnswer answer) {
+        tell([answer](const Callbacks &callbacks) { callbacks.answered(answer); });
     }
 
     // Unless the combination was released or replaced meanwhile.

@@ -36,17 +36,16 @@ public:
                     lastTime = time;
                     ++presses;
                 },
-                [this](bool obtained) {
-                    lastAnswer = obtained;
+                [this](HotKeyAnswer answer) {
+                    lastAnswer = answer;
                     ++answers;
                 }};
     }
-    bool obtained() const {
-        return waitUntil([this] { return answers > 0 && lastAnswer; });
+    /** Whether this becomes its last word. */
+    bool is(HotKeyAnswer answer) const {
+        return waitUntil([&] { return answers > 0 && lastAnswer == answer; });
     }
-    bool refused() const {
-        return waitUntil([this] { return answers > 0 && !lastAnswer; });
-    }
+    bool obtained() const { return is(HotKeyAnswer::Obtained); }
     bool pressed(int times) const {
         return waitUntil([&] { return presses >= times; }) && presses == times;
     }
@@ -54,7 +53,7 @@ public:
     std::atomic<int> presses = 0;
     std::atomic<quint32> lastTime = 1;
     std::atomic<int> answers = 0;
-    std::atomic<bool> lastAnswer = false;
+    std::atomic<HotKeyAnswer> lastAnswer = HotKeyAnswer::Silent;
 };
 
 class PortalHotKeysTest : public ::testing::Test {
@@ -208,7 +207,7 @@ TEST_F(PortalHotKeysTest, aPortalThatDoesNotLetUsTellWhoWeAreIsAskedAllTheSame) 
 TEST_F(PortalHotKeysTest, aRefusedShortcutCouldNotBeHadAndNoSessionIsLeft) {
     ShortcutsPortal portal({u"--refuses"_s});
     grab();
-    EXPECT_TRUE(registration.refused());
+    EXPECT_TRUE(registration.is(HotKeyAnswer::Refused));
     EXPECT_TRUE(portal.hears(u"Session.Close"_s));
     EXPECT_EQ(portal.calls().count(wantsK), 1) << "the user is not asked again and again";
 }
@@ -216,25 +215,25 @@ TEST_F(PortalHotKeysTest, aRefusedShortcutCouldNotBeHadAndNoSessionIsLeft) {
 TEST_F(PortalHotKeysTest, aRefusedSessionCouldNotBeHad) {
     ShortcutsPortal portal({u"--refuses-session"_s});
     grab();
-    EXPECT_TRUE(registration.refused());
+    EXPECT_TRUE(registration.is(HotKeyAnswer::Refused));
 }
 
 TEST_F(PortalHotKeysTest, aPortalWithoutShortcutsGivesNone) {
     ShortcutsPortal portal({u"--without"_s});
     grab();
-    EXPECT_TRUE(registration.refused());
+    EXPECT_TRUE(registration.is(HotKeyAnswer::NotOffered));
     grab(commandJ);
     EXPECT_TRUE(waitUntil([this] { return registration.answers == 2; }));
-    EXPECT_FALSE(registration.lastAnswer);
+    EXPECT_EQ(registration.lastAnswer, HotKeyAnswer::NotOffered);
 }
 
 TEST_F(PortalHotKeysTest, aShortcutThatHasNoKeyCouldNotBeHadUntilItIsPressed) {
     ShortcutsPortal portal({u"--without-key"_s});
     grab();
-    EXPECT_TRUE(registration.refused());
+    EXPECT_TRUE(registration.is(HotKeyAnswer::WithoutKey));
     portal.tell("press");
     EXPECT_TRUE(registration.pressed(1));
-    EXPECT_TRUE(registration.lastAnswer);
+    EXPECT_EQ(registration.lastAnswer, HotKeyAnswer::Obtained);
 }
 
 TEST_F(PortalHotKeysTest, aPortalNeedNotTellTheKey) {
@@ -248,7 +247,7 @@ TEST_F(PortalHotKeysTest, aKeyThatTheUserTakesAwayOrGivesBackIsTold) {
     grab();
     ASSERT_TRUE(registration.obtained());
     portal.tell("keys");
-    EXPECT_TRUE(registration.refused());
+    EXPECT_TRUE(registration.is(HotKeyAnswer::WithoutKey));
     portal.tell("keys Ctrl+Alt+L");
     EXPECT_TRUE(registration.obtained());
     portal.tell("press");
@@ -260,7 +259,7 @@ TEST_F(PortalHotKeysTest, aSessionThatThePortalClosesIsLost) {
     grab();
     ASSERT_TRUE(registration.obtained());
     portal.tell("close");
-    EXPECT_TRUE(registration.refused());
+    EXPECT_TRUE(registration.is(HotKeyAnswer::Refused));
     portal.forget();
     grab(commandJ);
     EXPECT_TRUE(registration.obtained());
@@ -311,7 +310,7 @@ TEST_F(PortalHotKeysTest, aReleasedKeyIsGivenBackAndNoPressArrives) {
 TEST_F(PortalHotKeysTest, aKeyCodeThatNoKeyHasIsNotAskedFor) {
     ShortcutsPortal portal;
     grab({200, HotKey::option});
-    EXPECT_TRUE(registration.refused());
+    EXPECT_TRUE(registration.is(HotKeyAnswer::NotOffered));
     grab();
     EXPECT_TRUE(registration.obtained());
     EXPECT_EQ(portal.calls().filter(u"CreateSession"_s).size(), 1);
@@ -319,7 +318,7 @@ TEST_F(PortalHotKeysTest, aKeyCodeThatNoKeyHasIsNotAskedFor) {
 
 TEST_F(PortalHotKeysTest, withoutAPortalThereIsNoKeyUntilOneStarts) {
     grab();
-    EXPECT_TRUE(registration.refused());
+    EXPECT_TRUE(registration.is(HotKeyAnswer::NoPortal));
     ShortcutsPortal portal;
     EXPECT_TRUE(registration.obtained());
     portal.tell("press");
@@ -338,7 +337,7 @@ TEST_F(PortalHotKeysTest, aPortalThatGoesAndComesIsAskedEachTime) {
         EXPECT_TRUE(registration.pressed(round));
         portal.tell("release");
         portal.end();
-        EXPECT_TRUE(registration.refused()) << round;
+        EXPECT_TRUE(registration.is(HotKeyAnswer::NoPortal)) << round;
     }
 }
 
@@ -348,14 +347,14 @@ TEST_F(PortalHotKeysTest, aPortalThatGoesAmidTheQuestionIsAskedWhenItIsBack) {
         grab();
         ASSERT_TRUE(portal.hears(wantsK));
     }
-    EXPECT_TRUE(registration.refused());
+    EXPECT_TRUE(registration.is(HotKeyAnswer::NoPortal));
     ShortcutsPortal portal;
     EXPECT_TRUE(registration.obtained());
 }
 
 TEST_F(PortalHotKeysTest, aPortalThatComesAfterTheReleaseIsAskedForNothing) {
     grab();
-    ASSERT_TRUE(registration.refused());
+    ASSERT_TRUE(registration.is(HotKeyAnswer::NoPortal));
     hotKeys->release();
     ShortcutsPortal portal;
     EXPECT_TRUE(portal.hears(hello));
@@ -379,6 +378,32 @@ TEST_F(PortalHotKeysTest, aPortalThatHangsHoldsUpNobody) {
     EXPECT_EQ(registration.answers, 0);
 }
 
+TEST_F(PortalHotKeysTest, aPortalThatIsSilentForLongIsToldOfAndItsLateAnswerCounts) {
+    hotKeys.emplace(nullptr, PortalHotKeys::usualRepeat, 50ms);
+    ShortcutsPortal portal({u"--keeps-silent"_s});
+    grab();
+    EXPECT_TRUE(registration.is(HotKeyAnswer::Silent));
+    portal.tell("answer");
+    EXPECT_TRUE(registration.obtained());
+    EXPECT_EQ(registration.answers, 2);
+    EXPECT_EQ(portal.calls().count(wantsK), 1);
+}
+
+TEST_F(PortalHotKeysTest, aPortalThatDoesNotEvenReplyIsSilent) {
+    hotKeys.emplace(nullptr, PortalHotKeys::usualRepeat, 50ms);
+    ShortcutsPortal portal({u"--hangs"_s});
+    grab();
+    EXPECT_TRUE(registration.is(HotKeyAnswer::Silent));
+}
+
+TEST_F(PortalHotKeysTest, whoWantsNoKeyAnyMoreIsNotToldOfSilence) {
+    hotKeys.emplace(nullptr, PortalHotKeys::usualRepeat, 50ms);
+    ShortcutsPortal portal({u"--keeps-silent"_s});
+    grab();
+    hotKeys->release();
+    EXPECT_FALSE(waitUntil([this] { return registration.answers > 0; }, 200ms));
+}
+
 TEST_F(PortalHotKeysTest, aPortalThatHungIsForgottenWhenAnotherTakesItsPlace) {
     {
         ShortcutsPortal portal({u"--hangs"_s});
@@ -386,7 +411,7 @@ TEST_F(PortalHotKeysTest, aPortalThatHungIsForgottenWhenAnotherTakesItsPlace) {
         ASSERT_TRUE(portal.hears(hello));
         grab(commandJ);
     }
-    EXPECT_TRUE(registration.refused());
+    EXPECT_TRUE(registration.is(HotKeyAnswer::NoPortal));
     ShortcutsPortal portal;
     EXPECT_TRUE(registration.obtained());
     EXPECT_TRUE(portal.calls().contains(wantsJ));
@@ -400,14 +425,14 @@ TEST_F(PortalHotKeysTest, thePortalIsStartedAndStartedAgainWhenItCrashed) {
     ASSERT_EQ(starts().size(), 1);
     ::kill(starts().constFirst().toInt(), SIGKILL);
     EXPECT_TRUE(waitUntil([this] { return registration.answers == 3; }));
-    EXPECT_TRUE(registration.lastAnswer);
+    EXPECT_EQ(registration.lastAnswer, HotKeyAnswer::Obtained);
     EXPECT_EQ(starts().size(), 2);
 }
 
 TEST_F(PortalHotKeysTest, withoutABusThereIsNoKey) {
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     grab();
-    EXPECT_TRUE(registration.refused());
+    EXPECT_TRUE(registration.is(HotKeyAnswer::NoPortal));
 }
 
 TEST_F(PortalHotKeysTest, aBusThatGoesTakesTheKeyWithIt) {
@@ -415,5 +440,5 @@ TEST_F(PortalHotKeysTest, aBusThatGoesTakesTheKeyWithIt) {
     grab();
     ASSERT_TRUE(registration.obtained());
     endBus();
-    EXPECT_TRUE(registration.refused());
+    EXPECT_TRUE(registration.is(HotKeyAnswer::NoPortal));
 }

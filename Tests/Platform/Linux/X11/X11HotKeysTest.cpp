@@ -136,15 +136,15 @@ public:
                     lastTime = time;
                     ++presses;
                 },
-                [this](bool obtained) {
-                    lastAnswer = obtained;
+                [this](HotKeyAnswer answer) {
+                    lastAnswer = answer;
                     ++answers;
                 }};
     }
     /** Whether the first answer was that it was obtained. */
     bool obtained() const {
         EXPECT_TRUE(eventually([this] { return answers == 1; }));
-        return lastAnswer;
+        return lastAnswer == HotKeyAnswer::Obtained;
     }
     bool pressed(int times) const {
         return eventually([&] { return presses >= times; }) && presses == times;
@@ -153,7 +153,7 @@ public:
     std::atomic<int> presses = 0;
     std::atomic<quint32> lastTime = 0;
     std::atomic<int> answers = 0;
-    std::atomic<bool> lastAnswer = false;
+    std::atomic<HotKeyAnswer> lastAnswer = HotKeyAnswer::Silent;
 };
 
 class X11HotKeysTest : public ::testing::Test {
@@ -502,7 +502,7 @@ TEST_F(X11HotKeysTest, itFollowsModifiersThatGetAnotherMeaning) {
     run(server_, u"xkbcomp"_s,
         {u"-w"_s, u"0"_s, file.fileName(), QString::fromLatin1(server_.display())});
     EXPECT_TRUE(eventually([&] { return registration_.answers == 2; })) << "grabbed anew";
-    EXPECT_TRUE(registration_.lastAnswer);
+    EXPECT_EQ(registration_.lastAnswer, HotKeyAnswer::Obtained);
     file.remove();
     OtherProgram program(server_);
     EXPECT_FALSE(program.canGrab(spaceKey, XCB_MOD_MASK_2));
@@ -520,7 +520,7 @@ TEST_F(X11HotKeysTest, whenTheDisplayGoesTheCombinationIsLost) {
     ASSERT_TRUE(grab(optionSpace));
     server_.endServer();
     EXPECT_TRUE(eventually([&] { return registration_.answers == 2; }));
-    EXPECT_FALSE(registration_.lastAnswer);
+    EXPECT_EQ(registration_.lastAnswer, HotKeyAnswer::NotOffered);
     EXPECT_FALSE(grab(commandJ));
 }
 
@@ -550,6 +550,7 @@ TEST(X11HotKeysWithoutDisplayTest, nothingCanBeHad) {
         Registration registration;
         hotKeys.grab(optionSpace, registration.callbacks());
         EXPECT_FALSE(registration.obtained()) << display.constData();
+        EXPECT_EQ(registration.lastAnswer, HotKeyAnswer::NotOffered);
         hotKeys.release();
     }
 }
