@@ -322,8 +322,9 @@ TEST_F(FaultTest, namesOfAnyCharactersAndLengthAreFoundAndKept) {
         }
         found = program.catalog.apps();
         ASSERT_TRUE(waitUntil([&] {
-            return readCache<AppEntry>(cacheFile(u"catalog"_s)) == found &&
-                   readCache<ProjectEntry>(cacheFile(u"projects"_s)) == program.projects.projects();
+            return readCache<AppEntry>(openRegularFile(cacheFile(u"catalog"_s))) == found &&
+                   readCache<ProjectEntry>(openRegularFile(cacheFile(u"projects"_s))) ==
+                       program.projects.projects();
         }));
     }
     EXPECT_EQ(storedLaunches(u"long|"_s + inHome(u".local/share/applications/long.desktop"_s)), 2);

@@ -20,12 +20,14 @@ namespace corvid {
     when they are damaged. Pure. */
 std::optional<QJsonObject> decodeDefaults(const QByteArray &bytes);
 
-/** The bytes of a file that holds the object, indented for the eye. Pure. */
+/** The bytes of a file that holds the object, indented for the eye unless that makes it too large
+    to be read back. Pure. */
 QByteArray encodeDefaults(const QJsonObject &object);
 
 /**
  * The user defaults as one JSON object in a file that people edit by hand and several processes
- * share. A missing, unreadable or damaged file reads as empty.
+ * share. A missing, unreadable or damaged file reads as empty; one of more than 1 MiB, or nested
+ * deeper than any of ours, counts as damaged.
  *
  * Reading asks the file system whether the file is still the one that was parsed last, and
  * parses it again only when it is not. Writing happens on a thread of the object's own: under
