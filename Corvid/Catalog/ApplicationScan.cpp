@@ -5,8 +5,10 @@
 #include "Catalog/PropertyList.h"
 
 #include <QDir>
+#include <QSet>
 
 #include <map>
+#include <ranges>
 
 namespace corvid {
 
@@ -46,22 +48,31 @@ std::vector<AppEntry> scanAll(const QStringList &bundleFolders,
                               const RoleCatalog &roles, const std::stop_token &stop) {
     // Ordered by identifier, so that equal names come out in the same order every time.
     std::map<QString, AppEntry> found;
-    for (const QString &folder : bundleFolders) {
-        const QStringList names = QDir(folder).entryList(
-            QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    QSet<QString> paths;
+    // The last ones first: those before them give way.
+    const auto add = [&](AppEntry app) {
+        if (paths.contains(app.path) || found.contains(app.bundleID))
+            return;
+        paths.insert(app.path);
+        found.emplace(app.bundleID, std::move(app));
+    };
+    for (const DesktopEntry &entry : std::views::reverse(desktopEntries)) {
+        if (stop.stop_requested())
+            break;
+        add(appEntry(entry, roles));
+    }
+    for (const QString &folder : std::views::reverse(bundleFolders)) {
+        const QStringList names = QDir(folder).entryList(QDir::AllEntries | QDir::Hidden |
+                                                             QDir::System | QDir::NoDotAndDotDot,
+                                                         QDir::Name | QDir::Reversed);
         for (const QString &name : names) {
             if (stop.stop_requested())
                 break;
             if (!name.endsWith(bundleSuffix))
                 continue;
             if (std::optional<AppEntry> app = readBundle(folder, name, roles))
-                found.insert_or_assign(app->bundleID, *app);
+                add(*std::move(app));
         }
-    }
-    for (const DesktopEntry &entry : desktopEntries) {
-        if (stop.stop_requested())
-            break;
-        found.insert_or_assign(entry.id, appEntry(entry, roles));
     }
     std::vector<AppEntry> apps;
     apps.reserve(found.size());

@@ -291,6 +291,28 @@ TEST_F(FaultTest, ofFiveThousandEntriesTheSoundHalfIsFound) {
     EXPECT_EQ(program.typed(u"frob"_s).size(), 9);
 }
 
+TEST_F(FaultTest, anEntryThatSeveralNamesLeadToEndsTheProgramAtNoStart) {
+    furnish();
+    const QString system = root_.filePath(u"system"_s);
+    const QString inner = system + "/applications/sub"_L1;
+    qputenv("XDG_DATA_DIRS", QFile::encodeName(system + u':' + inner));
+    const QByteArray entry = "[Desktop Entry]\nType=Application\nExec=true\nName=Frob twice\n";
+    write(inner + "/applications/twice.desktop"_L1, entry);
+    // Two names that differ by nothing but a mark that readers of JSON like to drop.
+    write(system + "/applications/x\".desktop"_L1, entry);
+    write(system + u"/applications/x\"\ufeff.desktop"_s, entry);
+    for (int start = 0; start < 2; ++start) {
+        Program program; // the second one starts from the cache
+        ASSERT_TRUE(program.waitForScans());
+        EXPECT_EQ(program.catalog.apps().size(), 4U);
+        EXPECT_EQ(program.typed(u"frob twice"_s).size(), 3);
+        ASSERT_TRUE(waitUntil([&] {
+            return readCache<AppEntry>(openRegularFile(cacheFile(u"catalog"_s))) ==
+                   program.catalog.apps();
+        }));
+    }
+}
+
 TEST_F(FaultTest, anEntryOfTenMegabytesIsLeftOutAndTheOthersAreFound) {
     furnish();
     writeEntry(u"huge"_s, "Frob huge\nComment=" + QByteArray(10'000'000, 'x'));

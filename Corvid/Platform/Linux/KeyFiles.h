@@ -8,14 +8,18 @@ namespace corvid {
 /** A key file that others may have put there, such as a desktop entry or an icon theme's index.
     Null when it cannot be read, is damaged, or is larger than `most` bytes. Blocks on the disk; any
     thread. */
-inline GKeyFilePointer readKeyFile(const QString &path, qint64 most = 4 * 1024 * 1024) {
-    const auto bytes = readRegularFile(path, most);
+inline GKeyFilePointer readKeyFile(const OpenedFile &opened, qint64 most) {
+    const auto bytes = opened.size() <= most ? opened.read() : std::nullopt;
     GKeyFilePointer file(g_key_file_new());
     if (!bytes ||
         !g_key_file_load_from_data(file.get(), bytes->constData(),
                                    static_cast<gsize>(bytes->size()), G_KEY_FILE_NONE, nullptr))
         return nullptr;
     return file;
+}
+inline GKeyFilePointer readKeyFile(const QString &path, qint64 most = 4 * 1024 * 1024) {
+    const std::optional<OpenedFile> opened = openRegularFile(path);
+    return opened ? readKeyFile(*opened, most) : nullptr;
 }
 
 /** A value as written, whatever the locale; empty when there is none. */

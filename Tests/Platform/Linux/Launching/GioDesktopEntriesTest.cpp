@@ -1,8 +1,11 @@
 #include "Platform/Linux/Launching/GioDesktopEntries.h"
 
+#include "Worlds/PrivateMounts.h"
+
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QSet>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -11,6 +14,7 @@
 #include <map>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
@@ -42,6 +46,16 @@ protected:
         qputenv(variable, value.toLocal8Bit());
     }
 
+    /** The ids of the test's own entries. */
+    QStringList ids() const {
+        QStringList ids;
+        for (const auto &[id, entry] : listed()) {
+            if (entry.path.startsWith(disk_.path()))
+                ids.append(id);
+        }
+        return ids;
+    }
+
     QString path(const QString &file) const { return disk_.filePath(file); }
 
     void write(const QString &file, const QByteArray &bytes) const {
@@ -58,8 +72,12 @@ protected:
     // Entries by id. The machine's own, from Flatpak and Snap, may be among them.
     static std::map<QString, DesktopEntry> listed() {
         std::map<QString, DesktopEntry> byId;
-        for (const DesktopEntry &entry : GioDesktopEntries().list())
+        QSet<QString> paths;
+        for (const DesktopEntry &entry : GioDesktopEntries().list()) {
             EXPECT_TRUE(byId.emplace(entry.id, entry).second) << qPrintable(entry.id);
+            EXPECT_FALSE(paths.contains(entry.path)) << qPrintable(entry.path);
+            paths.insert(entry.path);
+        }
         return byId;
     }
 
@@ -213,6 +231,52 @@ TEST_F(GioDesktopEntriesTest, linksBetweenFoldersAreFollowedOnce) {
     EXPECT_TRUE(entries.contains(u"a"_s));
     EXPECT_TRUE(entries.contains(u"linked-b"_s));
     EXPECT_FALSE(entries.contains(u"self-a"_s));
+}
+
+TEST_F(GioDesktopEntriesTest, dataFoldersThatLieInEachOtherListNoFileTwice) {
+    set("XDG_DATA_DIRS", path(u"first"_s) + u':' + path(u"first/applications/sub"_s));
+    install(u"first/applications/a.desktop"_s, "A");
+    install(u"first/applications/sub/applications/b.desktop"_s, "B");
+    EXPECT_EQ(ids(), (QStringList{u"a"_s, u"b"_s})) << "and by the id that is its own";
+}
+
+TEST_F(GioDesktopEntriesTest, aFileIsListedOnceWhateverNamesLeadToIt) {
+    set("XDG_DATA_HOME", path(u"user/..//user/./"_s));
+    set("XDG_DATA_DIRS", path(u"user"_s) + u':' + path(u"first"_s) + u':' + path(u"second"_s));
+    install(u"user/applications/users.desktop"_s, "Users");
+    install(u"first/applications/own.desktop"_s, "Own");
+    install(u"first/applications/composed-\u00e9.desktop"_s, "Composed");
+    install(u"first/applications/composed-e\u0301.desktop"_s, "Decomposed");
+    QFile::link(path(u"first/applications/own.desktop"_s),
+                path(u"user/applications/linked.desktop"_s));
+    QDir().mkpath(path(u"second"_s));
+    QFile::link(path(u"first/applications"_s), path(u"second/applications"_s));
+    QFile::link(path(u"first/applications"_s), path(u"user/applications/sub"_s));
+    ASSERT_EQ(link(QFile::encodeName(path(u"first/applications/own.desktop"_s)).constData(),
+                   QFile::encodeName(path(u"first/applications/second.desktop"_s)).constData()),
+              0);
+    EXPECT_EQ(ids(),
+              (QStringList{u"composed-e\u0301"_s, u"composed-\u00e9"_s, u"own"_s, u"users"_s}));
+    EXPECT_EQ(listed().at(u"own"_s).path, path(u"first/applications/own.desktop"_s));
+}
+
+TEST_F(GioDesktopEntriesTest, aFolderThatIsMountedAtASecondPlaceListsNoFileTwice) {
+    install(u"first/applications/a.desktop"_s, "A");
+    QDir().mkpath(path(u"first/applications/sub"_s));
+    QDir().mkpath(path(u"second"_s));
+    if (!test::enterPrivateMounts())
+        GTEST_SKIP() << "mounting is not permitted here";
+    const test::SeenAlsoAt inItself(path(u"first/applications"_s),
+                                    path(u"first/applications/sub"_s));
+    const test::SeenAlsoAt beside(path(u"first"_s), path(u"second"_s));
+    ASSERT_TRUE(inItself.mounted() && beside.mounted());
+    EXPECT_EQ(ids(), QStringList{u"a"_s});
+}
+
+TEST_F(GioDesktopEntriesTest, entriesOfOneContentInFilesOfTheirOwnAreAllListed) {
+    install(u"first/applications/a.desktop"_s, "Same");
+    install(u"first/applications/b.desktop"_s, "Same");
+    EXPECT_EQ(ids(), (QStringList{u"a"_s, u"b"_s}));
 }
 
 TEST_F(GioDesktopEntriesTest, foldersAreReadAfreshEachTime) {
