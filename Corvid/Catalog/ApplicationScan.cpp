@@ -1,6 +1,7 @@
 #include "Catalog/ApplicationScan.h"
 
 #include "Base/NameOrder.h"
+#include "Base/Text.h"
 #include "Catalog/DesktopEntryMapping.h"
 #include "Catalog/PropertyList.h"
 
@@ -25,11 +26,12 @@ std::optional<AppEntry> readBundle(const QString &folder, const QString &fileNam
     if (!info.contains(u"CFBundleIdentifier"_s))
         return std::nullopt;
     AppEntry app;
-    app.bundleID = info.value(u"CFBundleIdentifier"_s);
+    app.bundleID = nameFrom(info.value(u"CFBundleIdentifier"_s));
     app.path = path;
-    app.name = info.value(u"CFBundleDisplayName"_s,
-                          info.value(u"CFBundleName"_s, fileName.chopped(bundleSuffix.size())));
-    app.category = info.value(u"LSApplicationCategoryType"_s, u""_s);
+    app.name =
+        nameFrom(info.value(u"CFBundleDisplayName"_s,
+                            info.value(u"CFBundleName"_s, fileName.chopped(bundleSuffix.size()))));
+    app.category = nameFrom(info.value(u"LSApplicationCategoryType"_s, u""_s));
     const RoleCatalog::AppMeta known = catalog.taxonomy.apps.value(app.bundleID);
     app.roles = known.roles + catalog.categoryMap.value(app.category);
     app.aliases = known.aliases;

@@ -69,6 +69,21 @@ TEST(Records, bytesThatAreNoJsonArrayDecodeToNothing) {
         EXPECT_TRUE(decodeRecords<AppEntry>(bytes).empty()) << bytes;
 }
 
+TEST(Records, namesOfAMegabyteAreCut) {
+    const QString endless(1'000'000, u'x');
+    AppEntry app = editor;
+    app.name = endless;
+    app.aliases = {endless, u"short"_s};
+    const std::optional<AppEntry> read = fromJson<AppEntry>(toJson(app));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->name, endless.left(256));
+    EXPECT_EQ(read->aliases, (QStringList{endless.left(256), u"short"_s}));
+    EXPECT_EQ(read->path, app.path);
+    const ProjectEntry project{endless, web.path, web.stack};
+    ASSERT_TRUE(fromJson<ProjectEntry>(toJson(project)));
+    EXPECT_EQ(fromJson<ProjectEntry>(toJson(project))->name, endless.left(256));
+}
+
 TEST(Records, aByteOrderMarkWithinATextIsKept) {
     // Without it, the two paths would be one.
     const std::vector<ProjectEntry> projects{{u"\ufeffa"_s, u"/a\"\ufeffb"_s, {}},

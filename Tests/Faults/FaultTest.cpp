@@ -335,7 +335,7 @@ TEST_F(FaultTest, namesOfAnyCharactersAndLengthAreFoundAndKept) {
         ASSERT_TRUE(program.waitForScans());
         EXPECT_EQ(program.typed(u"frob"_s).size(), 5);
         EXPECT_EQ(program.typed(QString::fromUtf8(longName.left(90))),
-                  QStringList{QString::fromUtf8(longName)});
+                  QStringList{QString::fromUtf8(longName).left(256)});
         EXPECT_TRUE(program.typed(u"frob\nli"_s).contains(lines));
         program.choose(QString::fromUtf8(longName.left(30)));
         program.defaults.synchronize();
@@ -350,6 +350,23 @@ TEST_F(FaultTest, namesOfAnyCharactersAndLengthAreFoundAndKept) {
         }));
     }
     EXPECT_EQ(storedLaunches(u"long|"_s + inHome(u".local/share/applications/long.desktop"_s)), 2);
+}
+
+TEST_F(FaultTest, namesOfAMegabyteAreCutBeforeTheyAreMatchedAndCached) {
+    furnish();
+    for (int i = 0; i < 20; ++i)
+        writeEntry(u"long%1"_s.arg(i), "Frob" + QByteArray::number(i) + QByteArray(1'000'000, 'x'));
+    Program program;
+    ASSERT_TRUE(program.waitForScans());
+    ASSERT_EQ(program.catalog.apps().size(), 21U);
+    for (const AppEntry &app : program.catalog.apps()) {
+        EXPECT_LE(app.name.size(), 256);
+        for (const QString &alias : app.aliases)
+            EXPECT_LE(alias.size(), 256);
+    }
+    EXPECT_TRUE(program.typed(u"frob7"_s).value(0).startsWith("Frob7x"_L1));
+    ASSERT_TRUE(waitUntil([&] { return QFileInfo(cacheFile(u"catalog"_s)).size() > 0; }));
+    EXPECT_LT(QFileInfo(cacheFile(u"catalog"_s)).size(), 21 * 1024);
 }
 
 TEST_F(FaultTest, aQueryAsLongAsTheFieldTakesIsAnswered) {

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Launching/GioDesktopEntries.h"
 
 #include "Base/Locations.h"
+#include "Base/Text.h"
 #include "Platform/Linux/KeyFiles.h"
 #include "Platform/Linux/Launching/ProgramName.h"
 
@@ -75,10 +76,11 @@ std::optional<DesktopEntry> readEntry(const EntryFile &source, const OpenedFile 
     return DesktopEntry{
         source.id,
         source.path,
-        QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get()))),
-        unlocalizedName,
-        QString::fromUtf8(g_desktop_app_info_get_generic_name(info.get())),
-        programName(keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC)),
+        nameFrom(QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get())))),
+        nameFrom(unlocalizedName),
+        nameFrom(QString::fromUtf8(g_desktop_app_info_get_generic_name(info.get()))),
+        nameFrom(programName(
+            keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC))),
         QString::fromUtf8(g_desktop_app_info_get_categories(info.get()))
             .split(u';', Qt::SkipEmptyParts),
         QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get()))};

@@ -279,6 +279,18 @@ TEST_F(GioDesktopEntriesTest, entriesOfOneContentInFilesOfTheirOwnAreAllListed) 
     EXPECT_EQ(ids(), (QStringList{u"a"_s, u"b"_s}));
 }
 
+TEST_F(GioDesktopEntriesTest, namesOfAMegabyteAreCut) {
+    const QByteArray endless(500'000, 'x');
+    write(u"first/applications/a.desktop"_s,
+          "[Desktop Entry]\nType=Application\nName=" + endless.left(200'000) +
+              "\nName[de]=" + endless.left(200'000) + "\nGenericName=" + endless + "\nExec=true\n");
+    const DesktopEntry entry = listed().at(u"a"_s);
+    const QString cut(256, u'x');
+    EXPECT_EQ(entry.name, cut);
+    EXPECT_EQ(entry.unlocalizedName, cut);
+    EXPECT_EQ(entry.genericName, cut);
+}
+
 TEST_F(GioDesktopEntriesTest, foldersAreReadAfreshEachTime) {
     EXPECT_FALSE(listed().contains(u"a"_s));
     install(u"first/applications/a.desktop"_s, "A");
