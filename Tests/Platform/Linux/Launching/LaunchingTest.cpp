@@ -12,6 +12,7 @@
 #include <functional>
 #include <optional>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace corvid;
@@ -238,6 +239,17 @@ TEST_F(LaunchingTest, whatCannotBeStartedHasAReason) {
     EXPECT_FALSE(launch(entry(path("bin/strange"_L1))).isEmpty());
     program(u"app"_s);
     EXPECT_FALSE(launch(entry(path("bin/app"_L1), u"Path=/no/such/folder"_s)).isEmpty());
+}
+
+TEST_F(LaunchingTest, aPipeThatTookTheEntrysPlaceHoldsNobodyUp) {
+    program(u"app"_s);
+    const QString file = entry(u"app"_s, u"Actions=new-window;\n[Desktop Action new-window]\n"
+                                         "Name=N\nExec=app --new"_s);
+    ASSERT_TRUE(QFile::remove(file));
+    ASSERT_EQ(mkfifo(QFile::encodeName(file).constData(), 0600), 0);
+    EXPECT_TRUE(launch(file).contains(u"no desktop entry"));
+    EXPECT_TRUE(launchNewWindow(file).contains(u"no desktop entry"));
+    EXPECT_FALSE(QFile::exists(trace(u"app"_s)));
 }
 
 TEST_F(LaunchingTest, aTerminalApplicationRunsInTheUsersTerminal) {
