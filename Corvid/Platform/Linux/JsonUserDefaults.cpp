@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <ctime>
 #include <utility>
 
@@ -24,6 +23,9 @@ namespace {
 
 // A thousand times what it needs, and still parsed before anybody notices.
 constexpr qint64 largestDefaults = 1024 * 1024;
+// An editor saves once; what goes on changing is tried again later.
+constexpr int mostRewrites = 10;
+constexpr std::chrono::milliseconds longestRetryPause = std::chrono::minutes(5);
 
 qint64 nanoseconds(const timespec &time) {
     return std::chrono::nanoseconds(std::chrono::seconds(time.tv_sec)).count() + time.tv_nsec;
@@ -81,9 +83,9 @@ std::optional<JsonUserDefaults::Stamp> JsonUserDefaults::Stamp::of(const QString
                  nanoseconds(status.st_ctim)};
 }
 
-JsonUserDefaults::JsonUserDefaults(QString file)
-    : file_(std::move(file)), writer_([this](const std::stop_token &stop) { writeChanges(stop); }) {
-}
+JsonUserDefaults::JsonUserDefaults(QString file, std::chrono::milliseconds firstPause)
+    : file_(std::move(file)), firstPause_(firstPause),
+      writer_([this](const std::stop_token &stop) { writeChanges(stop); }) {}
 
 JsonUserDefaults::~JsonUserDefaults() {
     synchronize();
@@ -146,13 +148,22 @@ void JsonUserDefaults::readIfChanged() const {
 }
 
 void JsonUserDefaults::writeChanges(const std::stop_token &stop) {
+    const auto isWanted = [this] { return attemptsMade_ < attemptsWanted_; };
+    std::chrono::milliseconds pause = firstPause_;
     std::unique_lock lock(mutex_);
-    while (wake_.wait(lock, stop, [this] { return attemptsMade_ < attemptsWanted_; })) {
+    while (true) {
+        if (waiting_.empty())
+            wake_.wait(lock, stop, isWanted);
+        else
+            wake_.wait_for(lock, stop, pause, isWanted);
+        if (stop.stop_requested() && !isWanted())
+            return;
         const quint64 attempt = attemptsWanted_;
         const std::deque<PendingChange> changes = waiting_;
         lock.unlock();
         const bool written = changes.empty() || write(changes);
         lock.lock();
+        pause = written ? firstPause_ : std::min(2 * pause, longestRetryPause);
         if (written) {
             waiting_.erase(waiting_.begin(), waiting_.begin() + std::ssize(changes));
             // Merged with what others wrote, a value may differ from the one that was shown.
@@ -170,7 +181,7 @@ bool JsonUserDefaults::write(const std::deque<PendingChange> &changes) const {
     if (!lock.open(QIODevice::ReadWrite, QFileDevice::ReadOwner | QFileDevice::WriteOwner) ||
         !lockFile(lock.handle(), LOCK_EX))
         return false;
-    while (true) {
+    for (int attempt = 0; attempt < mostRewrites; ++attempt) {
         const std::optional<Stamp> before = Stamp::of(file_);
         const std::optional<StoredDefaults> present = readDefaults(file_);
         // Writing would destroy what we cannot read.
@@ -193,6 +204,7 @@ bool JsonUserDefaults::write(const std::deque<PendingChange> &changes) const {
             return false;
         return writeFileAtomically(file_, bytes);
     }
+    return false;
 }
 
 } // namespace corvid

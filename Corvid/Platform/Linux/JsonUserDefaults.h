@@ -7,6 +7,7 @@
 #include <QJsonObject>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -35,14 +36,17 @@ QByteArray encodeDefaults(const QJsonObject &object);
  * their order and replaces the file as a whole. Until a change is in the file, value() shows it
  * all the same. A damaged file is moved to "<file>.damaged-<UTC time>" before it is replaced.
  *
- * Changes that cannot be written (no space, no permission, a lock held for seconds) stay visible in
- * this process and are tried again with the next update, the next synchronize() and at last by the
- * destructor, which is where they are lost.
+ * Changes that cannot be written (no space, no permission, a lock held for seconds, a file that
+ * somebody keeps rewriting) stay visible in this process. They are tried again with the next
+ * update, the next synchronize(), by themselves after pauses that grow to five minutes, and at last
+ * by the destructor, which is where they are lost.
  */
 class JsonUserDefaults final : public UserDefaults {
 public:
+    /** `firstPause`: before what could not be written is tried again. */
     explicit JsonUserDefaults(QString file = locations::configuration() +
-                                             QStringLiteral("/Corvid/defaults.json"));
+                                             QStringLiteral("/Corvid/defaults.json"),
+                              std::chrono::milliseconds firstPause = std::chrono::seconds(10));
     /** Blocks until the waiting changes are written. */
     ~JsonUserDefaults() override;
 
@@ -76,6 +80,7 @@ private:
     bool write(const std::deque<PendingChange> &changes) const;
 
     const QString file_;
+    const std::chrono::milliseconds firstPause_;
 
     // What the main thread sees; brought up to date whenever it asks.
     mutable QJsonObject stored_;

@@ -1,5 +1,7 @@
 #include "Platform/Linux/JsonUserDefaults.h"
 
+#include "Worlds/Wait.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -12,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <utility>
 
@@ -707,4 +710,33 @@ TEST_F(BlockedUserDefaults, synchronizeAndTheDestructorTryAgain) {
         unblock();
     }
     EXPECT_EQ(storedThere(), (QJsonObject{{u"a"_s, 2}}));
+}
+
+TEST_F(BlockedUserDefaults, itTriesAgainByItself) {
+    JsonUserDefaults defaults(blockedFile(), std::chrono::milliseconds(10));
+    defaults.set(u"a"_s, 1);
+    defaults.synchronize();
+    EXPECT_FALSE(QFileInfo::exists(blockedFile()));
+    unblock();
+    EXPECT_TRUE(waitUntil([&] { return storedThere() == QJsonObject{{u"a"_s, 1}}; }));
+}
+
+TEST_F(UserDefaultsFile, aFileThatSomebodyKeepsRewritingIsWrittenOnceTheyRest) {
+    edit("{}");
+    JsonUserDefaults defaults(file());
+    std::atomic<bool> goesOn = true;
+    std::atomic<int> attempts = 0;
+    defaults.update(u"ours"_s, [&](const QJsonValue &) {
+        // Between the look at the file and its replacement.
+        if (++attempts > 1 && goesOn)
+            edit("{\"theirs\": " + QByteArray::number(attempts) + '}' + QByteArray(attempts, ' '));
+        return QJsonValue(1);
+    });
+    defaults.synchronize();
+    EXPECT_FALSE(stored().contains(u"ours"_s));
+    EXPECT_EQ(defaults.value(u"ours"_s), QJsonValue(1)) << "and shows the change all the same";
+    goesOn = false;
+    const int theirs = attempts;
+    defaults.synchronize();
+    EXPECT_EQ(stored(), (QJsonObject{{u"ours"_s, 1}, {u"theirs"_s, theirs}}));
 }

@@ -29,6 +29,7 @@ const QByteArray magic = "Corvid secrets 1\n";
 constexpr qsizetype nonceSize = crypto_secretbox_NONCEBYTES;
 constexpr qsizetype keySize = crypto_secretbox_KEYBYTES;
 constexpr qsizetype macSize = crypto_secretbox_MACBYTES;
+constexpr qint64 largestSecretsFile = 1 << 20;
 
 unsigned char *bytes(QByteArray &array) {
     return reinterpret_cast<unsigned char *>(array.data());
@@ -66,7 +67,6 @@ struct PrivateFile {
 
 // Absent when it cannot be read now, but perhaps later.
 std::optional<PrivateFile> readPrivately(const QString &path) {
-    constexpr qint64 most = 1 << 20;
     const FileDescriptor descriptor = openPrivately(path, S_IFREG);
     if (!descriptor.valid()) {
         const bool present = errno == ELOOP || errno == ENXIO;
@@ -75,7 +75,7 @@ std::optional<PrivateFile> readPrivately(const QString &path) {
     QFile file;
     if (!file.open(descriptor.number(), QIODevice::ReadOnly | QIODevice::Unbuffered))
         return std::nullopt;
-    PrivateFile result{true, file.read(most)};
+    PrivateFile result{true, file.read(largestSecretsFile)};
     return file.error() == QFileDevice::NoError ? std::optional(std::move(result)) : std::nullopt;
 }
 
@@ -185,18 +185,20 @@ std::optional<FileSecretStore::Content> FileSecretStore::read() const {
 }
 
 bool FileSecretStore::write(const Content &present, const QJsonObject &table) const {
-    if ((present.boxIsUseless && !keepAside(boxFile_, boxFile_)) ||
-        (present.keyIsUseless && !keepAside(keyFile_, keyFile_)))
-        return false;
     QByteArray key = present.key;
     if (key.isEmpty()) {
         key = QByteArray(keySize, Qt::Uninitialized);
         crypto_secretbox_keygen(bytes(key));
-        // The key comes first: without it, the secret would be lost.
-        if (!writeFileAtomically(keyFile_, key))
-            return false;
     }
-    return writeFileAtomically(boxFile_, encrypt(table, key));
+    const QByteArray box = encrypt(table, key);
+    if (box.size() > largestSecretsFile ||
+        (present.boxIsUseless && !keepAside(boxFile_, boxFile_)) ||
+        (present.keyIsUseless && !keepAside(keyFile_, keyFile_)))
+        return false;
+    // The key comes first: without it, the secret would be lost.
+    if (present.key.isEmpty() && !writeFileAtomically(keyFile_, key))
+        return false;
+    return writeFileAtomically(boxFile_, box);
 }
 
 } // namespace corvid
