@@ -369,6 +369,54 @@ TEST_F(FaultTest, namesOfAMegabyteAreCutBeforeTheyAreMatchedAndCached) {
     EXPECT_LT(QFileInfo(cacheFile(u"catalog"_s)).size(), 21 * 1024);
 }
 
+// In memory: on a disk it would take minutes.
+TEST_F(MountFaultTest, ofTwentyThousandApplicationsAndThreeHundredThousandProjectsEachIsFound) {
+    const SmallDisk disk(home(), 4 * 1024 * 1024);
+    ASSERT_TRUE(disk.mounted());
+    constexpr int applications = 20'000;
+    constexpr int roots = 10;
+    constexpr int projectsOfARoot = 30'000; // as many as a walk lists
+    for (int i = 0; i < applications; ++i)
+        writeEntry(u"app%1"_s.arg(i), "Application " + QByteArray::number(i));
+    write(inHome(u"git"_s));
+    const QByteArray marker = QFile::encodeName(inHome(u"git"_s));
+    QJsonArray rootPaths;
+    for (int root = 0; root < roots; ++root) {
+        const QString path = inHome(u"root%1"_s.arg(root));
+        ASSERT_TRUE(QDir().mkpath(path));
+        rootPaths.append(path);
+        for (int i = 0; i < projectsOfARoot; ++i) {
+            const QByteArray folder = QFile::encodeName(path) + "/project-" +
+                                      QByteArray::number(root) + '-' + QByteArray::number(i);
+            ASSERT_EQ(mkdir(folder.constData(), 0700), 0);
+            ASSERT_EQ(link(marker.constData(), (folder + "/.git").constData()), 0);
+        }
+    }
+    write(settingsFile(), QJsonDocument(QJsonObject{{u"projectRoots"_s, rootPaths}}).toJson());
+    Program program;
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            EXPECT_FALSE(program.typed(u"pr"_s).isEmpty());
+            return program.isScanned();
+        },
+        std::chrono::seconds(200)));
+    EXPECT_EQ(program.catalog.apps().size(), std::size_t{applications});
+    EXPECT_EQ(program.projects.projects().size(), std::size_t{roots * projectsOfARoot});
+    EXPECT_EQ(program.typed(u"application 19999"_s).value(0), u"Application 19999");
+    EXPECT_EQ(program.typed(u"project-7-29999"_s).value(0), u"project-7-29999");
+    program.choose(u"project-7-29999"_s);
+    EXPECT_EQ(program.stats.counts().size(), 1);
+    ASSERT_TRUE(waitUntil([&] {
+        return QFileInfo::exists(cacheFile(u"projects"_s)) &&
+               QFileInfo::exists(cacheFile(u"catalog"_s));
+    }));
+    EXPECT_EQ(readCache<ProjectEntry>(openRegularFile(cacheFile(u"projects"_s))),
+              program.projects.projects())
+        << "for the next start";
+    EXPECT_EQ(readCache<AppEntry>(openRegularFile(cacheFile(u"catalog"_s))),
+              program.catalog.apps());
+}
+
 TEST_F(FaultTest, aQueryAsLongAsTheFieldTakesIsAnswered) {
     furnish();
     Program program;

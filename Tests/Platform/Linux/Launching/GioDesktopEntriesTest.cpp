@@ -11,8 +11,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -289,6 +291,38 @@ TEST_F(GioDesktopEntriesTest, namesOfAMegabyteAreCut) {
     EXPECT_EQ(entry.name, cut);
     EXPECT_EQ(entry.unlocalizedName, cut);
     EXPECT_EQ(entry.genericName, cut);
+}
+
+TEST_F(GioDesktopEntriesTest, namesInAnyDirectionOfWritingStayAsTheyAre) {
+    const QString name = u"\u200f\u05e9\u05dc\u05d5\u05dd \u202eexe.txt\u202c"_s;
+    const QString id = u"\u05e2\u05d5\u05e8\u05da"_s;
+    install(u"first/applications/%1.desktop"_s.arg(id), name.toUtf8());
+    EXPECT_EQ(listed().at(id).name, name);
+}
+
+TEST_F(GioDesktopEntriesTest, aNameThatIsNoTextHoldsUpNoOther) {
+    install(u"first/applications/good.desktop"_s, "Good");
+    write(u"first/applications/half.desktop"_s, "[Desktop Entry]\nType=Application\nName=Half\n"
+                                                "Name[de]=H\xe4lfte\nExec=true\n");
+    write(u"first/applications/zero.desktop"_s,
+          QByteArray("[Desktop Entry]\nType=Application\nName=Ze\0ro\nExec=true\n", 54));
+    for (const char *name :
+         {"bad\xff.desktop", "half\xc3.desktop", "surrogate\xed\xa0\x80.desktop"}) {
+        const QByteArray file = QFile::encodeName(path(u"first/applications/"_s)) + name;
+        const int descriptor = open(file.constData(), O_WRONLY | O_CREAT, 0600);
+        const QByteArray bytes = "[Desktop Entry]\nType=Application\nName=Bad\nExec=true\n";
+        ASSERT_EQ(::write(descriptor, bytes.constData(), static_cast<std::size_t>(bytes.size())),
+                  bytes.size());
+        close(descriptor);
+    }
+    const auto entries = listed();
+    EXPECT_EQ(entries.at(u"good"_s).name, u"Good");
+    EXPECT_EQ(entries.at(u"half"_s).name, u"Half") << "not a name that nobody gave it";
+    for (const auto &[id, entry] : entries) {
+        EXPECT_FALSE(entry.name.contains(QChar(0))) << qPrintable(id);
+        EXPECT_NE(entry.name, u"Bad") << "it could not be opened: " << qPrintable(id);
+    }
+    std::filesystem::remove_all(path(u"first"_s).toStdString()); // QTemporaryDir cannot
 }
 
 TEST_F(GioDesktopEntriesTest, foldersAreReadAfreshEachTime) {
