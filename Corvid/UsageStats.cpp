@@ -29,6 +29,10 @@ void UsageStats::recordLaunch(const std::optional<QString> &id) {
 
 void UsageStats::recordLatch(const QString &query, const QString &id) {
     constexpr qsizetype mostLatches = 500;
+    // Pasted, not typed, and never again: hundreds of them would outgrow the settings' file.
+    constexpr qsizetype longestQuery = 256;
+    if (query.size() > longestQuery)
+        return;
     settings::updateQueryLatches(defaults_,
                                  [query = query.toLower(), id](settings::QueryLatches &latches) {
                                      if (latches.size() > mostLatches)

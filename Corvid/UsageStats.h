@@ -28,7 +28,8 @@ public:
     void recordLaunch(const std::optional<QString> &id);
 
     /** Remembers `id` as the choice for the query (trimmed by the caller, lower-cased here). A
-        table of more than 500 entries is emptied first: a crude bound, deliberately. */
+        table of more than 500 entries is emptied first: a crude bound, deliberately. Queries of
+        more than 256 characters are not remembered. */
     void recordLatch(const QString &query, const QString &id);
 
 private:

@@ -279,6 +279,31 @@ TEST_F(ProjectIndexTest, aLargeCacheIsReadInTheBackground) {
     EXPECT_EQ(names(index), QStringList{u"web"_s});
 }
 
+TEST_F(ProjectIndexTest, aLargeCacheKeepsNobodyWaitingThoughASmallOneHasTakenItsPlace) {
+    gate_.shut(at(u"src"_s));
+    writeCacheBytes(encodeRecords(manyProjects()));
+    ProjectIndex::CachedList reading = ProjectIndex::readCachedList();
+    writeCacheBytes(encodeRecords<ProjectEntry>({cached}));
+    ProjectIndex index(defaults_, gate_);
+    int updates = 0;
+    index.onUpdate = [&] { ++updates; };
+    index.load(std::move(reading));
+    EXPECT_EQ(updates, 0) << "not within the call";
+    EXPECT_TRUE(waitUntil([&] { return updates > 0; }));
+    gate_.open(at(u"src"_s));
+}
+
+TEST_F(ProjectIndexTest, aCacheOfMoreThanSixtyFourMebibytesIsNone) {
+    const QByteArray sound = encodeRecords<ProjectEntry>({cached});
+    constexpr qsizetype most = 64 * 1024 * 1024;
+    QFile file(at(u"cache"_s));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    ASSERT_EQ(file.write(sound.leftJustified(most)), most);
+    EXPECT_EQ(readCache<ProjectEntry>(openRegularFile(file.fileName())).size(), 1U);
+    ASSERT_EQ(file.write(" "), 1);
+    EXPECT_TRUE(readCache<ProjectEntry>(openRegularFile(file.fileName())).empty());
+}
+
 TEST_F(ProjectIndexTest, aLargeCacheThatIsSlowerThanTheScanIsNotShown) {
     project(u"src/web"_s);
     writeCacheBytes(encodeRecords(manyProjects()));

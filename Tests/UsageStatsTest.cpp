@@ -65,6 +65,12 @@ TEST_F(UsageStatsTest, recordingOverATableOfAnotherShapeStartsAfresh) {
     EXPECT_EQ(stats.counts(), (QHash<QString, qint64>{{u"a"_s, 1}}));
 }
 
+TEST_F(UsageStatsTest, aQueryThatNobodyTypesTwiceIsNotLatched) {
+    stats.recordLatch(QString(256, u'x'), u"a"_s);
+    stats.recordLatch(QString(257, u'x'), u"b"_s);
+    EXPECT_EQ(stats.latches(), (QHash<QString, QString>{{QString(256, u'x'), u"a"_s}}));
+}
+
 TEST_F(UsageStatsTest, aLatchIsKeptUnderTheLowerCasedUntrimmedQuery) {
     stats.recordLatch(u" Foo"_s, u"a"_s);
     EXPECT_EQ(stats.latches(), (QHash<QString, QString>{{u" foo"_s, u"a"_s}}));

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QByteArray>
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QString>
@@ -12,6 +14,17 @@
 /** Decoding of JSON, all or nothing: a value of another type than the one asked for is absent,
     and so is a whole in which one part is. Pure, any thread. */
 namespace corvid::json {
+
+/** How deep arrays and objects may lie in each other in a file of ours. It never needs more than
+    four levels; writing a thousand levels with their indentation would fill a disk. */
+inline constexpr int deepest = 32;
+
+/** What a file of ours holds; null when it is damaged or nested more than `deepest` levels. A
+    byte-order mark before it is no damage, and within a text it is kept. */
+QJsonDocument fromFile(const QByteArray &bytes);
+
+/** The bytes of a file that fromFile() reads back as they were. */
+QByteArray toFile(const QJsonDocument &document, QJsonDocument::JsonFormat format);
 
 inline std::optional<QString> text(const QJsonValue &value) {
     return value.isString() ? std::optional(value.toString()) : std::nullopt;

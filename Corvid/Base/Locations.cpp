@@ -25,6 +25,15 @@ QString xdgFolder(const char *variable, QLatin1StringView belowHome) {
     return QDir(home()).filePath(belowHome);
 }
 
+QStringList xdgFolders(const char *variable, const QStringList &otherwise) {
+    QStringList folders;
+    for (const QString &folder : QFile::decodeName(qgetenv(variable)).split(u':')) {
+        if (folder.startsWith(u'/'))
+            folders.append(QDir::cleanPath(folder));
+    }
+    return folders.isEmpty() ? otherwise : folders;
+}
+
 } // namespace
 
 QString home() {
@@ -42,13 +51,7 @@ QString applicationSupport() {
 }
 
 QStringList systemData() {
-    QStringList folders;
-    const QString variable = QFile::decodeName(qgetenv("XDG_DATA_DIRS"));
-    for (const QString &folder : variable.split(u':')) {
-        if (folder.startsWith(u'/'))
-            folders.append(QDir::cleanPath(folder));
-    }
-    return folders.isEmpty() ? QStringList{u"/usr/local/share"_s, u"/usr/share"_s} : folders;
+    return xdgFolders("XDG_DATA_DIRS", {u"/usr/local/share"_s, u"/usr/share"_s});
 }
 
 QStringList flatpakData() {
@@ -58,6 +61,10 @@ QStringList flatpakData() {
 
 QString configuration() {
     return xdgFolder("XDG_CONFIG_HOME", ".config"_L1);
+}
+
+QStringList systemConfiguration() {
+    return xdgFolders("XDG_CONFIG_DIRS", {u"/etc/xdg"_s});
 }
 
 QString state() {

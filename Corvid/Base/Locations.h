@@ -28,6 +28,9 @@ QStringList flatpakData();
 /** $XDG_CONFIG_HOME, by default ~/.config. */
 QString configuration();
 
+/** $XDG_CONFIG_DIRS, what is configured for everybody; by default /etc/xdg. */
+QStringList systemConfiguration();
+
 /** $XDG_STATE_HOME, by default ~/.local/state. */
 QString state();
 

@@ -1,10 +1,20 @@
 #include "Base/Records.h"
 
 #include "Base/Json.h"
+#include "Base/Text.h"
 
 namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+std::optional<QString> decodeName(const QJsonValue &value) {
+    const std::optional<QString> text = json::text(value);
+    return text ? std::optional(nameFrom(*text)) : std::nullopt;
+}
+
+} // namespace
 
 QString usageKey(const AppEntry &app) {
     return app.bundleID + u'|' + app.path;
@@ -31,11 +41,11 @@ QJsonObject toJson(const ProjectEntry &project) {
 
 template <>
 std::optional<AppEntry> fromJson<AppEntry>(const QJsonValue &value) {
-    auto name = json::text(value["name"_L1]);
+    auto name = decodeName(value["name"_L1]);
     auto bundleID = json::text(value["bundleID"_L1]);
     auto path = json::text(value["path"_L1]);
     auto roles = json::texts(value["roles"_L1]);
-    auto aliases = json::texts(value["aliases"_L1]);
+    auto aliases = json::list<QStringList>(value["aliases"_L1], decodeName);
     auto category = json::text(value["category"_L1]);
     if (!name || !bundleID || !path || !roles || !aliases || !category)
         return std::nullopt;
@@ -45,7 +55,7 @@ std::optional<AppEntry> fromJson<AppEntry>(const QJsonValue &value) {
 
 template <>
 std::optional<ProjectEntry> fromJson<ProjectEntry>(const QJsonValue &value) {
-    auto name = json::text(value["name"_L1]);
+    auto name = decodeName(value["name"_L1]);
     auto path = json::text(value["path"_L1]);
     auto stack = json::texts(value["stack"_L1]);
     if (!name || !path || !stack)

@@ -38,7 +38,7 @@ QString usageKey(const AppEntry &app);
 QString usageKey(const ProjectEntry &project);
 
 /** JSON coding: the keys are the field names. Decoding yields nothing when one is missing or of
-    another type. */
+    another type, and cuts names and aliases as nameFrom() does. */
 QJsonObject toJson(const AppEntry &app);
 QJsonObject toJson(const ProjectEntry &project);
 template <typename Record>

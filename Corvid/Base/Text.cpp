@@ -36,6 +36,25 @@ QString folded(const QString &text) {
     return text.toLower().normalized(QString::NormalizationForm_C);
 }
 
+QString nameFrom(const QString &text) {
+    constexpr int mostCharacters = 256;
+    constexpr qsizetype mostUnits = 1024; // one character may have any number of combining marks
+    if (text.size() <= mostCharacters)
+        return text;
+    // A unit more shows whether the last character ends there.
+    const QString head = text.left(mostUnits + 1);
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, head);
+    qsizetype end = 0;
+    for (int count = 0; count < mostCharacters && finder.toNextBoundary() > 0; ++count) {
+        if (finder.position() > mostUnits)
+            break;
+        end = finder.position();
+    }
+    if (end == 0) // a character that does not end
+        end = head[mostUnits].isLowSurrogate() ? mostUnits - 1 : mostUnits;
+    return text.left(end);
+}
+
 QString displayText(const QString &text) {
     QString shown;
     shown.reserve(text.size());

@@ -13,6 +13,10 @@ namespace corvid {
     and decomposed spellings are equal. */
 QString folded(const QString &text);
 
+/** A name from outside, cut where nobody has ever seen one go on: behind 256 characters (extended
+    grapheme clusters) or 1,024 UTF-16 units. Copies nothing in the usual case. */
+QString nameFrom(const QString &text);
+
 /** Text from outside, fit to be shown as plain text: line feeds and tabs stay, separators of lines
     and paragraphs become line feeds; other control characters, whatever overrides the direction
     of writing, and code points that text layouts take for markers of their own are gone. Works on

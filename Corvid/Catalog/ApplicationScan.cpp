@@ -1,12 +1,15 @@
 #include "Catalog/ApplicationScan.h"
 
 #include "Base/NameOrder.h"
+#include "Base/Text.h"
 #include "Catalog/DesktopEntryMapping.h"
 #include "Catalog/PropertyList.h"
 
 #include <QDir>
+#include <QSet>
 
 #include <map>
+#include <ranges>
 
 namespace corvid {
 
@@ -23,11 +26,12 @@ std::optional<AppEntry> readBundle(const QString &folder, const QString &fileNam
     if (!info.contains(u"CFBundleIdentifier"_s))
         return std::nullopt;
     AppEntry app;
-    app.bundleID = info.value(u"CFBundleIdentifier"_s);
+    app.bundleID = nameFrom(info.value(u"CFBundleIdentifier"_s));
     app.path = path;
-    app.name = info.value(u"CFBundleDisplayName"_s,
-                          info.value(u"CFBundleName"_s, fileName.chopped(bundleSuffix.size())));
-    app.category = info.value(u"LSApplicationCategoryType"_s, u""_s);
+    app.name =
+        nameFrom(info.value(u"CFBundleDisplayName"_s,
+                            info.value(u"CFBundleName"_s, fileName.chopped(bundleSuffix.size()))));
+    app.category = nameFrom(info.value(u"LSApplicationCategoryType"_s, u""_s));
     const RoleCatalog::AppMeta known = catalog.taxonomy.apps.value(app.bundleID);
     app.roles = known.roles + catalog.categoryMap.value(app.category);
     app.aliases = known.aliases;
@@ -46,22 +50,31 @@ std::vector<AppEntry> scanAll(const QStringList &bundleFolders,
                               const RoleCatalog &roles, const std::stop_token &stop) {
     // Ordered by identifier, so that equal names come out in the same order every time.
     std::map<QString, AppEntry> found;
-    for (const QString &folder : bundleFolders) {
-        const QStringList names = QDir(folder).entryList(
-            QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    QSet<QString> paths;
+    // The last ones first: those before them give way.
+    const auto add = [&](AppEntry app) {
+        if (paths.contains(app.path) || found.contains(app.bundleID))
+            return;
+        paths.insert(app.path);
+        found.emplace(app.bundleID, std::move(app));
+    };
+    for (const DesktopEntry &entry : std::views::reverse(desktopEntries)) {
+        if (stop.stop_requested())
+            break;
+        add(appEntry(entry, roles));
+    }
+    for (const QString &folder : std::views::reverse(bundleFolders)) {
+        const QStringList names = QDir(folder).entryList(QDir::AllEntries | QDir::Hidden |
+                                                             QDir::System | QDir::NoDotAndDotDot,
+                                                         QDir::Name | QDir::Reversed);
         for (const QString &name : names) {
             if (stop.stop_requested())
                 break;
             if (!name.endsWith(bundleSuffix))
                 continue;
             if (std::optional<AppEntry> app = readBundle(folder, name, roles))
-                found.insert_or_assign(app->bundleID, *app);
+                add(*std::move(app));
         }
-    }
-    for (const DesktopEntry &entry : desktopEntries) {
-        if (stop.stop_requested())
-            break;
-        found.insert_or_assign(entry.id, appEntry(entry, roles));
     }
     std::vector<AppEntry> apps;
     apps.reserve(found.size());

@@ -14,8 +14,8 @@ QStringList bundleFolders(const QString &home);
 
 /**
  * Every installed application, sorted by name: the bundles directly within the folders, then the
- * desktop entries. Of several with one identifier the last one wins; no path occurs twice. What
- * cannot be read is left out. Blocks on the disk; any thread. Asked to stop, it returns what it
+ * desktop entries. Of several with one identifier, or with one path, the last one wins. What cannot
+ * be read is left out. Blocks on the disk; any thread. Asked to stop, it returns what it
  * has so far.
  */
 std::vector<AppEntry> scanAll(const QStringList &bundleFolders,

@@ -5,8 +5,7 @@
 #include "Base/Records.h"
 #include "Base/RegularFile.h"
 
-#include <QJsonDocument>
-
+#include <optional>
 #include <vector>
 
 namespace corvid {
@@ -16,8 +15,7 @@ namespace corvid {
 template <typename Record>
 std::vector<Record> decodeRecords(const QByteArray &bytes) {
     using Records = std::vector<Record>;
-    return json::list<Records>(QJsonDocument::fromJson(bytes).array(), fromJson<Record>)
-        .value_or(Records());
+    return json::list<Records>(json::fromFile(bytes).array(), fromJson<Record>).value_or(Records());
 }
 
 template <typename Record>
@@ -25,15 +23,17 @@ QByteArray encodeRecords(const std::vector<Record> &records) {
     QJsonArray array;
     for (const Record &record : records)
         array.append(toJson(record));
-    return QJsonDocument(array).toJson(QJsonDocument::Compact);
+    return json::toFile(QJsonDocument(array), QJsonDocument::Compact);
 }
 
-/** Empty when the file is missing, unreadable, damaged or unreasonably large. Blocks on the disk;
-    any thread. */
+/** Empty when there is no file, and when it is unreadable, damaged or unreasonably large. Blocks on
+    the disk; any thread. */
 template <typename Record>
-std::vector<Record> readCache(const QString &path) {
-    constexpr qint64 most = 256 * 1024 * 1024; // some hundred times what anybody's holds
-    return decodeRecords<Record>(readRegularFile(path, most).value_or(QByteArray()));
+std::vector<Record> readCache(const std::optional<OpenedFile> &file) {
+    constexpr qint64 most = 64 * 1024 * 1024; // 300,000 projects need 40 MB
+    if (!file || file->size() > most)
+        return {};
+    return decodeRecords<Record>(file->read().value_or(QByteArray()));
 }
 
 /** A cache that cannot be written is lost, nothing more. Blocks on the disk; any thread. */

@@ -5,7 +5,6 @@
 #include "Catalog/JsonCache.h"
 #include "Search/SearchIndex.h"
 
-#include <QFileInfo>
 #include <QObject>
 
 #include <atomic>
@@ -13,6 +12,7 @@
 #include <future>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <type_traits>
 #include <utility>
 
@@ -36,7 +36,10 @@ public:
     };
     using SharedSnapshot = std::shared_ptr<Snapshot>;
     /** The list of the last run, empty when there is none; its destructor waits for it. */
-    using Cached = std::future<SharedSnapshot>;
+    struct Cached {
+        std::future<SharedSnapshot> list;
+        bool isQuick = true; ///< whether the main thread can wait for it
+    };
     using Scan = std::function<Records(const std::stop_token &)>;
     enum class Source { Cache, Scan };
 
@@ -46,9 +49,16 @@ public:
 
     /** Starts to read the cache. Any thread; needs no event loop. */
     static Cached readCache() {
-        return std::async(std::launch::async, [path = cachePath()] {
-            return std::make_shared<Snapshot>(corvid::readCache<Record>(path));
-        });
+        // Reading it, and preparing what it holds for searching, takes 4 ms at most on a slow
+        // machine. Holds for 1,000 applications or 3,000 projects.
+        constexpr qint64 mostIfQuick = 384 * 1024;
+        std::optional<OpenedFile> file = openRegularFile(cachePath());
+        const bool isQuick = !file || file->size() <= mostIfQuick;
+        return {std::async(std::launch::async,
+                           [file = std::move(file)] {
+                               return std::make_shared<Snapshot>(corvid::readCache<Record>(file));
+                           }),
+                isQuick};
     }
 
     /** The present list, empty at first. Valid until the next replacement. */
@@ -58,14 +68,14 @@ public:
         is read, unless a scan was faster or this was called again. */
     void showCached(Cached cached) {
         ++generation_;
-        if (isQuickToRead()) {
-            if (SharedSnapshot list = cached.get(); !list->records.empty())
+        if (cached.isQuick) {
+            if (SharedSnapshot list = cached.list.get(); !list->records.empty())
                 replace(std::move(list), Source::Cache);
             return;
         }
         tasks_.start([this, generation = generation_,
                       reading = std::make_shared<Cached>(std::move(cached))](const auto &) {
-            later([this, generation, list = reading->get()]() mutable {
+            later([this, generation, list = reading->list.get()]() mutable {
                 if (generation == generation_ && !list->records.empty())
                     replace(std::move(list), Source::Cache);
                 else
@@ -95,14 +105,6 @@ private:
         constexpr bool isOfApps = std::is_same_v<Record, AppEntry>;
         return locations::cacheFile(isOfApps ? QStringLiteral("catalog.json")
                                              : QStringLiteral("projects.json"));
-    }
-
-    /** Whether reading the cache, and preparing what it holds for searching, takes so little time
-        (4 ms at most on a slow machine) that the main thread can wait for it. Holds for 1,000
-        applications or 3,000 projects. */
-    static bool isQuickToRead() {
-        constexpr qint64 most = 384 * 1024;
-        return QFileInfo(cachePath()).size() <= most;
     }
 
     /** Runs it in the main thread, called from any. */

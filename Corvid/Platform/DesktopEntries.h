@@ -27,7 +27,7 @@ struct DesktopEntry {
 class DesktopEntries : public Port {
 public:
     /** Reads the folders afresh; tens of milliseconds for a thousand entries, so call it in the
-        background. Any thread. Broken entries are left out. */
+        background. Any thread. Broken entries are left out, and no path occurs twice. */
     virtual std::vector<DesktopEntry> list() const = 0;
 };
 

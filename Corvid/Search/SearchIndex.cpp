@@ -13,6 +13,10 @@ std::uint64_t characterMask(QStringView foldedUnits) {
     return mask;
 }
 
+std::uint32_t hashOfKey(const QString &key) {
+    return static_cast<std::uint32_t>(qHash(key));
+}
+
 } // namespace
 
 PreparedQuery::PreparedQuery(const QString &query)
@@ -45,12 +49,14 @@ SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
                 members.push_back(i);
         }
     }
+    sortKeys();
 }
 
 SearchIndex::SearchIndex(const std::vector<ProjectEntry> &projects)
     : nameTiers_(SearchEngine::projectNameTiers) {
     for (const ProjectEntry &project : projects)
         append(project.name, {}, usageKey(project));
+    sortKeys();
 }
 
 void SearchIndex::append(const QString &name, const QStringList &aliases, const QString &key) {
@@ -62,14 +68,29 @@ void SearchIndex::append(const QString &name, const QStringList &aliases, const 
     aliasStarts_.push_back(static_cast<std::uint32_t>(aliases_.size()));
 }
 
+void SearchIndex::sortKeys() {
+    places_.reserve(keys_.size());
+    for (const QString &key : keys_)
+        places_.push_back({hashOfKey(key), static_cast<std::uint32_t>(places_.size())});
+    std::ranges::sort(places_);
+}
+
+std::span<const SearchIndex::KeyPlace> SearchIndex::placesOf(const QString &key) const {
+    return std::ranges::equal_range(places_, hashOfKey(key), {}, &KeyPlace::hash);
+}
+
 void SearchIndex::updateUsage(const UsageStats &stats) {
     const quint64 generation = stats.generation();
     if (generation_ == generation)
         return;
     generation_ = generation;
+    std::ranges::fill(launches_, 0);
+    // There are far fewer counts than entries.
     const settings::LaunchCounts &counts = stats.counts();
-    for (std::size_t i = 0; i < keys_.size(); ++i)
-        launches_[i] = counts.value(keys_[i]);
+    for (auto count = counts.begin(); count != counts.end(); ++count)
+        for (const KeyPlace &place : placesOf(count.key()))
+            if (keys_[place.index] == count.key())
+                launches_[place.index] = count.value();
 }
 
 qint64 SearchIndex::score(const PreparedQuery &query, std::size_t index) const {
@@ -80,10 +101,10 @@ qint64 SearchIndex::score(const PreparedQuery &query, std::size_t index) const {
 }
 
 std::optional<std::size_t> SearchIndex::indexOf(const QString &key) const {
-    const auto found = std::ranges::find(keys_, key);
-    if (found == keys_.end())
-        return std::nullopt;
-    return static_cast<std::size_t>(found - keys_.begin());
+    for (const KeyPlace &place : placesOf(key))
+        if (keys_[place.index] == key)
+            return place.index;
+    return std::nullopt;
 }
 
 const std::vector<std::size_t> &SearchIndex::withRole(const QString &role) const {

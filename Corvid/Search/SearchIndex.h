@@ -7,7 +7,9 @@
 
 #include <QHash>
 
+#include <compare>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace corvid {
@@ -61,13 +63,22 @@ public:
     qint64 launches(std::size_t index) const { return launches_[index]; }
     /** The entry's usage key. */
     const QString &key(std::size_t index) const { return keys_[index]; }
-    /** The entry with this usage key. */
+    /** The first entry with this usage key. */
     std::optional<std::size_t> indexOf(const QString &key) const;
     /** The indexes of the applications that fill a role, ascending. */
     const std::vector<std::size_t> &withRole(const QString &role) const;
 
 private:
+    /** Where an entry is that has a key of this hash. */
+    struct KeyPlace {
+        std::uint32_t hash;
+        std::uint32_t index;
+        auto operator<=>(const KeyPlace &) const = default;
+    };
+
     void append(const QString &name, const QStringList &aliases, const QString &key);
+    void sortKeys();
+    std::span<const KeyPlace> placesOf(const QString &key) const;
 
     SearchEngine::Tiers nameTiers_;
     NameTable names_;
@@ -75,6 +86,7 @@ private:
     std::vector<std::uint32_t> aliasStarts_{0};
     QHash<QString, std::vector<std::size_t>> roles_;
     std::vector<QString> keys_;
+    std::vector<KeyPlace> places_; ///< of all keys, sorted: a hash that holds no texts
     std::vector<qint64> launches_;
     std::optional<quint64> generation_; ///< of the usage tables
 };

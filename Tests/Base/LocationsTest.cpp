@@ -106,6 +106,13 @@ TEST_F(Locations, ofTheSystemsDataFoldersThoseThatAreAbsoluteCountInTheirOrder) 
     }
 }
 
+TEST_F(Locations, soDoTheSystemsFoldersForConfiguration) {
+    qputenv("XDG_CONFIG_DIRS", "/one/:relative::/two//three");
+    EXPECT_EQ(locations::systemConfiguration(), (QStringList{u"/one"_s, u"/two/three"_s}));
+    qunsetenv("XDG_CONFIG_DIRS");
+    EXPECT_EQ(locations::systemConfiguration(), QStringList{u"/etc/xdg"_s});
+}
+
 TEST_F(Locations, flatpaksDataIsTheUsersAndEverybodys) {
     qputenv("XDG_DATA_HOME", "/data");
     EXPECT_EQ(locations::flatpakData(),

@@ -68,3 +68,35 @@ TEST(Records, bytesThatAreNoJsonArrayDecodeToNothing) {
     for (const char *bytes : {"", "{}", "[", "null", "[1]", "\xff\xfe", "[{}]"})
         EXPECT_TRUE(decodeRecords<AppEntry>(bytes).empty()) << bytes;
 }
+
+TEST(Records, namesOfAMegabyteAreCut) {
+    const QString endless(1'000'000, u'x');
+    AppEntry app = editor;
+    app.name = endless;
+    app.aliases = {endless, u"short"_s};
+    const std::optional<AppEntry> read = fromJson<AppEntry>(toJson(app));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->name, endless.left(256));
+    EXPECT_EQ(read->aliases, (QStringList{endless.left(256), u"short"_s}));
+    EXPECT_EQ(read->path, app.path);
+    const ProjectEntry project{endless, web.path, web.stack};
+    ASSERT_TRUE(fromJson<ProjectEntry>(toJson(project)));
+    EXPECT_EQ(fromJson<ProjectEntry>(toJson(project))->name, endless.left(256));
+}
+
+TEST(Records, aByteOrderMarkWithinATextIsKept) {
+    // Without it, the two paths would be one.
+    const std::vector<ProjectEntry> projects{{u"\ufeffa"_s, u"/a\"\ufeffb"_s, {}},
+                                             {u"a"_s, u"/a\"b"_s, {}}};
+    EXPECT_EQ(decodeRecords<ProjectEntry>(encodeRecords(projects)), projects);
+}
+
+TEST(Records, aListThatIsNestedDeeperThanAnyOfOursDecodesToNothing) {
+    const auto nested = [](int levels) {
+        return R"([{"name":"a","path":"/a","stack":[],"more":)" + QByteArray(levels - 2, '[') +
+               QByteArray(levels - 2, ']') + "}]";
+    };
+    EXPECT_EQ(decodeRecords<ProjectEntry>(nested(32)).size(), 1U);
+    EXPECT_TRUE(decodeRecords<ProjectEntry>(nested(33)).empty());
+    EXPECT_TRUE(decodeRecords<ProjectEntry>(QByteArray(3'000'000, '[')).empty());
+}

@@ -45,6 +45,33 @@ TEST(Text, unpairedSurrogatesAndLongStringsSurvive) {
     EXPECT_EQ(characters(QString(10'000, u'é')), 10'000);
 }
 
+TEST(Text, aNameEndsBehindTwoHundredFiftySixCharacters) {
+    const QString longest(256, u'x');
+    EXPECT_EQ(nameFrom(longest), longest);
+    EXPECT_EQ(nameFrom(longest + u'x'), longest);
+    EXPECT_EQ(nameFrom(QString(1'000'000, u'x')), longest);
+    const QString family = u"\U0001F468\u200D\U0001F469"_s; // one character of five units
+    const QString accented = u"e\u0301"_s;
+    EXPECT_EQ(nameFrom(accented.repeated(256)), accented.repeated(256));
+    EXPECT_EQ(nameFrom(accented.repeated(257)), accented.repeated(256));
+    EXPECT_EQ(nameFrom(family.repeated(204)), family.repeated(204));
+    EXPECT_EQ(nameFrom(family.repeated(205)), family.repeated(204)) << "1,024 units are enough";
+}
+
+TEST(Text, aNameThatIsOneEndlessCharacterEndsAsWell) {
+    EXPECT_EQ(nameFrom(u'e' + QString(1'000'000, QChar(0x301))),
+              u'e' + QString(1'023, QChar(0x301)));
+    const QString mark = u"\U000E0100"_s; // two units
+    EXPECT_EQ(nameFrom(u'e' + mark.repeated(10'000)), u'e' + mark.repeated(511)) << "no half one";
+    const QString halves(2'000, QChar(0xd800));
+    EXPECT_EQ(nameFrom(halves), halves.left(256));
+}
+
+TEST(Text, aNameOfTheUsualLengthIsNotCopied) {
+    const QString name = u"a name"_s;
+    EXPECT_EQ(nameFrom(name).constData(), name.constData());
+}
+
 TEST(Text, shownTextKeepsLineFeedsAndTabsAndNoOtherControlCharacter) {
     QString controls;
     for (char16_t c = 0; c < 0x20; ++c)

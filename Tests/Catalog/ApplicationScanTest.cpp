@@ -259,6 +259,25 @@ TEST_F(ApplicationScan, aDesktopEntryWinsOverABundleWithItsIdentifier) {
     EXPECT_EQ(only().path, u"/x/foo.desktop");
 }
 
+TEST_F(ApplicationScan, noPathOccursTwiceWhateverIsListed) {
+    bundle(u"first/Foo.app"_s, {{identifier, u"com.example.foo"_s}});
+    const QString foo = folder(u"first/Foo.app"_s);
+    const auto entry = [](const QString &id, const QString &path) {
+        return DesktopEntry{id, path, id, {}, {}, {}, {}};
+    };
+    entries_ = {entry(u"a"_s, u"/x/same"_s), entry(u"b"_s, u"/x/same"_s),
+                entry(u"b"_s, u"/x/other"_s), entry(u"c"_s, u"/x/other"_s), entry(u"d"_s, foo)};
+    EXPECT_EQ(names(), (QStringList{u"b"_s, u"c"_s, u"d"_s})) << "the last of each";
+}
+
+TEST_F(ApplicationScan, namesOfAMegabyteAreCut) {
+    const QString endless(1'000'000, u'x');
+    bundle(u"first/Foo.app"_s,
+           {{identifier, endless}, {displayName, endless}, {categoryType, endless}});
+    const QString cut = endless.left(256);
+    EXPECT_EQ(only(), (AppEntry{cut, cut, folder(u"first/Foo.app"_s), {}, {}, cut}));
+}
+
 TEST_F(ApplicationScan, namesAreSortedByLettersNotByTheirCase) {
     for (const QString &name :
          {u"beta"_s, u"Alpha"_s, u"Zeta"_s, u"alpine"_s, u"BETB"_s, u"éclair"_s})

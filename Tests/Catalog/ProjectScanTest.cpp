@@ -519,6 +519,38 @@ TEST_F(ProjectScan, aFolderThatCannotBeReadIsLeftOut) {
     EXPECT_EQ(paths, QStringList{u"open"_s});
 }
 
+TEST_F(ProjectScan, whatAnotherUserOwnsIsListedAsFarAsItMayBeRead) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only an administrator can give folders away";
+    constexpr uid_t us = 65534;
+    constexpr uid_t other = 65533;
+    const std::pair<QString, mode_t> folders[]{
+        {u"closed"_s, 0700}, {u"listed"_s, 0744}, {u"shared"_s, 0755}, {u"everybodys"_s, 01777}};
+    for (const auto &[name, mode] : folders) {
+        file(name + u"/sub/package.json"_s);
+        link(name + u"/pipe"_s, u"/dev/full"_s);
+        const QByteArray path = QFile::encodeName(at(name));
+        ASSERT_EQ(chown(path.constData(), other, other), 0);
+        ASSERT_EQ(chmod(path.constData(), mode), 0);
+    }
+    file(u"ours/package.json"_s);
+    ASSERT_EQ(chmod(QFile::encodeName(root()).constData(), 0777), 0);
+    ASSERT_EQ(seteuid(us), 0);
+    const QStringList paths = found();
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_EQ(paths, (QStringList{u"everybodys/sub"_s, u"ours"_s, u"shared/sub"_s}));
+}
+
+TEST_F(ProjectScan, namesInAnyDirectionOfWritingStayAsTheyAre) {
+    const QStringList names{u"\u05e9\u05dc\u05d5\u05dd"_s, u"\u0645\u0634\u0631\u0648\u0639 2"_s,
+                            u"\u202eexe.txt\u202c"_s, u"\u2067a\u2069"_s};
+    for (const QString &name : names)
+        file(name + u"/package.json"_s);
+    QStringList sorted = names;
+    sorted.sort();
+    EXPECT_EQ(found(), sorted);
+}
+
 TEST_F(ProjectScan, foldersThatComeAndGoDuringTheWalkDoNoHarm) {
     file(u"stays/package.json"_s);
     for (int i = 0; i < 200; ++i)

@@ -73,7 +73,7 @@ protected:
     qint64 checkedRoundOf(const QString &name) const {
         if (!QFileInfo::exists(dataFile(name)))
             return 0;
-        const std::vector<Record> records = readCache<Record>(dataFile(name));
+        const std::vector<Record> records = readCache<Record>(openRegularFile(dataFile(name)));
         EXPECT_FALSE(records.empty()) << "damaged: " << qPrintable(name);
         if (records.empty())
             return 0;

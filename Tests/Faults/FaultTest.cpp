@@ -291,6 +291,28 @@ TEST_F(FaultTest, ofFiveThousandEntriesTheSoundHalfIsFound) {
     EXPECT_EQ(program.typed(u"frob"_s).size(), 9);
 }
 
+TEST_F(FaultTest, anEntryThatSeveralNamesLeadToEndsTheProgramAtNoStart) {
+    furnish();
+    const QString system = root_.filePath(u"system"_s);
+    const QString inner = system + "/applications/sub"_L1;
+    qputenv("XDG_DATA_DIRS", QFile::encodeName(system + u':' + inner));
+    const QByteArray entry = "[Desktop Entry]\nType=Application\nExec=true\nName=Frob twice\n";
+    write(inner + "/applications/twice.desktop"_L1, entry);
+    // Two names that differ by nothing but a mark that readers of JSON like to drop.
+    write(system + "/applications/x\".desktop"_L1, entry);
+    write(system + u"/applications/x\"\ufeff.desktop"_s, entry);
+    for (int start = 0; start < 2; ++start) {
+        Program program; // the second one starts from the cache
+        ASSERT_TRUE(program.waitForScans());
+        EXPECT_EQ(program.catalog.apps().size(), 4U);
+        EXPECT_EQ(program.typed(u"frob twice"_s).size(), 3);
+        ASSERT_TRUE(waitUntil([&] {
+            return readCache<AppEntry>(openRegularFile(cacheFile(u"catalog"_s))) ==
+                   program.catalog.apps();
+        }));
+    }
+}
+
 TEST_F(FaultTest, anEntryOfTenMegabytesIsLeftOutAndTheOthersAreFound) {
     furnish();
     writeEntry(u"huge"_s, "Frob huge\nComment=" + QByteArray(10'000'000, 'x'));
@@ -313,7 +335,7 @@ TEST_F(FaultTest, namesOfAnyCharactersAndLengthAreFoundAndKept) {
         ASSERT_TRUE(program.waitForScans());
         EXPECT_EQ(program.typed(u"frob"_s).size(), 5);
         EXPECT_EQ(program.typed(QString::fromUtf8(longName.left(90))),
-                  QStringList{QString::fromUtf8(longName)});
+                  QStringList{QString::fromUtf8(longName).left(256)});
         EXPECT_TRUE(program.typed(u"frob\nli"_s).contains(lines));
         program.choose(QString::fromUtf8(longName.left(30)));
         program.defaults.synchronize();
@@ -322,11 +344,77 @@ TEST_F(FaultTest, namesOfAnyCharactersAndLengthAreFoundAndKept) {
         }
         found = program.catalog.apps();
         ASSERT_TRUE(waitUntil([&] {
-            return readCache<AppEntry>(cacheFile(u"catalog"_s)) == found &&
-                   readCache<ProjectEntry>(cacheFile(u"projects"_s)) == program.projects.projects();
+            return readCache<AppEntry>(openRegularFile(cacheFile(u"catalog"_s))) == found &&
+                   readCache<ProjectEntry>(openRegularFile(cacheFile(u"projects"_s))) ==
+                       program.projects.projects();
         }));
     }
     EXPECT_EQ(storedLaunches(u"long|"_s + inHome(u".local/share/applications/long.desktop"_s)), 2);
+}
+
+TEST_F(FaultTest, namesOfAMegabyteAreCutBeforeTheyAreMatchedAndCached) {
+    furnish();
+    for (int i = 0; i < 20; ++i)
+        writeEntry(u"long%1"_s.arg(i), "Frob" + QByteArray::number(i) + QByteArray(1'000'000, 'x'));
+    Program program;
+    ASSERT_TRUE(program.waitForScans());
+    ASSERT_EQ(program.catalog.apps().size(), 21U);
+    for (const AppEntry &app : program.catalog.apps()) {
+        EXPECT_LE(app.name.size(), 256);
+        for (const QString &alias : app.aliases)
+            EXPECT_LE(alias.size(), 256);
+    }
+    EXPECT_TRUE(program.typed(u"frob7"_s).value(0).startsWith("Frob7x"_L1));
+    ASSERT_TRUE(waitUntil([&] { return QFileInfo(cacheFile(u"catalog"_s)).size() > 0; }));
+    EXPECT_LT(QFileInfo(cacheFile(u"catalog"_s)).size(), 21 * 1024);
+}
+
+// In memory: on a disk it would take minutes.
+TEST_F(MountFaultTest, ofTwentyThousandApplicationsAndThreeHundredThousandProjectsEachIsFound) {
+    const SmallDisk disk(home(), 4 * 1024 * 1024);
+    ASSERT_TRUE(disk.mounted());
+    constexpr int applications = 20'000;
+    constexpr int roots = 10;
+    constexpr int projectsOfARoot = 30'000; // as many as a walk lists
+    for (int i = 0; i < applications; ++i)
+        writeEntry(u"app%1"_s.arg(i), "Application " + QByteArray::number(i));
+    write(inHome(u"git"_s));
+    const QByteArray marker = QFile::encodeName(inHome(u"git"_s));
+    QJsonArray rootPaths;
+    for (int root = 0; root < roots; ++root) {
+        const QString path = inHome(u"root%1"_s.arg(root));
+        ASSERT_TRUE(QDir().mkpath(path));
+        rootPaths.append(path);
+        for (int i = 0; i < projectsOfARoot; ++i) {
+            const QByteArray folder = QFile::encodeName(path) + "/project-" +
+                                      QByteArray::number(root) + '-' + QByteArray::number(i);
+            ASSERT_EQ(mkdir(folder.constData(), 0700), 0);
+            ASSERT_EQ(link(marker.constData(), (folder + "/.git").constData()), 0);
+        }
+    }
+    write(settingsFile(), QJsonDocument(QJsonObject{{u"projectRoots"_s, rootPaths}}).toJson());
+    Program program;
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            EXPECT_FALSE(program.typed(u"pr"_s).isEmpty());
+            return program.isScanned();
+        },
+        std::chrono::seconds(200)));
+    EXPECT_EQ(program.catalog.apps().size(), std::size_t{applications});
+    EXPECT_EQ(program.projects.projects().size(), std::size_t{roots * projectsOfARoot});
+    EXPECT_EQ(program.typed(u"application 19999"_s).value(0), u"Application 19999");
+    EXPECT_EQ(program.typed(u"project-7-29999"_s).value(0), u"project-7-29999");
+    program.choose(u"project-7-29999"_s);
+    EXPECT_EQ(program.stats.counts().size(), 1);
+    ASSERT_TRUE(waitUntil([&] {
+        return QFileInfo::exists(cacheFile(u"projects"_s)) &&
+               QFileInfo::exists(cacheFile(u"catalog"_s));
+    }));
+    EXPECT_EQ(readCache<ProjectEntry>(openRegularFile(cacheFile(u"projects"_s))),
+              program.projects.projects())
+        << "for the next start";
+    EXPECT_EQ(readCache<AppEntry>(openRegularFile(cacheFile(u"catalog"_s))),
+              program.catalog.apps());
 }
 
 TEST_F(FaultTest, aQueryAsLongAsTheFieldTakesIsAnswered) {

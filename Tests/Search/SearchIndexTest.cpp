@@ -113,3 +113,23 @@ TEST(SearchIndex, usageIsTakenOverWhenItChangesAndDroppedWhenItGoes) {
     index.updateUsage(stats);
     EXPECT_EQ(index.score(query, 0), 1000);
 }
+
+TEST(SearchIndex, anEntryAmongManyIsFoundByItsKeyAndLaunchesCountForAllThatShareOne) {
+    std::vector<ProjectEntry> projects;
+    for (int i = 0; i < 20'000; ++i)
+        projects.push_back({u"p"_s, u"/p/%1"_s.arg(i % 10'000), {}});
+    FakeUserDefaults defaults;
+    UsageStats stats(defaults);
+    stats.recordLaunch(u"/p/7"_s);
+    stats.recordLaunch(u"/gone"_s);
+    SearchIndex index(projects);
+    index.updateUsage(stats);
+    for (std::size_t i = 0; i < projects.size(); ++i) {
+        ASSERT_EQ(index.indexOf(projects[i].path), i % 10'000);
+        ASSERT_EQ(index.launches(i), i % 10'000 == 7 ? 1 : 0) << i;
+    }
+    EXPECT_EQ(index.indexOf(u"/gone"_s), std::nullopt);
+    defaults.set(u"launchCounts"_s, QJsonValue::Undefined);
+    index.updateUsage(stats);
+    EXPECT_EQ(index.launches(7), 0) << "forgotten";
+}

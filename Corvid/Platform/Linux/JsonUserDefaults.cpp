@@ -1,17 +1,15 @@
 #include "Platform/Linux/JsonUserDefaults.h"
 
 #include "Base/AtomicFile.h"
+#include "Base/Json.h"
 #include "Base/RegularFile.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonDocument>
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <ctime>
-#include <limits>
 #include <utility>
 
 #include <sys/file.h>
@@ -23,8 +21,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr QByteArrayView byteOrderMark = "\xef\xbb\xbf";
-constexpr QByteArrayView escapedByteOrderMark = "\\ufeff";
+// A thousand times what it needs, and still parsed before anybody notices.
+constexpr qint64 largestDefaults = 1024 * 1024;
+// An editor saves once; what goes on changing is tried again later.
+constexpr int mostRewrites = 10;
+constexpr std::chrono::milliseconds longestRetryPause = std::chrono::minutes(5);
 
 qint64 nanoseconds(const timespec &time) {
     return std::chrono::nanoseconds(std::chrono::seconds(time.tv_sec)).count() + time.tv_nsec;
@@ -37,12 +38,26 @@ qint64 fileSystemTime() {
     return nanoseconds(now);
 }
 
-// Empty for a missing file, absent for one that cannot be read.
-std::optional<QByteArray> readBytes(const QString &path) {
+struct StoredDefaults {
+    QJsonObject object; ///< empty when there is no file, or a damaged one
+    bool isDamaged = false;
+};
+
+// Absent when there is something that cannot be read.
+std::optional<StoredDefaults> readDefaults(const QString &path) {
     struct stat status = {};
     if (stat(QFile::encodeName(path).constData(), &status) != 0 && errno == ENOENT)
-        return QByteArray();
-    return readRegularFile(path, std::numeric_limits<qint64>::max());
+        return StoredDefaults();
+    const std::optional<OpenedFile> file = openRegularFile(path);
+    if (!file)
+        return std::nullopt;
+    if (file->size() > largestDefaults)
+        return StoredDefaults{{}, true};
+    const std::optional<QByteArray> bytes = file->read();
+    if (!bytes)
+        return std::nullopt;
+    const std::optional<QJsonObject> object = decodeDefaults(*bytes);
+    return StoredDefaults{object.value_or(QJsonObject()), !object};
 }
 
 } // namespace
@@ -50,22 +65,14 @@ std::optional<QByteArray> readBytes(const QString &path) {
 std::optional<QJsonObject> decodeDefaults(const QByteArray &bytes) {
     if (bytes.isEmpty())
         return QJsonObject();
-    // Qt drops a byte-order mark also where it begins a text, or a part of one. At the beginning of
-    // the file it is no part of the content.
-    QByteArray escaped = bytes;
-    if (escaped.startsWith(byteOrderMark))
-        escaped.remove(0, byteOrderMark.size());
-    escaped.replace(byteOrderMark, escapedByteOrderMark);
-    const QJsonDocument document = QJsonDocument::fromJson(escaped);
-    if (!document.isObject())
-        return std::nullopt;
-    return document.object();
+    const QJsonDocument document = json::fromFile(bytes);
+    return document.isObject() ? std::optional(document.object()) : std::nullopt;
 }
 
 QByteArray encodeDefaults(const QJsonObject &object) {
-    return QJsonDocument(object)
-        .toJson(QJsonDocument::Indented)
-        .replace(byteOrderMark, escapedByteOrderMark);
+    const QJsonDocument document(object);
+    QByteArray bytes = json::toFile(document, QJsonDocument::Indented);
+    return bytes.size() <= largestDefaults ? bytes : json::toFile(document, QJsonDocument::Compact);
 }
 
 std::optional<JsonUserDefaults::Stamp> JsonUserDefaults::Stamp::of(const QString &file) {
@@ -76,9 +83,9 @@ std::optional<JsonUserDefaults::Stamp> JsonUserDefaults::Stamp::of(const QString
                  nanoseconds(status.st_ctim)};
 }
 
-JsonUserDefaults::JsonUserDefaults(QString file)
-    : file_(std::move(file)), writer_([this](const std::stop_token &stop) { writeChanges(stop); }) {
-}
+JsonUserDefaults::JsonUserDefaults(QString file, std::chrono::milliseconds firstPause)
+    : file_(std::move(file)), firstPause_(firstPause),
+      writer_([this](const std::stop_token &stop) { writeChanges(stop); }) {}
 
 JsonUserDefaults::~JsonUserDefaults() {
     synchronize();
@@ -133,8 +140,7 @@ void JsonUserDefaults::readIfChanged() const {
     stamp_ = stamp;
     // A file that was changed in this very tick of the clock can change again without a trace.
     settled_ = !stamp || stamp->changed < now;
-    QJsonObject object =
-        decodeDefaults(readBytes(file_).value_or(QByteArray())).value_or(QJsonObject());
+    QJsonObject object = readDefaults(file_).value_or(StoredDefaults()).object;
     if (object == stored_)
         return;
     stored_ = std::move(object);
@@ -142,13 +148,22 @@ void JsonUserDefaults::readIfChanged() const {
 }
 
 void JsonUserDefaults::writeChanges(const std::stop_token &stop) {
+    const auto isWanted = [this] { return attemptsMade_ < attemptsWanted_; };
+    std::chrono::milliseconds pause = firstPause_;
     std::unique_lock lock(mutex_);
-    while (wake_.wait(lock, stop, [this] { return attemptsMade_ < attemptsWanted_; })) {
+    while (true) {
+        if (waiting_.empty())
+            wake_.wait(lock, stop, isWanted);
+        else
+            wake_.wait_for(lock, stop, pause, isWanted);
+        if (stop.stop_requested() && !isWanted())
+            return;
         const quint64 attempt = attemptsWanted_;
         const std::deque<PendingChange> changes = waiting_;
         lock.unlock();
         const bool written = changes.empty() || write(changes);
         lock.lock();
+        pause = written ? firstPause_ : std::min(2 * pause, longestRetryPause);
         if (written) {
             waiting_.erase(waiting_.begin(), waiting_.begin() + std::ssize(changes));
             // Merged with what others wrote, a value may differ from the one that was shown.
@@ -166,27 +181,30 @@ bool JsonUserDefaults::write(const std::deque<PendingChange> &changes) const {
     if (!lock.open(QIODevice::ReadWrite, QFileDevice::ReadOwner | QFileDevice::WriteOwner) ||
         !lockFile(lock.handle(), LOCK_EX))
         return false;
-    while (true) {
+    for (int attempt = 0; attempt < mostRewrites; ++attempt) {
         const std::optional<Stamp> before = Stamp::of(file_);
-        const std::optional<QByteArray> bytes = readBytes(file_);
+        const std::optional<StoredDefaults> present = readDefaults(file_);
         // Writing would destroy what we cannot read.
-        if (!bytes)
+        if (!present)
             return false;
-        const std::optional<QJsonObject> intact = decodeDefaults(*bytes);
-        const QJsonObject present = intact.value_or(QJsonObject());
-        QJsonObject object = present;
+        QJsonObject object = present->object;
         for (const PendingChange &pending : changes)
             object.insert(pending.key, pending.change(object.value(pending.key)));
-        if (object == present)
+        if (object == present->object)
             return true;
+        const QByteArray bytes = encodeDefaults(object);
+        // Next time, it would be taken for damaged.
+        if (bytes.size() > largestDefaults)
+            return false;
         // Editors know nothing of our lock: what was saved in the meantime is merged, too.
         if (Stamp::of(file_) != before)
             continue;
         // A symbolic link stays; what it leads to is moved.
-        if (!intact && !keepAside(QFileInfo(file_).canonicalFilePath(), file_))
+        if (present->isDamaged && !keepAside(QFileInfo(file_).canonicalFilePath(), file_))
             return false;
-        return writeFileAtomically(file_, encodeDefaults(object));
+        return writeFileAtomically(file_, bytes);
     }
+    return false;
 }
 
 } // namespace corvid

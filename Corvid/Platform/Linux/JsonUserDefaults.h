@@ -7,6 +7,7 @@
 #include <QJsonObject>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -20,12 +21,14 @@ namespace corvid {
     when they are damaged. Pure. */
 std::optional<QJsonObject> decodeDefaults(const QByteArray &bytes);
 
-/** The bytes of a file that holds the object, indented for the eye. Pure. */
+/** The bytes of a file that holds the object, indented for the eye unless that makes it too large
+    to be read back. Pure. */
 QByteArray encodeDefaults(const QJsonObject &object);
 
 /**
  * The user defaults as one JSON object in a file that people edit by hand and several processes
- * share. A missing, unreadable or damaged file reads as empty.
+ * share. A missing, unreadable or damaged file reads as empty; one of more than 1 MiB, or nested
+ * deeper than any of ours, counts as damaged.
  *
  * Reading asks the file system whether the file is still the one that was parsed last, and
  * parses it again only when it is not. Writing happens on a thread of the object's own: under
@@ -33,14 +36,17 @@ QByteArray encodeDefaults(const QJsonObject &object);
  * their order and replaces the file as a whole. Until a change is in the file, value() shows it
  * all the same. A damaged file is moved to "<file>.damaged-<UTC time>" before it is replaced.
  *
- * Changes that cannot be written (no space, no permission, a lock held for seconds) stay visible in
- * this process and are tried again with the next update, the next synchronize() and at last by the
- * destructor, which is where they are lost.
+ * Changes that cannot be written (no space, no permission, a lock held for seconds, a file that
+ * somebody keeps rewriting) stay visible in this process. They are tried again with the next
+ * update, the next synchronize(), by themselves after pauses that grow to five minutes, and at last
+ * by the destructor, which is where they are lost.
  */
 class JsonUserDefaults final : public UserDefaults {
 public:
+    /** `firstPause`: before what could not be written is tried again. */
     explicit JsonUserDefaults(QString file = locations::configuration() +
-                                             QStringLiteral("/Corvid/defaults.json"));
+                                             QStringLiteral("/Corvid/defaults.json"),
+                              std::chrono::milliseconds firstPause = std::chrono::seconds(10));
     /** Blocks until the waiting changes are written. */
     ~JsonUserDefaults() override;
 
@@ -74,6 +80,7 @@ private:
     bool write(const std::deque<PendingChange> &changes) const;
 
     const QString file_;
+    const std::chrono::milliseconds firstPause_;
 
     // What the main thread sees; brought up to date whenever it asks.
     mutable QJsonObject stored_;

@@ -17,9 +17,13 @@ inline GKeyFilePointer parseKeyFile(const QByteArray &bytes) {
 /** A key file that others may have put there, such as a desktop entry or an icon theme's index.
     Null when it cannot be read, is damaged, or is larger than `most` bytes. Blocks on the disk; any
     thread. */
-inline GKeyFilePointer readKeyFile(const QString &path, qint64 most = 4 * 1024 * 1024) {
-    const auto bytes = readRegularFile(path, most);
+inline GKeyFilePointer readKeyFile(const OpenedFile &opened, qint64 most) {
+    const auto bytes = opened.size() <= most ? opened.read() : std::nullopt;
     return bytes ? parseKeyFile(*bytes) : nullptr;
+}
+inline GKeyFilePointer readKeyFile(const QString &path, qint64 most = 4 * 1024 * 1024) {
+    const std::optional<OpenedFile> opened = openRegularFile(path);
+    return opened ? readKeyFile(*opened, most) : nullptr;
 }
 
 /** A value as written, whatever the locale; empty when there is none. */

@@ -1,5 +1,7 @@
 #include "Platform/Linux/JsonUserDefaults.h"
 
+#include "Worlds/Wait.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -13,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <utility>
 
@@ -491,6 +494,72 @@ TEST_F(UserDefaultsFile, aDamagedFileReadsAsEmptyAndIsKeptAsideBeforeTheFirstWri
     }
 }
 
+TEST_F(UserDefaultsFile, aFileOfMoreThanOneMebibyteIsDamagedHoweverSoundItIs) {
+    const QByteArray sound = R"({"a": 1})";
+    const QByteArray most = sound + QByteArray((1 << 20) - sound.size(), ' ');
+    for (const auto &[content, isRead] : {std::pair(most, true), std::pair(most + ' ', false),
+                                          std::pair(most.repeated(200), false)}) {
+        edit(content);
+        {
+            JsonUserDefaults defaults(file());
+            EXPECT_EQ(defaults.value(u"a"_s).isUndefined(), !isRead) << content.size();
+            defaults.set(u"b"_s, 2);
+        }
+        EXPECT_EQ(stored()[u"b"_s], 2) << content.size();
+        ASSERT_EQ(keptAside().size(), isRead ? 0 : 1) << content.size();
+        if (!isRead) {
+            EXPECT_EQ(QFileInfo(path(keptAside().constFirst())).size(), content.size());
+            ASSERT_TRUE(QFile::remove(path(keptAside().constFirst())));
+        }
+    }
+}
+
+TEST_F(UserDefaultsFile, aFileThatIsNestedDeeperThanThirtyTwoLevelsIsDamaged) {
+    const auto nested = [](int levels) {
+        return R"({"text": "[[[\"{{{", "a": )" + QByteArray(levels - 1, '[') +
+               QByteArray(levels - 1, ']') + '}';
+    };
+    edit(nested(32));
+    EXPECT_TRUE(JsonUserDefaults(file()).value(u"a"_s).isArray());
+    for (const QByteArray &deeper : {nested(33), QByteArray("{\"a\":").repeated(100'000)}) {
+        edit(deeper);
+        {
+            JsonUserDefaults defaults(file());
+            EXPECT_TRUE(defaults.value(u"a"_s).isUndefined());
+            defaults.set(u"b"_s, 2);
+        }
+        EXPECT_EQ(stored(), (QJsonObject{{u"b"_s, 2}}));
+        ASSERT_EQ(keptAside().size(), 1);
+        EXPECT_EQ(contentOf(path(keptAside().constFirst())), deeper);
+        ASSERT_TRUE(QFile::remove(path(keptAside().constFirst())));
+    }
+}
+
+TEST_F(UserDefaultsFile, aFileThatIndentationWouldMakeTooLargeIsWrittenWithoutIt) {
+    edit(R"({"theirs": [)" + QByteArray("1,").repeated(400'000) + "1]}");
+    {
+        JsonUserDefaults defaults(file());
+        defaults.set(u"b"_s, 2);
+    }
+    const JsonUserDefaults again(file());
+    EXPECT_EQ(again.value(u"b"_s), QJsonValue(2));
+    EXPECT_EQ(again.value(u"theirs"_s).toArray().size(), 400'001);
+    EXPECT_EQ(keptAside(), QStringList());
+}
+
+TEST_F(UserDefaultsFile, whatWouldMakeTheFileTooLargeToBeReadIsNotWritten) {
+    const QByteArray before = R"({"a": 1})";
+    edit(before);
+    {
+        JsonUserDefaults defaults(file());
+        defaults.set(u"b"_s, QString(1 << 20, u'x'));
+        defaults.synchronize();
+        EXPECT_EQ(defaults.value(u"b"_s).toString().size(), 1 << 20) << "but shown";
+    }
+    EXPECT_EQ(contentOf(file()), before);
+    EXPECT_EQ(keptAside(), QStringList());
+}
+
 TEST_F(UserDefaultsFile, whatIsKeptAsideCarriesItsTimeInUtc) {
     edit("{");
     const QDateTime before = QDateTime::currentDateTimeUtc();
@@ -642,4 +711,33 @@ TEST_F(BlockedUserDefaults, synchronizeAndTheDestructorTryAgain) {
         unblock();
     }
     EXPECT_EQ(storedThere(), (QJsonObject{{u"a"_s, 2}}));
+}
+
+TEST_F(BlockedUserDefaults, itTriesAgainByItself) {
+    JsonUserDefaults defaults(blockedFile(), std::chrono::milliseconds(10));
+    defaults.set(u"a"_s, 1);
+    defaults.synchronize();
+    EXPECT_FALSE(QFileInfo::exists(blockedFile()));
+    unblock();
+    EXPECT_TRUE(waitUntil([&] { return storedThere() == QJsonObject{{u"a"_s, 1}}; }));
+}
+
+TEST_F(UserDefaultsFile, aFileThatSomebodyKeepsRewritingIsWrittenOnceTheyRest) {
+    edit("{}");
+    JsonUserDefaults defaults(file());
+    std::atomic<bool> goesOn = true;
+    std::atomic<int> attempts = 0;
+    defaults.update(u"ours"_s, [&](const QJsonValue &) {
+        // Between the look at the file and its replacement.
+        if (++attempts > 1 && goesOn)
+            edit("{\"theirs\": " + QByteArray::number(attempts) + '}' + QByteArray(attempts, ' '));
+        return QJsonValue(1);
+    });
+    defaults.synchronize();
+    EXPECT_FALSE(stored().contains(u"ours"_s));
+    EXPECT_EQ(defaults.value(u"ours"_s), QJsonValue(1)) << "and shows the change all the same";
+    goesOn = false;
+    const int theirs = attempts;
+    defaults.synchronize();
+    EXPECT_EQ(stored(), (QJsonObject{{u"ours"_s, 1}, {u"theirs"_s, theirs}}));
 }

@@ -4,6 +4,7 @@
 #include "Platform/Linux/GLibPointers.h"
 #include "Platform/Linux/Secrets/CoreDumps.h"
 
+#include <QCryptographicHash>
 #include <QFile>
 
 #include <charconv>
@@ -61,14 +62,25 @@ void prepareChild(gpointer data) {
 
 // The unit's name, with the application escaped as systemd does.
 QByteArray scopeName(const QString &application, qint64 pid) {
+    constexpr qsizetype longest = 255;
+    const QByteArray start = "app-corvid-";
+    const QByteArray end = '-' + QByteArray::number(pid) + ".scope";
+    const QByteArray name = application.toUtf8();
+    const QByteArray hash =
+        '_' + QCryptographicHash::hash(name, QCryptographicHash::Sha256).first(8).toHex();
     QByteArray escaped;
-    for (const char c : application.toUtf8()) {
+    QByteArray shortened;
+    for (const char c : name) {
+        // The manager refuses a longer name, and what is in no scope of its own ends with us.
+        if (start.size() + escaped.size() + hash.size() + end.size() <= longest)
+            shortened = escaped + hash;
         if (g_ascii_isalnum(c) || c == '_' || c == ':' || (c == '.' && !escaped.isEmpty()))
             escaped += c;
         else
             escaped += "\\x" + QByteArray(&c, 1).toHex();
     }
-    return "app-corvid-" + escaped + '-' + QByteArray::number(pid) + ".scope";
+    const bool fits = start.size() + escaped.size() + end.size() <= longest;
+    return start + (fits ? escaped : shortened) + end;
 }
 
 // Without a user manager nothing happens.

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Launching/GioDesktopEntries.h"
 
 #include "Base/Locations.h"
+#include "Base/Text.h"
 #include "Platform/Linux/KeyFiles.h"
 #include "Platform/Linux/Launching/ProgramName.h"
 
@@ -11,6 +12,7 @@
 
 #include <gio/gdesktopappinfo.h>
 
+#include <map>
 #include <optional>
 
 namespace corvid {
@@ -58,8 +60,8 @@ std::vector<EntryFile> entryFiles(const QString &root) {
     return files;
 }
 
-std::optional<DesktopEntry> readEntry(const EntryFile &source) {
-    const GKeyFilePointer file = readKeyFile(source.path, largestEntry);
+std::optional<DesktopEntry> readEntry(const EntryFile &source, const OpenedFile &opened) {
+    const GKeyFilePointer file = readKeyFile(opened, largestEntry);
     if (!file)
         return std::nullopt;
     // Null also when the program that the entry needs is not installed.
@@ -74,14 +76,47 @@ std::optional<DesktopEntry> readEntry(const EntryFile &source) {
     return DesktopEntry{
         source.id,
         source.path,
-        QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get()))),
-        unlocalizedName,
-        QString::fromUtf8(g_desktop_app_info_get_generic_name(info.get())),
-        programName(keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC)),
+        nameFrom(QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get())))),
+        nameFrom(unlocalizedName),
+        nameFrom(QString::fromUtf8(g_desktop_app_info_get_generic_name(info.get()))),
+        nameFrom(programName(
+            keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC))),
         QString::fromUtf8(g_desktop_app_info_get_categories(info.get()))
             .split(u';', Qt::SkipEmptyParts),
         QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get()))};
 }
+
+/** The entries found so far. A file that is reached by several names, by links, mounts or folders
+    that lie in each other, is one application and listed once. */
+class Listing {
+public:
+    void add(DesktopEntry entry, const OpenedFile::Identity &file) {
+        const auto [known, isNew] = indexes_.try_emplace(file, entries_.size());
+        // Some file systems give several files one number.
+        if (isNew || !saysTheSame(entries_[known->second], entry))
+            entries_.push_back(std::move(entry));
+        else if (isNamedLikeItsFile(entry) && !isNamedLikeItsFile(entries_[known->second]))
+            entries_[known->second] = std::move(entry);
+    }
+
+    std::vector<DesktopEntry> take() { return std::move(entries_); }
+
+private:
+    static bool saysTheSame(const DesktopEntry &one, DesktopEntry other) {
+        other.id = one.id;
+        other.path = one.path;
+        return one == other;
+    }
+
+    // By this id the desktop and the program itself know it, and by no other.
+    static bool isNamedLikeItsFile(const DesktopEntry &entry) {
+        const QString file = QFileInfo(entry.path).canonicalFilePath();
+        return QFileInfo(file).completeBaseName() == entry.id;
+    }
+
+    std::vector<DesktopEntry> entries_;
+    std::map<OpenedFile::Identity, std::size_t> indexes_;
+};
 
 } // namespace
 
@@ -102,7 +137,7 @@ QStringList GioDesktopEntries::folders() {
 }
 
 std::vector<DesktopEntry> GioDesktopEntries::list() const {
-    std::vector<DesktopEntry> entries;
+    Listing listing;
     // The first file with an id masks the others, also when it is not shown or cannot be read.
     QSet<QString> ids;
     for (const QString &folder : folders()) {
@@ -110,11 +145,13 @@ std::vector<DesktopEntry> GioDesktopEntries::list() const {
             if (ids.contains(file.id))
                 continue;
             ids.insert(file.id);
-            if (std::optional<DesktopEntry> entry = readEntry(file))
-                entries.push_back(*std::move(entry));
+            const std::optional<OpenedFile> opened = openRegularFile(file.path);
+            if (std::optional<DesktopEntry> entry =
+                    opened ? readEntry(file, *opened) : std::nullopt)
+                listing.add(*std::move(entry), opened->identity());
         }
     }
-    return entries;
+    return listing.take();
 }
 
 } // namespace corvid

@@ -7,6 +7,7 @@
 #include "Platform/Linux/DesktopSettings.h"
 #include "Platform/Linux/Icons/IconTheme.h"
 #include "Platform/Linux/KeyFiles.h"
+#include "Platform/Linux/Launching/DefaultHandlers.h"
 #include "Platform/Linux/Launching/DetachedProcess.h"
 #include "Platform/Linux/Launching/ExecLine.h"
 #include "Platform/Linux/Launching/StartupNotifier.h"
@@ -15,7 +16,6 @@
 #include <gio/gdesktopappinfo.h>
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 
@@ -49,27 +49,24 @@ QByteArray newWindowAction(GDesktopAppInfo *entry) {
     return {};
 }
 
-/** The Exec line of one of the entry's actions; empty when it has none. */
-QString execOfAction(const QString &path, const QByteArray &action) {
-    const GKeyFilePointer file = readKeyFile(path, largestEntry);
-    return file ? keyFileText(file.get(), "Desktop Action " + action, G_KEY_FILE_DESKTOP_KEY_EXEC)
-                : QString();
+/** What the desktop's lists of handlers call it; empty for a file, whose type they do not tell. */
+QString handledType(const QUrl &url) {
+    if (!url.isLocalFile())
+        return "x-scheme-handler/"_L1 + url.scheme();
+    return QFileInfo(url.toLocalFile()).isDir() ? u"inode/directory"_s : QString();
 }
 
-GObjectPointer<GAppInfo> defaultApplication(const QUrl &url) {
-    if (!url.isLocalFile())
-        return GObjectPointer<GAppInfo>(
-            g_app_info_get_default_for_uri_scheme(url.scheme().toUtf8().constData()));
-    const QByteArray path = QFile::encodeName(url.toLocalFile());
-    const GObjectPointer<GFile> file(g_file_new_for_path(path.constData()));
-    const GObjectPointer<GFileInfo> info(
-        g_file_query_info(file.get(), G_FILE_ATTRIBUTE_STANDARD_CONTENT_TYPE,
-                          G_FILE_QUERY_INFO_NONE, nullptr, nullptr));
-    if (!info)
-        return nullptr;
-    return GObjectPointer<GAppInfo>(
-        g_app_info_get_default_for_type(g_file_info_get_content_type(info.get()), FALSE));
-}
+/** A desktop entry as it was when it was read. */
+struct LoadedEntry {
+    QString path;
+    GKeyFilePointer file;
+    GObjectPointer<GDesktopAppInfo> info; ///< null when it is none, or its program is missing
+
+    // Not by GLib, which would wait for ever where a pipe has taken the file's place.
+    explicit LoadedEntry(QString entryPath)
+        : path(std::move(entryPath)), file(readKeyFile(path, largestEntry)),
+          info(file ? g_desktop_app_info_new_from_keyfile(file.get()) : nullptr) {}
+};
 
 } // namespace
 
@@ -91,16 +88,18 @@ struct SessionWorkspace::Launch {
     }
 
     QString application(const QString &path, const QList<QUrl> &urls, LaunchMode mode) const {
-        return path.endsWith(".desktop"_L1) ? entry(path, urls, mode) : bundle(path, urls);
+        return path.endsWith(".desktop"_L1) ? entry(LoadedEntry(path), urls, mode)
+                                            : bundle(path, urls);
     }
 
     QString openWithDefault(const QUrl &url) const {
-        sessionBus(shutdown); // before GLib needs the bus by itself
-        const GObjectPointer<GAppInfo> handler = defaultApplication(url);
-        if (handler && G_IS_DESKTOP_APP_INFO(handler.get())) {
-            const char *path = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(handler.get()));
-            if (entry(QFile::decodeName(path), {url}, LaunchMode::Usual).isEmpty())
+        for (const QString &path : defaultHandlers(handledType(url))) {
+            const LoadedEntry handler(path);
+            if (!handler.info || g_desktop_app_info_get_is_hidden(handler.info.get()))
+                continue;
+            if (entry(handler, {url}, LaunchMode::Usual).isEmpty())
                 return {};
+            break;
         }
         return run(
             {.arguments = {u"xdg-open"_s, pathOrAddress(url)}, .application = u"xdg-open"_s});
@@ -133,9 +132,8 @@ private:
         return activationToken.isEmpty() ? startups.begin(entry) : activationToken;
     }
 
-    QString entry(const QString &path, const QList<QUrl> &urls, LaunchMode mode) const {
-        const GObjectPointer<GDesktopAppInfo> info(
-            g_desktop_app_info_new_from_filename(QFile::encodeName(path).constData()));
+    QString entry(const LoadedEntry &loaded, const QList<QUrl> &urls, LaunchMode mode) const {
+        const auto &[path, file, info] = loaded;
         if (!info && !QFileInfo::exists(path))
             return u"“%1” does not exist."_s.arg(path);
         if (!info)
@@ -149,7 +147,9 @@ private:
             const QByteArray action = newWindowAction(info.get());
             if (!action.isEmpty()) {
                 request.action = action;
-                if (const QString ofAction = execOfAction(path, action); !ofAction.isEmpty())
+                if (const QString ofAction = keyFileText(file.get(), "Desktop Action " + action,
+                                                         G_KEY_FILE_DESKTOP_KEY_EXEC);
+                    !ofAction.isEmpty())
                     exec = ofAction;
             } else if (!exec.isEmpty()) {
                 // Activating shows the window that is there already; the program may open another.

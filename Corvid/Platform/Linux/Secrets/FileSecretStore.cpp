@@ -24,6 +24,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr qint64 largestSecretsFile = 1 << 20;
+
 // Opens what is ours alone from then on, a file or a folder. Not valid where that is impossible;
 // errno is then ELOOP or ENXIO when what is there is of another kind or belongs to somebody else.
 FileDescriptor openPrivately(const QString &path, mode_t kind) {
@@ -49,7 +51,6 @@ struct PrivateFile {
 
 // Absent when it cannot be read now, but perhaps later.
 std::optional<PrivateFile> readPrivately(const QString &path) {
-    constexpr qint64 most = 1 << 20;
     const FileDescriptor descriptor = openPrivately(path, S_IFREG);
     if (!descriptor.valid()) {
         const bool present = errno == ELOOP || errno == ENXIO;
@@ -58,7 +59,7 @@ std::optional<PrivateFile> readPrivately(const QString &path) {
     QFile file;
     if (!file.open(descriptor.number(), QIODevice::ReadOnly | QIODevice::Unbuffered))
         return std::nullopt;
-    PrivateFile result{true, file.read(most)};
+    PrivateFile result{true, file.read(largestSecretsFile)};
     return file.error() == QFileDevice::NoError ? std::optional(std::move(result)) : std::nullopt;
 }
 
@@ -142,17 +143,18 @@ std::optional<FileSecretStore::Content> FileSecretStore::read() const {
 }
 
 bool FileSecretStore::write(const Content &present, const QJsonObject &table) const {
-    if ((present.boxIsUseless && !keepAside(boxFile_, boxFile_)) ||
+    QByteArray key = present.key;
+    if (key.isEmpty())
+        key = newBoxKey();
+    const QByteArray box = sealBox(table, key);
+    if (box.size() > largestSecretsFile ||
+        (present.boxIsUseless && !keepAside(boxFile_, boxFile_)) ||
         (present.keyIsUseless && !keepAside(keyFile_, keyFile_)))
         return false;
-    QByteArray key = present.key;
-    if (key.isEmpty()) {
-        key = newBoxKey();
-        // The key comes first: without it, the secret would be lost.
-        if (!writeFileAtomically(keyFile_, key))
-            return false;
-    }
-    return writeFileAtomically(boxFile_, sealBox(table, key));
+    // The key comes first: without it, the secret would be lost.
+    if (present.key.isEmpty() && !writeFileAtomically(keyFile_, key))
+        return false;
+    return writeFileAtomically(boxFile_, box);
 }
 
 } // namespace corvid

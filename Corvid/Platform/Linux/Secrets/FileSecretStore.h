@@ -27,7 +27,8 @@ public:
 
     std::optional<QString> get(const QString &account) const;
 
-    /** False when it could not be written; what was stored before still is. */
+    /** False when it could not be written, or is too large to be read back (the whole file may have
+        1 MiB); what was stored before still is. */
     bool set(const QString &account, const QString &secret);
 
     /** Leaves no file behind when nothing else is stored. */

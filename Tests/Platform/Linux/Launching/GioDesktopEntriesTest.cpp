@@ -1,16 +1,22 @@
 #include "Platform/Linux/Launching/GioDesktopEntries.h"
 
+#include "Worlds/PrivateMounts.h"
+
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QSet>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
@@ -42,6 +48,16 @@ protected:
         qputenv(variable, value.toLocal8Bit());
     }
 
+    /** The ids of the test's own entries. */
+    QStringList ids() const {
+        QStringList ids;
+        for (const auto &[id, entry] : listed()) {
+            if (entry.path.startsWith(disk_.path()))
+                ids.append(id);
+        }
+        return ids;
+    }
+
     QString path(const QString &file) const { return disk_.filePath(file); }
 
     void write(const QString &file, const QByteArray &bytes) const {
@@ -58,8 +74,12 @@ protected:
     // Entries by id. The machine's own, from Flatpak and Snap, may be among them.
     static std::map<QString, DesktopEntry> listed() {
         std::map<QString, DesktopEntry> byId;
-        for (const DesktopEntry &entry : GioDesktopEntries().list())
+        QSet<QString> paths;
+        for (const DesktopEntry &entry : GioDesktopEntries().list()) {
             EXPECT_TRUE(byId.emplace(entry.id, entry).second) << qPrintable(entry.id);
+            EXPECT_FALSE(paths.contains(entry.path)) << qPrintable(entry.path);
+            paths.insert(entry.path);
+        }
         return byId;
     }
 
@@ -213,6 +233,96 @@ TEST_F(GioDesktopEntriesTest, linksBetweenFoldersAreFollowedOnce) {
     EXPECT_TRUE(entries.contains(u"a"_s));
     EXPECT_TRUE(entries.contains(u"linked-b"_s));
     EXPECT_FALSE(entries.contains(u"self-a"_s));
+}
+
+TEST_F(GioDesktopEntriesTest, dataFoldersThatLieInEachOtherListNoFileTwice) {
+    set("XDG_DATA_DIRS", path(u"first"_s) + u':' + path(u"first/applications/sub"_s));
+    install(u"first/applications/a.desktop"_s, "A");
+    install(u"first/applications/sub/applications/b.desktop"_s, "B");
+    EXPECT_EQ(ids(), (QStringList{u"a"_s, u"b"_s})) << "and by the id that is its own";
+}
+
+TEST_F(GioDesktopEntriesTest, aFileIsListedOnceWhateverNamesLeadToIt) {
+    set("XDG_DATA_HOME", path(u"user/..//user/./"_s));
+    set("XDG_DATA_DIRS", path(u"user"_s) + u':' + path(u"first"_s) + u':' + path(u"second"_s));
+    install(u"user/applications/users.desktop"_s, "Users");
+    install(u"first/applications/own.desktop"_s, "Own");
+    install(u"first/applications/composed-\u00e9.desktop"_s, "Composed");
+    install(u"first/applications/composed-e\u0301.desktop"_s, "Decomposed");
+    QFile::link(path(u"first/applications/own.desktop"_s),
+                path(u"user/applications/linked.desktop"_s));
+    QDir().mkpath(path(u"second"_s));
+    QFile::link(path(u"first/applications"_s), path(u"second/applications"_s));
+    QFile::link(path(u"first/applications"_s), path(u"user/applications/sub"_s));
+    ASSERT_EQ(link(QFile::encodeName(path(u"first/applications/own.desktop"_s)).constData(),
+                   QFile::encodeName(path(u"first/applications/second.desktop"_s)).constData()),
+              0);
+    EXPECT_EQ(ids(),
+              (QStringList{u"composed-e\u0301"_s, u"composed-\u00e9"_s, u"own"_s, u"users"_s}));
+    EXPECT_EQ(listed().at(u"own"_s).path, path(u"first/applications/own.desktop"_s));
+}
+
+TEST_F(GioDesktopEntriesTest, aFolderThatIsMountedAtASecondPlaceListsNoFileTwice) {
+    install(u"first/applications/a.desktop"_s, "A");
+    QDir().mkpath(path(u"first/applications/sub"_s));
+    QDir().mkpath(path(u"second"_s));
+    if (!test::enterPrivateMounts())
+        GTEST_SKIP() << "mounting is not permitted here";
+    const test::SeenAlsoAt inItself(path(u"first/applications"_s),
+                                    path(u"first/applications/sub"_s));
+    const test::SeenAlsoAt beside(path(u"first"_s), path(u"second"_s));
+    ASSERT_TRUE(inItself.mounted() && beside.mounted());
+    EXPECT_EQ(ids(), QStringList{u"a"_s});
+}
+
+TEST_F(GioDesktopEntriesTest, entriesOfOneContentInFilesOfTheirOwnAreAllListed) {
+    install(u"first/applications/a.desktop"_s, "Same");
+    install(u"first/applications/b.desktop"_s, "Same");
+    EXPECT_EQ(ids(), (QStringList{u"a"_s, u"b"_s}));
+}
+
+TEST_F(GioDesktopEntriesTest, namesOfAMegabyteAreCut) {
+    const QByteArray endless(500'000, 'x');
+    write(u"first/applications/a.desktop"_s,
+          "[Desktop Entry]\nType=Application\nName=" + endless.left(200'000) +
+              "\nName[de]=" + endless.left(200'000) + "\nGenericName=" + endless + "\nExec=true\n");
+    const DesktopEntry entry = listed().at(u"a"_s);
+    const QString cut(256, u'x');
+    EXPECT_EQ(entry.name, cut);
+    EXPECT_EQ(entry.unlocalizedName, cut);
+    EXPECT_EQ(entry.genericName, cut);
+}
+
+TEST_F(GioDesktopEntriesTest, namesInAnyDirectionOfWritingStayAsTheyAre) {
+    const QString name = u"\u200f\u05e9\u05dc\u05d5\u05dd \u202eexe.txt\u202c"_s;
+    const QString id = u"\u05e2\u05d5\u05e8\u05da"_s;
+    install(u"first/applications/%1.desktop"_s.arg(id), name.toUtf8());
+    EXPECT_EQ(listed().at(id).name, name);
+}
+
+TEST_F(GioDesktopEntriesTest, aNameThatIsNoTextHoldsUpNoOther) {
+    install(u"first/applications/good.desktop"_s, "Good");
+    write(u"first/applications/half.desktop"_s, "[Desktop Entry]\nType=Application\nName=Half\n"
+                                                "Name[de]=H\xe4lfte\nExec=true\n");
+    write(u"first/applications/zero.desktop"_s,
+          QByteArray("[Desktop Entry]\nType=Application\nName=Ze\0ro\nExec=true\n", 54));
+    for (const char *name :
+         {"bad\xff.desktop", "half\xc3.desktop", "surrogate\xed\xa0\x80.desktop"}) {
+        const QByteArray file = QFile::encodeName(path(u"first/applications/"_s)) + name;
+        const int descriptor = open(file.constData(), O_WRONLY | O_CREAT, 0600);
+        const QByteArray bytes = "[Desktop Entry]\nType=Application\nName=Bad\nExec=true\n";
+        ASSERT_EQ(::write(descriptor, bytes.constData(), static_cast<std::size_t>(bytes.size())),
+                  bytes.size());
+        close(descriptor);
+    }
+    const auto entries = listed();
+    EXPECT_EQ(entries.at(u"good"_s).name, u"Good");
+    EXPECT_EQ(entries.at(u"half"_s).name, u"Half") << "not a name that nobody gave it";
+    for (const auto &[id, entry] : entries) {
+        EXPECT_FALSE(entry.name.contains(QChar(0))) << qPrintable(id);
+        EXPECT_NE(entry.name, u"Bad") << "it could not be opened: " << qPrintable(id);
+    }
+    std::filesystem::remove_all(path(u"first"_s).toStdString()); // QTemporaryDir cannot
 }
 
 TEST_F(GioDesktopEntriesTest, foldersAreReadAfreshEachTime) {

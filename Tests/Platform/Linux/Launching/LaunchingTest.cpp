@@ -4,6 +4,8 @@
 #include "Worlds/LaunchWorld.h"
 
 #include <QCoreApplication>
+#include <QRegularExpression>
+#include <QSet>
 #include <QThread>
 
 #include <cerrno>
@@ -12,6 +14,7 @@
 #include <functional>
 #include <optional>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace corvid;
@@ -240,6 +243,17 @@ TEST_F(LaunchingTest, whatCannotBeStartedHasAReason) {
     EXPECT_FALSE(launch(entry(path("bin/app"_L1), u"Path=/no/such/folder"_s)).isEmpty());
 }
 
+TEST_F(LaunchingTest, aPipeThatTookTheEntrysPlaceHoldsNobodyUp) {
+    program(u"app"_s);
+    const QString file = entry(u"app"_s, u"Actions=new-window;\n[Desktop Action new-window]\n"
+                                         "Name=N\nExec=app --new"_s);
+    ASSERT_TRUE(QFile::remove(file));
+    ASSERT_EQ(mkfifo(QFile::encodeName(file).constData(), 0600), 0);
+    EXPECT_TRUE(launch(file).contains(u"no desktop entry"));
+    EXPECT_TRUE(launchNewWindow(file).contains(u"no desktop entry"));
+    EXPECT_FALSE(QFile::exists(trace(u"app"_s)));
+}
+
 TEST_F(LaunchingTest, aTerminalApplicationRunsInTheUsersTerminal) {
     program(u"app"_s);
     program(u"myterm"_s);
@@ -354,6 +368,29 @@ TEST_F(LaunchingTest, whatIsStartedMovesToAScopeOfItsOwnWhereThereIsAUserManager
     EXPECT_TRUE(call.startsWith("org.freedesktop.systemd1.Manager.StartTransientUnit "_L1));
     EXPECT_TRUE(call.contains(u"app-corvid-my\\\\x2dapp-%1.scope"_s.arg(pid))) << qPrintable(call);
     EXPECT_TRUE(call.contains(u"('PIDs', <[uint32 %1]>)"_s.arg(pid))) << qPrintable(call);
+}
+
+TEST_F(LaunchingTest, aNameTooLongForAScopeIsShortenedAndStaysItsOwn) {
+    program(u"app"_s);
+    const QString start = u"a-"_s.repeated(119);
+    {
+        const BusServices services(trace(u"bus"_s), {u"org.freedesktop.systemd1"_s});
+        for (const QString &end : {u"1"_s, u"2"_s}) {
+            QFile::remove(trace(u"app"_s));
+            EXPECT_EQ(launch(entry(u"app"_s, {}, start + end)), QString());
+            EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList());
+        }
+    }
+    QSet<QString> names;
+    const QString calls = readFile(trace(u"bus"_s)).replace("\\\\"_L1, "\\"_L1);
+    const QRegularExpression unit(u"'(app-corvid-[^']*)-[0-9]+\\.scope'"_s);
+    for (const QRegularExpressionMatch &match : unit.globalMatch(calls)) {
+        EXPECT_LE(match.captured().size() - 2, 255) << qPrintable(match.captured());
+        EXPECT_GE(match.captured().size() - 2, 250) << "no shorter than need be";
+        EXPECT_TRUE(match.captured(1).startsWith("app-corvid-a\\x2da\\x2da"_L1));
+        names.insert(match.captured(1));
+    }
+    EXPECT_EQ(names.size(), 2) << qPrintable(calls);
 }
 
 TEST_F(LaunchingTest, foldersAndAddressesOpenWithTheirDefaultHandlers) {

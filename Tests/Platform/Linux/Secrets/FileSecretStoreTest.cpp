@@ -231,6 +231,19 @@ TEST_F(FileSecretStoreTest, aSecretThatCannotBeWrittenIsLostQuietly) {
     EXPECT_EQ(store.get(keyAccount), std::nullopt);
 }
 
+TEST_F(FileSecretStoreTest, aSecretThatCouldNotBeReadBackIsRefused) {
+    EXPECT_FALSE(store.set(keyAccount, QString(1 << 20, u'x')));
+    EXPECT_EQ(allFiles(), QStringList());
+    ASSERT_TRUE(store.set(keyAccount, secret));
+    EXPECT_FALSE(store.set(keyAccount, QString(1 << 20, u'x')));
+    EXPECT_FALSE(store.set(u"another"_s, QString(1 << 18, u'\x01'))) << "six bytes each";
+    EXPECT_EQ(store.get(keyAccount), secret);
+    EXPECT_EQ(keptAside(), QStringList());
+    const QString large((1 << 20) - 1000, u'x');
+    ASSERT_TRUE(store.set(keyAccount, large));
+    EXPECT_EQ(store.get(keyAccount), large);
+}
+
 namespace {
 
 /** Tests/Helpers/SecretWriter.cpp, a process that saves without end or so many times. */

@@ -1,6 +1,7 @@
 // Where there is no session bus, or no longer one.
 
 #include "Platform/Linux/Bus/SessionBus.h"
+#include "Platform/Linux/Secrets/FileSecretStore.h"
 #include "Platform/Linux/Secrets/SecretServiceStore.h"
 #include "Worlds/SecretsWorld.h"
 
@@ -63,6 +64,14 @@ TEST_F(WithoutBus, secretsAreInOurOwnStore) {
     EXPECT_TRUE(QFile::exists(home.secretsFile()));
     const SessionSecretStore another;
     EXPECT_TRUE(becomes(another, u"mine"_s));
+}
+
+TEST_F(WithoutBus, aSecretThatIsRefusedGivesWayToTheOneThatIsStored) {
+    SessionSecretStore store;
+    store.set(keyAccount, u"mine"_s);
+    ASSERT_TRUE(eventually([] { return FileSecretStore().get(keyAccount) == u"mine"; }));
+    store.set(keyAccount, QString(1 << 20, u'x'));
+    EXPECT_TRUE(becomes(store, u"mine"_s));
 }
 
 TEST_F(WithoutBus, aBusThatAcceptsAndSaysNothingKeepsNobodyWaiting) {
