@@ -42,7 +42,7 @@ void store(const QByteArray &secret) {
     ASSERT_EQ(stored.exitCode, 0) << stored.output.constData();
 }
 
-// What secret-tool refuses to store: other programs may not.
+// In place of the item that is there: what secret-tool refuses to store, other programs may not.
 void storeBytes(const QByteArray &secret) {
     const GObjectPointer<GDBusConnection> connection(
         g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
@@ -58,6 +58,15 @@ void storeBytes(const QByteArray &secret) {
     ASSERT_TRUE(session);
     const char *path = nullptr;
     g_variant_get_child(session.get(), 1, "&o", &path);
+    const GVariantPointer found =
+        call("/org/freedesktop/secrets", "org.freedesktop.Secret.Service", "SearchItems",
+             g_variant_new_parsed("({'account': %s},)", keyAccount.toUtf8().constData()));
+    ASSERT_TRUE(found);
+    const gchar *item = nullptr;
+    const GVariantPointer items(g_variant_get_child_value(found.get(), 0));
+    ASSERT_EQ(g_variant_n_children(items.get()), 1U);
+    g_variant_get_child(items.get(), 0, "&o", &item);
+    EXPECT_TRUE(call(item, "org.freedesktop.Secret.Item", "Delete", nullptr));
     GVariant *properties = g_variant_new_parsed(
         "{'org.freedesktop.Secret.Item.Label': <'My key'>,"
         " 'org.freedesktop.Secret.Item.Attributes': <{'service': 'app.corvid.launcher',"
@@ -65,11 +74,11 @@ void storeBytes(const QByteArray &secret) {
         keyAccount.toUtf8().constData());
     GVariant *bytes = g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, secret.constData(),
                                                 static_cast<gsize>(secret.size()), 1);
+    GVariant *parameters = g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, "", 0, 1);
     EXPECT_TRUE(call("/org/freedesktop/secrets/collection/login",
                      "org.freedesktop.Secret.Collection", "CreateItem",
-                     g_variant_new("(@a{sv}(o@ay@ays)b)", properties, path,
-                                   g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, "", 0, 1), bytes,
-                                   "text/plain", TRUE)));
+                     g_variant_new("(@a{sv}(o@ay@ays)b)", properties, path, parameters, bytes,
+                                   "text/plain", FALSE)));
 }
 
 qsizetype countOfItems() {
