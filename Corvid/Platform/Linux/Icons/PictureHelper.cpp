@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/Icons/PictureDrawing.h"
 #include "Platform/Linux/Icons/PictureProtocol.h"
+#include "Platform/Linux/Icons/RefusedCalls.h"
 
 #include <QFontMetrics>
 #include <QGuiApplication>
@@ -23,7 +24,8 @@ constexpr time_t secondsForAPicture = 1;
 constexpr rlim_t secondsForAll = 60;
 constexpr rlim_t largestMemory = 256 * 1024 * 1024;
 
-void limit(__rlimit_resource resource, rlim_t most) {
+template <typename Resource>
+void limit(Resource resource, rlim_t most) {
     const rlimit value{most, most};
     setrlimit(resource, &value);
 }
@@ -31,18 +33,19 @@ void limit(__rlimit_resource resource, rlim_t most) {
 /** What can be forbidden before the libraries have what they need. */
 void restrictAtStart() {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     limit(RLIMIT_CORE, 0);
-    limit(RLIMIT_FSIZE, 0);
     limit(RLIMIT_CPU, secondsForAll);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // which need terabytes
     limit(RLIMIT_DATA, largestMemory);
 #endif
 }
 
-/** No further descriptor can be had: drawings that name files or addresses open none. */
+/** Drawings that name files or addresses open none, and nobody who finds a hole in a decoder runs
+    a program or reads what others have in memory. */
 void forbidOpening() {
-    limit(RLIMIT_NOFILE, 0);
+    limit(RLIMIT_FSIZE, 0);
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || !refuseCalls())
+        limit(RLIMIT_NOFILE, 0); // a toolkit that starts a thread now ends, but opens nothing
 }
 
 /** Opens the fonts that text in drawings can have; in any other it is drawn with one of them. */
