@@ -45,9 +45,12 @@ QString settingsIconTheme() {
 
 } // namespace
 
+QStringList names() {
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
+}
+
 bool isKde() {
-    const QString desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP");
-    return desktops.split(u':').contains("KDE"_L1, Qt::CaseInsensitive);
+    return names().contains("KDE"_L1, Qt::CaseInsensitive);
 }
 
 QString iconTheme() {

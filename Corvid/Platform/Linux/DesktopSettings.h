@@ -1,8 +1,12 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 namespace corvid::desktopsettings {
+
+/** What the session calls its desktop, the most specific one first. Any thread. */
+QStringList names();
 
 /** Whether the session says that it is KDE's. Any thread. */
 bool isKde();

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Launching/DefaultHandlers.h"
 
 #include "Base/Locations.h"
+#include "Platform/Linux/DesktopSettings.h"
 #include "Platform/Linux/KeyFiles.h"
 #include "Platform/Linux/Launching/GioDesktopEntries.h"
 
@@ -20,8 +21,8 @@ QStringList idsOf(GKeyFile *list, const char *group, const QString &type) {
 /** Of one folder, the lists for this desktop first. */
 std::vector<GKeyFilePointer> listsIn(const QString &folder) {
     QStringList names;
-    for (const QString &desktop : qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':'))
-        if (!desktop.isEmpty() && !desktop.contains(u'/'))
+    for (const QString &desktop : desktopsettings::names())
+        if (!desktop.contains(u'/'))
             names.append(desktop.toLower() + "-mimeapps.list"_L1);
     std::vector<GKeyFilePointer> lists;
     for (const QString &name : names << u"mimeapps.list"_s << u"defaults.list"_s)
