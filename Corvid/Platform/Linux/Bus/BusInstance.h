@@ -1,13 +1,13 @@
 #pragma once
 
 #include "Platform/Instance.h"
+#include "Platform/Linux/Bus/PendingWishes.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
 
 #include <functional>
-#include <utility>
 #include <vector>
 
 namespace corvid {
@@ -16,8 +16,8 @@ namespace corvid {
  * One instance for each session bus: the one that owns the name app.corvid.Launcher and answers to
  * org.freedesktop.Application at /app/corvid/Launcher. Its actions are "show", "toggle" and
  * "settings"; a parameter `true` makes the panel that they show sticky. A call is answered by the
- * main thread, right before its wish is fulfilled. When the bus goes, the instance lives on,
- * unheard.
+ * main thread, right before its wish is fulfilled; wishes that come faster than they are fulfilled
+ * are merged. When the bus goes, the instance lives on, unheard.
  */
 class BusInstance final : public Instance, private QDBusVirtualObject {
 public:
@@ -41,10 +41,13 @@ public:
 private:
     bool handleMessage(const QDBusMessage &call, const QDBusConnection &bus) override;
     QString introspect(const QString &path) const override;
+    void fulfilSoon();
     void fulfilWaiting();
 
-    std::vector<std::pair<Wish, QDBusMessage>> waiting_; ///< with the replies they are due
-    std::function<void(const Wish &)> fulfil_;           ///< empty while nobody serves
+    PendingWishes wishes_;
+    std::vector<QDBusMessage> calls_;          ///< those by which the wishes came, to be answered
+    bool soon_ = false;                        ///< the wishes are about to be fulfilled
+    std::function<void(const Wish &)> fulfil_; ///< empty while nobody serves
 };
 
 } // namespace corvid
