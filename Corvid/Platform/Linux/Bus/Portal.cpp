@@ -1,7 +1,10 @@
 #include "Platform/Linux/Bus/Portal.h"
 
+#include "Platform/Linux/Secrets/Tracing.h"
+
 #include <QDBusArgument>
 
+#include <memory>
 #include <utility>
 
 namespace corvid {
@@ -25,6 +28,18 @@ Portal::Portal(const QDBusConnection &bus) : BusPeer(bus, name) {
         else
             respond(endedOtherwise, {});
     });
+}
+
+void Portal::send(const QDBusMessage &call, Heard replied, int timeoutMs) {
+    auto recognizable = std::make_shared<Recognizable>();
+    BusPeer::send(
+        call,
+        [recognizable = std::move(recognizable),
+         replied = std::move(replied)](const QDBusMessage &reply) {
+            if (replied)
+                replied(reply);
+        },
+        timeoutMs);
 }
 
 void Portal::request(const QString &interface, const QString &member, QVariantList arguments,

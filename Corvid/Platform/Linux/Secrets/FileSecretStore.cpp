@@ -3,6 +3,7 @@
 #include "Base/AtomicFile.h"
 #include "Base/FileDescriptor.h"
 #include "Base/Locations.h"
+#include "Base/Wipe.h"
 #include "Platform/SecretStore.h"
 
 #include <QFile>
@@ -35,10 +36,6 @@ unsigned char *bytes(QByteArray &array) {
 }
 const unsigned char *bytes(const QByteArray &array) {
     return reinterpret_cast<const unsigned char *>(array.constData());
-}
-
-void wipe(QByteArray &array) {
-    sodium_memzero(array.data(), static_cast<std::size_t>(array.size()));
 }
 
 // Opens what is ours alone from then on, a file or a folder. Not valid where that is impossible;
