@@ -3,6 +3,7 @@
 
 #include "Application.h"
 #include "Front/CommandLine.h"
+#include "Front/Inheritance.h"
 #include "Front/InstanceCall.h"
 
 #include <cstdio>
@@ -29,6 +30,7 @@ void *loadLibrary() {
 } // namespace
 
 int main(int argc, char **argv) {
+    const Inheritance inheritance = takeInheritance();
     const CommandLine commandLine = parseCommandLine({argv + 1, argv + argc});
     if (commandLine.error) {
         std::fprintf(stderr, "corvid: %s\nTry 'corvid --help'.\n", commandLine.error->c_str());
@@ -39,12 +41,19 @@ int main(int argc, char **argv) {
         return 0;
     }
 
-    if (!commandLine.isDiagnostic()) {
+    if (!makeRoomForFiles())
+        return 1;
+
+    bool busIsSilent = false;
+    if (!commandLine.isDiagnostic() && !commandLine.restarted) {
         switch (callInstance(commandLine.wishesOfRunning())) {
         case CallResult::Taken:
             return 0;
         case CallResult::Unanswered:
             return reportUnanswered();
+        case CallResult::BusSilent:
+            busIsSilent = true;
+            break;
         case CallResult::Nobody:
             break;
         }
@@ -56,5 +65,6 @@ int main(int argc, char **argv) {
         std::fprintf(stderr, "corvid: %s\n", dlerror());
         return 1;
     }
-    return reinterpret_cast<decltype(&runCorvid)>(run)(commandLine, argv);
+    return reinterpret_cast<decltype(&runCorvid)>(run)({commandLine, inheritance, busIsSilent},
+                                                       argv);
 }

@@ -48,7 +48,8 @@ BusInstance::~BusInstance() {
 }
 
 BusInstance::Claim BusInstance::claim(const std::vector<Wish> &wishes) {
-    checkBus(); // Qt waits without end for one that does not greet
+    if (busIsSilent()) // Qt waits without end for one that does not greet
+        return Claim::BusSilent;
     QDBusConnection bus =
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionOfInstance);
     // Before the name is ours: the call that had the bus start us comes right behind it.
@@ -69,6 +70,8 @@ BusInstance::Claim BusInstance::claim(const std::vector<Wish> &wishes) {
             return Claim::HandedOver;
         case CallResult::Unanswered:
             return Claim::Unanswered;
+        case CallResult::BusSilent:
+            return Claim::BusSilent;
         case CallResult::Nobody: // any more
             break;
         }

@@ -24,6 +24,7 @@ public:
     enum class Claim {
         Sole,       ///< we are the instance, or there is no bus to ask
         HandedOver, ///< another one is, and took our wishes
+        BusSilent,  ///< nobody can tell: the bus does not answer, and is out of bounds now
         Unanswered, ///< another one is, and does not answer
     };
 
@@ -31,8 +32,8 @@ public:
 
     /**
      * Becomes the session's instance, or hands the wishes to the one that has become it just now.
-     * Once; needs no application object. Blocks like callInstance(), and as that does puts a bus
-     * that does not answer out of bounds.
+     * Once; needs no application object. Blocks like callInstance(). Without a wish, one that is
+     * there already is left alone.
      */
     Claim claim(const std::vector<Wish> &wishes);
 
