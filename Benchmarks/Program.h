@@ -49,6 +49,7 @@ public:
             const int null = open("/dev/null", O_WRONLY);
             dup2(null, STDOUT_FILENO);
             dup2(null, STDERR_FILENO);
+            setenv("CORVID_TRACEABLE", "1", 1); // its memory is to be measured
             execv(arguments.front(), arguments.data());
             _exit(127);
         }

@@ -1,6 +1,7 @@
 #include "AIService.h"
 
 #include "Base/Settings.h"
+#include "Base/Wipe.h"
 #include "Chat/ServerSentEvents.h"
 #include "Platform/SecretStore.h"
 
@@ -82,8 +83,11 @@ AIService &AIService::shared() {
 }
 
 AIService::Config AIService::config() const {
-    return {settings::aiBaseURL(defaults_), settings::aiModel(defaults_),
-            secrets_ ? secrets_->get(settings::aiKeyAccount).value_or(QString()) : QString()};
+    QString key = secrets_ ? secrets_->get(settings::aiKeyAccount).value_or(QString()) : QString();
+    Config config{settings::aiBaseURL(defaults_), settings::aiModel(defaults_), !key.isEmpty(),
+                  chat::authorization(key)};
+    wipe(key);
+    return config;
 }
 
 template <typename Function>
@@ -100,10 +104,9 @@ quint64 AIService::add(Call call) {
 void AIService::send(quint64 id, const Config &config, const QByteArray &body,
                      std::chrono::milliseconds silence, const ChatTransfer::Handlers &handlers) {
     const std::optional<QUrl> url = chat::endpoint(config.baseURL);
-    const std::optional<QByteArray> authorization = chat::authorization(config.apiKey);
-    if (config.apiKey.isEmpty())
+    if (!config.hasKey)
         return handlers.onEnd({});
-    if (!authorization)
+    if (!config.authorization)
         return handlers.onEnd({.error = u"The API key holds a character that cannot be sent."_s});
     if (!url || !isWeb(*url))
         return handlers.onEnd({.error = u"The base URL is not an http or https address."_s});
@@ -113,7 +116,7 @@ void AIService::send(quint64 id, const Config &config, const QByteArray &body,
         thread_.setObjectName(u"network"_s);
         thread_.start();
     }
-    const ChatTransfer::Request request{*url, *authorization, body, silence};
+    const ChatTransfer::Request request{*url, *config.authorization, body, silence};
     QMetaObject::invokeMethod(
         network_, [=, network = network_] { network->start(id, request, handlers); },
         Qt::QueuedConnection);
@@ -122,7 +125,7 @@ void AIService::send(quint64 id, const Config &config, const QByteArray &body,
 AIService::Task AIService::stream(const QString &prompt, OnElement onElement,
                                   OnFinished onFinished) {
     const Config config = this->config();
-    if (!config.apiKey.isEmpty() && !chat::endpoint(config.baseURL))
+    if (config.hasKey && !chat::endpoint(config.baseURL))
         qFatal("the base address of the AI endpoint is not a URL");
     const quint64 id = add({std::move(onElement), std::move(onFinished), nullptr});
     const auto events = std::make_shared<ServerSentEvents>();
@@ -133,12 +136,14 @@ AIService::Task AIService::stream(const QString &prompt, OnElement onElement,
             later([=, this] { deliver(id, elements); });
         return more;
     };
-    const auto onEnd = [=, this](const ChatTransfer::End &end) {
+    // Without the key, which is not kept longer than it is needed.
+    const auto onEnd = [=, this, hasKey = config.hasKey,
+                        baseURL = config.baseURL](const ChatTransfer::End &end) {
         QStringList elements;
-        if (config.apiKey.isEmpty())
+        if (!hasKey)
             elements = {chat::noKeyText()};
         else if (end.refusal)
-            elements = {chat::httpErrorText(*end.refusal, config.baseURL)};
+            elements = {chat::httpErrorText(*end.refusal, baseURL)};
         else if (!end.error)
             events->finish(elements);
         later([=, this] {

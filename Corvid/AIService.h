@@ -98,7 +98,8 @@ private:
     struct Config {
         QString baseURL;
         QString model;
-        QString apiKey; ///< empty when there is none
+        bool hasKey = false;
+        std::optional<QByteArray> authorization; ///< absent when the key cannot be sent
     };
     struct Call {
         OnElement onElement;

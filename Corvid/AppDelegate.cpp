@@ -125,8 +125,17 @@ void AppDelegate::obey(const CommandLine &commandLine) {
     }
 }
 
+bool AppDelegate::startsAfresh() const {
+    return !lastHideTime_ || platform_.now() - *lastHideTime_ > freshAfter;
+}
+
+bool AppDelegate::isIdle() const {
+    return panel_ && !panel_->isVisible() && startsAfresh() &&
+           !(settingsWindow_ && settingsWindow_->isVisible());
+}
+
 void AppDelegate::show(quint32 time) {
-    if (!lastHideTime_ || platform_.now() - *lastHideTime_ > freshAfter)
+    if (startsAfresh())
         viewModel_.reset();
     panel_->position();
     panel_->present(time);

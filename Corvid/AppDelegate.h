@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AppCatalog.h"
+#include "Base/BootClock.h"
 #include "Base/Records.h"
 #include "EditorLauncher.h"
 #include "KeychainHelper.h"
@@ -63,8 +64,7 @@ public:
         AppearanceSettings &appearance;
         FolderDialog &folderDialog;
         AIService &ai;
-        /** Monotonic time. */
-        std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
+        std::function<BootClock::time_point()> now = BootClock::now;
     };
 
     explicit AppDelegate(const Platform &platform);
@@ -92,6 +92,10 @@ public:
     /** Hides the panel when it is shown, shows it otherwise. */
     void toggle(quint32 time = 0);
 
+    /** Nothing is shown, nor kept for a panel that comes back soon: nobody would notice if the
+        process were another. */
+    bool isIdle() const;
+
     /** Does what the command line or another process asks for. */
     void fulfil(const Wish &wish);
 
@@ -113,6 +117,7 @@ public:
     const StatusItem *statusItem() const { return statusItem_.get(); }
 
 private:
+    bool startsAfresh() const;
     void makePanel();
     void connectParts();
     /** Fulfils the wishes at once; benchmark and query follow when the catalogs have loaded. */
@@ -129,7 +134,7 @@ private:
     std::unique_ptr<LauncherPanel> panel_;
     std::unique_ptr<StatusItem> statusItem_;
     std::unique_ptr<SettingsView> settingsWindow_;
-    std::optional<std::chrono::steady_clock::time_point> lastHideTime_;
+    std::optional<BootClock::time_point> lastHideTime_;
     bool stickyShowing_ = false; ///< until it is hidden, the panel stays without the keyboard
     std::unique_ptr<ClickMonitor::Token> mouseMonitor_; ///< while the panel is shown
 };

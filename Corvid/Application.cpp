@@ -4,9 +4,11 @@
 #include "AppDelegate.h"
 #include "Base/Deadline.h"
 #include "Front/CommandLine.h"
+#include "Front/Inheritance.h"
 #include "Front/InstanceCall.h"
 #include "HotKeyManager.h"
 #include "Platform/Linux/Bus/BusInstance.h"
+#include "Platform/Linux/Bus/BusReturn.h"
 #include "Platform/Linux/Bus/PortalAppearance.h"
 #include "Platform/Linux/Bus/PortalFolderDialog.h"
 #include "Platform/Linux/Bus/SessionTrayWatch.h"
@@ -14,11 +16,14 @@
 #include "Platform/Linux/Icons/PictureHelper.h"
 #include "Platform/Linux/JsonUserDefaults.h"
 #include "Platform/Linux/Launching/GioDesktopEntries.h"
+#include "Platform/Linux/Launching/InheritedLimits.h"
+#include "Platform/Linux/Launching/Restart.h"
 #include "Platform/Linux/Launching/SessionWorkspace.h"
 #include "Platform/Linux/MountedVolumes.h"
 #include "Platform/Linux/PlatformChoice.h"
 #include "Platform/Linux/Secrets/CoreDumps.h"
 #include "Platform/Linux/Secrets/SessionSecretStore.h"
+#include "Platform/Linux/Secrets/Tracing.h"
 #include "Platform/Linux/Syslog.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/WindowSystem.h"
@@ -26,15 +31,17 @@
 
 #include <QApplication>
 #include <QLoggingCategory>
-#include <QProcessEnvironment>
 #include <QSessionManager>
 #include <QThread>
+#include <QTimer>
 
 #include <chrono>
 #include <cstdio>
 #include <future>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include <malloc.h>
 #include <unistd.h>
@@ -42,6 +49,7 @@
 namespace {
 
 using namespace corvid;
+using namespace std::chrono_literals;
 
 Session chooseSession(const CommandLine &commandLine) {
     if (commandLine.isDiagnostic() && !commandLine.show) {
@@ -68,15 +76,52 @@ void introduce(const QApplication &application) {
         Qt::DirectConnection);
 }
 
-int run(const CommandLine &commandLine, char **argv, Instance &instance) {
-    // What we start gets the environment that we were started with.
-    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+/** Ends the event loop for a new start, once the bus answers and that disturbs nobody. */
+class RestartWithBus {
+public:
+    RestartWithBus(const std::string &busAddress, const AppDelegate &delegate)
+        : delegate_(delegate), bus_(busAddress, [this] { retry_.start(0ms); }) {
+        QObject::connect(&retry_, &QTimer::timeout, &retry_, [this] {
+            retry_.start(1s);
+            if (delegate_.isIdle()) {
+                begun_ = true;
+                QCoreApplication::exit();
+            }
+        });
+    }
+
+    bool begun() const { return begun_; }
+
+private:
+    const AppDelegate &delegate_;
+    QTimer retry_;
+    bool begun_ = false;
+    BusReturn bus_;
+};
+
+// The options that hold for the whole life of a process. A wish is granted by now.
+std::vector<std::string> optionsOfRestart(const CommandLine &commandLine) {
+    std::vector<std::string> options{restartedOption};
+    if (commandLine.sticky)
+        options.emplace_back("--sticky");
+    return options;
+}
+
+/** How the event loop ended. */
+struct End {
+    int exitCode = 0;
+    bool restart = false;
+};
+
+End run(const Start &start, bool busIsSilent, char **argv, Instance &instance,
+        TerminationSignals &signals) {
+    const CommandLine &commandLine = start.commandLine;
     const Session session = chooseSession(commandLine);
     if (session == Session::Unreachable) {
         std::fputs("Corvid needs a display: start it in a desktop session, or set DISPLAY or "
                    "WAYLAND_DISPLAY.\n",
                    stderr);
-        return 1;
+        return {1};
     }
     // The toolkit takes the first thread that asks this for the main one.
     static_cast<void>(QThread::currentThread());
@@ -89,7 +134,7 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     int argc = 1;
     QApplication application(argc, argv);
     introduce(application);
-    const TerminationSignals terminationSignals;
+    signals.loopBegins();
     std::optional<Deadline> exitDeadline;
 
     JsonUserDefaults defaults;
@@ -98,7 +143,7 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
     const GioDesktopEntries desktopEntries;
     const MountedVolumes volumes;
     const WindowSystem windowSystem = makeWindowSystem();
-    SessionWorkspace workspace(desktopEntries, {environment,
+    SessionWorkspace workspace(desktopEntries, {ChildEnvironment(start.inheritance.environment),
                                                 {qgetenv("DISPLAY"), qgetenv("WAYLAND_DISPLAY")},
                                                 windowSystem.activationToken,
                                                 application.devicePixelRatio(),
@@ -121,15 +166,26 @@ int run(const CommandLine &commandLine, char **argv, Instance &instance) {
         delegate.applicationDidFinishLaunching(commandLine, std::move(cachedLists));
     };
     QMetaObject::invokeMethod(&delegate, finishLaunching, Qt::QueuedConnection);
+    std::optional<RestartWithBus> restart;
+    if (busIsSilent && !commandLine.isDiagnostic())
+        restart.emplace(sessionBusAddress(start.inheritance.environment), delegate);
     const int exitCode = QApplication::exec();
-    // Everything that follows may have to wait for a disk, even without end: threads are waited
-    // for, and one may be in the kernel, asking a file system that no longer answers. What the user
-    // did is stored first.
-    constexpr std::chrono::seconds patience(5);
-    exitDeadline.emplace(patience, [exitCode] { _exit(exitCode); });
+    signals.loopHasEnded();
+    const bool again = restart && restart->begun();
+    const auto leave = [&, exitCode, again] {
+        if (again && !signals.received())
+            startAnew(start.inheritance.environment, optionsOfRestart(commandLine));
+        _exit(exitCode);
+    };
+    // What the user did is stored, but a disk or a keyring may never answer.
+    exitDeadline.emplace(3s, leave);
     defaults.synchronize();
     workspace.endIcons();
-    return exitCode;
+    secrets.complete();
+    // The rest only waits for threads, and one may be in the kernel, asking a file system that no
+    // longer answers.
+    exitDeadline.emplace(500ms, leave);
+    return {exitCode, again};
 }
 
 } // namespace
@@ -138,23 +194,39 @@ int drawPictures(bool withFonts) {
     return runPictureHelper(withFonts);
 }
 
-int runCorvid(const CommandLine &commandLine, char **argv) {
+int runCorvid(const Start &start, char **argv) {
     // With a heap for each thread, those of the scans would keep some 7 MB. The threads are too
     // short-lived to get in each other's way in one heap.
     mallopt(M_ARENA_MAX, 1);
     forbidCoreDumps();
-    BusInstance instance;
-    if (commandLine.isDiagnostic()) {
-        checkBus(); // as claiming does
-    } else {
-        switch (instance.claim(commandLine.wishesOfRunning())) {
-        case BusInstance::Claim::Sole:
-            break;
-        case BusInstance::Claim::HandedOver:
-            return 0;
-        case BusInstance::Claim::Unanswered:
-            return reportUnanswered();
+    // For developers. Whoever can set this could have us load a library just as well.
+    if (qEnvironmentVariableIsEmpty("CORVID_TRACEABLE"))
+        forbidTracing();
+    rememberLimit(RLIMIT_NOFILE, start.inheritance.openFiles);
+    End end;
+    {
+        TerminationSignals signals;
+        BusInstance instance;
+        bool silent = start.busIsSilent;
+        if (start.commandLine.isDiagnostic()) {
+            silent = busIsSilent(); // as claiming finds out
+        } else if (!silent) {
+            switch (instance.claim(start.commandLine.wishesOfRunning())) {
+            case BusInstance::Claim::Sole:
+                break;
+            case BusInstance::Claim::BusSilent:
+                silent = true;
+                break;
+            case BusInstance::Claim::HandedOver:
+                return 0;
+            case BusInstance::Claim::Unanswered:
+                return reportUnanswered();
+            }
         }
+        end = run(start, silent, argv, instance, signals);
+        end.restart = end.restart && !signals.received();
     }
-    return run(commandLine, argv, instance);
+    if (end.restart)
+        startAnew(start.inheritance.environment, optionsOfRestart(start.commandLine));
+    return end.exitCode;
 }

@@ -1,8 +1,18 @@
 #pragma once
 
 namespace corvid {
+
 struct CommandLine;
-}
+struct Inheritance;
+
+/** What the front of the program has found out. */
+struct Start {
+    const CommandLine &commandLine;
+    const Inheritance &inheritance;
+    bool busIsSilent; ///< and so out of bounds for this process
+};
+
+} // namespace corvid
 
 extern "C" {
 
@@ -10,8 +20,11 @@ extern "C" {
  * The program behind its front, in a library that is only loaded when there is more to do than to
  * call the Corvid that runs. Becomes the session's instance and runs until it is to end; or, where
  * another has become it meanwhile, hands the wishes over. Answers with the exit code.
+ *
+ * Where the bus is silent it runs without one. As soon as the bus answers and nothing is shown, the
+ * process starts the program anew: libraries look for the bus only once.
  */
-[[gnu::visibility("default")]] int runCorvid(const corvid::CommandLine &commandLine, char **argv);
+[[gnu::visibility("default")]] int runCorvid(const corvid::Start &start, char **argv);
 
 /** Draws foreign pictures for a Corvid that runs, see runPictureHelper(). */
 [[gnu::visibility("default")]] int drawPictures(bool withFonts);

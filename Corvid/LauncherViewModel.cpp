@@ -56,7 +56,7 @@ void LauncherViewModel::refresh() {
         return;
     }
     const QString question = parsedQuery_.object.trimmed();
-    const bool hasKey = environment_.keychain.get(settings::aiKeyAccount).has_value();
+    const bool hasKey = environment_.keychain.has(settings::aiKeyAccount);
     const Rows rows = questionRows(question, hasKey);
     if (hasKey && !question.isEmpty() && aiEnabled())
         fetchIntent(question, rows);

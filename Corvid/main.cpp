@@ -3,6 +3,7 @@
 
 #include "Application.h"
 #include "Front/CommandLine.h"
+#include "Front/Inheritance.h"
 #include "Front/InstanceCall.h"
 #include "Platform/Linux/Icons/PictureProtocol.h"
 
@@ -52,6 +53,7 @@ bool isToDrawPictures(const std::vector<std::string> &arguments) {
 } // namespace
 
 int main(int argc, char **argv) {
+    const Inheritance inheritance = takeInheritance();
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     if (isToDrawPictures(arguments)) {
         auto *const draw = fromLibrary<decltype(drawPictures)>("drawPictures");
@@ -67,17 +69,24 @@ int main(int argc, char **argv) {
         return 0;
     }
 
-    if (!commandLine.isDiagnostic()) {
+    if (!makeRoomForFiles())
+        return 1;
+
+    bool busIsSilent = false;
+    if (!commandLine.isDiagnostic() && !commandLine.restarted) {
         switch (callInstance(commandLine.wishesOfRunning())) {
         case CallResult::Taken:
             return 0;
         case CallResult::Unanswered:
             return reportUnanswered();
+        case CallResult::BusSilent:
+            busIsSilent = true;
+            break;
         case CallResult::Nobody:
             break;
         }
     }
 
     auto *const run = fromLibrary<decltype(runCorvid)>("runCorvid");
-    return run ? run(commandLine, argv) : 1;
+    return run ? run({commandLine, inheritance, busIsSilent}, argv) : 1;
 }

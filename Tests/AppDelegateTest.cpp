@@ -29,9 +29,29 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+
+#include <sys/syscall.h>
+#include <unistd.h>
 
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/** How long the machine has slept. */
+std::atomic<std::time_t> secondsAsleep = 0;
+
+} // namespace
+
+// The whole process asks this instead of the C library's.
+extern "C" [[gnu::visibility("default")]] int clock_gettime(clockid_t clock,
+                                                            timespec *time) noexcept {
+    const long result = syscall(SYS_clock_gettime, clock, time);
+    if (result == 0 && clock == CLOCK_BOOTTIME)
+        time->tv_sec += secondsAsleep;
+    return static_cast<int>(result);
+}
 
 namespace {
 
@@ -86,7 +106,7 @@ protected:
     FakeAppearanceSettings appearance;
     FakeFolderDialog folderDialog;
     AIService ai{defaults, nullptr};
-    std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
+    BootClock::time_point now{std::chrono::hours(1)};
     std::optional<AppDelegate> owned{
         std::in_place,
         AppDelegate::Platform{defaults, workspace, pasteboard, secrets, log, entries, volumes,
@@ -228,6 +248,21 @@ TEST_F(AppDelegateTest, aClickOutsideCountsForTheShowingThatItFellInto) {
     delegate.viewModel().setQuery(u"zed"_s);
     delegate.show();
     EXPECT_EQ(delegate.viewModel().query(), u"zed") << "hidden ten seconds ago, not just now";
+}
+
+TEST_F(AppDelegateTest, thePanelIsFreshWhenTheMachineHasSleptInTheMeantime) {
+    owned.emplace(AppDelegate::Platform{defaults, workspace, pasteboard, secrets, log, entries,
+                                        volumes, panelSurface, &clickMonitor, hotKeys, instance,
+                                        tray, appearance, folderDialog, ai});
+    launch({"--show"});
+    delegate.viewModel().setQuery(u"zed"_s);
+    delegate.hide();
+    delegate.show();
+    EXPECT_EQ(delegate.viewModel().query(), u"zed");
+    delegate.hide();
+    secondsAsleep = 11;
+    delegate.show();
+    EXPECT_EQ(delegate.viewModel().query(), QString());
 }
 
 TEST_F(AppDelegateTest, withoutAMonitorThePanelIsShownAllTheSame) {

@@ -1,6 +1,7 @@
 #include "Chat/ChatProtocol.h"
 
 #include "Base/Json.h"
+#include "Base/Wipe.h"
 
 #include <QJsonDocument>
 
@@ -48,7 +49,10 @@ std::optional<QUrl> endpoint(const QString &baseURL) {
 std::optional<QByteArray> authorization(const QString &key) {
     if (!std::ranges::all_of(key, [](QChar c) { return c >= u' ' && c <= u'~'; }))
         return std::nullopt;
-    return "Bearer " + key.toLatin1();
+    QByteArray text = key.toLatin1();
+    QByteArray result = "Bearer " + text;
+    wipe(text);
+    return result;
 }
 
 QByteArray answerBody(const QString &model, const QString &prompt) {

@@ -1,5 +1,7 @@
 #include "Chat/ChatTransfer.h"
 
+#include "Base/Wipe.h"
+
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -39,12 +41,15 @@ ChatTransfer::ChatTransfer(QNetworkAccessManager &manager, Request request, Hand
 
 ChatTransfer::~ChatTransfer() {
     closeReply();
+    wipe(request_.authorization);
 }
 
 void ChatTransfer::post(const QUrl &url) {
     QNetworkRequest request(url);
     request.setRawHeader("Content-Type", "application/json");
-    request.setRawHeader("Authorization", request_.authorization);
+    // A copy, which Qt keeps as long as it likes; ours we can wipe.
+    request.setRawHeader("Authorization", QByteArray(request_.authorization.constData(),
+                                                     request_.authorization.size()));
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::ManualRedirectPolicy);
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
@@ -139,12 +144,16 @@ bool ChatTransfer::endsWithItsConnection() const {
 QString ChatTransfer::errorText() const {
     // Qt's texts may quote what it was given.
     QString text = reply_->errorString();
-    const QString bearer = QString::fromLatin1(request_.authorization);
-    const QString key = bearer.sliced(bearer.indexOf(u' ') + 1);
-    for (const QString &secret : {key, request_.url.userInfo(), request_.url.password()}) {
+    const QByteArrayView bearer = request_.authorization;
+    QString key = QString::fromLatin1(bearer.sliced(bearer.indexOf(' ') + 1));
+    const auto hide = [&text](const QString &secret) {
         if (!secret.isEmpty())
             text.replace(secret, u"…"_s);
-    }
+    };
+    hide(key);
+    hide(request_.url.userInfo());
+    hide(request_.url.password());
+    wipe(key);
     return text;
 }
 

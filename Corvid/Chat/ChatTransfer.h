@@ -66,7 +66,7 @@ private:
     QString errorText() const;
 
     QNetworkAccessManager &manager_;
-    const Request request_;
+    Request request_;
     const Handlers handlers_;
     QNetworkReply *reply_ = nullptr;
     int redirects_ = 0;

@@ -17,7 +17,7 @@ struct Switch {
 constexpr std::array switches{
     Switch{"--bench", &CommandLine::bench},   Switch{"--settings", &CommandLine::settings},
     Switch{"--show", &CommandLine::show},     Switch{"--sticky", &CommandLine::sticky},
-    Switch{"--toggle", &CommandLine::toggle},
+    Switch{"--toggle", &CommandLine::toggle}, Switch{restartedOption, &CommandLine::restarted},
 };
 
 constexpr const char *helpText = R"(Usage: corvid [OPTION]...
@@ -54,7 +54,7 @@ std::vector<Wish> CommandLine::wishes() const {
 
 std::vector<Wish> CommandLine::wishesOfRunning() const {
     std::vector<Wish> result = wishes();
-    if (result.empty())
+    if (result.empty() && !restarted)
         result.push_back({Wish::Kind::Show, sticky});
     return result;
 }

@@ -8,12 +8,17 @@
 
 namespace corvid {
 
+/** What the program gives to itself when it starts anew; not for people, so no help tells of it. */
+inline constexpr const char *restartedOption = "--restarted";
+
 /** What the program was started for. */
 struct CommandLine {
     bool show = false;
     bool toggle = false;
     bool settings = false;
     bool sticky = false;
+    /** By itself, to take up a bus that did not answer before. Nobody asked for anything. */
+    bool restarted = false;
     bool bench = false;
     std::optional<std::string> query; ///< also when it is empty; absent where no text follows
     const char *text = nullptr;       ///< printed instead of anything else; whole lines, or null
@@ -25,7 +30,7 @@ struct CommandLine {
     /** What a Corvid that starts does for them, in order. Without one it stays hidden. */
     std::vector<Wish> wishes() const;
     /** What a Corvid that runs already does instead: the same, and without one it shows itself, as
-        anybody expects who clicks on a program's icon. */
+        anybody expects who clicks on a program's icon; nothing if nobody did. */
     std::vector<Wish> wishesOfRunning() const;
 };
 

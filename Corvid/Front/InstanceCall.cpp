@@ -1,5 +1,6 @@
 #include "Front/InstanceCall.h"
 
+#include "Front/Inheritance.h"
 #include "Platform/ReleasedBy.h"
 
 #include <algorithm>
@@ -35,13 +36,6 @@ std::string variable(const char *name) {
     return value ? value : "";
 }
 
-std::string busAddress() {
-    if (std::string address = variable("DBUS_SESSION_BUS_ADDRESS"); !address.empty())
-        return address;
-    const std::string folder = variable("XDG_RUNTIME_DIR");
-    return folder.empty() ? folder : "unix:path=" + folder + "/bus";
-}
-
 int millisecondsUntil(Clock::time_point time) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now());
     return static_cast<int>(std::max(left, 0ms).count());
@@ -67,22 +61,27 @@ bool isResult(const Message &message) {
     return message && dbus_message_get_type(message.get()) == DBUS_MESSAGE_TYPE_METHOD_RETURN;
 }
 
-/** Null where there is none. */
-Connection connectToBus() {
-    const std::string address = busAddress();
+struct Bus {
+    Connection connection; ///< null where there is none
+    bool silent = false;   ///< there is one, but it does not answer
+};
+
+Bus connectToBus() {
+    const std::string address = sessionBusAddress(takeInheritance().environment);
     if (address.empty())
-        return nullptr;
+        return {};
     Connection bus(dbus_connection_open_private(address.c_str(), nullptr));
     if (!bus)
-        return nullptr;
+        return {};
     const Clock::time_point deadline = Clock::now() + busPatience;
     const Message hello(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS,
                                                      DBUS_INTERFACE_DBUS, "Hello"));
     if (isResult(reply(bus.get(), hello, deadline)))
-        return bus;
-    if (Clock::now() >= deadline)
-        setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
-    return nullptr;
+        return {std::move(bus)};
+    if (Clock::now() < deadline)
+        return {};
+    setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
+    return {nullptr, true};
 }
 
 /** Appends a value of a basic type, at an address, that is boxed as a variant. */
@@ -148,14 +147,21 @@ const char *actionOf(Wish::Kind kind) {
     return actions[static_cast<std::size_t>(kind)];
 }
 
-void checkBus() {
-    connectToBus();
+std::string sessionBusAddress(const std::vector<std::string> &environment) {
+    if (std::string address = variable(environment, "DBUS_SESSION_BUS_ADDRESS"); !address.empty())
+        return address;
+    const std::string folder = variable(environment, "XDG_RUNTIME_DIR");
+    return folder.empty() ? folder : "unix:path=" + folder + "/bus";
+}
+
+bool busIsSilent() {
+    return connectToBus().silent;
 }
 
 CallResult callInstance(const std::vector<Wish> &wishes) {
-    const Connection bus = connectToBus();
+    const auto [bus, silent] = connectToBus();
     if (!bus)
-        return CallResult::Nobody;
+        return silent ? CallResult::BusSilent : CallResult::Nobody;
     const Clock::time_point deadline = Clock::now() + instancePatience;
     for (const Wish &wish : wishes) {
         const Message answer = reply(bus.get(), callFor(wish), deadline);

@@ -3,6 +3,7 @@
 #include "Platform/Instance.h"
 
 #include <chrono>
+#include <string>
 #include <vector>
 
 namespace corvid {
@@ -22,20 +23,24 @@ inline constexpr std::chrono::seconds instancePatience{2};
 /** What a wish is called on the bus. */
 const char *actionOf(Wish::Kind kind);
 
-/** Puts a bus that does not answer in time out of bounds for the whole process: the toolkit would
-    wait for it without end. Blocks for as long. */
-void checkBus();
+/** Where an environment says that the session's bus is; empty where it does not. */
+std::string sessionBusAddress(const std::vector<std::string> &environment);
+
+/** Whether there is a bus that does not answer in time. Such a one is put out of bounds for the
+    whole process, since the toolkit would wait for it without end. Blocks for as long. */
+bool busIsSilent();
 
 enum class CallResult {
     Taken,      ///< it answered to each wish
     Nobody,     ///< no bus, or no Corvid on it
+    BusSilent,  ///< a bus that does not answer, and is out of bounds now as above
     Unanswered, ///< one is there, and refuses or does not answer
 };
 
 /**
  * Hands the wishes to the session's Corvid, one after the other, with the tokens in our environment
- * by which the desktop lets it come to the front. Checks the bus as above, and blocks while Corvid
- * does not answer, for as long as it is waited for.
+ * by which the desktop lets it come to the front. Blocks while the bus or
+ * Corvid does not answer, for as long as it is waited for.
  */
 CallResult callInstance(const std::vector<Wish> &wishes);
 

@@ -20,8 +20,9 @@ struct Wish {
 /** The one Corvid of a session, as seen from inside it. Main thread only. */
 class Instance : public Port {
 public:
-    /** Calls `fulfil` on the main thread for each wish of other processes, first for those that
-        came before. Once. Never calls it in a process that is not the session's one. */
+    /** Calls `fulfil` on the main thread for the wishes of other processes, first for those that
+        came before. Of those that wait at the same time, one that makes up for others stands for
+        them. Once. Never calls it in a process that is not the session's one. */
     virtual void serve(std::function<void(const Wish &)> fulfil) = 0;
 };
 

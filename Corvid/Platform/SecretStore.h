@@ -23,6 +23,9 @@ public:
         the user for a password. */
     virtual std::optional<QString> get(const QString &account) const = 0;
 
+    /** Whether get() would answer with one, without a copy of it. */
+    virtual bool has(const QString &account) const { return get(account).has_value(); }
+
     /** Stores the secret of an account in place of the one before. get() has it at once; should
         the desktop, or the user whom it asks for a password, refuse it, get() returns to what is
         stored. */

@@ -145,6 +145,37 @@ TEST_F(AnswerTest, escapeEndsTheTransferAndKeepsThePanelAndASecondOneHides) {
     EXPECT_EQ(program.state(), QProcess::Running);
 }
 
+TEST_F(AnswerTest, whoLogsOutWhileAnAnswerStreamsIsNotHeldUp) {
+    std::promise<bool> closed;
+    setOnQuestion([&](Connection &connection) {
+        connection.send(streamHead + piece(u"endless"_s));
+        closed.set_value(connection.waitForClose());
+    });
+    type(u"ai what is x"_s);
+    press(u"Return"_s);
+    answerOf(u"what is x"_s, u"endless"_s);
+    program.terminate();
+    EXPECT_TRUE(eventually([this] { return program.state() == QProcess::NotRunning; }));
+    EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(program.exitCode(), 0);
+    EXPECT_TRUE(closed.get_future().get());
+}
+
+TEST_F(AnswerTest, anXServerThatGoesFirstWhileAnAnswerStreamsEndsIt) {
+    std::promise<bool> closed;
+    setOnQuestion([&](Connection &connection) {
+        connection.send(streamHead + piece(u"endless"_s));
+        closed.set_value(connection.waitForClose());
+    });
+    type(u"ai what is x"_s);
+    press(u"Return"_s);
+    answerOf(u"what is x"_s, u"endless"_s);
+    server.endServer();
+    EXPECT_TRUE(eventually([this] { return program.state() == QProcess::NotRunning; }));
+    EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+    EXPECT_TRUE(closed.get_future().get());
+}
+
 TEST_F(AnswerTest, whileAServerIsSilentThePanelDoesWhatItAlwaysDoes) {
     type(u"ai what is x"_s);
     press(u"Return"_s);

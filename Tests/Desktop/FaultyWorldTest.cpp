@@ -1,10 +1,14 @@
 // The whole program in broken worlds: it starts, it answers, and it ends when it is told to.
 
 #include "DesktopTest.h"
+#include "Worlds/Onlooker.h"
 #include "Worlds/PrivateMounts.h"
+
+#include <QElapsedTimer>
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace corvid::test;
@@ -34,6 +38,15 @@ protected:
         return answer;
     }
     QString answerTo(const QString &query) { return answerTo(query, environment()); }
+    /** How it ends when no more files can be opened than so many: its exit code, -1 for a crash. */
+    int exitCodeWith(int files, const QStringList &arguments) {
+        makeDependent(program_);
+        program_.setProcessEnvironment(environment());
+        program_.start(u"prlimit"_s,
+                       QStringList{u"--nofile=%1:%1"_s.arg(files), executable} + arguments);
+        EXPECT_TRUE(eventually([this] { return program_.state() == QProcess::NotRunning; }));
+        return program_.exitStatus() == QProcess::NormalExit ? program_.exitCode() : -1;
+    }
     bool endsWhenAsked() {
         program_.terminate();
         return eventually([this] { return program_.state() == QProcess::NotRunning; }) &&
@@ -64,7 +77,11 @@ TEST_F(FaultyMountTest, aFolderOfProjectsThatNeverAnswersHoldsUpNeitherTheAnswer
     if (!hanging.mounted())
         GTEST_SKIP() << "there is no FUSE here";
     EXPECT_TRUE(answerTo(u"frob"_s).contains(u"App\tFrobnicator"_s));
+    QElapsedTimer timer;
+    timer.start();
     EXPECT_TRUE(endsWhenAsked());
+    // Half a second, and what a busy machine adds.
+    EXPECT_LT(timer.elapsed(), 3'000);
 }
 
 TEST_F(FaultyMountTest, aReadOnlyHomeIsNotMissed) {
@@ -101,6 +118,52 @@ TEST_F(FaultyWorldTest, whoHasNoHomeAndNoAccountGetsAnAnswer) {
         answerTo(u"frob"_s, nobodys,
                  {u"setpriv"_s, u"--reuid=54321"_s, u"--regid=54321"_s, u"--clear-groups"_s});
     EXPECT_TRUE(answer.contains(u"App\tFrobnicator"_s)) << qPrintable(answer);
+    EXPECT_TRUE(endsWhenAsked());
+}
+
+TEST_F(FaultyWorldTest, nobodyOfTheSameUserReadsItsMemoryOrTracesIt) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "it takes an administrator to be somebody else";
+    QProcessEnvironment somebodys = environment();
+    somebodys.remove(u"HOME"_s);
+    const QString id = QString::number(somebody);
+    answerTo(u"2+3"_s, somebodys,
+             {u"setpriv"_s, u"--reuid="_s + id, u"--regid="_s + id, u"--clear-groups"_s});
+    const Onlooker seen = lookAt(static_cast<pid_t>(program_.processId()));
+    EXPECT_FALSE(seen.reads || seen.traces);
+    EXPECT_TRUE(endsWhenAsked());
+}
+
+TEST_F(FaultyWorldTest, whereTooFewFilesCanBeOpenedItSaysSoInALineAndEnds) {
+    int refusals = 0;
+    for (int files = 4; files <= 80; files += files < 32 ? 1 : 8) {
+        const int exitCode = exitCodeWith(files, {u"--bench"_s});
+        const QString said = QString::fromUtf8(program_.readAllStandardError());
+        EXPECT_EQ(said.count(u'\n'), 1) << files << ": " << qPrintable(said);
+        if (exitCode == 0) {
+            EXPECT_TRUE(said.startsWith(u"n=200 "_s)) << files << ": " << qPrintable(said);
+            continue;
+        }
+        ++refusals;
+        EXPECT_EQ(exitCode, 1) << files;
+        EXPECT_TRUE(said.contains(u"'ulimit -n'"_s)) << files << ": " << qPrintable(said);
+    }
+    EXPECT_GT(refusals, 0);
+    EXPECT_EQ(exitCodeWith(4, {u"--version"_s}), 0);
+}
+
+TEST_F(FaultyWorldTest, aLimitThatMayBeRaisedIsNone) {
+    makeDependent(program_);
+    program_.setProcessEnvironment(environment());
+    program_.start(u"prlimit"_s, {u"--nofile=16:1024"_s, executable, u"--bench"_s});
+    EXPECT_TRUE(eventually([this] { return program_.state() == QProcess::NotRunning; }));
+    EXPECT_EQ(program_.exitCode(), 0);
+}
+
+TEST_F(FaultyWorldTest, itEndsWhenAskedThoughNothingCanBeOpenedAnyMore) {
+    answerTo(u"2+3"_s);
+    const rlimit none{0, 0};
+    ASSERT_EQ(prlimit(static_cast<pid_t>(program_.processId()), RLIMIT_NOFILE, &none, nullptr), 0);
     EXPECT_TRUE(endsWhenAsked());
 }
 

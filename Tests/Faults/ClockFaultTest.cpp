@@ -1,4 +1,4 @@
-// The program while the time of day is set back, as it happens when a machine's clock was wrong.
+// The program while the time of day is set, as it happens when a machine's clock was wrong.
 
 #include "Worlds/FaultWorld.h"
 #include "Worlds/QtPrinters.h"
@@ -46,6 +46,11 @@ protected:
 
 constexpr std::time_t hours = 3600;
 
+/** The parameter: so many seconds back. */
+class ClockJumpTest : public ClockFaultTest, public ::testing::WithParamInterface<std::time_t> {};
+
+INSTANTIATE_TEST_SUITE_P(ADay, ClockJumpTest, ::testing::Values(24 * hours, -24 * hours));
+
 } // namespace
 
 TEST_F(ClockFaultTest, theTestHoldsTheClock) {
@@ -54,21 +59,21 @@ TEST_F(ClockFaultTest, theTestHoldsTheClock) {
     EXPECT_LT(QDateTime::currentSecsSinceEpoch(), before - 23 * hours);
 }
 
-TEST_F(ClockFaultTest, whatIsChosenBeforeAndAfterTheJumpIsCountedAndStored) {
+TEST_P(ClockJumpTest, whatIsChosenBeforeAndAfterItIsCountedAndStored) {
     furnish();
     {
         Program program;
         ASSERT_TRUE(program.waitForScans());
         program.choose(u"frob"_s);
         program.defaults.synchronize();
-        secondsBack = 24 * hours;
+        secondsBack = GetParam();
         EXPECT_EQ(program.typed(u"frob"_s), bothFound);
         program.choose(u"frob"_s);
         EXPECT_EQ(program.stats.counts().value(frobKey()), 2);
     }
     EXPECT_EQ(storedLaunches(frobKey()), 2);
     EXPECT_EQ(storedLaunches(u"x"_s), 3);
-    // And a start in the past finds what was stored in the future.
+    // And a start in the past or the future finds what was stored.
     Program program;
     EXPECT_EQ(program.typed(u"frob"_s), bothFound) << "from the caches";
     EXPECT_EQ(program.stats.counts().value(frobKey()), 2);
@@ -77,7 +82,8 @@ TEST_F(ClockFaultTest, whatIsChosenBeforeAndAfterTheJumpIsCountedAndStored) {
 TEST_F(ClockFaultTest, everyChangeByAnotherIsSeenWhicheverTimesTheFilesCarry) {
     furnish();
     Program program;
-    for (const std::time_t back : {0 * hours, 24 * hours, 1 * hours, 48 * hours, 0 * hours}) {
+    for (const std::time_t back :
+         {0 * hours, 24 * hours, 1 * hours, 48 * hours, -24 * hours, 0 * hours}) {
         secondsBack = back;
         for (int value = 1; value <= 3; ++value) {
             // Of the same size, into the same file.

@@ -93,6 +93,10 @@ public:
     /** The manager no longer reacts to anything. */
     void pauseManager() { ::kill(static_cast<pid_t>(manager_.processId()), SIGSTOP); }
 
+    /** The server answers nobody until it goes on. */
+    void pause() { ::kill(static_cast<pid_t>(server_.processId()), SIGSTOP); }
+    void goOn() { ::kill(static_cast<pid_t>(server_.processId()), SIGCONT); }
+
     void endServer() { stop(server_); }
 
 private:

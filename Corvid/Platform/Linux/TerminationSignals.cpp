@@ -2,52 +2,88 @@
 
 #include <QCoreApplication>
 
-#include <array>
+#include <cerrno>
 #include <csignal>
+#include <ctime>
 
-#include <sys/eventfd.h>
 #include <unistd.h>
 
 namespace corvid {
 
 namespace {
 
-constexpr std::array terminationSignals{SIGTERM, SIGINT, SIGHUP};
+const sigset_t terminationSignals = [] {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        sigaddset(&signals, signal);
+    return signals;
+}();
 
-int signalled = -1; ///< an eventfd: a signal handler may do next to nothing, but write to that
-
-void noteSignal(int /*signal*/) {
-    eventfd_write(signalled, 1);
+// As if nobody had waited for it. Unlike a call of exit it needs nothing of any other thread.
+void endBy(int signal) {
+    std::signal(signal, SIG_DFL);
+    pthread_sigmask(SIG_UNBLOCK, &terminationSignals, nullptr);
+    raise(signal);
+    _exit(1); // for the first process of a container, which signals do not end
 }
 
-int openEvent() {
-    signalled = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (signalled < 0)
-        qFatal("no descriptor for signals");
-    return signalled;
+// The next one, or -1 when none comes in time.
+int await(const timespec *time, siginfo_t &info) {
+    int signal = -1;
+    do { // a process that is stopped and continued waits anew
+        signal = sigtimedwait(&terminationSignals, &info, time);
+    } while (signal < 0 && errno == EINTR);
+    return signal;
 }
 
 } // namespace
 
-TerminationSignals::TerminationSignals() : notifier_(openEvent(), QSocketNotifier::Read) {
-    QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] {
-        notifier_.setEnabled(false);
-        // quit() would ask every window first, and the panel hides where others close.
-        QCoreApplication::exit();
-    });
-    struct sigaction action = {};
-    action.sa_handler = noteSignal;
-    // The first signal restores the default, so that a second one ends the process at once.
-    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
-    for (const int signal : terminationSignals)
-        sigaction(signal, &action, nullptr);
+TerminationSignals::TerminationSignals(std::chrono::seconds patience) : patience_(patience) {
+    pthread_sigmask(SIG_BLOCK, &terminationSignals, nullptr);
+    thread_ = std::thread([this] { wait(); });
 }
 
 TerminationSignals::~TerminationSignals() {
-    for (const int signal : terminationSignals)
-        std::signal(signal, SIG_DFL);
-    notifier_.setEnabled(false);
-    close(signalled);
+    pthread_kill(thread_.native_handle(), SIGTERM);
+    thread_.join();
+    pthread_sigmask(SIG_UNBLOCK, &terminationSignals, nullptr);
+}
+
+bool TerminationSignals::received() const {
+    const std::lock_guard lock(mutex_);
+    return received_;
+}
+
+void TerminationSignals::enter(Phase phase) {
+    const std::lock_guard lock(mutex_);
+    phase_ = phase;
+}
+
+// False when there is nothing to be ended in an orderly way yet.
+bool TerminationSignals::takeFirst() {
+    const std::lock_guard lock(mutex_);
+    received_ = true;
+    // quit() would ask every window first, and the panel hides where others close.
+    if (phase_ == Phase::Loop)
+        QMetaObject::invokeMethod(
+            qApp, [] { QCoreApplication::exit(); }, Qt::QueuedConnection);
+    return phase_ != Phase::Start;
+}
+
+void TerminationSignals::wait() {
+    siginfo_t info = {};
+    // Of all in this process, only the destructor sends any.
+    const auto isDestructors = [&info] { return info.si_pid == getpid(); };
+    const int first = await(nullptr, info);
+    if (isDestructors())
+        return;
+    if (takeFirst()) {
+        const timespec patience{patience_.count(), 0};
+        if (await(&patience, info) > 0 && isDestructors())
+            return;
+    }
+    endBy(first);
 }
 
 } // namespace corvid

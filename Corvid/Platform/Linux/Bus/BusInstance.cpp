@@ -7,6 +7,8 @@
 #include <QDeadlineTimer>
 
 #include <chrono>
+#include <optional>
+#include <utility>
 
 namespace corvid {
 
@@ -45,7 +47,8 @@ BusInstance::~BusInstance() {
 }
 
 BusInstance::Claim BusInstance::claim(const std::vector<Wish> &wishes) {
-    checkBus(); // Qt waits without end for one that does not greet
+    if (busIsSilent()) // Qt waits without end for one that does not greet
+        return Claim::BusSilent;
     QDBusConnection bus =
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionOfInstance);
     // Before the name is ours: the call that had the bus start us comes right behind it.
@@ -66,6 +69,8 @@ BusInstance::Claim BusInstance::claim(const std::vector<Wish> &wishes) {
             return Claim::HandedOver;
         case CallResult::Unanswered:
             return Claim::Unanswered;
+        case CallResult::BusSilent:
+            return Claim::BusSilent;
         case CallResult::Nobody: // any more
             break;
         }
@@ -75,20 +80,30 @@ BusInstance::Claim BusInstance::claim(const std::vector<Wish> &wishes) {
 
 void BusInstance::serve(std::function<void(const Wish &)> fulfil) {
     fulfil_ = std::move(fulfil);
-    QMetaObject::invokeMethod(
-        this, [this] { fulfilWaiting(); }, Qt::QueuedConnection);
+    fulfilSoon();
+}
+
+// Behind all the calls that are here already.
+void BusInstance::fulfilSoon() {
+    if (!std::exchange(soon_, true))
+        QMetaObject::invokeMethod(
+            this, [this] { fulfilWaiting(); }, Qt::QueuedConnection);
 }
 
 bool BusInstance::handleMessage(const QDBusMessage &call, const QDBusConnection &bus) {
     if (call.interface() != QLatin1StringView(instanceInterface))
         return false;
-    if (const std::optional<Wish> wish = wishOf(call)) {
-        waiting_.emplace_back(*wish, call.createReply());
-        if (fulfil_)
-            fulfilWaiting();
-    } else {
-        bus.send(call.createErrorReply(QDBusError::InvalidArgs, u"There is no such action"_s));
+    const std::optional<Wish> wish = wishOf(call);
+    if (!wish) {
+        if (call.isReplyRequired())
+            bus.send(call.createErrorReply(QDBusError::InvalidArgs, u"There is no such action"_s));
+        return true;
     }
+    wishes_.add(*wish);
+    if (call.isReplyRequired())
+        calls_.push_back(call);
+    if (fulfil_)
+        fulfilSoon();
     return true;
 }
 
@@ -97,11 +112,12 @@ QString BusInstance::introspect(const QString & /*path*/) const {
 }
 
 void BusInstance::fulfilWaiting() {
+    soon_ = false;
     // Whoever asked need not wait until the panel is there: that we are awake is enough.
-    const auto calls = std::exchange(waiting_, {});
-    for (const auto &[wish, reply] : calls)
-        QDBusConnection(connectionOfInstance).send(reply);
-    for (const auto &[wish, reply] : calls)
+    const QDBusConnection bus(connectionOfInstance);
+    for (const QDBusMessage &call : std::exchange(calls_, {}))
+        bus.send(call.createReply());
+    for (const Wish &wish : wishes_.take())
         fulfil_(wish);
 }
 

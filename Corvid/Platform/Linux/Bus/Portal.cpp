@@ -1,9 +1,11 @@
 #include "Platform/Linux/Bus/Portal.h"
 
 #include "Platform/Linux/Bus/PortalReplies.h"
+#include "Platform/Linux/Secrets/Tracing.h"
 
 #include <QDBusError>
 
+#include <memory>
 #include <utility>
 
 namespace corvid {
@@ -23,6 +25,18 @@ Portal::Portal(const QDBusConnection &bus) : BusPeer(bus, name) {
         const PortalResponse said = responseIn(response);
         respond(said.code == 0 ? Outcome::Granted : Outcome::Refused, said.results);
     });
+}
+
+void Portal::send(const QDBusMessage &call, Heard replied, int timeoutMs) {
+    auto recognizable = std::make_shared<Recognizable>();
+    BusPeer::send(
+        call,
+        [recognizable = std::move(recognizable),
+         replied = std::move(replied)](const QDBusMessage &reply) {
+            if (replied)
+                replied(reply);
+        },
+        timeoutMs);
 }
 
 void Portal::request(const QString &interface, const QString &member, QVariantList arguments,

@@ -22,6 +22,10 @@ public:
 
     explicit Portal(const QDBusConnection &bus);
 
+    /** As any peer's; until the reply is here we are recognizable, since portals refuse whom they
+        cannot look at. */
+    void send(const QDBusMessage &call, Heard replied = nullptr, int timeoutMs = -1);
+
     /** Calls a method whose results come in a signal of its own, maybe when the user has chosen.
         The options are its last argument. `responded` is called once, unless the request is
         forgotten or withdrawn before; another request takes the place of one that waits. */

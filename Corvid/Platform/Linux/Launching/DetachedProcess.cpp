@@ -2,7 +2,7 @@
 
 #include "Platform/Linux/Bus/SessionBus.h"
 #include "Platform/Linux/GLibPointers.h"
-#include "Platform/Linux/Secrets/CoreDumps.h"
+#include "Platform/Linux/Launching/InheritedLimits.h"
 
 #include <QCryptographicHash>
 #include <QFile>
@@ -37,17 +37,17 @@ constexpr const char *launchVariables[] = {"DBUS_STARTER_ADDRESS",
                                            "XDG_ACTIVATION_TOKEN"};
 
 // Strings in the form of main()'s arguments.
-GStrvPointer stringVector(const QStringList &strings) {
-    GStrvPointer result(g_new0(gchar *, static_cast<gsize>(strings.size()) + 1));
-    for (qsizetype i = 0; i < strings.size(); ++i)
-        result.get()[i] = g_strdup(QFile::encodeName(strings[i]).constData());
+GStrvPointer stringVector(const std::vector<std::string> &strings) {
+    GStrvPointer result(g_new0(gchar *, strings.size() + 1));
+    for (std::size_t i = 0; i < strings.size(); ++i)
+        result.get()[i] = g_strdup(strings[i].c_str());
     return result;
 }
 
 // Runs in the forked child, where only async-signal-safe calls are allowed.
 void prepareChild(gpointer data) {
     setsid();
-    allowCoreDumpsInChild();
+    restoreLimits();
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -107,30 +107,32 @@ QString startDetached(const DetachedCommand &command, GCancellable *shutdown) {
     if (command.arguments.isEmpty())
         return u"There is no program to start."_s;
 
-    QProcessEnvironment variables = command.environment;
+    ChildEnvironment variables = command.environment;
     for (const char *name : launchVariables)
-        variables.remove(QString::fromLatin1(name));
+        variables.remove(name);
     const bool isEntry = !command.desktopFile.isEmpty();
     if (isEntry)
-        variables.insert(u"GIO_LAUNCHED_DESKTOP_FILE"_s, command.desktopFile);
+        variables.set("GIO_LAUNCHED_DESKTOP_FILE", QFile::encodeName(command.desktopFile));
     if (!command.startupId.isEmpty())
-        variables.insert(u"DESKTOP_STARTUP_ID"_s, QString::fromUtf8(command.startupId));
+        variables.set("DESKTOP_STARTUP_ID", command.startupId);
     if (!command.activationToken.isEmpty())
-        variables.insert(u"XDG_ACTIVATION_TOKEN"_s, QString::fromUtf8(command.activationToken));
-    QStringList definitions = variables.toStringList();
+        variables.set("XDG_ACTIVATION_TOKEN", command.activationToken);
     // Only the child knows its number: it writes it over the zeros.
-    const QString pidVariable = u"GIO_LAUNCHED_DESKTOP_FILE_PID="_s;
+    constexpr const char *pidVariable = "GIO_LAUNCHED_DESKTOP_FILE_PID";
     if (isEntry)
-        definitions.append(pidVariable + QString(pidDigits, u'0'));
-    const GStrvPointer environment = stringVector(definitions);
+        variables.set(pidVariable, QByteArray(pidDigits, '0'));
+    const GStrvPointer environment = stringVector(variables.definitions());
     char *digits =
-        isEntry ? environment.get()[definitions.size() - 1] + pidVariable.size() : nullptr;
+        isEntry ? const_cast<char *>(g_environ_getenv(environment.get(), pidVariable)) : nullptr;
 
+    std::vector<std::string> arguments;
+    for (const QString &argument : command.arguments)
+        arguments.push_back(QFile::encodeName(argument).toStdString());
     const QByteArray folder = QFile::encodeName(command.workingFolder);
     GPid pid = 0;
     GErrorHolder error;
     const bool started = g_spawn_async(folder.isEmpty() ? nullptr : folder.constData(),
-                                       stringVector(command.arguments).get(), environment.get(),
+                                       stringVector(arguments).get(), environment.get(),
                                        static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH_FROM_ENVP |
                                                                 G_SPAWN_STDOUT_TO_DEV_NULL |
                                                                 G_SPAWN_STDERR_TO_DEV_NULL),

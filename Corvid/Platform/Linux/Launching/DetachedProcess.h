@@ -1,22 +1,23 @@
 #pragma once
 
+#include "Platform/Linux/Launching/ChildEnvironment.h"
+
 #include <gio/gio.h>
 
 #include <QByteArray>
-#include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 
 namespace corvid {
 
 struct DetachedCommand {
-    QStringList arguments;             ///< the program, looked up in the environment's PATH, first
-    QProcessEnvironment environment{}; ///< without what describes how we were started ourselves
-    QString workingFolder{};           ///< empty for ours
-    QString application{};             ///< names its systemd scope; empty for none
-    QString desktopFile{};             ///< path of the entry that is launched; empty for none
-    QByteArray startupId{};            ///< by which the desktop knows its window; empty for none
-    QByteArray activationToken{};      ///< lets its window come to the front; empty for none
+    QStringList arguments;          ///< the program, looked up in the environment's PATH, first
+    ChildEnvironment environment{}; ///< without what describes how we were started ourselves
+    QString workingFolder{};        ///< empty for ours
+    QString application{};          ///< names its systemd scope; empty for none
+    QString desktopFile{};          ///< path of the entry that is launched; empty for none
+    QByteArray startupId{};         ///< by which the desktop knows its window; empty for none
+    QByteArray activationToken{};   ///< lets its window come to the front; empty for none
 };
 
 /**

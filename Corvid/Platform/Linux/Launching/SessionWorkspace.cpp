@@ -73,9 +73,9 @@ struct LoadedEntry {
 /** One launch, on a background thread. Its steps block; each returns the reason in words when it
     fails, empty for success. */
 struct SessionWorkspace::Launch {
-    QProcessEnvironment environment; ///< for the programs that are started
-    QByteArray activationToken;      ///< of a Wayland compositor; empty for none
-    GCancellable *shutdown;          ///< ends every wait for the bus
+    ChildEnvironment environment; ///< for the programs that are started
+    QByteArray activationToken;   ///< of a Wayland compositor; empty for none
+    GCancellable *shutdown;       ///< ends every wait for the bus
     StartupNotifier &startups;
 
     /** Starts a command line in the home folder, unless it names another. */
@@ -123,7 +123,8 @@ struct SessionWorkspace::Launch {
 
 private:
     bool isInstalled(const QString &program) const {
-        const QStringList folders = environment.value(u"PATH"_s).split(u':', Qt::SkipEmptyParts);
+        const QStringList folders =
+            QFile::decodeName(environment.value("PATH")).split(u':', Qt::SkipEmptyParts);
         return !folders.isEmpty() && !QStandardPaths::findExecutable(program, folders).isEmpty();
     }
 
@@ -196,7 +197,8 @@ private:
                                 .application = idOf(entry.path)};
         if (g_desktop_app_info_get_boolean(info, G_KEY_FILE_DESKTOP_KEY_TERMINAL)) {
             const auto inTerminal = terminalCommand(
-                line, {environment.value(u"TERMINAL"_s), desktopsettings::terminal()},
+                line,
+                {QFile::decodeName(environment.value("TERMINAL")), desktopsettings::terminal()},
                 [this](const QString &program) { return isInstalled(program); });
             if (!inTerminal)
                 return u"There is no terminal to run “%1” in."_s.arg(entry.name);

@@ -2,12 +2,12 @@
 
 #include "Base/TaskGroup.h"
 #include "Platform/Linux/Icons/IconLoader.h"
+#include "Platform/Linux/Launching/ChildEnvironment.h"
 #include "Platform/Linux/Running/RunningApplications.h"
 #include "Platform/Workspace.h"
 
 #include <QByteArray>
 #include <QObject>
-#include <QProcessEnvironment>
 
 namespace corvid {
 
@@ -23,7 +23,7 @@ class SessionWorkspace final : public Workspace {
 public:
     struct Options {
         /** Of the programs that are started: ours at the start, before any change. */
-        QProcessEnvironment childEnvironment;
+        ChildEnvironment childEnvironment;
         /** Whose windows tell what runs, and the X11 one of which is told of launches. */
         RunningApplications::Displays displays;
         /** Asked within each call for what lets the program come to the front. Null, or without an

@@ -1,15 +1,10 @@
 #include "Platform/Linux/Secrets/CoreDumps.h"
 
-#include <sys/resource.h>
-
-#include <optional>
+#include "Platform/Linux/Launching/InheritedLimits.h"
 
 namespace corvid {
 
 namespace {
-
-// What this process was started with. Written before there are threads or children.
-std::optional<rlimit> inherited;
 
 // Too small for any core file. Not 0, which the kernel ignores where it pipes the core to a
 // program.
@@ -21,16 +16,11 @@ void forbidCoreDumps() {
     rlimit limit = {};
     if (getrlimit(RLIMIT_CORE, &limit) != 0)
         return;
-    inherited = limit;
+    rememberLimit(RLIMIT_CORE, limit);
     // The hard limit stays, for our children.
     if (limit.rlim_max >= noCore)
         limit.rlim_cur = noCore;
     setrlimit(RLIMIT_CORE, &limit);
-}
-
-void allowCoreDumpsInChild() {
-    if (inherited)
-        setrlimit(RLIMIT_CORE, &*inherited);
 }
 
 } // namespace corvid

@@ -2,12 +2,9 @@
 
 namespace corvid {
 
-/** Keeps our memory, and with it the user's key, out of core files and away from crash reporters.
-    Call it once, at start. Unlike making the process undumpable, this leaves /proc/<pid> readable,
-    by which desktop portals recognize who calls them. */
+/** Keeps our memory, and with it the user's key, out of core files and away from crash reporters,
+    also while we are recognizable. Call it once, at start; what we start is given its limit
+    back. */
 void forbidCoreDumps();
-
-/** Undoes it for a program that we start. For use between fork and exec: async-signal-safe. */
-void allowCoreDumpsInChild();
 
 } // namespace corvid

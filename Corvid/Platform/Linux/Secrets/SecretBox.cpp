@@ -1,5 +1,7 @@
 #include "Platform/Linux/Secrets/SecretBox.h"
 
+#include "Base/Wipe.h"
+
 #include <QJsonDocument>
 
 #include <sodium.h>
@@ -18,10 +20,6 @@ unsigned char *bytes(QByteArray &array) {
 }
 const unsigned char *bytes(const QByteArray &array) {
     return reinterpret_cast<const unsigned char *>(array.constData());
-}
-
-void wipe(QByteArray &array) {
-    sodium_memzero(array.data(), static_cast<std::size_t>(array.size()));
 }
 
 } // namespace

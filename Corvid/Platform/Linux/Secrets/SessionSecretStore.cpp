@@ -1,13 +1,13 @@
 #include "Platform/Linux/Secrets/SessionSecretStore.h"
 
 #include "Base/Deadline.h"
+#include "Base/Wipe.h"
 #include "Platform/Linux/GLibPointers.h"
 #include "Platform/Linux/Secrets/FileSecretStore.h"
 #include "Platform/Linux/Secrets/SecretServiceStore.h"
 
 #include <QMap>
 
-#include <cstring>
 #include <functional>
 #include <mutex>
 #include <utility>
@@ -18,21 +18,22 @@ namespace {
 
 constexpr auto patienceAtTheEnd = std::chrono::seconds(2);
 
-void forget(std::optional<QString> &secret) {
-    // A string that is still shared is not ours to overwrite.
-    if (secret && secret->isDetached())
-        explicit_bzero(secret->data(), static_cast<std::size_t>(secret->size()) * sizeof(QChar));
-    secret.reset();
+std::optional<LockedText> locked(std::optional<QString> secret) {
+    if (!secret)
+        return std::nullopt;
+    const LockedText result(*secret);
+    wipe(*secret);
+    return result;
 }
 
 } // namespace
 
 /** What the thread found out about an account. */
 struct SessionSecretStore::Report {
-    std::optional<QString> secret; ///< as it was when the stores last answered
-    bool looked = false;           ///< at least once
-    bool answered = false;         ///< the last question was
-    int saves = 0;                 ///< as many as this already takes into account
+    std::optional<LockedText> secret; ///< as it was when the stores last answered
+    bool looked = false;              ///< at least once
+    bool answered = false;            ///< the last question was
+    int saves = 0;                    ///< as many as this already takes into account
 };
 
 /** The thread's work, and what is to be done. */
@@ -65,15 +66,13 @@ public:
     }
 
     /** In place of a save that still waits. `number` counts the account's saves. */
-    void save(const QString &account, const QString &secret, int number) {
+    void save(const QString &account, const LockedText &secret, int number) {
         const std::scoped_lock lock(mutex_);
         // A question's answer is outdated, and so is an earlier save that may still be waiting for
         // the user's password.
         if (!savingAccount_ || *savingAccount_ == account)
             g_cancellable_cancel(running_.get());
-        Job &job = jobs_[account];
-        forget(job.secretToSave);
-        job = {secret, number};
+        jobs_[account] = {secret, number};
         g_main_context_wakeup(context_.get());
     }
 
@@ -97,7 +96,7 @@ public:
 private:
     using Result = SecretServiceStore::Result;
     struct Job {
-        std::optional<QString> secretToSave; ///< else look
+        std::optional<LockedText> secretToSave; ///< else look
         int number = 0;
     };
 
@@ -114,12 +113,11 @@ private:
             }
         }
         if (next) {
-            auto &[account, job] = *next;
+            const auto &[account, job] = *next;
             if (job.secretToSave)
                 carryOut(account, *job.secretToSave, job.number);
             else
                 look(account, SecretServiceStore::Start::IfNeeded);
-            forget(job.secretToSave);
         } else if (std::exchange(changed_, false)) {
             // A service that was ended is not ours to bring back.
             for (const QString &account : reports_.keys())
@@ -130,28 +128,30 @@ private:
         return true;
     }
 
-    void carryOut(const QString &account, const QString &secret, int number) {
+    void carryOut(const QString &account, const LockedText &text, int number) {
+        QString secret = text.copy();
         const Result saved = service_->set(account, secret, begin(account));
         if (saved == Result::Done)
             file_->remove(account);
         else if (saved == Result::Nothing)
             file_->set(account, secret);
+        wipe(secret);
         reports_[account].saves = number;
         look(account, SecretServiceStore::Start::Never);
     }
 
     void look(const QString &account, SecretServiceStore::Start start) {
         GCancellable *const cancellable = begin(std::nullopt);
-        const SecretServiceStore::Answer answer = [&] {
+        SecretServiceStore::Answer answer = [&] {
             const Deadline deadline(deadline_, [=] { g_cancellable_cancel(cancellable); });
             return service_->get(account, start, cancellable);
         }();
         Report &report = reports_[account];
         report.answered = answer.result != Result::Failed;
         if (answer.result == Result::Done)
-            report.secret = answer.secret;
+            report.secret = locked(std::move(answer.secret));
         else if (report.answered || !report.looked)
-            report.secret = file_->get(account);
+            report.secret = locked(file_->get(account));
         report.looked = true;
         QMetaObject::invokeMethod(
             &owner_.receiver_,
@@ -191,30 +191,41 @@ SessionSecretStore::SessionSecretStore(std::chrono::milliseconds deadline)
     : worker_(std::make_unique<Worker>(*this, deadline)),
       thread_(std::async(std::launch::async, [this] { worker_->run(); })) {}
 
-SessionSecretStore::~SessionSecretStore() {
+void SessionSecretStore::complete() {
     worker_->end();
     if (thread_.wait_for(patienceAtTheEnd) != std::future_status::ready)
         worker_->giveUp();
-    for (Known &known : known_)
-        forget(known.secret);
 }
 
-std::optional<QString> SessionSecretStore::get(const QString &account) const {
+SessionSecretStore::~SessionSecretStore() {
+    complete();
+}
+
+SessionSecretStore::Known &SessionSecretStore::known(const QString &account) const {
     Known &known = known_[account];
     if (!known.answered && !known.beingAsked) {
         known.beingAsked = true;
         worker_->follow(account);
     }
-    return known.secret;
+    return known;
+}
+
+std::optional<QString> SessionSecretStore::get(const QString &account) const {
+    const std::optional<LockedText> &secret = known(account).secret;
+    return secret ? std::optional(secret->copy()) : std::nullopt;
+}
+
+bool SessionSecretStore::has(const QString &account) const {
+    return known(account).secret.has_value();
 }
 
 void SessionSecretStore::set(const QString &account, const QString &secret) {
     Known &known = known_[account];
-    worker_->save(account, secret, ++known.saves);
-    if (known.secret == secret)
+    const LockedText latest(secret);
+    worker_->save(account, latest, ++known.saves);
+    if (known.secret == latest)
         return;
-    forget(known.secret);
-    known.secret = secret;
+    known.secret = latest;
     const auto tell = [this] {
         if (onChange)
             onChange();
@@ -229,7 +240,6 @@ void SessionSecretStore::install(const QString &account, const Report &report) {
     // What the stores said before the last save is outdated.
     if (report.saves < known.saves || known.secret == report.secret)
         return;
-    forget(known.secret);
     known.secret = report.secret;
     if (onChange)
         onChange();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Linux/Secrets/LockedText.h"
 #include "Platform/SecretStore.h"
 
 #include <QHash>
@@ -16,11 +17,10 @@ namespace corvid {
  * own. A secret that only the file store has is read from there until the service has one of its
  * own; a secret saved to the service leaves the file store.
  *
- * The main thread answers from its memory alone: everything that blocks is a thread's, which
- * sleeps until the service reports a change. When a service does not answer in time, what it said
- * before still counts; it is asked again when somebody wants to know.
+ * The main thread answers from its memory alone, which is locked: everything that blocks is a
+ * thread's, which sleeps until the service reports a change. When a service does not answer in
+ * time, what it said before still counts; it is asked again when somebody wants to know.
  *
- * The destructor completes what is being saved, but waits no longer than two seconds for it.
  */
 class SessionSecretStore final : public SecretStore {
 public:
@@ -28,7 +28,12 @@ public:
     explicit SessionSecretStore(std::chrono::milliseconds deadline = std::chrono::seconds(5));
     ~SessionSecretStore() override;
 
+    /** Completes what is being saved, but waits no longer than two seconds for it. The last thing
+        that is done; the destructor does it, too. */
+    void complete();
+
     std::optional<QString> get(const QString &account) const override;
+    bool has(const QString &account) const override;
     void set(const QString &account, const QString &secret) override;
 
 private:
@@ -36,12 +41,13 @@ private:
     struct Report;
 
     struct Known {
-        std::optional<QString> secret;
+        std::optional<LockedText> secret;
         bool beingAsked = false;
         bool answered = false; ///< the last question was
         int saves = 0;         ///< until all are through, what the stores say is outdated
     };
 
+    Known &known(const QString &account) const;
     void install(const QString &account, const Report &report);
 
     mutable QHash<QString, Known> known_;

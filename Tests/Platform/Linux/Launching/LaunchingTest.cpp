@@ -1,6 +1,7 @@
 #include "Platform/Linux/Launching/SessionWorkspace.h"
 
 #include "Fakes/FakeDesktopEntries.h"
+#include "Worlds/ChildEnvironments.h"
 #include "Worlds/LaunchWorld.h"
 
 #include <QCoreApplication>
@@ -53,7 +54,8 @@ protected:
         QDir().mkpath(path("bin"_L1));
         QFile::remove(QDir::homePath() + "/trace.folders"_L1);
         QFile::remove(QDir::homePath() + "/trace.web"_L1);
-        workspace_.emplace(entries_, SessionWorkspace::Options{environment_, {}, {}});
+        workspace_.emplace(entries_,
+                           SessionWorkspace::Options{childEnvironment(environment_), {}, {}});
     }
 
     QString path(QLatin1StringView name) const { return folder_.path() + u'/' + name; }
@@ -188,7 +190,7 @@ TEST_F(LaunchingTest, itsEnvironmentIsTheOneWeWereStartedWith) {
     environment_.insert(u"FROM_THE_SESSION"_s, u"yes"_s);
     environment_.insert(u"DESKTOP_STARTUP_ID"_s, u"ours"_s);
     environment_.insert(u"JOURNAL_STREAM"_s, u"ours"_s);
-    workspace_.emplace(entries_, SessionWorkspace::Options{environment_, {}, {}});
+    workspace_.emplace(entries_, SessionWorkspace::Options{childEnvironment(environment_), {}, {}});
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("OUR_TWEAK", "1");
     const QString file = entry(u"app"_s);
@@ -201,6 +203,21 @@ TEST_F(LaunchingTest, itsEnvironmentIsTheOneWeWereStartedWith) {
     EXPECT_EQ(child.variable(u"JOURNAL_STREAM"_s), std::nullopt);
     EXPECT_EQ(child.variable(u"GIO_LAUNCHED_DESKTOP_FILE"_s), file);
     EXPECT_EQ(child.variable(u"GIO_LAUNCHED_DESKTOP_FILE_PID"_s), QString::number(child.pid()));
+}
+
+TEST_F(LaunchingTest, valuesThatAreNoTextReachItAsTheyAre) {
+    const QString file = path("bin/app"_L1);
+    writeFile(file, u"#!/bin/sh\nenv -0 > '%1.part'; mv '%1.part' '%1'\n"_s.arg(trace(u"app"_s)));
+    QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const std::string value = "TEXT=\xff\xfe\nA\xed\xa0\x80";
+    workspace_.emplace(
+        entries_, SessionWorkspace::Options{
+                      ChildEnvironment({"PATH=" + qgetenv("PATH").toStdString(), value}), {}, {}});
+    EXPECT_EQ(launch(entry(u"app"_s)), QString());
+    ASSERT_TRUE(eventually([&] { return QFile::exists(trace(u"app"_s)); }));
+    QFile result(trace(u"app"_s));
+    ASSERT_TRUE(result.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(result.readAll().split('\0').contains(QByteArray::fromStdString(value)));
 }
 
 TEST_F(LaunchingTest, aBundleIsStartedByTheExecutableNamedLikeIt) {
@@ -258,7 +275,7 @@ TEST_F(LaunchingTest, aTerminalApplicationRunsInTheUsersTerminal) {
     program(u"app"_s);
     program(u"myterm"_s);
     environment_.insert(u"TERMINAL"_s, u"myterm --big"_s);
-    workspace_.emplace(entries_, SessionWorkspace::Options{environment_, {}, {}});
+    workspace_.emplace(entries_, SessionWorkspace::Options{childEnvironment(environment_), {}, {}});
     EXPECT_EQ(launch(entry(path("bin/app %f"_L1), u"Terminal=true"_s), {u"/tmp/a b"_s}), QString());
     const Trace terminal(trace(u"myterm"_s));
     EXPECT_EQ(terminal.arguments(),
@@ -270,7 +287,7 @@ TEST_F(LaunchingTest, aTerminalApplicationRunsInTheUsersTerminal) {
 TEST_F(LaunchingTest, withoutATerminalATerminalApplicationHasAReason) {
     program(u"app"_s);
     environment_.insert(u"PATH"_s, path("bin"_L1));
-    workspace_.emplace(entries_, SessionWorkspace::Options{environment_, {}, {}});
+    workspace_.emplace(entries_, SessionWorkspace::Options{childEnvironment(environment_), {}, {}});
     EXPECT_TRUE(launch(entry(path("bin/app"_L1), u"Terminal=true"_s)).contains(u"terminal"));
 }
 

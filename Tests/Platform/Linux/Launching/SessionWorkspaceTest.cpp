@@ -1,6 +1,7 @@
 #include "Platform/Linux/Launching/SessionWorkspace.h"
 
 #include "Platform/DesktopEntries.h"
+#include "Worlds/ChildEnvironments.h"
 #include "Worlds/LaunchWorld.h"
 #include "Worlds/XServer.h"
 
@@ -41,7 +42,7 @@ protected:
         writeFile(entry_,
                   u"[Desktop Entry]\nType=Application\nName=App\nExec=%1\n"_s.arg(program_));
         SessionWorkspace::Options options;
-        options.childEnvironment = server_.environment();
+        options.childEnvironment = childEnvironment(server_.environment());
         options.displays.x11 = server_.display();
         workspace_.emplace(entries_, options);
         workspace_->start();

@@ -2,6 +2,7 @@
 
 #include "Fakes/FakeDesktopEntries.h"
 #include "Platform/Linux/Launching/SessionWorkspace.h"
+#include "Worlds/ChildEnvironments.h"
 #include "Worlds/LaunchWorld.h"
 #include "Worlds/XServer.h"
 
@@ -49,8 +50,9 @@ protected:
         environment_ = server_.environment();
         environment_.insert(u"PATH"_s, folder_.path() + ":/usr/bin:/bin"_L1);
         qputenv("PATH", environment_.value(u"PATH"_s).toLocal8Bit());
-        workspace_.emplace(entries_,
-                           SessionWorkspace::Options{environment_, {server_.display(), {}}, {}});
+        workspace_.emplace(
+            entries_,
+            SessionWorkspace::Options{childEnvironment(environment_), {server_.display(), {}}, {}});
     }
 
     QString path(const QString &name) const { return folder_.filePath(name); }
