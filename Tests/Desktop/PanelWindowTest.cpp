@@ -15,6 +15,35 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+/** How often a window was mapped since this was made. */
+class Appearances {
+public:
+    Appearances(const QByteArray &display, xcb_window_t window)
+        : connection_(xcb_connect(display.constData(), nullptr)) {
+        const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+        xcb_change_window_attributes(connection_, window, XCB_CW_EVENT_MASK, &mask);
+        count();
+    }
+    Appearances(const Appearances &) = delete;
+    Appearances &operator=(const Appearances &) = delete;
+    ~Appearances() { xcb_disconnect(connection_); }
+
+    int count() {
+        std::free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_),
+                                            nullptr)); // a round trip
+        while (xcb_generic_event_t *event = xcb_poll_for_event(connection_)) {
+            if ((event->response_type & 0x7F) == XCB_MAP_NOTIFY)
+                ++count_;
+            std::free(event);
+        }
+        return count_;
+    }
+
+private:
+    xcb_connection_t *connection_;
+    int count_ = 0;
+};
+
 class PanelWindowTest : public DesktopTest, public ::testing::WithParamInterface<XServer::Manager> {
 protected:
     PanelWindowTest() : DesktopTest(GetParam()) {}
@@ -291,8 +320,11 @@ TEST_P(PanelWindowTest, losingTheKeyboardHidesIt) {
 TEST_P(PanelWindowTest, isToldOfTheKeyboardHoweverSoonItShowsAgain) {
     const XClient other(server, {u"other"_s, u"Other"_s, u"--managed"_s});
     launch();
+    Appearances appearances(server.display(), panel().toUInt());
     for (int round = 0; round < 5; ++round) {
+        const int before = appearances.count();
         xdotool({u"key"_s, u"--delay"_s, u"1"_s, u"alt+k"_s, u"alt+k"_s});
+        ASSERT_TRUE(eventually([&] { return appearances.count() > before; }));
         ASSERT_TRUE(eventually([this] { return panelHasKeyboard(); }));
         ASSERT_TRUE(takesKeyboard(other));
         EXPECT_TRUE(becomesHidden()) << "it can lose only what it knows to have";
