@@ -155,7 +155,7 @@ TEST_F(FaultyWorldTest, whereTooFewFilesCanBeOpenedItSaysSoInALineAndEnds) {
 TEST_F(FaultyWorldTest, aLimitThatMayBeRaisedIsNone) {
     makeDependent(program_);
     program_.setProcessEnvironment(environment());
-    program_.start(u"prlimit"_s, {u"--nofile=16:1024"_s, executable, u"--bench"_s});
+    program_.start(u"prlimit"_s, {u"--nofile=8:1024"_s, executable, u"--bench"_s});
     EXPECT_TRUE(eventually([this] { return program_.state() == QProcess::NotRunning; }));
     EXPECT_EQ(program_.exitCode(), 0);
 }

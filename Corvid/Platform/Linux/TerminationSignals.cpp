@@ -45,7 +45,7 @@ TerminationSignals::TerminationSignals(std::chrono::seconds patience) : patience
 }
 
 TerminationSignals::~TerminationSignals() {
-    pthread_kill(thread_.native_handle(), SIGTERM);
+    pthread_kill(thread_.native_handle(), SIGHUP); // any of those that it awaits
     thread_.join();
     pthread_sigmask(SIG_UNBLOCK, &terminationSignals, nullptr);
 }
