@@ -162,7 +162,7 @@ Image PictureCache::imageAt(quint64 place) {
     QImage image(pixelsAt(place), edge_, edge_, QImage::Format_ARGB32_Premultiplied, releaseMap,
                  new std::shared_ptr<const FileMap>(pixels_));
     image.setDevicePixelRatio(devicePixelRatio_);
-    const auto result = std::make_shared<const QImage>(std::move(image));
+    Image result = std::make_shared<const QImage>(std::move(image));
     shared = result;
     return result;
 }

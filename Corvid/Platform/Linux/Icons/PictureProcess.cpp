@@ -153,6 +153,7 @@ bool PictureProcess::spawn(bool withFonts, int streams) {
         if (const char *value = std::getenv(name))
             definitions.push_back(QByteArray(name) + '=' + value);
     std::vector<char *> environment;
+    environment.reserve(definitions.size() + 1);
     for (QByteArray &definition : definitions)
         environment.push_back(definition.data());
     environment.push_back(nullptr);
