@@ -22,6 +22,14 @@ const RoleCatalog::Taxonomy &taxonomy() {
     return decoded ? *decoded : none;
 }
 
+QStringList linesOf(const QString &list) {
+    QFile file(QStringLiteral(CORVID_TEST_FIXTURES "/../Relevance/") + list);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << qPrintable(list);
+    QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    lines.removeIf([](const QString &line) { return line.startsWith(u'#'); });
+    return lines;
+}
+
 QString roleNamed(const QString &query) {
     return RoleCatalog(taxonomy()).roleMatching(query).value_or(QString());
 }
@@ -104,37 +112,64 @@ TEST(Taxonomy, theWordsThatDevelopersTypeNameTheirRoles) {
         {u"code editor", u"code-editor"},
         {u"ide", u"code-editor"},
         {u"browser", u"browser"},
-        {u"terminal", u"terminal"},
+        {u"terminal emulator", u"terminal"},
+        {u"chat app", u"chat"},
+        {u"email client", u"mail"},
+        {u"music player", u"music"},
+        {u"settings", u"settings"},
+        {u"control center", u"settings"},
         {u"git client", u"git-client"},
         {u"database client", u"database-client"},
         {u"api client", u"api-client"},
         {u"container tool", u"container-tool"},
         {u"virtual machine", u"virtual-machine"},
         {u"diff tool", u"diff-tool"},
-        {u"notes", u"notes"},
         {u"password manager", u"password-manager"},
         {u"pdf reader", u"pdf-reader"},
-        {u"mail", u"mail"},
-        {u"chat", u"chat"},
         {u"file manager", u"file-manager"},
-        {u"screenshot", u"screenshot"},
         {u"screen recorder", u"screen-recorder"},
         {u"image editor", u"image-editor"},
         {u"vector editor", u"vector-editor"},
-        {u"music", u"music"},
-        {u"video player", u"video-player"},
         {u"design tool", u"design"},
         {u"office suite", u"office-suite"},
         {u"spreadsheet", u"spreadsheet"},
-        {u"system monitor", u"system-monitor"},
         {u"disk tool", u"disk-tool"},
-        {u"vpn", u"vpn"},
         {u"remote desktop", u"remote-desktop"},
         {u"hex editor", u"hex-editor"},
         {u"profiler", u"profiler"},
     };
     for (const auto &[query, role] : rows)
         EXPECT_EQ(roleNamed(QString::fromUtf16(query)), QString::fromUtf16(role));
+}
+
+// A query that is the word of a role lists that role and nothing else: whoever has a project or an
+// application of that name could not find it.
+TEST(Taxonomy, noWordOfARoleIsANameThatPeopleGive) {
+    // The desktop's own settings are what the role lists.
+    const QStringList allowed{u"Settings"_s, u"System Settings"_s};
+    for (const QString &list : {u"known-applications.txt"_s, u"everyday-projects.txt"_s}) {
+        const QStringList names = linesOf(list);
+        ASSERT_GE(names.size(), 200);
+        for (const QString &name : names)
+            if (!allowed.contains(name))
+                EXPECT_EQ(roleNamed(name), QString()) << qPrintable(name);
+    }
+    for (const QString &name : allowed)
+        EXPECT_EQ(roleNamed(name), u"settings") << qPrintable(name);
+}
+
+TEST(Taxonomy, theHubOfTheSettingsAndItsPanelsAreTwoRoles) {
+    for (const QString &hub : {u"org.gnome.Settings"_s, u"systemsettings"_s,
+                               u"xfce-settings-manager"_s, u"cinnamon-settings"_s})
+        EXPECT_EQ(taxonomy().apps.value(hub).roles, QStringList{u"settings"_s});
+    for (auto app = taxonomy().apps.begin(); app != taxonomy().apps.end(); ++app)
+        EXPECT_FALSE(app->roles.contains(u"settings"_s) && app->roles.contains(u"settings-panel"_s))
+            << qPrintable(app.key());
+}
+
+TEST(Taxonomy, noIdentifierIsOneThatOnlyAnotherSystemHas) {
+    for (auto app = taxonomy().apps.begin(); app != taxonomy().apps.end(); ++app)
+        EXPECT_FALSE(app.key().startsWith("com.apple."_L1)) << qPrintable(app.key());
 }
 
 TEST(Taxonomy, namesOfProgramsAreNoRoleWords) {

@@ -8,10 +8,12 @@ namespace corvid {
 
 /**
  * The application that a desktop entry describes. Aliases are those of the catalog, then the
- * generic name, the unlocalised name and the program's own name, none twice and none equal to the
+ * generic name unless it is a sentence, the unlocalised name, the program's own name as a person
+ * types it, the words of a name in camel case, and the initials, none twice and none equal to the
  * name, letter case aside. Keywords are no aliases: too many of them are everyday words. Roles are
- * those of the catalog, then those of the category, then those of single Categories, none twice.
- * Pure.
+ * those of the catalog and those of the category; of an application that the catalog does not know,
+ * those of single Categories and those that its generic name or a keyword names besides. None
+ * twice. Pure.
  */
 AppEntry appEntry(const DesktopEntry &entry, const RoleCatalog &catalog);
 

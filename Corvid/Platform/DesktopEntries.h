@@ -19,6 +19,7 @@ struct DesktopEntry {
     QString program;             ///< the name of the program that it runs; may be empty
     QStringList categories;      ///< Categories, in order
     QString startupWMClass = {}; ///< StartupWMClass, the class of its windows; may be empty
+    QStringList keywords = {};   ///< localised Keywords, in order
 
     bool operator==(const DesktopEntry &) const = default;
 };

@@ -119,14 +119,19 @@ private:
     int depth_ = 0;
 };
 
-// The shortest text that reads back as the same double. It has no superfluous zeros to trim.
+// The shortest text that reads back as the same double. It has no superfluous zeros to trim. With
+// an exponent where a person would have to count digits, and where not all of them would be exact.
 QString formatted(double value) {
-    constexpr double firstNotShownAsInteger = 1e15;
-    if (value == std::round(value) && std::abs(value) < firstNotShownAsInteger)
+    constexpr double firstWithExponent = 1e15;
+    constexpr double leastWithout = 1e-4;
+    const double magnitude = std::abs(value);
+    if (value == std::round(value) && magnitude < firstWithExponent)
         return QString::number(static_cast<qint64>(value));
+    const bool plain = leastWithout <= magnitude && magnitude < firstWithExponent;
     std::array<char, 32> text{};
     const std::to_chars_result result =
-        std::to_chars(text.data(), text.data() + text.size(), value);
+        std::to_chars(text.data(), text.data() + text.size(), value,
+                      plain ? std::chars_format::fixed : std::chars_format::scientific);
     return QLatin1StringView(text.data(), result.ptr);
 }
 

@@ -35,12 +35,28 @@ TEST(DesktopEntryMapping, idPathAndNameAreTheEntrys) {
     EXPECT_EQ(app.name, u"Schreiber");
 }
 
-TEST(DesktopEntryMapping, aliasesAreTheCatalogsThenGenericNameUnlocalisedNameAndProgram) {
+TEST(DesktopEntryMapping, aliasesAreTheCatalogsThenGenericNameUnlocalisedNameAndSpokenOnes) {
     const auto catalog = catalogKnowing(u"org.example.Editor"_s, {{}, {u"we"_s, u"wr"_s}});
     DesktopEntry entry = editor();
     entry.program = u"exwriter"_s;
     EXPECT_EQ(appEntry(entry, catalog).aliases,
               (QStringList{u"we"_s, u"wr"_s, u"Texteditor"_s, u"Writer"_s, u"exwriter"_s}));
+    entry.name = entry.unlocalizedName = u"RustRover"_s;
+    entry.program = u"rustrover.sh"_s;
+    EXPECT_EQ(appEntry(entry, knowsNothing).aliases,
+              (QStringList{u"Texteditor"_s, u"Rust Rover"_s}));
+    entry.name = entry.unlocalizedName = u"Archive Manager"_s;
+    entry.program = u"file-roller"_s;
+    EXPECT_EQ(appEntry(entry, knowsNothing).aliases,
+              (QStringList{u"Texteditor"_s, u"file roller"_s, u"am"_s}));
+}
+
+TEST(DesktopEntryMapping, aGenericNameThatIsASentenceIsNoAlias) {
+    DesktopEntry entry = editor();
+    entry.genericName = u"Zoom Client for Linux"_s;
+    EXPECT_FALSE(appEntry(entry, knowsNothing).aliases.contains(entry.genericName));
+    entry.genericName = u"Remote Desktop Client"_s;
+    EXPECT_TRUE(appEntry(entry, knowsNothing).aliases.contains(entry.genericName));
 }
 
 TEST(DesktopEntryMapping, aliasesRepeatNeitherTheNameNorEachOtherLetterCaseAside) {
@@ -70,13 +86,41 @@ TEST(DesktopEntryMapping, whatIsEmptyIsNoAlias) {
     EXPECT_EQ(appEntry(entry, catalogKnowing(entry.id, {{}, {u""_s}})).aliases, QStringList());
 }
 
-TEST(DesktopEntryMapping, rolesAreTheCatalogsThenTheCategorysThenThoseOfSingleCategories) {
+TEST(DesktopEntryMapping, rolesAreTheCatalogsThenTheCategorysElseThoseOfSingleCategories) {
     DesktopEntry entry = editor();
     entry.categories = list("Development;IDE;Debugger");
     EXPECT_EQ(appEntry(entry, catalogKnowing(entry.id, {{u"notes"_s, u"debugger"_s}, {}})).roles,
-              (QStringList{u"notes"_s, u"debugger"_s, u"developer-tool"_s, u"code-editor"_s}));
+              (QStringList{u"notes"_s, u"debugger"_s, u"developer-tool"_s}))
+        << "what is known needs no guess";
     EXPECT_EQ(appEntry(entry, knowsNothing).roles,
               (QStringList{u"developer-tool"_s, u"code-editor"_s, u"debugger"_s}));
+}
+
+TEST(DesktopEntryMapping, aGenericNameOrKeywordThatIsTheWordOfARoleGivesIt) {
+    RoleCatalog::Taxonomy taxonomy;
+    taxonomy.roles = {{u"todo"_s, {u"To-Do List"_s, {u"todo app"_s}}},
+                      {u"notes"_s, {u"Note Taking"_s, {u"notes app"_s}}},
+                      {u"settings"_s, {u"Settings"_s, {}}}};
+    const RoleCatalog catalog(taxonomy);
+    DesktopEntry entry = editor();
+    entry.categories.clear();
+    entry.genericName = u"to-do list"_s;
+    entry.keywords = {u"notes"_s, u"Notes App"_s, u"Settings"_s};
+    EXPECT_EQ(appEntry(entry, catalog).roles, (QStringList{u"todo"_s, u"notes"_s}));
+    entry.categories = list("Settings");
+    EXPECT_EQ(appEntry(entry, catalog).roles, (QStringList{u"utility"_s, u"settings-panel"_s}))
+        << "a panel is not what it is about";
+}
+
+TEST(DesktopEntryMapping, anIdWithTheNumberOfAnInstallationIsKnown) {
+    const auto catalog = catalogKnowing(u"jetbrains-idea"_s, {{u"code-editor"_s}, {u"ij"_s}});
+    DesktopEntry entry = editor();
+    entry.categories.clear();
+    entry.id = u"jetbrains-idea-1d2b2c34-77aa"_s;
+    EXPECT_EQ(appEntry(entry, catalog).roles, QStringList{u"code-editor"_s});
+    EXPECT_EQ(appEntry(entry, catalog).aliases.value(0), u"ij");
+    entry.id = u"jetbrains-ideal"_s;
+    EXPECT_EQ(appEntry(entry, catalog).roles, QStringList());
 }
 
 TEST(DesktopEntryMapping, rolesAreNotRepeated) {
@@ -103,7 +147,7 @@ TEST(DesktopEntryMapping, everyCategoryHasItsCounterpart) {
         {"Photography", "photography"},
         {"Finance", "finance"},
         {"InstantMessaging", "social-networking"},
-        {"Chat", "social-networking"},
+        {"Chat;Network", "social-networking"},
         {"IRCClient", "social-networking"},
         {"Telephony", "social-networking"},
         {"VideoConference", "social-networking"},
@@ -122,17 +166,23 @@ TEST(DesktopEntryMapping, everyCategoryHasItsCounterpart) {
         {"Education", "education"},
         {"Science", "education"},
         {"Video", "video"},
-        {"Audio", "music"},
-        {"AudioVideo", "music"},
-        {"Office", "business"},
-        {"Graphics", "graphics-design"},
+        {"Audio;Player", "music"},
+        {"Audio", "utilities"},
+        {"AudioVideo", "utilities"},
+        {"AudioVideo;Player", "video"},
+        {"WordProcessor", "business"},
+        {"Spreadsheet", "business"},
+        {"Presentation", "business"},
+        {"Office", "productivity"},
+        {"VectorGraphics", "graphics-design"},
+        {"Graphics", "utilities"},
         {"Network", "utilities"},
         {"System", "utilities"},
         {"Settings", "utilities"},
         {"Utility", "utilities"},
     };
     for (const auto &[category, expected] : rows) {
-        const QString found = appCategory({QLatin1StringView(category)});
+        const QString found = appCategory(list(category));
         EXPECT_EQ(found, "public.app-category."_L1 + QLatin1StringView(expected)) << category;
         EXPECT_TRUE(knowsNothing.categoryMap.contains(found)) << category;
     }
@@ -148,8 +198,11 @@ TEST(DesktopEntryMapping, theMostTellingCategoryCounts) {
         {"GNOME;GTK;AudioVideo;Audio;Player", "music"},
         {"AudioVideo;Audio;Video;Player", "video"},
         {"Graphics;Photography", "photography"},
-        {"Office;FlowChart;Graphics;2DGraphics", "business"},
-        {"System;Network;Office", "business"},
+        {"Office;FlowChart;Graphics;2DGraphics", "productivity"},
+        {"System;Network;Office;Spreadsheet", "business"},
+        {"AudioVideo;Audio;Mixer;GTK;Settings", "utilities"},
+        {"AudioVideo;Audio;Network;Feed", "utilities"},
+        {"Graphics;Viewer;Photography", "utilities"},
         {"Network;Email;News", "productivity"},
         {"Science;Graphics", "education"},
     };
@@ -161,9 +214,11 @@ TEST(DesktopEntryMapping, theMostTellingCategoryCounts) {
 
 TEST(DesktopEntryMapping, singleCategoriesTellRoles) {
     const std::pair<const char *, const char *> rows[] = {
-        {"IDE", "code-editor"},
-        {"TextEditor", "code-editor"},
-        {"IDE;TextEditor", "code-editor"},
+        {"IDE", ""},
+        {"Development;IDE", "code-editor"},
+        {"Development;IDE;Database", "database-client"},
+        {"Development;TextEditor", "code-editor"},
+        {"Utility;TextEditor", "text-editor"},
         {"WebBrowser", "browser"},
         {"TerminalEmulator", "terminal"},
         {"FileManager", "file-manager"},
@@ -172,12 +227,16 @@ TEST(DesktopEntryMapping, singleCategoriesTellRoles) {
         {"Debugger", "debugger"},
         {"Profiling", "profiler"},
         {"Email", "mail"},
-        {"Chat", "chat"},
+        {"Chat", ""},
+        {"Network;Chat", "chat"},
         {"InstantMessaging", "chat"},
         {"IRCClient", "chat"},
-        {"VideoConference", "chat"},
+        {"VideoConference", "video-conference"},
         {"News", "news"},
-        {"Feed", "news"},
+        {"Feed", "rss"},
+        {"AudioVideo;Feed", "podcast"},
+        {"ContactManagement", "contacts"},
+        {"Email;ContactManagement", "mail"},
         {"Calendar", "calendar"},
         {"WordProcessor", "word-processor"},
         {"Spreadsheet", "spreadsheet"},
@@ -185,17 +244,29 @@ TEST(DesktopEntryMapping, singleCategoriesTellRoles) {
         {"Dictionary", "dictionary"},
         {"Maps", "maps"},
         {"Calculator", "calculator"},
-        {"Archiving", "archive"},
+        {"Clock", "clock"},
+        {"Archiving;Compression", "archive"},
         {"Compression", "archive"},
+        {"Archiving", "backup"},
         {"PackageManager", "package-manager"},
-        {"Monitor", "system-monitor"},
-        {"Filesystem", "disk-tool"},
-        {"Settings", "settings"},
+        {"Game;PackageManager", ""},
+        {"Monitor", ""},
+        {"System;Monitor", "system-monitor"},
+        {"System;Network;Monitor", ""},
+        {"Filesystem", ""},
+        {"System;Filesystem", "disk-tool"},
+        {"Settings", "settings-panel"},
+        {"Audio;Mixer", "volume-control"},
         {"RemoteAccess", "remote-desktop"},
         {"P2P", "torrent"},
-        {"FileTransfer", "ftp-client"},
+        {"FileTransfer", ""},
         {"FileTransfer;P2P", "torrent"},
-        {"Emulator", "emulator"},
+        {"Emulator", ""},
+        {"Game;Emulator", "emulator"},
+        {"System;Emulator", "virtual-machine"},
+        {"FlowChart;VectorGraphics", "diagram"},
+        {"Scanning;RasterGraphics", "scanner"},
+        {"Electronics", "electronics"},
         {"Viewer", ""},
         {"Office;Viewer", "pdf-reader"},
         {"Graphics;Viewer", "image-viewer"},
@@ -206,9 +277,11 @@ TEST(DesktopEntryMapping, singleCategoriesTellRoles) {
         {"VectorGraphics;RasterGraphics;3DGraphics;Viewer", ""},
         {"Engineering", ""},
         {"Graphics;Engineering", "cad"},
-        {"Player", "video-player"},
+        {"Graphics;3DGraphics;Engineering", "cad"},
+        {"Player", ""},
+        {"AudioVideo;Player", "video-player"},
         {"Player;Audio", "music"},
-        {"Player;Audio;Video", "video-player;music"},
+        {"Player;Audio;Video", "video-player"},
         {"Player;Video", "video-player"},
         {"AudioVideoEditing", "video-editor"},
         {"AudioVideoEditing;Audio", "audio-editor"},

@@ -185,13 +185,23 @@ TEST(Calculator, aFractionShowsAsTheShortestTextThatReadsBackTheSame) {
                {u"999999999999999.5+0"_s, u"999999999999999.5"_s}});
 }
 
-TEST(Calculator, from1e15OnAValueShowsAsTheDoublesOwnText) {
+TEST(Calculator, aValueIsWrittenOutFromATenThousandthUpToBelow1e15) {
+    expectAll({{u"1/10000"_s, u"0.0001"_s},
+               {u"-1/10000"_s, u"-0.0001"_s},
+               {u"1/8000"_s, u"0.000125"_s},
+               {u"1/3000"_s, u"0.0003333333333333333"_s},
+               {u"0.99/10000"_s, u"9.9e-05"_s},
+               {u"200000000000000.5*2+0.25"_s, u"400000000000001.25"_s},
+               {u"123456789*123456789"_s, u"1.524157875019052e+16"_s}});
+}
+
+TEST(Calculator, from1e15OnAValueShowsWithAnExponent) {
     expectAll({{u"1000000000000000+0"_s, u"1e+15"_s},
                {u"-1000000000000000+0"_s, u"-1e+15"_s},
                {u"999999999999999+1"_s, u"1e+15"_s},
-               {u"1000000000000001+0"_s, u"1000000000000001"_s},
-               {u"1000000000000000.5+0"_s, u"1000000000000000.5"_s},
-               {u"1234567890123450+0"_s, u"1234567890123450"_s}});
+               {u"1000000000000001+0"_s, u"1.000000000000001e+15"_s},
+               {u"1000000000000000.5+0"_s, u"1.0000000000000005e+15"_s},
+               {u"1234567890123450+0"_s, u"1.23456789012345e+15"_s}});
 }
 
 TEST(Calculator, aTextInExponentNotationKeepsItsZeros) {

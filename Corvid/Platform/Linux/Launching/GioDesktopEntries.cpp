@@ -60,6 +60,15 @@ std::vector<EntryFile> entryFiles(const QString &root) {
     return files;
 }
 
+QStringList keywordsOf(GDesktopAppInfo *info) {
+    constexpr qsizetype most = 100; // in real ones there are twenty
+    QStringList keywords;
+    for (const char *const *next = g_desktop_app_info_get_keywords(info);
+         next && *next && keywords.size() < most; ++next)
+        keywords.append(nameFrom(QString::fromUtf8(*next)));
+    return keywords;
+}
+
 std::optional<DesktopEntry> readEntry(const EntryFile &source, const OpenedFile &opened) {
     const GKeyFilePointer file = readKeyFile(opened, largestEntry);
     if (!file)
@@ -83,7 +92,8 @@ std::optional<DesktopEntry> readEntry(const EntryFile &source, const OpenedFile 
             keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC))),
         QString::fromUtf8(g_desktop_app_info_get_categories(info.get()))
             .split(u';', Qt::SkipEmptyParts),
-        QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get()))};
+        QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get())),
+        keywordsOf(info.get())};
 }
 
 /** The entries found so far. A file that is reached by several names, by links, mounts or folders

@@ -102,7 +102,8 @@ TEST_F(GioDesktopEntriesTest, anEntryIsReadAsTheDesktopResolvesIt) {
                             u"Texteditor"_s,
                             u"true"_s,
                             {u"Utility"_s, u"TextEditor"_s},
-                            u"Writer-Bin"_s}));
+                            u"Writer-Bin"_s,
+                            {u"word"_s}}));
 }
 
 TEST_F(GioDesktopEntriesTest, whatAnEntryLacksIsEmpty) {
@@ -111,7 +112,15 @@ TEST_F(GioDesktopEntriesTest, whatAnEntryLacksIsEmpty) {
     EXPECT_EQ(entry.genericName, QString());
     EXPECT_EQ(entry.categories, QStringList());
     EXPECT_EQ(entry.startupWMClass, QString());
+    EXPECT_EQ(entry.keywords, QStringList());
     EXPECT_EQ(entry.name, u"Plain");
+}
+
+TEST_F(GioDesktopEntriesTest, aHundredKeywordsAreRead) {
+    write(u"first/applications/many.desktop"_s,
+          "[Desktop Entry]\nType=Application\nName=Many\nExec=true\nKeywords=" +
+              QByteArray("word;").repeated(100'000) + '\n');
+    EXPECT_EQ(listed().at(u"many"_s).keywords.size(), 100);
 }
 
 TEST_F(GioDesktopEntriesTest, anEntryThatIsActivatedByTheBusNeedsNoExec) {
