@@ -150,9 +150,10 @@ TEST(Taxonomy, noWordOfARoleIsANameThatPeopleGive) {
     for (const QString &list : {u"known-applications.txt"_s, u"everyday-projects.txt"_s}) {
         const QStringList names = linesOf(list);
         ASSERT_GE(names.size(), 200);
-        for (const QString &name : names)
+        for (const QString &name : names) {
             if (!allowed.contains(name))
                 EXPECT_EQ(roleNamed(name), QString()) << qPrintable(name);
+        }
     }
     for (const QString &name : allowed)
         EXPECT_EQ(roleNamed(name), u"settings") << qPrintable(name);

@@ -15,7 +15,7 @@ class BackgroundBlurTest : public ::testing::Test {
 protected:
     ~BackgroundBlurTest() override {
         program.terminate();
-        if (!program.waitForFinished(5'000))
+        if (!program.waitForFinished(30'000))
             program.kill();
         program.waitForFinished();
     }

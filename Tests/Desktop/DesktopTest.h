@@ -75,7 +75,7 @@ protected:
     }
     ~DesktopTest() override {
         program.terminate();
-        if (!program.waitForFinished(5'000))
+        if (!program.waitForFinished(30'000))
             program.kill();
         program.waitForFinished();
     }

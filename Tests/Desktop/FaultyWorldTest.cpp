@@ -136,7 +136,8 @@ TEST_F(FaultyWorldTest, nobodyOfTheSameUserReadsItsMemoryOrTracesIt) {
 
 TEST_F(FaultyWorldTest, whereTooFewFilesCanBeOpenedItSaysSoInALineAndEnds) {
     int refusals = 0;
-    for (int files = 4; files <= 80; files += files < 32 ? 1 : 8) {
+    // With fewer the system itself may be unable to load a program.
+    for (int files = 8; files <= 80; files += files < 32 ? 1 : 8) {
         const int exitCode = exitCodeWith(files, {u"--bench"_s});
         const QString said = QString::fromUtf8(program_.readAllStandardError());
         EXPECT_EQ(said.count(u'\n'), 1) << files << ": " << qPrintable(said);
@@ -149,7 +150,7 @@ TEST_F(FaultyWorldTest, whereTooFewFilesCanBeOpenedItSaysSoInALineAndEnds) {
         EXPECT_TRUE(said.contains(u"'ulimit -n'"_s)) << files << ": " << qPrintable(said);
     }
     EXPECT_GT(refusals, 0);
-    EXPECT_EQ(exitCodeWith(4, {u"--version"_s}), 0);
+    EXPECT_EQ(exitCodeWith(8, {u"--version"_s}), 0);
 }
 
 TEST_F(FaultyWorldTest, aLimitThatMayBeRaisedIsNone) {

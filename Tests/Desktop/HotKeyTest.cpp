@@ -87,7 +87,7 @@ protected:
 
     void stop() {
         program.terminate();
-        if (!program.waitForFinished(5'000))
+        if (!program.waitForFinished(30'000))
             program.kill();
         program.waitForFinished();
     }

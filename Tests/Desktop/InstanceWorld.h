@@ -31,7 +31,7 @@ public:
         daemon_.setProcessEnvironment(environment);
         daemon_.start(u"dbus-daemon"_s, {u"--config-file"_s, folder.filePath(u"bus.conf"_s),
                                          u"--nofork"_s, u"--print-address"_s});
-        EXPECT_TRUE(daemon_.waitForReadyRead(10'000));
+        EXPECT_TRUE(daemon_.waitForReadyRead(60'000));
         address_ = QString::fromUtf8(daemon_.readLine().trimmed());
     }
     ActivatingBus(const ActivatingBus &) = delete;
@@ -77,7 +77,7 @@ protected:
             if (process->state() != QProcess::NotRunning)
                 kill(static_cast<pid_t>(process->processId()), SIGCONT);
             process->terminate();
-            if (!process->waitForFinished(5'000))
+            if (!process->waitForFinished(30'000))
                 process->kill();
             process->waitForFinished();
         }

@@ -320,7 +320,7 @@ TEST_F(SettingsOnBusTest, theTraysMenuOpensThemInFront) {
     QString told;
     makeDependent(program);
     program.setProcessEnvironment(environment());
-    ASSERT_TRUE(tray.waitForReadyRead(10'000));
+    ASSERT_TRUE(tray.waitForReadyRead(60'000));
     program.start(executable, {u"--show"_s});
     ASSERT_TRUE(eventually([&] {
         told += QString::fromUtf8(tray.readAllStandardOutput());

@@ -80,7 +80,7 @@ protected:
 private:
     static void end(QProcess &process) {
         process.terminate();
-        if (!process.waitForFinished(5'000))
+        if (!process.waitForFinished(30'000))
             process.kill();
         process.waitForFinished();
     }

@@ -19,7 +19,7 @@ protected:
         service.setProcessEnvironment(environment);
         service.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_bus_services"),
                       options + QStringList{trace, u"app.corvid.Launcher"_s});
-        EXPECT_TRUE(service.waitForReadyRead(10'000));
+        EXPECT_TRUE(service.waitForReadyRead(60'000));
         return service;
     }
     QStringList calls() const { return readFile(trace).split(u'\n', Qt::SkipEmptyParts); }

@@ -51,7 +51,7 @@ protected:
     TrayTest() {
         makeDependent(daemon_);
         daemon_.start(u"dbus-daemon"_s, busWithoutServices);
-        EXPECT_TRUE(daemon_.waitForReadyRead(10'000));
+        EXPECT_TRUE(daemon_.waitForReadyRead(60'000));
         environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s,
                            QString::fromUtf8(daemon_.readLine().trimmed()));
         environment.insert(u"HOME"_s, folder.path());
@@ -62,7 +62,7 @@ protected:
     ~TrayTest() override {
         EXPECT_EQ(program.state(), QProcess::Running);
         program.terminate();
-        EXPECT_TRUE(program.waitForFinished(5'000));
+        EXPECT_TRUE(program.waitForFinished(30'000));
         EXPECT_EQ(program.exitCode(), 0);
         daemon_.kill();
         daemon_.waitForFinished();
@@ -91,7 +91,7 @@ protected:
         makeDependent(monitor);
         monitor.setProcessEnvironment(environment);
         monitor.start(u"dbus-monitor"_s, {u"member=Get"_s, u"member=NameAcquired"_s});
-        EXPECT_TRUE(monitor.waitForReadyRead(10'000));
+        EXPECT_TRUE(monitor.waitForReadyRead(60'000));
         start();
         QByteArray seen;
         EXPECT_TRUE(eventually([&] {

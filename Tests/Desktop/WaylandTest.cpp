@@ -48,7 +48,7 @@ protected:
     ~WaylandTest() override {
         for (QProcess *process : {&program, &window}) {
             process->terminate();
-            if (!process->waitForFinished(5'000))
+            if (!process->waitForFinished(30'000))
                 process->kill();
             process->waitForFinished();
         }
@@ -76,7 +76,7 @@ protected:
         Sway::prepare(window);
         window.setProcessEnvironment(sway.environment());
         window.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_wayland_window"), options);
-        EXPECT_TRUE(window.waitForReadyRead(20'000)) << "no window";
+        EXPECT_TRUE(window.waitForReadyRead(60'000)) << "no window";
     }
     /** Has another process pass the option on; its exit code. */
     int tell(const QString &option) const {
@@ -281,7 +281,7 @@ TEST_F(WaylandTest, theKeyboardGoesBackToTheWindowThatHadIt) {
     EXPECT_TRUE(disappears());
     // Sway closes the focused one; no panel is in the way of keys any more.
     sway.press(u"q"_s, u"logo"_s);
-    EXPECT_TRUE(window.waitForFinished(10'000));
+    EXPECT_TRUE(window.waitForFinished(30'000));
 }
 
 TEST_F(WaylandTest, aCopiedResultSurvivesTheHiding) {
@@ -307,7 +307,7 @@ TEST_F(WaylandTest, anApplicationThatRunsComesToTheFrontInsteadOfStarting) {
     EXPECT_TRUE(eventually(isInFront));
     EXPECT_FALSE(QFile::exists(home.path(u"app.trace"_s)));
     sway.press(u"q"_s, u"logo"_s);
-    EXPECT_TRUE(window.waitForFinished(10'000)) << "sway closes what has the keyboard";
+    EXPECT_TRUE(window.waitForFinished(30'000)) << "sway closes what has the keyboard";
 }
 
 TEST_F(WaylandTest, whatItStartsMayComeToTheFront) {
@@ -419,7 +419,7 @@ TEST_F(WaylandTest, aCompositorThatHangsDoesNotHoldUpTheProgram) {
     sway.halt();
     tell(u"--show"_s);
     program.terminate();
-    EXPECT_TRUE(program.waitForFinished(10'000));
+    EXPECT_TRUE(program.waitForFinished(30'000));
     EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(program.exitCode(), 0);
 }

@@ -23,7 +23,7 @@ protected:
     void TearDown() override {
         const bool ran = program.state() == QProcess::Running;
         program.terminate();
-        if (!program.waitForFinished(5'000))
+        if (!program.waitForFinished(30'000))
             program.kill();
         program.waitForFinished();
         EXPECT_TRUE(!ran || program.exitStatus() == QProcess::NormalExit);

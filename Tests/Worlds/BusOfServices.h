@@ -37,7 +37,7 @@ public:
         daemon_.setProcessEnvironment(environment);
         daemon_.start(u"dbus-daemon"_s, {u"--config-file"_s, configuration.fileName(),
                                          u"--nofork"_s, u"--print-address"_s});
-        EXPECT_TRUE(daemon_.waitForReadyRead(20'000)) << "no session bus";
+        EXPECT_TRUE(daemon_.waitForReadyRead(60'000)) << "no session bus";
         address_ = QString::fromLatin1(daemon_.readLine().trimmed());
     }
     BusOfServices(const BusOfServices &) = delete;

@@ -86,7 +86,7 @@ public:
     void SetUp() override {
         makeDependent(daemon_);
         daemon_.start(u"dbus-daemon"_s, busWithoutServices);
-        ASSERT_TRUE(daemon_.waitForReadyRead(10'000));
+        ASSERT_TRUE(daemon_.waitForReadyRead(60'000));
         qputenv("DBUS_SESSION_BUS_ADDRESS", daemon_.readLine().trimmed());
     }
     void TearDown() override {
@@ -106,7 +106,7 @@ public:
         QStringList all = arguments;
         all.insert(arguments.value(0) == "--fail"_L1 ? 1 : 0, trace);
         process_.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_bus_services"), all);
-        EXPECT_TRUE(process_.waitForReadyRead(10'000));
+        EXPECT_TRUE(process_.waitForReadyRead(60'000));
     }
     ~BusServices() {
         process_.closeWriteChannel();

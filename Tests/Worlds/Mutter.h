@@ -29,7 +29,7 @@ public:
         bus_.start(u"dbus-daemon"_s,
                    {u"--config-file"_s, QStringLiteral(CORVID_TEST_FIXTURES "/session-bus.conf"),
                     u"--nofork"_s, u"--print-address"_s});
-        EXPECT_TRUE(bus_.waitForReadyRead(20'000)) << "no session bus";
+        EXPECT_TRUE(bus_.waitForReadyRead(60'000)) << "no session bus";
         busAddress_ = QString::fromLatin1(bus_.readLine().trimmed());
         QProcessEnvironment own = environment();
         own.insert(u"GSETTINGS_BACKEND"_s, u"memory"_s);
@@ -60,7 +60,7 @@ public:
     ~Mutter() {
         for (QProcess *process : {&server_, &bus_}) {
             process->terminate();
-            if (!process->waitForFinished(5'000))
+            if (!process->waitForFinished(30'000))
                 process->kill();
             process->waitForFinished();
         }

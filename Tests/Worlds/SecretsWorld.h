@@ -38,7 +38,7 @@ public:
         makeDependent(daemon_);
         daemon_.start(u"dbus-daemon"_s, {u"--config-file"_s, configuration.fileName(),
                                          u"--nofork"_s, u"--print-address"_s});
-        ASSERT_TRUE(daemon_.waitForReadyRead(10'000));
+        ASSERT_TRUE(daemon_.waitForReadyRead(60'000));
         qputenv("DBUS_SESSION_BUS_ADDRESS", daemon_.readLine().trimmed());
     }
     void TearDown() override { stop(); }
@@ -128,7 +128,7 @@ public:
         process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         process_.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_secret_service"),
                        QStringList{trace_.filePath(u"trace"_s)} + arguments);
-        EXPECT_TRUE(process_.waitForReadyRead(10'000));
+        EXPECT_TRUE(process_.waitForReadyRead(60'000));
     }
     ~ScriptedService() {
         process_.closeWriteChannel();

@@ -184,13 +184,13 @@ private:
         bus_.start(u"dbus-daemon"_s,
                    {u"--config-file"_s, QStringLiteral(CORVID_TEST_FIXTURES "/session-bus.conf"),
                     u"--nofork"_s, u"--print-address"_s});
-        EXPECT_TRUE(bus_.waitForReadyRead(20'000)) << "no session bus";
+        EXPECT_TRUE(bus_.waitForReadyRead(60'000)) << "no session bus";
         busAddress_ = QString::fromLatin1(bus_.readLine().trimmed());
     }
 
     void tellMouse(const QString &command) {
         mouse_.write(command.toLatin1() + '\n');
-        EXPECT_TRUE(mouse_.waitForReadyRead(10'000)) << "no mouse";
+        EXPECT_TRUE(mouse_.waitForReadyRead(60'000)) << "no mouse";
         mouse_.readAll();
     }
 

@@ -34,7 +34,7 @@ public:
         makeDependent(server_);
         server_.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, screen,
                                   u"-nolisten"_s, u"tcp"_s, u"-noreset"_s});
-        if (!server_.waitForStarted() || !server_.waitForReadyRead(20'000)) {
+        if (!server_.waitForStarted() || !server_.waitForReadyRead(60'000)) {
             ADD_FAILURE() << "no X server";
             return;
         }
@@ -147,7 +147,7 @@ public:
         makeDependent(process_);
         process_.setProcessEnvironment(server.environment());
         process_.start(program, arguments);
-        EXPECT_TRUE(process_.waitForReadyRead(20'000)) << "no window";
+        EXPECT_TRUE(process_.waitForReadyRead(60'000)) << "no window";
         window_ = QString::fromLatin1(process_.readLine().trimmed());
     }
     XClient(const XClient &) = delete;

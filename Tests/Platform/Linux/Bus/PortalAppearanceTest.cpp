@@ -24,7 +24,7 @@ public:
     explicit SettingsPortal(const QStringList &settings) {
         process_.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_settings_portal"),
                        settings);
-        EXPECT_TRUE(process_.waitForReadyRead(10'000));
+        EXPECT_TRUE(process_.waitForReadyRead(60'000));
     }
     ~SettingsPortal() {
         process_.closeWriteChannel();

@@ -80,7 +80,7 @@ protected:
         makeDependent(bus_);
         bus_.start(u"dbus-daemon"_s,
                    {u"--config-file"_s, path(u"bus.conf"_s), u"--nofork"_s, u"--print-address"_s});
-        ASSERT_TRUE(bus_.waitForReadyRead(10'000));
+        ASSERT_TRUE(bus_.waitForReadyRead(60'000));
         qputenv("DBUS_SESSION_BUS_ADDRESS", bus_.readLine().trimmed());
     }
     void endBus() {

@@ -26,7 +26,7 @@ public:
         makeDependent(process_);
         process_.setProcessEnvironment(server.environment());
         process_.start(client, {u"listen"_s});
-        EXPECT_TRUE(process_.waitForReadyRead(20'000));
+        EXPECT_TRUE(process_.waitForReadyRead(60'000));
     }
     ~Listener() {
         process_.kill();

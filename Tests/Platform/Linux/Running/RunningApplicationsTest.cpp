@@ -301,7 +301,7 @@ protected:
             process_.setProcessEnvironment(sway.environment());
             process_.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_wayland_window"),
                            {id, u"800080"_s});
-            EXPECT_TRUE(process_.waitForReadyRead(20'000)) << "no window";
+            EXPECT_TRUE(process_.waitForReadyRead(60'000)) << "no window";
         }
         Window(const Window &) = delete;
         Window &operator=(const Window &) = delete;

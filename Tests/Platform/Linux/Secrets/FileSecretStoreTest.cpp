@@ -254,7 +254,7 @@ public:
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         process.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/SecretWriter"),
                       {account, QString::number(times)});
-        EXPECT_TRUE(process.waitForReadyRead(10'000));
+        EXPECT_TRUE(process.waitForReadyRead(60'000));
     }
     QProcess process;
 };
