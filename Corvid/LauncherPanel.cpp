@@ -20,6 +20,34 @@
 
 namespace corvid {
 
+namespace {
+
+/** Does something to a window that is being shown, once, before it is painted: Qt paints it while
+    it is shown (6.11) or later. At the latest when this goes. */
+class BeforePainting final : public QObject {
+public:
+    BeforePainting(QWindow &window, std::function<void()> what) : what_(std::move(what)) {
+        window.installEventFilter(this);
+    }
+    ~BeforePainting() override { doIt(); }
+
+    bool eventFilter(QObject * /*window*/, QEvent *event) override {
+        if (event->type() == QEvent::Expose)
+            doIt();
+        return false;
+    }
+
+private:
+    void doIt() {
+        if (const auto what = std::exchange(what_, nullptr))
+            what();
+    }
+
+    std::function<void()> what_;
+};
+
+} // namespace
+
 using namespace Qt::Literals::StringLiterals;
 
 std::optional<QPoint> panelOrigin(const QPoint &pointer, const std::vector<ScreenArea> &screens,
@@ -91,8 +119,11 @@ void LauncherPanel::present(quint32 time) {
     fitBackdrop();
     winId(); // there is no window to prepare before it was first asked for
     surface_.prepare(*windowHandle(), style::cardRadius, time);
-    show();
-    surface_.appeared(*windowHandle(), origin_, card());
+    {
+        const BeforePainting appearing(
+            *windowHandle(), [this] { surface_.appeared(*windowHandle(), origin_, card()); });
+        show();
+    }
     raise();
     activateWindow();
     if (SearchField *field = SearchField::current()) {
