@@ -54,6 +54,8 @@ void ChatTransfer::post(const QUrl &url) {
     // Set before Qt connects, it would not reach the part of Qt that reads the socket.
     const auto limit = [this] { reply_->setReadBufferSize(readBuffer); };
     connect(reply_, &QNetworkReply::socketStartedConnecting, this, limit);
+    isNew_ = false;
+    connect(reply_, &QNetworkReply::socketStartedConnecting, this, [this] { isNew_ = true; });
     connect(reply_, &QNetworkReply::requestSent, this, limit);
     connect(reply_, &QNetworkReply::metaDataChanged, this, &ChatTransfer::headArrived);
     connect(reply_, &QNetworkReply::readyRead, this, [this] { readBody(); });
@@ -103,6 +105,14 @@ bool ChatTransfer::readBody() {
 }
 
 void ChatTransfer::finished() {
+    // The server had closed the connection that was left of an earlier question. Qt up to 6.10 asks
+    // again by itself.
+    if (!isNew_ && status() == 0 && reply_->error() == QNetworkReply::RemoteHostClosedError) {
+        const QUrl url = reply_->url();
+        closeReply();
+        post(url);
+        return;
+    }
     if (isRefusal(status())) {
         end({.refusal = status()});
         return;

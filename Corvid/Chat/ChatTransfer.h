@@ -69,6 +69,7 @@ private:
     const Request request_;
     const Handlers handlers_;
     QNetworkReply *reply_ = nullptr;
+    bool isNew_ = false; ///< the connection
     int redirects_ = 0;
     qint64 received_ = 0; ///< bytes of the body
     QTimer silence_;

@@ -36,7 +36,7 @@ def answer(http, stream, headers, body):
     if b"/wait/" in path:
         return
     if b"/reset/" in path:
-        http.reset_stream(stream, h2.errors.ErrorCodes.INTERNAL_ERROR)
+        http.ping(stream.to_bytes(8, "big"))  # answered once the text has been read
         return
     last = event("HTTP/2 日本")
     middle_of_a_character = last.index("本".encode()) + 1
@@ -45,15 +45,15 @@ def answer(http, stream, headers, body):
 
 
 def serve(plain, context):
-    try:
-        connection = context.wrap_socket(plain, server_side=True)
-    except OSError:
-        say("no request")
-        return
     http = h2.connection.H2Connection(
         h2.config.H2Configuration(client_side=False, header_encoding=None))
     http.initiate_connection()
-    connection.sendall(http.data_to_send())
+    try:
+        connection = context.wrap_socket(plain, server_side=True)
+        connection.sendall(http.data_to_send())
+    except OSError:
+        say("no request")
+        return
     requests = {}
     while True:
         try:
@@ -76,6 +76,9 @@ def serve(plain, context):
                                                happened.stream_id)
             elif isinstance(happened, h2.events.StreamEnded):
                 answer(http, happened.stream_id, *requests[happened.stream_id])
+            elif isinstance(happened, h2.events.PingAckReceived):
+                http.reset_stream(int.from_bytes(happened.ping_data, "big"),
+                                  h2.errors.ErrorCodes.INTERNAL_ERROR)
             elif isinstance(happened, h2.events.StreamReset):
                 say("cancelled")
         connection.sendall(http.data_to_send())
