@@ -17,7 +17,7 @@ namespace {
 // The expression in plain ASCII; absent when a character shows that it is none.
 std::optional<std::string> normalised(QString query) {
     query.remove(u',').replace(u'×', u'*').replace(u'÷', u'/');
-    const std::string text = query.toStdString();
+    const std::string text = query.toLatin1().toStdString(); // "?" for what is not Latin
     const auto hasOneOf = [&text](const char *characters) {
         return text.find_first_of(characters) != std::string::npos;
     };

@@ -91,10 +91,10 @@ private:
 class KdePortalTest : public ShortcutsPortalTest {
 protected:
     void SetUp() override {
+        if (find(daemon_).isEmpty())
+            daemon_ = u"kglobalacceld"_s; // as Plasma 6 calls it
         for (QString *part : {&daemon_, &backend_, &portal_}) {
-            const QString found = QStandardPaths::findExecutable(
-                *part, {u"/usr/bin"_s, u"/usr/libexec"_s, u"/usr/lib/x86_64-linux-gnu/libexec"_s,
-                        u"/usr/lib/aarch64-linux-gnu/libexec"_s});
+            const QString found = find(*part);
             if (found.isEmpty())
                 GTEST_SKIP() << qPrintable(*part) << " is not installed";
             *part = found;
@@ -128,6 +128,12 @@ protected:
     XServer keyboard{XServer::Manager::None};
 
 private:
+    static QString find(const QString &program) {
+        return QStandardPaths::findExecutable(program, {u"/usr/bin"_s, u"/usr/libexec"_s,
+                                                        u"/usr/lib/x86_64-linux-gnu/libexec"_s,
+                                                        u"/usr/lib/aarch64-linux-gnu/libexec"_s});
+    }
+
     QString daemon_ = u"kglobalaccel5"_s;
     QString backend_ = u"xdg-desktop-portal-kde"_s;
     QString portal_ = u"xdg-desktop-portal"_s;

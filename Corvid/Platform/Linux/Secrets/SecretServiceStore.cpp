@@ -185,9 +185,11 @@ SecretServiceStore::Result SecretServiceStore::connect(Start start, GCancellable
         service_.reset();
         return meansNoAnswer(error) ? Result::Failed : Result::Nothing;
     }
+    // libsecret 0.21.8 looks at the error when a service refuses to encrypt, wanted or not.
     if (!service_)
         service_.reset(secret_service_open_sync(SECRET_TYPE_SERVICE, secretsBusName,
-                                                SECRET_SERVICE_OPEN_SESSION, cancellable, nullptr));
+                                                SECRET_SERVICE_OPEN_SESSION, cancellable,
+                                                error.out()));
     return service_ ? Result::Done : Result::Failed;
 }
 
