@@ -141,24 +141,11 @@ X11Clients::Window X11Clients::activateTopmost(const std::vector<Window> &window
         property(root_, atoms_.currentDesktop, XCB_ATOM_CARDINAL);
     constexpr std::uint32_t everyDesktop = 0xffffffff;
     if (!desktop.empty() && desktop.front() != everyDesktop && desktop != current)
-        tellManager(root_, atoms_.currentDesktop, {desktop.front(), time});
+        x11::tellManager(connection_, root_, root_, atoms_.currentDesktop, {desktop.front(), time});
     constexpr std::uint32_t fromUser = 2; // what applications ask for may be ignored
-    tellManager(window, atoms_.activeWindow, {fromUser, time});
+    x11::tellManager(connection_, root_, window, atoms_.activeWindow, {fromUser, time});
     xcb_flush(connection_);
     return window;
-}
-
-void X11Clients::tellManager(Window window, std::uint32_t type,
-                             const std::array<std::uint32_t, 2> &data) const {
-    xcb_client_message_event_t message = {};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = window;
-    message.type = type;
-    std::copy(data.begin(), data.end(), std::begin(message.data.data32));
-    xcb_send_event(connection_, 0, root_,
-                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                   reinterpret_cast<const char *>(&message));
 }
 
 } // namespace corvid

@@ -42,8 +42,6 @@ private:
     X11Clients(x11::Connection connection, int screen);
     std::vector<std::uint32_t> property(Window window, std::uint32_t name,
                                         std::uint32_t type) const;
-    void tellManager(Window window, std::uint32_t type,
-                     const std::array<std::uint32_t, 2> &data) const;
 
     x11::Connection connection_;
     xcb_window_t root_;

@@ -74,6 +74,8 @@ private:
     ClickMonitor::Handler handler_;
 };
 
+constexpr std::uint32_t everyDesktop = 0xFFFFFFFF;
+
 } // namespace
 
 X11PanelSurface::X11PanelSurface()
@@ -151,7 +153,6 @@ void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) 
         untold_ = static_cast<std::uint32_t>(panel.winId());
         QCoreApplication::instance()->installNativeEventFilter(this);
     }
-    constexpr std::uint32_t everyDesktop = 0xFFFFFFFF;
     const auto window = static_cast<xcb_window_t>(panel.winId());
     x11::setNumbers(connection_, window, atoms_.state, XCB_ATOM_ATOM,
                     {atoms_.skipTaskbar, atoms_.skipPager, atoms_.above, atoms_.sticky});
@@ -163,6 +164,19 @@ void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) 
                             atoms_.utf8, 8, static_cast<std::uint32_t>(startupId_.size()),
                             startupId_.constData());
     askForBlur(panel, cornerRadius);
+}
+
+// A window manager that is slow forgets the states of a hidden window only after it was prepared to
+// be shown again. What is asked of it now it hears last.
+void X11PanelSurface::appeared(QWindow &panel, const QPoint & /*origin*/, const QRect & /*card*/) {
+    constexpr std::uint32_t add = 1;
+    constexpr std::uint32_t fromApplication = 1;
+    const auto window = static_cast<xcb_window_t>(panel.winId());
+    x11::tellManager(connection_, root_, window, atoms_.state,
+                     {add, atoms_.skipTaskbar, atoms_.skipPager, fromApplication});
+    x11::tellManager(connection_, root_, window, atoms_.state,
+                     {add, atoms_.above, atoms_.sticky, fromApplication});
+    x11::tellManager(connection_, root_, window, atoms_.desktop, {everyDesktop, fromApplication});
 }
 
 // The request may have come over the bus, so Qt knows no time of it.

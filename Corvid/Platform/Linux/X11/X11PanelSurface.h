@@ -26,6 +26,7 @@ public:
     Behind behind() const override;
     QRect visibleFrame(const QScreen &screen) const override;
     void prepare(QWindow &panel, qreal cornerRadius, quint32 time) override;
+    void appeared(QWindow &panel, const QPoint &origin, const QRect &card) override;
     void claimKeyboard(QWindow &window) override;
     bool hasKeyboard(const QWindow &panel) const override;
 

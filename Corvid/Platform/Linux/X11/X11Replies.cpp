@@ -85,6 +85,19 @@ void setNumbers(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t pr
                         static_cast<std::uint32_t>(values.size()), values.data());
 }
 
+void tellManager(xcb_connection_t *connection, xcb_window_t root, xcb_window_t window,
+                 xcb_atom_t type, std::initializer_list<std::uint32_t> numbers) {
+    xcb_client_message_event_t message = {};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = type;
+    std::copy(numbers.begin(), numbers.end(), std::begin(message.data.data32));
+    xcb_send_event(connection, 0, root,
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char *>(&message));
+}
+
 void selectDeviceEvents(xcb_connection_t *connection, xcb_window_t root, std::uint32_t events) {
     const struct {
         xcb_input_event_mask_t head;

@@ -74,6 +74,10 @@ std::vector<std::uint32_t> numbersOf(xcb_connection_t *connection,
 void setNumbers(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t property,
                 xcb_atom_t type, const std::vector<std::uint32_t> &values);
 
+/** Asks the window manager for something by a message about a window, of these first numbers. */
+void tellManager(xcb_connection_t *connection, xcb_window_t root, xcb_window_t window,
+                 xcb_atom_t type, std::initializer_list<std::uint32_t> numbers);
+
 /** Asks for these events of all keyboards and pointers, in place of those asked for before. The
     server must have the XInput extension. */
 void selectDeviceEvents(xcb_connection_t *connection, xcb_window_t root, std::uint32_t events);
