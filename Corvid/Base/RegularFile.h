@@ -5,7 +5,6 @@
 #include <QByteArray>
 #include <QString>
 
-#include <compare>
 #include <optional>
 #include <utility>
 
@@ -18,7 +17,9 @@ public:
     struct Identity {
         quint64 device = 0;
         quint64 inode = 0;
-        auto operator<=>(const Identity &) const = default;
+        bool operator<(const Identity &other) const {
+            return device != other.device ? device < other.device : inode < other.inode;
+        }
     };
 
     OpenedFile(FileDescriptor descriptor, qint64 size, const Identity &identity)

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QString>
 
-#include <string.h>
+#include <cstring>
 
 namespace corvid {
 

@@ -9,7 +9,6 @@
 #include <QSet>
 
 #include <map>
-#include <ranges>
 
 namespace corvid {
 
@@ -58,12 +57,13 @@ std::vector<AppEntry> scanAll(const QStringList &bundleFolders,
         paths.insert(app.path);
         found.emplace(app.bundleID, std::move(app));
     };
-    for (const DesktopEntry &entry : std::views::reverse(desktopEntries)) {
+    for (auto entry = desktopEntries.rbegin(); entry != desktopEntries.rend(); ++entry) {
         if (stop.stop_requested())
             break;
-        add(appEntry(entry, roles));
+        add(appEntry(*entry, roles));
     }
-    for (const QString &folder : std::views::reverse(bundleFolders)) {
+    for (auto each = bundleFolders.rbegin(); each != bundleFolders.rend(); ++each) {
+        const QString &folder = *each;
         const QStringList names = QDir(folder).entryList(QDir::AllEntries | QDir::Hidden |
                                                              QDir::System | QDir::NoDotAndDotDot,
                                                          QDir::Name | QDir::Reversed);

@@ -72,11 +72,16 @@ void SearchIndex::sortKeys() {
     places_.reserve(keys_.size());
     for (const QString &key : keys_)
         places_.push_back({hashOfKey(key), static_cast<std::uint32_t>(places_.size())});
-    std::ranges::sort(places_);
+    std::sort(places_.begin(), places_.end());
 }
 
 std::span<const SearchIndex::KeyPlace> SearchIndex::placesOf(const QString &key) const {
-    return std::ranges::equal_range(places_, hashOfKey(key), {}, &KeyPlace::hash);
+    const std::uint32_t hash = hashOfKey(key);
+    const auto first = std::lower_bound(places_.begin(), places_.end(), KeyPlace{hash, 0});
+    auto end = first;
+    while (end != places_.end() && end->hash == hash)
+        ++end;
+    return {first, end};
 }
 
 void SearchIndex::updateUsage(const UsageStats &stats) {

@@ -7,7 +7,6 @@
 
 #include <QHash>
 
-#include <compare>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -73,7 +72,9 @@ private:
     struct KeyPlace {
         std::uint32_t hash;
         std::uint32_t index;
-        auto operator<=>(const KeyPlace &) const = default;
+        bool operator<(const KeyPlace &other) const {
+            return hash != other.hash ? hash < other.hash : index < other.index;
+        }
     };
 
     void append(const QString &name, const QStringList &aliases, const QString &key);

@@ -9,7 +9,7 @@ namespace corvid {
 inline QRegion roundedRegion(const QRectF &rectangle, qreal radius) {
     QPainterPath outline;
     outline.addRoundedRect(rectangle, radius, radius);
-    return QRegion(outline.toFillPolygon().toPolygon());
+    return {outline.toFillPolygon().toPolygon()};
 }
 
 } // namespace corvid

@@ -38,7 +38,7 @@ QString entryFileOf(const QString &id, const QStringList &entryFolders) {
     for (const QString &folder : entryFolders) {
         QString name = id;
         for (qsizetype dash = -1;;) {
-            const QString path = folder + u'/' + name;
+            QString path = folder + u'/' + name;
             if (QFileInfo(path).isFile())
                 return path;
             dash = name.indexOf(u'-', dash + 1);
