@@ -66,12 +66,16 @@ QRect LauncherPanel::card() const {
 }
 
 void LauncherPanel::paintEvent(QPaintEvent *event) {
+    QPainter painter(this);
+    // Qt does not always do it: what goes to a fresh buffer lies over what was painted before.
+    painter.setCompositionMode(QPainter::CompositionMode_Clear);
+    painter.fillRect(event->rect(), Qt::transparent);
     // The card covers it, but for the corners: most repaints need not draw it.
     const int corners = qCeil(2 * style::cardRadius);
     const QRect belowCorners = card().adjusted(0, corners, 0, -corners);
     if (shadowRoom_.isNull() || belowCorners.contains(event->rect()))
         return;
-    QPainter painter(this);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     shadow_.draw(painter, card(), style::cardRadius);
 }
 

@@ -45,6 +45,7 @@ protected:
     /** Hides the panel and shows it again. */
     void showAnew() {
         toggle();
+        EXPECT_TRUE(compositor->says(u"hidden"_s));
         compositor->forget();
         toggle();
         EXPECT_TRUE(eventually([this] { return painted(); }));
@@ -93,6 +94,13 @@ TEST_P(EitherProtocolTest, itIsWithdrawnWhenThePanelHides) {
     EXPECT_TRUE(said(u"no blur"_s).isEmpty());
     toggle();
     EXPECT_TRUE(compositor->says(u"no blur"_s));
+}
+
+TEST_F(BackgroundBlurTest, howeverOftenItIsPaintedTheCardStaysAsTranslucent) {
+    launch({u"--background-effect"_s, u"--keeps-pixels"_s});
+    EXPECT_TRUE(eventually([this] { return said(u"opacity"_s).size() > 3; }));
+    const QStringList all = said(u"opacity"_s);
+    EXPECT_EQ(all.count(all.constFirst()), all.size()) << qPrintable(all.join(u'\n'));
 }
 
 TEST_F(BackgroundBlurTest, withoutAnyTheCardIsMoreOpaque) {

@@ -9,12 +9,14 @@
 //   --kde-blur            can do it by KDE's protocol
 //   --lists-windows       lists windows
 //   --output              has an output of 1280 × 800 pixels
+//   --keeps-pixels        gives pixels back only once there are new ones
 //
 // Prints of what it is asked for:
 //
 //   blur <x> <y> <width> <height> of <n>   a region of n rectangles, and the smallest around it
 //   no blur
 //   opacity <0 to 255>    how opaque the middle of a surface is that is wider than 500 pixels
+//   hidden                that surface is gone
 //
 // Takes lines from its standard input:
 //
@@ -69,6 +71,8 @@ wl_display *display = nullptr;
 wl_global *kdeBlur = nullptr;
 bool blurs = false;
 std::map<wl_resource *, std::vector<Rectangle>> regions;
+wl_resource *kept = nullptr;                    // a buffer
+std::set<wl_resource *> wide;                   // surfaces
 std::map<wl_resource *, wl_resource *> buffers; // attached to surfaces, to be committed
 std::set<wl_resource *> managers;               // of background effects
 std::set<wl_resource *> listings;
@@ -105,11 +109,12 @@ void tellRegion(wl_resource *region) {
     sayAll("blur", all.x, all.y, all.width, all.height, "of", parts.size());
 }
 
-void tellOpacity(wl_resource *buffer) {
+void tellOpacity(wl_resource *surface, wl_resource *buffer) {
     wl_shm_buffer *pixels = wl_shm_buffer_get(buffer);
-    constexpr int wide = 500;
-    if (!pixels || wl_shm_buffer_get_width(pixels) < wide)
+    constexpr int wideOnes = 500;
+    if (!pixels || wl_shm_buffer_get_width(pixels) < wideOnes)
         return;
+    wide.insert(surface);
     const int row = wl_shm_buffer_get_height(pixels) / 2;
     const auto *bytes = static_cast<const unsigned char *>(wl_shm_buffer_get_data(pixels));
     constexpr int alpha = 3;
@@ -131,8 +136,11 @@ void note(wl_resource *target, std::string_view request, const wl_argument *argu
         buffers[target] = object(0);
     else if (interface == "wl_surface" && request == "commit") {
         if (wl_resource *buffer = std::exchange(buffers[target], nullptr)) {
-            tellOpacity(buffer);
-            wl_buffer_send_release(buffer);
+            tellOpacity(target, buffer);
+            if (manners.count("--keeps-pixels") > 0)
+                buffer = std::exchange(kept, buffer);
+            if (buffer)
+                wl_buffer_send_release(buffer);
         }
     }
 }
@@ -166,7 +174,10 @@ int take(const void * /*self*/, void *target, std::uint32_t /*opcode*/, const wl
 
 void forget(wl_resource *resource) {
     regions.erase(resource);
-    buffers.erase(resource);
+    if (wide.erase(resource) > 0)
+        say("hidden");
+    if (buffers.erase(resource) > 0)
+        kept = nullptr; // its client destroys it, too
     managers.erase(resource);
     listings.erase(resource);
     for (auto &[name, handles] : windows)

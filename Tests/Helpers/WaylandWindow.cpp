@@ -24,6 +24,7 @@
 #include <sys/mman.h>
 #include <type_traits>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -36,7 +37,7 @@ struct Window {
     xdg_activation_v1 *activation = nullptr;
 
     wl_surface *surface = nullptr;
-    wl_buffer *pixel = nullptr;
+    wl_buffer *colour = nullptr;
     wp_viewport *viewport = nullptr;
     int width = 200;
     int height = 200;
@@ -51,7 +52,7 @@ void say(const char *line) {
 
 void draw(Window &window) {
     wp_viewport_set_destination(window.viewport, window.width, window.height);
-    wl_surface_attach(window.surface, window.pixel, 0, 0);
+    wl_surface_attach(window.surface, window.colour, 0, 0);
     wl_surface_damage(window.surface, 0, 0, window.width, window.height);
     wl_surface_commit(window.surface);
 }
@@ -116,12 +117,17 @@ constexpr zwlr_layer_surface_v1_listener barListener{
     },
     [](void * /*data*/, zwlr_layer_surface_v1 * /*role*/) { std::exit(0); }};
 
-wl_buffer *makePixel(wl_shm *shm, std::uint32_t colour) {
+// Not a single pixel: a compositor that enlarges one fades it towards the edges.
+wl_buffer *makeSquare(wl_shm *shm, std::uint32_t colour) {
+    constexpr std::int32_t side = 256;
+    const std::vector<std::uint32_t> pixels(side * side, colour);
+    constexpr std::int32_t bytes = side * side * sizeof(std::uint32_t);
     const int file = memfd_create("window", MFD_CLOEXEC);
-    if (file < 0 || write(file, &colour, sizeof colour) != sizeof colour)
+    if (file < 0 || write(file, pixels.data(), bytes) != bytes)
         std::exit(1);
-    wl_shm_pool *pool = wl_shm_create_pool(shm, file, sizeof colour);
-    return wl_shm_pool_create_buffer(pool, 0, 1, 1, sizeof colour, WL_SHM_FORMAT_XRGB8888);
+    wl_shm_pool *pool = wl_shm_create_pool(shm, file, bytes);
+    return wl_shm_pool_create_buffer(pool, 0, side, side, side * sizeof(std::uint32_t),
+                                     WL_SHM_FORMAT_XRGB8888);
 }
 
 } // namespace
@@ -138,8 +144,8 @@ int main(int argc, char **argv) {
     wl_display_roundtrip(display);
     window.surface = wl_compositor_create_surface(window.compositor);
     window.viewport = wp_viewporter_get_viewport(window.viewporter, window.surface);
-    window.pixel =
-        makePixel(window.shm, static_cast<std::uint32_t>(std::strtoul(argv[2], nullptr, 16)));
+    window.colour =
+        makeSquare(window.shm, static_cast<std::uint32_t>(std::strtoul(argv[2], nullptr, 16)));
     if (kind == "--bar" && argc > 4) {
         const int height = std::atoi(argv[4]);
         zwlr_layer_surface_v1 *bar = zwlr_layer_shell_v1_get_layer_surface(
