@@ -8,7 +8,7 @@ PRESET ?= test
 # Seconds for each fuzz target.
 TIME ?= 60
 
-.PHONY: run test bench fuzz lint package check-package check-release check-recipes check-sanitizers coverage screenshots build-tests
+.PHONY: run test bench fuzz lint package check-package check-release check-recipes check-sanitizers coverage screenshots check-compositors build-tests
 
 run:
 	@scripts/run $(ARGS)
@@ -24,6 +24,10 @@ test: build-tests
 screenshots: build-tests
 	@scripts/setup screenshots
 	@scripts/screenshots
+
+check-compositors: build-tests
+	@scripts/setup check-compositors
+	@scripts/check-compositors --pictures docs/screenshots/compositors
 
 # Rounds of showing, typing and hiding, for what grows with time.
 SOAK ?= 0
