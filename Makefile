@@ -1,5 +1,5 @@
 # Everything goes through here: `make run` and `make test` set up a fresh
-# Debian 12 machine by themselves, and say what they are doing.
+# Debian machine by themselves, and say what they are doing.
 
 # Passed on to the program: make run ARGS='--query "code editor"'
 ARGS ?=
@@ -8,7 +8,7 @@ PRESET ?= test
 # Seconds for each fuzz target.
 TIME ?= 60
 
-.PHONY: run test bench fuzz lint package check-package check-sanitizers coverage screenshots build-tests
+.PHONY: run test bench fuzz lint package check-package check-release check-recipes check-sanitizers coverage screenshots build-tests
 
 run:
 	@scripts/run $(ARGS)
@@ -46,6 +46,16 @@ package:
 check-package: package
 	@scripts/setup check-package
 	@scripts/check-package
+
+# On a clean system of a Debian release: make check-release RELEASE=trixie
+RELEASE ?= $(shell . /etc/os-release && echo $$VERSION_CODENAME)
+
+check-release:
+	@scripts/check-release $(RELEASE)
+
+check-recipes:
+	@scripts/setup run package check-recipes
+	@scripts/check-recipes
 
 check-sanitizers:
 	@scripts/setup run test
