@@ -57,13 +57,13 @@ std::vector<AppEntry> scanAll(const QStringList &bundleFolders,
         paths.insert(app.path);
         found.emplace(app.bundleID, std::move(app));
     };
-    for (auto entry = desktopEntries.rbegin(); entry != desktopEntries.rend(); ++entry) {
+    for (std::size_t i = desktopEntries.size(); i-- > 0;) {
         if (stop.stop_requested())
             break;
-        add(appEntry(*entry, roles));
+        add(appEntry(desktopEntries[i], roles));
     }
-    for (auto each = bundleFolders.rbegin(); each != bundleFolders.rend(); ++each) {
-        const QString &folder = *each;
+    for (qsizetype i = bundleFolders.size(); i-- > 0;) {
+        const QString &folder = bundleFolders[i];
         const QStringList names = QDir(folder).entryList(QDir::AllEntries | QDir::Hidden |
                                                              QDir::System | QDir::NoDotAndDotDot,
                                                          QDir::Name | QDir::Reversed);
