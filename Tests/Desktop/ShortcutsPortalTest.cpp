@@ -3,6 +3,7 @@
 
 #include "Worlds/ShortcutsPortal.h"
 #include "DesktopTest.h"
+#include "Platform/Linux/Bus/PortalHotKeys.h"
 #include "Worlds/KeyGrabs.h"
 #include "Worlds/Sway.h"
 
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <linux/input-event-codes.h>
+#include <thread>
 
 using namespace corvid::test;
 using namespace Qt::Literals::StringLiterals;
@@ -116,6 +118,12 @@ protected:
         tool.start(u"xdotool"_s, arguments);
         EXPECT_TRUE(tool.waitForFinished());
     }
+    /** Lets so much time pass before that it is a press of its own: the daemon takes the keyboard's
+        keys from an X server here, and may miss that the one before was released. */
+    void pressAnew(const QStringList &arguments) const {
+        std::this_thread::sleep_for(corvid::PortalHotKeys::usualRepeat);
+        xdotool(arguments);
+    }
     /** Presses once the key is taken, until when it would do nothing. */
     bool summon(const QString &keys, int key, std::uint16_t modifiers) const {
         const bool taken = eventually([&] {
@@ -194,10 +202,10 @@ TEST_F(ShortcutsPortalTest, withoutOneASecondProcessStillTogglesIt) {
 TEST_F(KdePortalTest, aRealKeyShowsAndHidesThePanel) {
     launch();
     ASSERT_TRUE(summon(u"alt+k"_s, KEY_K, XCB_MOD_MASK_1));
-    for (int round = 0; round < 3; ++round) {
-        xdotool({u"key"_s, u"alt+k"_s});
+    for (int round = 0; round < 2; ++round) {
+        pressAnew({u"key"_s, u"alt+k"_s});
         EXPECT_TRUE(disappears());
-        xdotool({u"key"_s, u"alt+k"_s});
+        pressAnew({u"key"_s, u"alt+k"_s});
         EXPECT_TRUE(appears());
     }
 }
@@ -205,12 +213,12 @@ TEST_F(KdePortalTest, aRealKeyShowsAndHidesThePanel) {
 TEST_F(KdePortalTest, aHeldKeyIsOnePress) {
     launch();
     ASSERT_TRUE(summon(u"alt+k"_s, KEY_K, XCB_MOD_MASK_1));
-    xdotool({u"keydown"_s, u"alt"_s, u"keydown"_s, u"k"_s});
+    pressAnew({u"keydown"_s, u"alt"_s, u"keydown"_s, u"k"_s});
     EXPECT_TRUE(disappears());
     // Repeated, the key would bring it back.
     EXPECT_FALSE(eventually([this] { return panelIsVisible(); }, 1'500));
     xdotool({u"keyup"_s, u"k"_s, u"keyup"_s, u"alt"_s});
-    xdotool({u"key"_s, u"alt+k"_s});
+    pressAnew({u"key"_s, u"alt+k"_s});
     EXPECT_TRUE(appears());
 }
 
@@ -226,6 +234,6 @@ TEST_F(KdePortalTest, anotherCombinationIsTakenByTheNextStart) {
     ASSERT_TRUE(summon(u"super+j"_s, KEY_J, XCB_MOD_MASK_4));
     xdotool({u"key"_s, u"alt+k"_s});
     EXPECT_FALSE(eventually([this] { return !panelIsVisible(); }, 500)) << "the one before";
-    xdotool({u"key"_s, u"super+j"_s});
+    pressAnew({u"key"_s, u"super+j"_s});
     EXPECT_TRUE(disappears());
 }
