@@ -6,7 +6,7 @@ namespace corvid {
 
 namespace {
 
-constexpr int timeoutMs = 25'000; // a slow application's start is no failure
+constexpr int activationMs = 25'000; // a slow application's start is no failure
 
 bool meansNoService(int code) {
     switch (code) {
@@ -64,7 +64,7 @@ BusActivation activateByBus(const QString &id, const BusRequest &request, GCance
     const Call call = callFor(request);
     const GVariantPointer reply(g_dbus_connection_call_sync(
         bus.get(), name.constData(), object.constData(), "org.freedesktop.Application", call.method,
-        call.arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, timeoutMs, shutdown, error.out()));
+        call.arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, activationMs, shutdown, error.out()));
     if (reply)
         return BusActivation::Done;
     // Anything else may come from an application that is there and busy: starting it once more

@@ -32,7 +32,7 @@ namespace {
 constexpr auto patience = 5s;
 
 /** Where libraries and fonts lie, and what sanitizers are told. */
-constexpr std::array<const char *, 13> variables{
+constexpr std::array<const char *, 13> passedOn{
     "HOME",           "XDG_CACHE_HOME",  "XDG_CONFIG_HOME", "XDG_DATA_HOME",
     "XDG_DATA_DIRS",  "FONTCONFIG_FILE", "FONTCONFIG_PATH", "LD_LIBRARY_PATH",
     "QT_PLUGIN_PATH", "ASAN_OPTIONS",    "LSAN_OPTIONS",    "TSAN_OPTIONS",
@@ -149,7 +149,7 @@ bool PictureProcess::spawn(bool withFonts, int streams) {
     spawning.setStreams(streams);
     spawning.detach();
     std::vector<QByteArray> definitions;
-    for (const char *name : variables)
+    for (const char *name : passedOn)
         if (const char *value = std::getenv(name))
             definitions.push_back(QByteArray(name) + '=' + value);
     std::vector<char *> environment;

@@ -45,7 +45,7 @@ void addTraits(const ProcessRecord &process, WindowTraits &traits) {
     const QList<QByteArray> environment = process.environment.split('\0');
     for (const QByteArray &variable : environment) {
         if (variable.startsWith("GIO_LAUNCHED_DESKTOP_FILE="))
-            entry = variable.mid(qstrlen("GIO_LAUNCHED_DESKTOP_FILE="));
+            entry = variable.mid(QByteArrayView("GIO_LAUNCHED_DESKTOP_FILE=").size());
         else if (variable == "GIO_LAUNCHED_DESKTOP_FILE_PID=" + QByteArray::number(process.pid))
             launched = true;
     }
