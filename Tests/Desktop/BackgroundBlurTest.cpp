@@ -3,11 +3,13 @@
 #include "DesktopTest.h"
 #include "Worlds/BusOfServices.h"
 #include "Worlds/ScriptedCompositor.h"
+#include "Worlds/SettingsPortal.h"
 
 #include <gtest/gtest.h>
 
 using namespace corvid::test;
 using namespace Qt::Literals::StringLiterals;
+using namespace std::string_literals;
 
 namespace {
 
@@ -97,8 +99,15 @@ TEST_P(EitherProtocolTest, itIsWithdrawnWhenThePanelHides) {
 }
 
 TEST_F(BackgroundBlurTest, howeverOftenItIsPaintedTheCardStaysAsTranslucent) {
+    QProcessEnvironment onBus = QProcessEnvironment::systemEnvironment();
+    onBus.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, bus.address());
+    SettingsPortal portal({u"org.freedesktop.appearance"_s, u"contrast"_s, u"uint32 0"_s}, onBus);
     launch({u"--background-effect"_s, u"--keeps-pixels"_s});
-    EXPECT_TRUE(eventually([this] { return said(u"opacity"_s).size() > 3; }));
+    for (const char *contrast : {"1", "0", "1", "0"}) {
+        const qsizetype before = said(u"opacity"_s).size();
+        portal.change(("org.freedesktop.appearance contrast uint32 "s + contrast).c_str());
+        EXPECT_TRUE(eventually([&] { return said(u"opacity"_s).size() > before; }));
+    }
     const QStringList all = said(u"opacity"_s);
     EXPECT_EQ(all.count(all.constFirst()), all.size()) << qPrintable(all.join(u'\n'));
 }

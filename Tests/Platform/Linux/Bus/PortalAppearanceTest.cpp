@@ -5,6 +5,7 @@
 #include "Platform/Linux/Bus/Portal.h"
 #include "Platform/Linux/Bus/PortalReplies.h"
 #include "Worlds/LaunchWorld.h"
+#include "Worlds/SettingsPortal.h"
 #include "Worlds/Wait.h"
 
 #include <gtest/gtest.h>
@@ -17,27 +18,6 @@ using namespace corvid::test;
 namespace {
 
 [[maybe_unused]] const auto *const bus = ::testing::AddGlobalTestEnvironment(new PrivateBus);
-
-/** The portal, with these settings: namespace, key, value, and so on. */
-class SettingsPortal {
-public:
-    explicit SettingsPortal(const QStringList &settings) {
-        process_.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_settings_portal"),
-                       settings);
-        EXPECT_TRUE(process_.waitForReadyRead(60'000));
-    }
-    ~SettingsPortal() {
-        process_.closeWriteChannel();
-        process_.waitForFinished();
-    }
-    void change(const char *line) {
-        process_.write(line);
-        process_.write("\n");
-    }
-
-private:
-    QProcess process_;
-};
 
 const QString appearance = u"org.freedesktop.appearance"_s;
 const QString interface = u"org.gnome.desktop.interface"_s;
