@@ -124,13 +124,16 @@ protected:
         std::this_thread::sleep_for(corvid::PortalHotKeys::usualRepeat);
         xdotool(arguments);
     }
-    /** Presses once the key is taken, until when it would do nothing. */
+    /** Presses when the key is taken, until when it would do nothing. Again, should nothing come of
+        it: the daemon takes the key before the portal knows whose it is. */
     bool summon(const QString &keys, int key, std::uint16_t modifiers) const {
         const bool taken = eventually([&] {
             return isGrabbed(keyboard.display(), static_cast<std::uint8_t>(key + 8), modifiers);
         });
-        xdotool({u"key"_s, keys});
-        return taken && appears();
+        return taken && eventually([&] {
+                   xdotool({u"key"_s, keys});
+                   return eventually([this] { return panelIsVisible(); }, 10'000);
+               });
     }
 
     XServer keyboard{XServer::Manager::None};

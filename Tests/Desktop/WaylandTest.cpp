@@ -120,8 +120,8 @@ protected:
         };
         return find(QJsonDocument::fromJson(sway.ask({u"-t"_s, u"get_tree"_s})).object());
     }
-    bool settingsHaveKeyboard() const {
-        return eventually([this] { return focused() == u"Corvid Settings"; });
+    bool settingsHaveKeyboard(int milliseconds = 30'000) const {
+        return eventually([this] { return focused() == u"Corvid Settings"; }, milliseconds);
     }
 
     /** The name of the one that is shown. */
@@ -343,8 +343,11 @@ TEST_F(WaylandTest, theSettingsComeToTheFrontFromTheRowAndFromAnotherProcess) {
             sway.tell(u"[app_id=other] focus"_s);
             return focused() == u"other";
         }));
-        tell(u"--settings"_s);
-        EXPECT_TRUE(settingsHaveKeyboard()) << round;
+        // Again: it may not have heard yet that they lost the keyboard.
+        EXPECT_TRUE(eventually([this] {
+            tell(u"--settings"_s);
+            return settingsHaveKeyboard(5'000);
+        })) << round;
     }
     sway.press(u"Return"_s);
     EXPECT_TRUE(eventually([this] {
