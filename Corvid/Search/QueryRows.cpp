@@ -2,6 +2,7 @@
 
 #include "Base/Locations.h"
 #include "RoleCatalog.h"
+#include "Search/FurtherRows.h"
 
 #include <QUrl>
 
@@ -15,7 +16,6 @@ namespace {
 
 constexpr std::size_t mostRecentApplications = 7;
 constexpr std::size_t mostProjectsInEditor = 8;
-constexpr std::size_t mostSearchRows = 9;
 constexpr qint64 latchBonus = 500;
 constexpr qint64 roleScore = 200;
 constexpr qint64 projectHandicap = 50; // an equally matched application stands first
@@ -34,23 +34,6 @@ QString webSearchUrl(const QString &query) {
     static const QByteArray allowed = "!$&'()*+,;=:@/?";
     return u"https://www.google.com/search?q="_s +
            QString::fromLatin1(QUrl::toPercentEncoding(query, allowed));
-}
-
-ResultItem appRow(std::size_t index, const RowSources &from) {
-    const AppEntry &app = from.apps[index];
-    return {from.appIndex.key(index),
-            from.icon(app.path),
-            app.name,
-            app.path,
-            appBadge,
-            OpenApp{app},
-            from.running.contains(app.bundleID)};
-}
-
-ResultItem projectRow(const ProjectEntry &project, const QString &badge,
-                      const std::optional<AppEntry> &editor, const RowSources &from) {
-    return {project.path, from.icon(locations::home()), project.name, withHomeAsTilde(project.path),
-            badge,        OpenProject{project, editor}};
 }
 
 ResultItem askRow(const QString &id, const QString &question, LauncherAction action) {
@@ -197,7 +180,35 @@ Rows search(const QString &text, const RowSources &from) {
     return rows;
 }
 
+// What was found by its name, then what the query names besides, and the two rows that are always
+// there where nothing was found by its name.
+Rows searchRows(const Query &query, const RowSources &from) {
+    Rows rows = search(query.text, from);
+    const bool foundNothing = rows.empty();
+    addFurtherRows(rows, query, from);
+    if (foundNothing)
+        std::ranges::move(fallbackRows(query.text), std::back_inserter(rows));
+    return rows;
+}
+
 } // namespace
+
+ResultItem appRow(std::size_t index, const RowSources &from) {
+    const AppEntry &app = from.apps[index];
+    return {from.appIndex.key(index),
+            from.icon(app.path),
+            app.name,
+            app.path,
+            appBadge,
+            OpenApp{app},
+            from.running.contains(app.bundleID)};
+}
+
+ResultItem projectRow(const ProjectEntry &project, const QString &badge,
+                      const std::optional<AppEntry> &editor, const RowSources &from) {
+    return {project.path, from.icon(locations::home()), project.name, withHomeAsTilde(project.path),
+            badge,        OpenProject{project, editor}};
+}
 
 const std::vector<std::size_t> &RowSources::codeEditors() const {
     return appIndex.withRole(u"code-editor"_s);
@@ -221,8 +232,7 @@ Rows rowsFor(const Query &query, const RowSources &from) {
         break;
     case Query::Kind::LastProject:
     case Query::Kind::Search:
-        rows = search(query.text, from);
-        break;
+        return searchRows(query, from);
     }
     return rows.empty() ? fallbackRows(query.text) : rows;
 }

@@ -14,6 +14,9 @@ namespace corvid {
 
 using Rows = std::vector<ResultItem>;
 
+/** The most rows that a search lists. */
+inline constexpr std::size_t mostSearchRows = 9;
+
 /** What rows are made from. Refers to all of it, so it is for one use. */
 struct RowSources {
     const std::vector<AppEntry> &apps;
@@ -34,6 +37,13 @@ Rows rowsFor(const Query &query, const RowSources &from);
 
 /** The rows of a question; without a key, one more that leads to the settings. */
 Rows questionRows(const QString &question, bool hasKey);
+
+/** The row of the application at `index` of `from.apps`. */
+ResultItem appRow(std::size_t index, const RowSources &from);
+
+/** The row of a project. */
+ResultItem projectRow(const ProjectEntry &project, const QString &badge,
+                      const std::optional<AppEntry> &editor, const RowSources &from);
 
 /** The path behind a row, for revealing and copying it; absent where there is none. */
 std::optional<QString> pathOf(const LauncherAction &action);

@@ -1,0 +1,32 @@
+#include "Search/FurtherRows.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace corvid {
+
+namespace {
+
+using Source = Rows (*)(const Query &query, const RowSources &from);
+
+// In the order in which their rows stand. Each names what it finds by its first whole words, and
+// returns nothing quickly for a query that names nothing of its own.
+const std::vector<Source> sources{};
+
+} // namespace
+
+void addFurtherRows(Rows &rows, const Query &query, const RowSources &from) {
+    constexpr std::size_t fallbacks = 2;
+    const std::size_t most = rows.empty() ? mostSearchRows - fallbacks : mostSearchRows;
+    for (const Source source : sources) {
+        if (rows.size() >= most)
+            return;
+        for (ResultItem &row : source(query, from)) {
+            const bool isListed = std::ranges::find(rows, row.id, &ResultItem::id) != rows.end();
+            if (!isListed && rows.size() < most)
+                rows.push_back(std::move(row));
+        }
+    }
+}
+
+} // namespace corvid
