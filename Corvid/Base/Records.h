@@ -15,8 +15,8 @@ namespace corvid {
 /** One installed application. */
 struct AppEntry {
     QString name;        ///< display name
-    QString bundleID;    ///< bundle identifier, or desktop id without ".desktop"
-    QString path;        ///< absolute path of the application bundle or desktop entry file
+    QString bundleID;    ///< bundle identifier, desktop id without ".desktop", or AppImage's
+    QString path;        ///< absolute path of the bundle, desktop entry file or AppImage
     QStringList roles;   ///< role names that the application fills
     QStringList aliases; ///< other names the user may type
     QString category;    ///< category from the application's metadata; may be empty

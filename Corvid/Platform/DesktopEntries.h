@@ -9,10 +9,11 @@
 
 namespace corvid {
 
-/** The values of one desktop entry that the catalog needs, as the desktop resolved them. */
+/** The values of one desktop entry that the catalog needs, as the desktop resolved them; or what
+    stands for them where a program comes without one. */
 struct DesktopEntry {
     QString id;                  ///< desktop id without ".desktop", e.g. "org.gnome.Nautilus"
-    QString path;                ///< absolute path of the entry file
+    QString path;                ///< absolute path of the entry file, or of the program
     QString name;                ///< localised Name
     QString unlocalizedName;     ///< Name as written without a locale; may be empty
     QString genericName;         ///< localised GenericName; may be empty
@@ -24,7 +25,8 @@ struct DesktopEntry {
     bool operator==(const DesktopEntry &) const = default;
 };
 
-/** Lists the desktop entries that the desktop would show in its application menu. */
+/** Lists the desktop entries that the desktop would show in its application menu, and the programs
+    that need none. */
 class DesktopEntries : public Port {
 public:
     /** Reads the folders afresh; tens of milliseconds for a thousand entries, so call it in the

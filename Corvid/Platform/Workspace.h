@@ -15,7 +15,7 @@ namespace corvid {
 /**
  * The desktop's application service: what runs, what things look like, opening and revealing
  * them. An application is named by its path: an absolute path of a desktop entry file
- * ("….desktop") or of an application bundle ("….app").
+ * ("….desktop"), of an application bundle ("….app") or of an AppImage ("….AppImage").
  *
  * Main thread, except icon(). Opening never blocks and never raises a dialog of ours.
  */

@@ -8,6 +8,7 @@
 #include "Platform/Linux/Icons/IconTheme.h"
 #include "Platform/Linux/Icons/PictureProtocol.h"
 #include "Platform/Linux/KeyFiles.h"
+#include "Platform/Linux/Launching/AppImages.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -66,6 +67,8 @@ Image IconLoader::icon(const QString &path) const {
         found = bundleIcon(path);
     else if (QFileInfo(path).isDir())
         found = folderIcon(path);
+    else if (isAppImage(path))
+        found = appImageIcon(path);
     return found ? found : generic_;
 }
 
@@ -112,6 +115,14 @@ Image IconLoader::bundleIcon(const QString &path) const {
     for (const QString &candidate : {name, name + ".icns"_L1, name + ".png"_L1,
                                      QFileInfo(name).completeBaseName() + ".png"_L1})
         if (Image image = fromFile(resources + candidate))
+            return image;
+    return nullptr;
+}
+
+Image IconLoader::appImageIcon(const QString &path) const {
+    const QFileInfo file(path);
+    for (const auto suffix : {".png"_L1, ".svg"_L1, ".DirIcon"_L1})
+        if (Image image = fromFile(file.path() + u'/' + file.completeBaseName() + suffix))
             return image;
     return nullptr;
 }

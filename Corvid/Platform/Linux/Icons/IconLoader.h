@@ -39,7 +39,8 @@ public:
     IconLoader(std::function<QString()> themeName, Folders folders, qreal devicePixelRatio,
                QString pictureProgram);
 
-    /** The icon of a desktop entry or an application bundle, of a folder or a file. Reads files. */
+    /** The icon of a desktop entry or an application bundle, of a folder or a file. An AppImage has
+        the picture of its name beside it: .png, .svg, or .DirIcon, which is a PNG. Reads files. */
     Image icon(const QString &path) const;
 
     /** The stand-in for an application's icon. Immediate. */
@@ -55,6 +56,7 @@ private:
     std::shared_ptr<const IconTheme> theme() const;
     Image entryIcon(const QString &path) const;
     Image bundleIcon(const QString &path) const;
+    Image appImageIcon(const QString &path) const;
     Image folderIcon(const QString &path) const;
     Image fromFile(const QString &path) const;
     Image shared(QImage image) const;

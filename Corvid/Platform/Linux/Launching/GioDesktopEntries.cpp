@@ -3,6 +3,8 @@
 #include "Base/Locations.h"
 #include "Base/Text.h"
 #include "Platform/Linux/KeyFiles.h"
+#include "Platform/Linux/Launching/AppImages.h"
+#include "Platform/Linux/Launching/ExecLine.h"
 #include "Platform/Linux/Launching/ProgramName.h"
 
 #include <QDir>
@@ -69,7 +71,15 @@ QStringList keywordsOf(GDesktopAppInfo *info) {
     return keywords;
 }
 
-std::optional<DesktopEntry> readEntry(const EntryFile &source, const OpenedFile &opened) {
+// Adds the AppImages that an Exec line names.
+void noteAppImages(const QString &exec, QSet<QString> &launched) {
+    for (QString word : execWords(exec))
+        if (isAppImage(word))
+            launched.insert(word.replace("%%"_L1, "%"_L1));
+}
+
+std::optional<DesktopEntry> readEntry(const EntryFile &source, const OpenedFile &opened,
+                                      QSet<QString> &launchedAppImages) {
     const GKeyFilePointer file = readKeyFile(opened, largestEntry);
     if (!file)
         return std::nullopt;
@@ -82,14 +92,16 @@ std::optional<DesktopEntry> readEntry(const EntryFile &source, const OpenedFile 
         keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_NAME);
     if (unlocalizedName.isEmpty())
         return std::nullopt;
+    const QString exec =
+        keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC);
+    noteAppImages(exec, launchedAppImages);
     return DesktopEntry{
         source.id,
         source.path,
         nameFrom(QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get())))),
         nameFrom(unlocalizedName),
         nameFrom(QString::fromUtf8(g_desktop_app_info_get_generic_name(info.get()))),
-        nameFrom(programName(
-            keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC))),
+        nameFrom(programName(exec)),
         QString::fromUtf8(g_desktop_app_info_get_categories(info.get()))
             .split(u';', Qt::SkipEmptyParts),
         QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get())),
@@ -148,6 +160,7 @@ QStringList GioDesktopEntries::folders() {
 
 std::vector<DesktopEntry> GioDesktopEntries::list() const {
     Listing listing;
+    QSet<QString> launchedAppImages;
     // The first file with an id masks the others, also when it is not shown or cannot be read.
     QSet<QString> ids;
     for (const QString &folder : folders()) {
@@ -157,11 +170,14 @@ std::vector<DesktopEntry> GioDesktopEntries::list() const {
             ids.insert(file.id);
             const std::optional<OpenedFile> opened = openRegularFile(file.path);
             if (std::optional<DesktopEntry> entry =
-                    opened ? readEntry(file, *opened) : std::nullopt)
+                    opened ? readEntry(file, *opened, launchedAppImages) : std::nullopt)
                 listing.add(*std::move(entry), opened->identity());
         }
     }
-    return listing.take();
+    std::vector<DesktopEntry> entries = listing.take();
+    for (DesktopEntry &image : appImages(appImageFolders(), launchedAppImages))
+        entries.push_back(std::move(image));
+    return entries;
 }
 
 } // namespace corvid

@@ -7,7 +7,8 @@ namespace corvid {
 /**
  * The desktop entries as GIO reads them, from folders that we list ourselves: GIO looks them up
  * once and for all when first used, and misses those of Flatpak and Snap when the session's
- * environment does. A file is listed once, whatever names lead to it.
+ * environment does. A file is listed once, whatever names lead to it. AppImages that no entry runs
+ * stand for themselves.
  */
 class GioDesktopEntries final : public DesktopEntries {
 public:

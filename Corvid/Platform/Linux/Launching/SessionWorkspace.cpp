@@ -7,6 +7,7 @@
 #include "Platform/Linux/DesktopSettings.h"
 #include "Platform/Linux/Icons/IconTheme.h"
 #include "Platform/Linux/KeyFiles.h"
+#include "Platform/Linux/Launching/AppImages.h"
 #include "Platform/Linux/Launching/DefaultHandlers.h"
 #include "Platform/Linux/Launching/DetachedProcess.h"
 #include "Platform/Linux/Launching/ExecLine.h"
@@ -56,6 +57,13 @@ QString handledType(const QUrl &url) {
     return QFileInfo(url.toLocalFile()).isDir() ? u"inode/directory"_s : QString();
 }
 
+QStringList pathsOrAddresses(const QList<QUrl> &urls) {
+    QStringList arguments;
+    for (const QUrl &url : urls)
+        arguments.append(pathOrAddress(url));
+    return arguments;
+}
+
 /** A desktop entry as it was when it was read. */
 struct LoadedEntry {
     QString path;
@@ -88,6 +96,8 @@ struct SessionWorkspace::Launch {
     }
 
     QString application(const QString &path, const QList<QUrl> &urls, LaunchMode mode) const {
+        if (isAppImage(path))
+            return appImage(path, urls);
         return path.endsWith(".desktop"_L1) ? entry(LoadedEntry(path), urls, mode)
                                             : bundle(path, urls);
     }
@@ -217,6 +227,13 @@ private:
         return error;
     }
 
+    // Its path stands where an entry's would: by it the window is known for its own.
+    QString appImage(const QString &path, const QList<QUrl> &urls) const {
+        return run({.arguments = QStringList{path} + pathsOrAddresses(urls),
+                    .application = appImageId(path),
+                    .desktopFile = path});
+    }
+
     QString bundle(const QString &path, const QList<QUrl> &urls) const {
         // The executable that the properties name, else the one named like the bundle.
         QString name = bundleProperties(path).value(u"CFBundleExecutable"_s);
@@ -225,10 +242,8 @@ private:
         const QString executable = path + "/Contents/MacOS/"_L1 + name;
         if (!QFileInfo(executable).isFile() || !QFileInfo(executable).isExecutable())
             return u"“%1” is not executable."_s.arg(executable);
-        QStringList arguments{executable};
-        for (const QUrl &url : urls)
-            arguments.append(pathOrAddress(url));
-        return run({.arguments = arguments, .application = QFileInfo(path).completeBaseName()});
+        return run({.arguments = QStringList{executable} + pathsOrAddresses(urls),
+                    .application = QFileInfo(path).completeBaseName()});
     }
 };
 

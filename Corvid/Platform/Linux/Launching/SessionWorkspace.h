@@ -55,7 +55,7 @@ public:
     void open(const QString &path) override { openUrl(QUrl::fromLocalFile(path)); }
     /** Also without files. A desktop entry: by D-Bus activation where it asks for that and the
         service exists, else by its Exec line, in a terminal if need be. A bundle: by its
-        executable. */
+        executable. An AppImage is executed. */
     void openFiles(const QStringList &paths, const QString &applicationPath,
                    const Completion &done) override;
     /** With the default handler of a file's type or a URL's scheme, else by xdg-open. Failures are

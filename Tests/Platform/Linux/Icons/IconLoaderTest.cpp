@@ -196,3 +196,15 @@ TEST(IconDrawing, theStandInsAreShapesOnATransparentSquare) {
         EXPECT_EQ(image.pixelColor(20, 44).alpha(), 255);
     }
 }
+
+TEST_F(IconLoaderTest, anAppImagesIconIsThePictureOfItsNameBesideIt) {
+    png(u"A-1.0.png"_s, {32, 32}, red);
+    ASSERT_TRUE(QFile::copy(fixtures + "square.svg"_L1, path(u"B.svg"_s)));
+    png(u"c.png"_s, {32, 32}, blue);
+    ASSERT_TRUE(QFile::rename(path(u"c.png"_s), path(u"C.DirIcon"_s)));
+    const IconLoader icons = loader();
+    EXPECT_EQ(middle(icons.icon(path(u"A-1.0.AppImage"_s))), red);
+    EXPECT_EQ(middle(icons.icon(path(u"B.appimage"_s))), red);
+    EXPECT_EQ(middle(icons.icon(path(u"C.AppImage"_s))), blue);
+    EXPECT_EQ(icons.icon(path(u"D.AppImage"_s)), icons.genericIcon());
+}

@@ -391,3 +391,21 @@ TEST_F(GioDesktopEntriesTest, aThousandEntriesAreListedWithoutRepeats) {
                             [](const auto &entry) { return entry.first.startsWith("app"_L1); }),
               1000);
 }
+
+TEST_F(GioDesktopEntriesTest, anAppImageIsListedUnlessAnEntryRunsIt) {
+    set("HOME", path(u"home"_s));
+    for (const QString &name :
+         {u"home/Applications/One-1.0.AppImage"_s, u"home/Downloads/Two-x86_64.appimage"_s,
+          u"home/AppImages/With Entry%.AppImage"_s}) {
+        write(name, "not executed");
+        QFile::setPermissions(path(name), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    write(u"user/applications/three.desktop"_s,
+          "[Desktop Entry]\nType=Application\nName=Three\nExec=env A=b \"" +
+              path(u"home/AppImages/With Entry%%.AppImage"_s).toUtf8() + "\" --flag %U\n");
+    QStringList names;
+    for (const QString &id : ids())
+        names.append(listed().at(id).name);
+    names.sort();
+    EXPECT_EQ(names, (QStringList{u"One"_s, u"Three"_s, u"Two"_s}));
+}

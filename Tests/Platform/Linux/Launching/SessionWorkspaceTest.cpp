@@ -19,16 +19,18 @@ const auto *const bus = ::testing::AddGlobalTestEnvironment(new PrivateBus);
 
 class OneEntry final : public DesktopEntries {
 public:
-    explicit OneEntry(const QString &path) : path_(path) {}
+    explicit OneEntry(const QString &path, const QString &id = u"org.example.App"_s)
+        : path_(path), id_(id) {}
     std::vector<DesktopEntry> list() const override {
         DesktopEntry entry;
-        entry.id = u"org.example.App"_s;
+        entry.id = id_;
         entry.path = path_;
         return {entry};
     }
 
 private:
     QString path_;
+    QString id_;
 };
 
 class SessionWorkspaceTest : public ::testing::Test {
@@ -41,22 +43,27 @@ protected:
         QFile::setPermissions(program_, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         writeFile(entry_,
                   u"[Desktop Entry]\nType=Application\nName=App\nExec=%1\n"_s.arg(program_));
-        SessionWorkspace::Options options;
-        options.childEnvironment = childEnvironment(server_.environment());
-        options.displays.x11 = server_.display();
-        workspace_.emplace(entries_, options);
-        workspace_->start();
+        begin(entries_);
     }
     ~SessionWorkspaceTest() override {
         for (const QString &pid : pids())
             kill(pid.toInt(), SIGTERM);
     }
 
+    void begin(const DesktopEntries &entries) {
+        SessionWorkspace::Options options;
+        options.childEnvironment = childEnvironment(server_.environment());
+        options.displays.x11 = server_.display();
+        workspace_.emplace(entries, options);
+        workspace_->start();
+    }
+
     QStringList pids() const { return readFile(pids_).split(u'\n', Qt::SkipEmptyParts); }
 
-    QString open() {
+    QString open() { return open(entry_); }
+    QString open(const QString &path) {
         std::optional<QString> result;
-        workspace_->openApplication(entry_, [&](const QString &error) { result = error; });
+        workspace_->openApplication(path, [&](const QString &error) { result = error; });
         EXPECT_FALSE(result) << "the completion must not run inside the call";
         EXPECT_TRUE(eventually([&] { return result.has_value(); }));
         return result.value_or(u"no completion"_s);
@@ -84,6 +91,25 @@ TEST_F(SessionWorkspaceTest, whatWeLaunchIsKnownToRunAndIsThenBroughtToTheFront)
     EXPECT_TRUE(eventually([&] { return workspace_->runningApplications().isEmpty(); }));
     EXPECT_EQ(open(), QString());
     EXPECT_TRUE(eventually([&] { return pids().size() == 2; }));
+}
+
+TEST_F(SessionWorkspaceTest, anAppImageIsExecutedAndThenBroughtToTheFront) {
+    const QString image = folder_.filePath(u"App-1.0.AppImage"_s);
+    ASSERT_TRUE(QFile::copy(program_, image));
+    const OneEntry entries(image, u"appimage.App"_s);
+    begin(entries);
+    EXPECT_EQ(open(image), QString());
+    EXPECT_TRUE(eventually(
+        [&] { return workspace_->runningApplications() == QSet<QString>{u"appimage.App"_s}; }));
+    EXPECT_EQ(open(image), QString());
+    EXPECT_EQ(pids().size(), 1) << "started a second time";
+    workspace_.reset();
+}
+
+TEST_F(SessionWorkspaceTest, anAppImageThatMayNotBeExecutedSaysSo) {
+    const QString image = folder_.filePath(u"App.AppImage"_s);
+    writeFile(image, u"#!/bin/sh\n"_s);
+    EXPECT_NE(open(image), QString());
 }
 
 TEST_F(SessionWorkspaceTest, whatEndedAnInstantAgoIsStartedAnew) {
