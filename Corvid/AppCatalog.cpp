@@ -54,19 +54,29 @@ private:
 AppCatalog::AppCatalog(const Workspace &workspace, const DesktopEntries &desktopEntries,
                        const RoleCatalog &roles, QObject *parent)
     : QObject(parent), workspace_(workspace), desktopEntries_(desktopEntries), roles_(roles),
-      list_([this](List::Source) {
-          prewarmIcons();
-          Q_EMIT appsChanged();
-          if (onUpdate)
-              onUpdate();
-      }) {}
+      list_(
+          [this](List::Source) {
+              prewarmIcons();
+              Q_EMIT appsChanged();
+              if (onUpdate)
+                  onUpdate();
+          },
+          [this] { Q_EMIT scanEnded(); }) {}
 
 void AppCatalog::load(CachedList cached) {
     freshIcons_.clear();
     list_.showCached(std::move(cached));
-    list_.start([this, home = locations::home()](const std::stop_token &stop) {
+    list_.start(scan());
+}
+
+bool AppCatalog::refresh() {
+    return list_.refresh(scan());
+}
+
+AppCatalog::List::Scan AppCatalog::scan() const {
+    return [this, home = locations::home()](const std::stop_token &stop) {
         return scanAll(bundleFolders(home), desktopEntries_.list(), roles_, stop);
-    });
+    };
 }
 
 std::optional<AppEntry> AppCatalog::appAtPath(const QString &path) const {
@@ -92,6 +102,8 @@ void AppCatalog::prewarmIcons() {
         if (!freshIcons_.contains(app.path))
             paths.append(app.path);
     }
+    // What is taken away and installed again may look different.
+    freshIcons_.intersect(known);
     fetchIcons(paths);
 }
 

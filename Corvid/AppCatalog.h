@@ -45,6 +45,10 @@ public:
         occurs twice ends the program. */
     void load(CachedList cached = readCachedList());
 
+    /** Scans again at low priority; the list is replaced, and cached, only when something else was
+        found. Returns false, and does nothing, while a scan is under way. */
+    bool refresh();
+
     /** Sorted by name. */
     const std::vector<AppEntry> &apps() const { return list_->records; }
 
@@ -71,8 +75,11 @@ Q_SIGNALS:
     void appsChanged();
     /** icon() and iconForPath() have a new answer for this path. */
     void iconArrived(const QString &path);
+    /** A scan has ended, whatever it found; what it found is shown. */
+    void scanEnded();
 
 private:
+    List::Scan scan() const;
     void prewarmIcons();
     void fetchIcons(const QStringList &paths);
 
@@ -80,7 +87,7 @@ private:
     const DesktopEntries &desktopEntries_;
     const RoleCatalog &roles_;
     QHash<QString, Image> icons_;
-    QSet<QString> freshIcons_;             ///< paths whose icons were fetched since the last load()
+    QSet<QString> freshIcons_;             ///< of what is listed, those fetched since load()
     std::shared_ptr<IconQueue> iconQueue_; ///< shared with the task that empties it
     List list_;
     TaskGroup tasks_;

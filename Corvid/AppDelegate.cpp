@@ -58,6 +58,7 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, 
     viewModel_.refresh();
     catalog_.load(std::move(lists.apps));
     projects_.load(std::move(lists.projects));
+    catalogRefresh_.emplace(platform_.desktopEntries, catalog_, projects_, platform_.now);
     // A process that answers on standard error and shows nothing must not take the hot key from
     // the one that people use, nor a place in the tray.
     if (commandLine.show || !commandLine.isDiagnostic()) {
@@ -94,7 +95,7 @@ void AppDelegate::connectParts() {
     viewModel_.projects = &projects_;
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
-    catalog_.onUpdate = projects_.onUpdate = [this] { viewModel_.refresh(); };
+    catalog_.onUpdate = projects_.onUpdate = [this] { viewModel_.refreshInPlace(); };
     connect(&catalog_, &AppCatalog::iconArrived, &viewModel_, [this](const QString &path) {
         viewModel_.updateIcon(path, catalog_.icons().value(path));
     });
@@ -139,6 +140,7 @@ void AppDelegate::show(quint32 time) {
         viewModel_.reset();
     panel_->position();
     panel_->present(time);
+    catalogRefresh_->panelShown();
     mouseMonitor_.reset();
     if (!platform_.clickMonitor)
         return;
@@ -156,6 +158,7 @@ void AppDelegate::hide() {
     stickyShowing_ = false;
     mouseMonitor_.reset();
     panel_->hide();
+    catalogRefresh_->panelHidden();
 }
 
 void AppDelegate::toggle(quint32 time) {

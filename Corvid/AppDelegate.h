@@ -8,6 +8,7 @@
 #include "LauncherPanel.h"
 #include "LauncherViewModel.h"
 #include "Platform/ClickMonitor.h"
+#include "Program/CatalogRefresh.h"
 #include "ProjectIndex.h"
 
 #include <QObject>
@@ -53,7 +54,7 @@ public:
         Pasteboard &pasteboard;
         SecretStore &secrets;
         SystemLog &log;
-        const DesktopEntries &desktopEntries;
+        DesktopEntries &desktopEntries;
         const Volumes &volumes;
         PanelSurface &panelSurface;
         /** Null where nothing sees clicks elsewhere. */
@@ -130,6 +131,7 @@ private:
     LauncherViewModel viewModel_;
     AppCatalog catalog_;
     ProjectIndex projects_;
+    std::optional<CatalogRefresh> catalogRefresh_; ///< once they have been loaded
     EditorLauncher editorLauncher_;
     std::unique_ptr<LauncherPanel> panel_;
     std::unique_ptr<StatusItem> statusItem_;

@@ -140,7 +140,8 @@ End run(const Start &start, bool busIsSilent, char **argv, Instance &instance,
     JsonUserDefaults defaults;
     UserDefaults::installStandard(&defaults);
     Syslog log;
-    const GioDesktopEntries desktopEntries;
+    GioDesktopEntries desktopEntries;
+    desktopEntries.watch();
     const MountedVolumes volumes;
     const WindowSystem windowSystem = makeWindowSystem();
     SessionWorkspace workspace(desktopEntries, {ChildEnvironment(start.inheritance.environment),

@@ -10,6 +10,7 @@
 #include "ProjectIndex.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace corvid {
 
@@ -52,7 +53,7 @@ void LauncherViewModel::refresh() {
     assign(statusText_, asks() ? u"Ask AI  ·  Return to send"_s : QString(),
            &LauncherViewModel::statusTextChanged);
     if (!asks()) {
-        publish(catalog && projects ? rowsFor(parsedQuery_, sources()) : Rows());
+        publish(listedRows(), selected_);
         return;
     }
     const QString question = parsedQuery_.object.trimmed();
@@ -60,7 +61,21 @@ void LauncherViewModel::refresh() {
     const Rows rows = questionRows(question, hasKey);
     if (hasKey && !question.isEmpty() && aiEnabled())
         fetchIntent(question, rows);
-    publish(rows);
+    publish(rows, selected_);
+}
+
+void LauncherViewModel::refreshInPlace() {
+    if (asks())
+        return;
+    Rows rows = listedRows();
+    const ResultItem *before = selectedRow();
+    const auto same = before ? std::ranges::find(rows, before->id, &ResultItem::id) : rows.end();
+    const int selected = same == rows.end() ? selected_ : static_cast<int>(same - rows.begin());
+    publish(std::move(rows), selected);
+}
+
+Rows LauncherViewModel::listedRows() {
+    return catalog && projects ? rowsFor(parsedQuery_, sources()) : Rows();
 }
 
 RowSources LauncherViewModel::sources() {
@@ -76,9 +91,13 @@ RowSources LauncherViewModel::sources() {
             [this](const QString &path) { return catalog->iconForPath(path); }};
 }
 
-void LauncherViewModel::publish(Rows rows) {
+void LauncherViewModel::publish(Rows rows, int selected) {
     results_ = std::move(rows);
+    // Together with the rows: whoever shows them shall not see another one selected in between.
+    const bool moves = std::exchange(selected_, selected) != selected;
     Q_EMIT resultsChanged();
+    if (moves)
+        Q_EMIT selectedChanged();
     QMetaObject::invokeMethod(this, &LauncherViewModel::displayFlushRequested,
                               Qt::QueuedConnection);
     const int last = static_cast<int>(results_.size()) - 1;
@@ -221,7 +240,7 @@ void LauncherViewModel::fetchIntent(const QString &query, const Rows &baseItems)
             return;
         Rows rows{*row};
         rows.insert(rows.end(), baseItems.begin(), baseItems.end());
-        publish(std::move(rows));
+        publish(std::move(rows), selected_);
     };
     pauseInTyping_.disconnect();
     pauseInTyping_.callOnTimeout(this, [=, this] {

@@ -90,6 +90,9 @@ public:
 
     /** Rebuilds the list from the query and publishes it once. */
     void refresh();
+    /** The same for new lists behind the same query: the selected row's item stays selected if it
+        is still listed. A question's rows come from no list and stay as they are. */
+    void refreshInPlace();
     /** Moves the selection by a step, wrapping at both ends. */
     void moveSelection(int delta);
     /** Return: records the choice and carries it out. `window`: of an application's row. */
@@ -143,7 +146,9 @@ private:
     }
     bool asks() const { return parsedQuery_.kind == Query::Kind::Ask; }
     RowSources sources();
-    void publish(Rows rows);
+    /** What a query that is no question lists. */
+    Rows listedRows();
+    void publish(Rows rows, int selected);
     /** Null where the selection is no row. */
     const ResultItem *selectedRow() const;
     std::optional<QString> selectedPath() const;

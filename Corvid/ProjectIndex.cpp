@@ -17,6 +17,19 @@ bool isThere(const QString &root, const Volumes &volumes, const VolumeProperties
     return volumes.properties(root) != homeVolume || QFileInfo::exists(root);
 }
 
+QStringList defaultRoots(const Volumes &volumes) {
+    const QString home = locations::home();
+    const VolumeProperties homeVolume = volumes.properties(home);
+    QStringList roots;
+    for (const auto name :
+         {"Developer"_L1, "Code"_L1, "code"_L1, "Projects"_L1, "dev"_L1, "src"_L1, "Github"_L1}) {
+        const QString path = home + u'/' + name;
+        if (isThere(path, volumes, homeVolume))
+            roots.append(path);
+    }
+    return roots;
+}
+
 } // namespace
 
 ProjectIndex::ProjectIndex(const UserDefaults &defaults, const Volumes &volumes, QObject *parent)
@@ -29,18 +42,8 @@ ProjectIndex::ProjectIndex(const UserDefaults &defaults, const Volumes &volumes,
       }) {}
 
 QStringList ProjectIndex::roots() const {
-    QStringList roots = settings::projectRoots(defaults_);
-    if (!roots.isEmpty())
-        return roots;
-    const QString home = locations::home();
-    const VolumeProperties homeVolume = volumes_.properties(home);
-    for (const auto name :
-         {"Developer"_L1, "Code"_L1, "code"_L1, "Projects"_L1, "dev"_L1, "src"_L1, "Github"_L1}) {
-        const QString path = home + u'/' + name;
-        if (isThere(path, volumes_, homeVolume))
-            roots.append(path);
-    }
-    return roots;
+    const QStringList stored = settings::projectRoots(defaults_);
+    return stored.isEmpty() ? defaultRoots(volumes_) : stored;
 }
 
 void ProjectIndex::load(CachedList cached) {
@@ -48,6 +51,13 @@ void ProjectIndex::load(CachedList cached) {
     setScanning(true);
     list_.start([this, roots = roots()](const std::stop_token &stop) {
         return scan(roots, volumes_, stop);
+    });
+}
+
+bool ProjectIndex::refresh() {
+    // Whoever is just typing does not wait for a look at the disk.
+    return list_.refresh([this, stored = settings::projectRoots(defaults_)](const auto &stop) {
+        return scan(stored.isEmpty() ? defaultRoots(volumes_) : stored, volumes_, stop);
     });
 }
 

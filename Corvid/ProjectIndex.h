@@ -31,7 +31,7 @@ public:
     /** The names of projects(), prepared for matching; replaced with the list. */
     SearchIndex &searchIndex() { return list_->searchIndex; }
 
-    /** True from the start of a scan until a scan's result is shown. */
+    /** True from load() until a scan's result is shown. */
     bool scanning() const { return scanning_; }
 
     /** Called after each replacement of the list, by the cache or by a scan; must not destroy the
@@ -52,6 +52,11 @@ public:
         be waited for is shown when it is read, unless a scan was faster. May be called again at
         any time: scans overlap, and the list is that of the scan that ends last. */
     void load(CachedList cached = readCachedList());
+
+    /** Scans again at low priority, from the roots() of now; the list is replaced, and cached, only
+        when something else was found. Returns false, and does nothing, while a scan is under way.
+        scanning() does not tell of it. */
+    bool refresh();
 
 Q_SIGNALS:
     void projectsChanged();

@@ -15,6 +15,8 @@
 #include <atomic>
 #include <semaphore>
 
+#include <sys/stat.h>
+
 using namespace corvid;
 using namespace Qt::Literals::StringLiterals;
 
@@ -83,6 +85,30 @@ protected:
                 "<plist><dict><key>CFBundleIdentifier</key><string>com.example." +
                     QByteArray::number(bundles_) + "</string></dict></plist>"));
         }
+    }
+    /** Which file the cache is: every write makes another one. */
+    ino_t cacheIdentity() const {
+        struct stat status = {};
+        stat(QFile::encodeName(cachePath()).constData(), &status);
+        return status.st_ino;
+    }
+    /** Loads the list, and waits until it is shown, cached and has its icons. */
+    void loadWhole() {
+        countUpdates();
+        ASSERT_TRUE(loadAndWaitForScan());
+        ASSERT_TRUE(waitUntil([this] {
+            return cacheFile() == encodeRecords<AppEntry>(catalog().apps()) &&
+                   catalog().icons().size() == static_cast<qsizetype>(catalog().apps().size());
+        }));
+        updates_ = 0;
+    }
+    bool refreshAndWait() {
+        bool ended = false;
+        const auto connection =
+            QObject::connect(&catalog(), &AppCatalog::scanEnded, [&ended] { ended = true; });
+        EXPECT_TRUE(catalog().refresh());
+        EXPECT_TRUE(waitUntil([&ended] { return ended; }));
+        return QObject::disconnect(connection) && ended;
     }
     bool loadAndWaitForScan() {
         const int before = updates_;
@@ -396,4 +422,65 @@ TEST_F(AppCatalogTest, aNewListEndsTheFetchingForTheOldOne) {
     catalog_.reset();
     EXPECT_FALSE(workspace_.iconsFetched().contains(pathOf(u"Old2"_s)));
     EXPECT_FALSE(workspace_.iconsFetched().contains(pathOf(u"Old3"_s)));
+}
+
+TEST_F(AppCatalogTest, aRefreshThatFindsNothingNewChangesNothingAndWritesNothing) {
+    install({u"A"_s, u"B"_s});
+    loadWhole();
+    const AppEntry *const list = catalog().apps().data();
+    const ino_t cache = cacheIdentity();
+    int signals = 0;
+    QObject::connect(&catalog(), &AppCatalog::appsChanged, [&signals] { ++signals; });
+    ASSERT_TRUE(refreshAndWait());
+    EXPECT_EQ(updates_, 0);
+    EXPECT_EQ(signals, 0);
+    EXPECT_EQ(catalog().apps().data(), list);
+    catalog_.reset(); // waits for whatever is still under way
+    EXPECT_EQ(cacheIdentity(), cache);
+    EXPECT_EQ(workspace_.iconsFetched().size(), 2);
+}
+
+TEST_F(AppCatalogTest, aRefreshShowsAndCachesWhatIsNewAndWhatIsGone) {
+    install({u"A"_s, u"B"_s});
+    loadWhole();
+    install({u"B"_s, u"C"_s});
+    ASSERT_TRUE(refreshAndWait());
+    EXPECT_EQ(updates_, 1);
+    EXPECT_EQ(names(), (QStringList{u"B"_s, u"C"_s}));
+    EXPECT_TRUE(
+        waitUntil([this] { return cacheFile() == encodeRecords<AppEntry>(catalog().apps()); }));
+    EXPECT_TRUE(waitUntil([this] { return catalog().icons().contains(pathOf(u"C"_s)); }));
+    EXPECT_EQ(workspace_.iconsFetched(),
+              (QStringList{pathOf(u"A"_s), pathOf(u"B"_s), pathOf(u"C"_s)}))
+        << "the icon of what was there before is known";
+}
+
+TEST_F(AppCatalogTest, whatWasTakenAwayAndInstalledAgainHasItsIconFetchedAnew) {
+    install({u"A"_s});
+    loadWhole();
+    install({});
+    ASSERT_TRUE(refreshAndWait());
+    install({u"A"_s});
+    ASSERT_TRUE(refreshAndWait());
+    EXPECT_TRUE(waitUntil([this] { return workspace_.iconsFetched().size() == 2; }));
+}
+
+TEST_F(AppCatalogTest, noRefreshBeginsWhileAScanIsUnderWay) {
+    std::atomic<int> listings = 0;
+    desktop_.whileListing = [&] {
+        ++listings;
+        scansMayGoOn_.acquire();
+    };
+    int ended = 0;
+    QObject::connect(&catalog(), &AppCatalog::scanEnded, [&ended] { ++ended; });
+    catalog().load();
+    EXPECT_FALSE(catalog().refresh());
+    scansMayGoOn_.release();
+    ASSERT_TRUE(waitUntil([&ended] { return ended == 1; }));
+    EXPECT_TRUE(catalog().refresh());
+    for (int i = 0; i < 10; ++i)
+        EXPECT_FALSE(catalog().refresh()) << "such as one that hangs";
+    scansMayGoOn_.release();
+    ASSERT_TRUE(waitUntil([&ended] { return ended == 2; }));
+    EXPECT_EQ(listings, 2);
 }

@@ -18,6 +18,8 @@
 #include "Worlds/Wait.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFile>
 #include <QImage>
 #include <QJsonArray>
 #include <QKeyEvent>
@@ -202,6 +204,26 @@ TEST_F(AppDelegateTest, afterMoreThanTenSecondsAShowStartsAfresh) {
         EXPECT_EQ(delegate.viewModel().query(), query);
         delegate.hide();
     }
+}
+
+TEST_F(AppDelegateTest, whatWasClonedWhileThePanelWasHiddenIsFoundAtALaterShowing) {
+    const auto clone = [this](const QString &name) {
+        ASSERT_TRUE(QDir().mkpath(folder.filePath(u"src/"_s + name)));
+        ASSERT_TRUE(QFile(folder.filePath(u"src/%1/Makefile"_s.arg(name))).open(QFile::WriteOnly));
+    };
+    const auto finds = [this](const QString &name) {
+        delegate.viewModel().setQuery(name);
+        return waitUntil([&] { return delegate.viewModel().results().front().title == name; });
+    };
+    defaults.set(u"projectRoots"_s, QJsonArray{folder.filePath(u"src"_s)});
+    clone(u"earlier"_s);
+    launch();
+    EXPECT_TRUE(finds(u"earlier"_s));
+    clone(u"later"_s);
+    now += std::chrono::seconds(31);
+    delegate.show();
+    EXPECT_TRUE(finds(u"later"_s));
+    defaults.set(u"projectRoots"_s, QJsonValue(QJsonValue::Undefined));
 }
 
 TEST_F(AppDelegateTest, aCloseByTheWindowManagerIsAHide) {

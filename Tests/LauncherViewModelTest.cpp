@@ -333,3 +333,47 @@ TEST_F(LauncherViewModelTest, withoutCallbacksNothingBreaks) {
     model.cancel();
     EXPECT_EQ(world.stats.counts().size(), 1);
 }
+
+TEST_F(LauncherViewModelTest, theSelectedRowsItemStaysSelectedWhenTheListsBehindItChange) {
+    world.setLaunches(usageKey(foo1), 2);
+    world.setLaunches(usageKey(foo2), 1);
+    model.refresh();
+    model.setSelected(1);
+    ASSERT_EQ(model.results()[1].id, usageKey(foo2));
+    world.setLaunches(usageKey(foo2), 3);
+    QStringList seen;
+    QObject::connect(&model, &LauncherViewModel::resultsChanged, [&] {
+        seen.append(model.results()[static_cast<std::size_t>(model.selected())].id);
+    });
+    int moves = 0;
+    QObject::connect(&model, &LauncherViewModel::selectedChanged, [&moves] { ++moves; });
+    model.refreshInPlace();
+    EXPECT_EQ(model.selected(), 0);
+    EXPECT_EQ(moves, 1);
+    EXPECT_EQ(seen, QStringList{usageKey(foo2)}) << "no other row is seen selected in between";
+}
+
+TEST_F(LauncherViewModelTest, aSelectedItemThatIsListedNoLongerLeavesTheSelectionInItsPlace) {
+    world.setLaunches(usageKey(foo1), 2);
+    world.setLaunches(usageKey(foo2), 1);
+    model.refresh();
+    model.setSelected(0);
+    world.setLaunches(usageKey(foo1), 0);
+    model.refreshInPlace();
+    EXPECT_EQ(model.selected(), 0);
+    EXPECT_EQ(model.results().front().id, usageKey(foo2));
+    world.setLaunches(usageKey(foo1), 2);
+    model.refresh();
+    model.setSelected(1);
+    world.setLaunches(usageKey(foo2), 0);
+    model.refreshInPlace();
+    EXPECT_EQ(model.selected(), 0) << "of the last row";
+}
+
+TEST_F(LauncherViewModelTest, aQuestionsRowsStayWhenTheListsChange) {
+    model.setQuery(u"ai why"_s);
+    int changes = 0;
+    QObject::connect(&model, &LauncherViewModel::resultsChanged, [&changes] { ++changes; });
+    model.refreshInPlace();
+    EXPECT_EQ(changes, 0);
+}

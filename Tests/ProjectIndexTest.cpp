@@ -502,3 +502,37 @@ TEST_F(ProjectIndexTest, aResultThatWaitsWhenTheIndexIsDestroyedReachesNobody) {
     QCoreApplication::processEvents();
     EXPECT_EQ(updates, 0);
 }
+
+// Refreshing
+
+TEST_F(ProjectIndexTest, aRefreshFindsWhatWasClonedSinceAlsoInADefaultRootThatWasNotThere) {
+    project(u"src/web"_s);
+    ProjectIndex index(defaults_, volumes_);
+    index.load();
+    ASSERT_TRUE(waitUntil([&] { return !index.scanning(); }));
+    project(u"Code/cloned"_s);
+    int updates = 0;
+    index.onUpdate = [&] { ++updates; };
+    ASSERT_TRUE(index.refresh());
+    EXPECT_FALSE(index.scanning());
+    ASSERT_TRUE(waitUntil([&] { return updates == 1; }));
+    EXPECT_EQ(names(index), (QStringList{u"cloned"_s, u"web"_s}));
+    EXPECT_TRUE(cacheFollows(index));
+}
+
+TEST_F(ProjectIndexTest, whatARefreshFoundIsDroppedWhenTheRootsWereLoadedAnewMeanwhile) {
+    project(u"old/gone"_s);
+    project(u"new/here"_s);
+    storeRoots(QJsonArray{at(u"old"_s)});
+    gate_.shut(at(u"old"_s));
+    ProjectIndex index(defaults_, gate_);
+    ASSERT_TRUE(index.refresh());
+    ASSERT_TRUE(waitUntil([&] { return gate_.isWaitingAt(at(u"old"_s)); }));
+    storeRoots(QJsonArray{at(u"new"_s)});
+    index.load();
+    ASSERT_TRUE(waitUntil([&] { return !index.scanning(); }));
+    gate_.open(at(u"old"_s));
+    // There is room for the next scan when the first one has handed its result over.
+    ASSERT_TRUE(waitUntil([&] { return index.refresh(); }));
+    EXPECT_EQ(names(index), QStringList{u"here"_s});
+}

@@ -43,9 +43,11 @@ public:
     using Scan = std::function<Records(const std::stop_token &)>;
     enum class Source { Cache, Scan };
 
-    /** `onReplaced` follows each replacement of the list. It may load again. */
-    explicit ScannedList(std::function<void(Source)> onReplaced)
-        : onReplaced_(std::move(onReplaced)) {}
+    /** `onReplaced` follows each replacement of the list, `onScanned` the end of each scan,
+        whatever it found. Both may scan again. */
+    explicit ScannedList(std::function<void(Source)> onReplaced,
+                         std::function<void()> onScanned = nullptr)
+        : onReplaced_(std::move(onReplaced)), onScanned_(std::move(onScanned)) {}
 
     /** Starts to read the cache. Any thread; needs no event loop. */
     static Cached readCache() {
@@ -87,17 +89,18 @@ public:
     /** Starts a scan, whose result is shown and cached. Scans may overlap; the one that ends last
         counts. */
     void start(Scan scan) {
-        tasks_.start([this, scan = std::move(scan)](const std::stop_token &stop) {
-            Records records = scan(stop);
-            // Half a scan is no result; whoever asked it to stop is waiting to be destroyed.
-            if (stop.stop_requested())
-                return;
-            later([this, list = std::make_shared<Snapshot>(std::move(records))] {
-                ++generation_;
-                replace(list, Source::Scan);
-                write(list);
-            });
-        });
+        ++starts_;
+        run(std::move(scan), nullptr, TaskPriority::Normal);
+    }
+
+    /** Scans again behind everything else, and shows and caches what differs from the list that is
+        shown now; what was found is dropped when start() was called meanwhile. Returns false, and
+        does nothing, while a scan is under way, be it for ever. */
+    bool refresh(Scan scan) {
+        if (scansUnderWay_ > 0)
+            return false;
+        run(std::move(scan), snapshot_, TaskPriority::Utility);
+        return true;
     }
 
 private:
@@ -105,6 +108,37 @@ private:
         constexpr bool isOfApps = std::is_same_v<Record, AppEntry>;
         return locations::cacheFile(isOfApps ? QStringLiteral("catalog.json")
                                              : QStringLiteral("projects.json"));
+    }
+
+    /** Scans in the background. `known`: the list that a refresh is compared with; null for a scan
+        whose result counts in any case. */
+    void run(Scan scan, SharedSnapshot known, TaskPriority priority) {
+        ++scansUnderWay_;
+        auto task = [this, scan = std::move(scan), known = std::move(known),
+                     starts = starts_](const std::stop_token &stop) {
+            Records records = scan(stop);
+            // Half a scan is no result; whoever asked it to stop is waiting to be destroyed.
+            if (stop.stop_requested())
+                return;
+            const bool isNew = !known || known->records != records;
+            later([this, starts, isRefresh = known != nullptr,
+                   list = isNew ? std::make_shared<Snapshot>(std::move(records)) : nullptr] {
+                --scansUnderWay_;
+                if (list && isRefresh && starts != starts_)
+                    discard(list);
+                else if (list)
+                    install(list);
+                if (onScanned_)
+                    onScanned_();
+            });
+        };
+        tasks_.start(std::move(task), priority);
+    }
+
+    void install(const SharedSnapshot &list) {
+        ++generation_;
+        replace(list, Source::Scan);
+        write(list);
     }
 
     /** Runs it in the main thread, called from any. */
@@ -135,8 +169,11 @@ private:
     }
 
     const std::function<void(Source)> onReplaced_;
+    const std::function<void()> onScanned_;
     SharedSnapshot snapshot_ = std::make_shared<Snapshot>(Records());
     quint64 generation_ = 0; ///< of what is shown: grows with each showCached() and scan's end
+    quint64 starts_ = 0;     ///< of start()
+    int scansUnderWay_ = 0;
     std::atomic<quint64> lastWrite_ = 0;
     std::mutex writing_;
     QObject receiver_; ///< of what the tasks hand over

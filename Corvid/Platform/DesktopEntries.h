@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <vector>
 
 namespace corvid {
@@ -32,6 +33,10 @@ public:
     /** Reads the folders afresh; tens of milliseconds for a thousand entries, so call it in the
         background. Any thread. Broken entries are left out, and no path occurs twice. */
     virtual std::vector<DesktopEntry> list() const = 0;
+
+    /** Called on the main thread when list() may have another answer than the last time, perhaps
+        several times for one change. Where nothing can be watched, never. */
+    std::function<void()> onChange;
 };
 
 } // namespace corvid

@@ -32,7 +32,7 @@ struct EntryFile {
 
 // The entry files below one folder. In a subfolder the id begins with its name: sub/x.desktop is
 // "sub-x". Files come before subfolders, so that a plain file wins over one with its id in there.
-std::vector<EntryFile> entryFiles(const QString &root) {
+std::vector<EntryFile> entryFiles(const QString &root, const FolderWatch *watch) {
     // A link may lead into a large tree, or back to where we are.
     constexpr int deepestFolder = 8;
     constexpr qsizetype mostFolders = 1000;
@@ -46,6 +46,8 @@ std::vector<EntryFile> entryFiles(const QString &root) {
     QSet<QString> seen;
     for (std::size_t next = 0; next < folders.size() && seen.size() < mostFolders; ++next) {
         const Folder folder = folders[next];
+        if (watch)
+            watch->add(folder.path);
         const QString canonical = QFileInfo(folder.path).canonicalFilePath();
         if (canonical.isEmpty() || seen.contains(canonical))
             continue;
@@ -161,10 +163,11 @@ QStringList GioDesktopEntries::folders() {
 std::vector<DesktopEntry> GioDesktopEntries::list() const {
     Listing listing;
     QSet<QString> launchedAppImages;
+    const FolderWatch *watch = watch_ ? &*watch_ : nullptr;
     // The first file with an id masks the others, also when it is not shown or cannot be read.
     QSet<QString> ids;
     for (const QString &folder : folders()) {
-        for (const EntryFile &file : entryFiles(folder)) {
+        for (const EntryFile &file : entryFiles(folder, watch)) {
             if (ids.contains(file.id))
                 continue;
             ids.insert(file.id);
@@ -175,9 +178,20 @@ std::vector<DesktopEntry> GioDesktopEntries::list() const {
         }
     }
     std::vector<DesktopEntry> entries = listing.take();
-    for (DesktopEntry &image : appImages(appImageFolders(), launchedAppImages))
+    const QStringList imageFolders = appImageFolders();
+    for (const QString &folder : imageFolders)
+        if (watch && QFileInfo(folder).isDir())
+            watch->add(folder);
+    for (DesktopEntry &image : appImages(imageFolders, launchedAppImages))
         entries.push_back(std::move(image));
     return entries;
+}
+
+void GioDesktopEntries::watch() {
+    watch_.emplace([this] {
+        if (onChange)
+            onChange();
+    });
 }
 
 } // namespace corvid

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Launching/GioDesktopEntries.h"
 
 #include "Worlds/PrivateMounts.h"
+#include "Worlds/Wait.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -408,4 +409,27 @@ TEST_F(GioDesktopEntriesTest, anAppImageIsListedUnlessAnEntryRunsIt) {
         names.append(listed().at(id).name);
     names.sort();
     EXPECT_EQ(names, (QStringList{u"One"_s, u"Three"_s, u"Two"_s}));
+}
+
+TEST_F(GioDesktopEntriesTest, whatChangesAfterAListingIsReported) {
+    set("HOME", path(u"home"_s));
+    ASSERT_TRUE(QDir().mkpath(path(u"home/Applications"_s)));
+    GioDesktopEntries entries;
+    entries.watch();
+    int changes = 0;
+    entries.onChange = [&changes] { ++changes; };
+    const auto isReported = [&] {
+        const bool reported = waitUntil([&] { return std::exchange(changes, 0) > 0; });
+        entries.list();
+        return reported;
+    };
+    entries.list();
+    install(u"user/applications/new.desktop"_s, "New");
+    EXPECT_TRUE(isReported()) << "in a folder that was not there";
+    install(u"user/applications/sub/deep.desktop"_s, "Deep");
+    EXPECT_TRUE(isReported());
+    ASSERT_TRUE(QFile::remove(path(u"user/applications/sub/deep.desktop"_s)));
+    EXPECT_TRUE(isReported());
+    write(u"home/Applications/App.AppImage"_s, "x");
+    EXPECT_TRUE(isReported());
 }
