@@ -51,6 +51,7 @@ def main():
     home = pathlib.Path(sys.argv[1]).resolve()
     application_count, project_count = int(sys.argv[2]), int(sys.argv[3])
     pick = random.Random(20261121)
+    pick_keywords = random.Random(20261122)  # of its own: the rest stays as it was without them
 
     entries = home / ".local/share/applications"
     entries.mkdir(parents=True, exist_ok=True)
@@ -66,7 +67,8 @@ def main():
             f"[Desktop Entry]\nType=Application\nName={name}\nExec=true\n"
             f"Icon=org.example.App{number}\n"
             f"GenericName={pick.choice(WORDS).title()} {pick.choice(WORDS).title()}\n"
-            f"Categories={pick.choice(CATEGORIES)}\n")
+            f"Categories={pick.choice(CATEGORIES)}\n"
+            f"Keywords={';'.join(pick_keywords.sample(WORDS, pick_keywords.randint(0, 20)))};\n")
         (icons / f"org.example.App{number}.png").write_bytes(png(pick.randbytes(3)))
 
     roots = []

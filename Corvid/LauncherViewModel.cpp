@@ -88,7 +88,8 @@ RowSources LauncherViewModel::sources() {
             environment_.roles,
             environment_.stats,
             environment_.workspace.runningApplications(),
-            [this](const QString &path) { return catalog->iconForPath(path); }};
+            [this](const QString &path) { return catalog->iconForPath(path); },
+            environment_.defaults};
 }
 
 void LauncherViewModel::publish(Rows rows, int selected) {

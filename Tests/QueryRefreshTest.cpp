@@ -1,3 +1,4 @@
+#include "Base/Settings.h"
 #include "Fakes/LauncherWorld.h"
 
 #include <gtest/gtest.h>
@@ -240,6 +241,76 @@ TEST(QueryRefresh, anApplicationIsNotListedTwiceForItsNameAndItsRole) {
 TEST(QueryRefresh, aSearchMatchesAliases) {
     LauncherWorld world({makeApp(u"Visual Studio Code"_s, {}, {u"vsc"_s})}, {});
     EXPECT_EQ(world.titles(u"vsc"_s), QStringList{u"Visual Studio Code"_s});
+}
+
+TEST(QueryRefresh, whatTheQueryNamesBesidesStandsBehindWhatIsFoundByItsName) {
+    AppEntry connections = makeApp(u"Connections"_s);
+    connections.words = "network wifi";
+    LauncherWorld world({connections, makeApp(u"Windfin"_s)}, {});
+    EXPECT_EQ(world.titles(u"wifi"_s), (QStringList{u"Windfin"_s, u"Connections"_s}));
+    world.model.setQuery(u"network"_s);
+    EXPECT_EQ(ids(world), QStringList{usageKey(connections)} + fallbackIds);
+}
+
+TEST(QueryRefresh, onlyASearchShowsWhatTheQueryNamesBesides) {
+    AppEntry described = makeApp(u"Zed"_s, {u"game"_s});
+    described.words = "browser web quux 2 3 ai";
+    LauncherWorld world({described}, {}, taxonomy);
+    for (const QString &query : {u"browser"_s, u"web in quux"_s}) {
+        world.model.setQuery(query);
+        EXPECT_EQ(ids(world), fallbackIds) << qPrintable(query);
+    }
+    world.model.setQuery(u"2 - 3"_s);
+    EXPECT_EQ(ids(world), QStringList{u"math"_s});
+    EXPECT_EQ(world.titles(u"ai quux"_s).contains(u"Zed"_s), false);
+    EXPECT_EQ(world.titles(u"quux"_s).front(), u"Zed");
+}
+
+TEST(QueryRefresh, aSearchShowsNineRowsAtMostWhateverIsNamedBesides) {
+    std::vector<AppEntry> apps;
+    for (int i = 0; i < 20; ++i) {
+        apps.push_back(makeApp(u"App%1"_s.arg(i)));
+        apps.back().words = "sound";
+    }
+    LauncherWorld world(apps, {});
+    EXPECT_EQ(world.titles(u"sound"_s).size(), 9) << "seven and the fallback";
+    apps.push_back(makeApp(u"Sounder"_s));
+    LauncherWorld more(apps, {});
+    EXPECT_EQ(more.titles(u"sound"_s).size(), 9);
+    EXPECT_EQ(more.titles(u"sound"_s).front(), u"Sounder");
+}
+
+TEST(QueryRefresh, aMisspeltNameIsTriedOnlyWhereNothingElseIsFound) {
+    AppEntry described = makeApp(u"Other"_s);
+    described.words = "fierfox";
+    LauncherWorld world({makeApp(u"Firefox"_s)}, {});
+    world.model.setQuery(u"fierfox"_s);
+    EXPECT_EQ(ids(world), QStringList{usageKey(makeApp(u"Firefox"_s))} + fallbackIds);
+    LauncherWorld more({makeApp(u"Firefox"_s), described}, {});
+    more.model.setQuery(u"fierfox"_s);
+    EXPECT_EQ(ids(more), QStringList{usageKey(described)} + fallbackIds);
+}
+
+TEST(QueryRefresh, whatWasChosenAmongTheRowsBehindIsRememberedForItsQuery) {
+    AppEntry connections = makeApp(u"Connections"_s);
+    connections.words = "wifi";
+    LauncherWorld world({makeApp(u"Windfin"_s), connections}, {});
+    world.titles(u"wifi"_s);
+    world.model.setSelected(1);
+    world.model.submit();
+    world.model.refresh();
+    EXPECT_EQ(world.titles(u"wifi"_s), (QStringList{u"Connections"_s, u"Windfin"_s}));
+    EXPECT_EQ(world.stats.counts().value(usageKey(connections)), 1);
+}
+
+TEST(QueryRefresh, theLastProjectIsNamedBehindWhatASearchFinds) {
+    const ProjectEntry named = makeProject(u"last project"_s);
+    LauncherWorld world({makeApp(u"Zed"_s)}, {named});
+    settings::setLastProject(world.defaults, {u"/p/web"_s, makeApp(u"Zed"_s).path});
+    world.model.setQuery(u"last project"_s);
+    EXPECT_EQ(ids(world), (QStringList{named.path, u"last-project"_s}));
+    world.model.submit();
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenLastProject{}});
 }
 
 TEST(QueryRefresh, anInQueryListsProjectsForTheEditorAndTheEditorAlone) {

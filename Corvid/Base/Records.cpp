@@ -25,12 +25,15 @@ QString usageKey(const ProjectEntry &project) {
 }
 
 QJsonObject toJson(const AppEntry &app) {
-    return {{"name"_L1, app.name},
-            {"bundleID"_L1, app.bundleID},
-            {"path"_L1, app.path},
-            {"roles"_L1, QJsonArray::fromStringList(app.roles)},
-            {"aliases"_L1, QJsonArray::fromStringList(app.aliases)},
-            {"category"_L1, app.category}};
+    QJsonObject object{{"name"_L1, app.name},
+                       {"bundleID"_L1, app.bundleID},
+                       {"path"_L1, app.path},
+                       {"roles"_L1, QJsonArray::fromStringList(app.roles)},
+                       {"aliases"_L1, QJsonArray::fromStringList(app.aliases)},
+                       {"category"_L1, app.category}};
+    if (!app.words.isEmpty())
+        object.insert("words"_L1, QString::fromUtf8(app.words));
+    return object;
 }
 
 QJsonObject toJson(const ProjectEntry &project) {
@@ -47,10 +50,17 @@ std::optional<AppEntry> fromJson<AppEntry>(const QJsonValue &value) {
     auto roles = json::texts(value["roles"_L1]);
     auto aliases = json::list<QStringList>(value["aliases"_L1], decodeName);
     auto category = json::text(value["category"_L1]);
-    if (!name || !bundleID || !path || !roles || !aliases || !category)
+    const QJsonValue stored = value["words"_L1];
+    const auto words = stored.isUndefined() ? QString() : json::text(stored);
+    if (!name || !bundleID || !path || !roles || !aliases || !category || !words)
         return std::nullopt;
-    return AppEntry{*std::move(name),  *std::move(bundleID), *std::move(path),
-                    *std::move(roles), *std::move(aliases),  *std::move(category)};
+    return AppEntry{*std::move(name),
+                    *std::move(bundleID),
+                    *std::move(path),
+                    *std::move(roles),
+                    *std::move(aliases),
+                    *std::move(category),
+                    words->left(mostDescribingLetters).toUtf8()};
 }
 
 template <>

@@ -2,6 +2,7 @@
 
 #include "Platform/Image.h"
 
+#include <QByteArray>
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QString>
@@ -20,6 +21,9 @@ struct AppEntry {
     QStringList roles;   ///< role names that the application fills
     QStringList aliases; ///< other names the user may type
     QString category;    ///< category from the application's metadata; may be empty
+    /** Other words that describe it, folded, in UTF-8, a blank between two; may be empty. The more
+        telling ones come first. */
+    QByteArray words = {};
 
     bool operator==(const AppEntry &) const = default;
 };
@@ -37,8 +41,12 @@ struct ProjectEntry {
 QString usageKey(const AppEntry &app);
 QString usageKey(const ProjectEntry &project);
 
+/** How many characters of describing words an application has at most. */
+inline constexpr qsizetype mostDescribingLetters = 512;
+
 /** JSON coding: the keys are the field names. Decoding yields nothing when one is missing or of
-    another type, and cuts names and aliases as nameFrom() does. */
+    another type, and cuts names and aliases as nameFrom() does. Only "words" may be missing, and is
+    not written when it is empty. */
 QJsonObject toJson(const AppEntry &app);
 QJsonObject toJson(const ProjectEntry &project);
 template <typename Record>

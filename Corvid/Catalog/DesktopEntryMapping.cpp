@@ -2,7 +2,9 @@
 
 #include "Base/Text.h"
 #include "Catalog/SpokenNames.h"
+#include "Search/Words.h"
 
+#include <QSet>
 #include <QStringTokenizer>
 
 #include <array>
@@ -163,6 +165,53 @@ QStringList aliasesOf(const DesktopEntry &entry, const QStringList &known) {
     return aliases;
 }
 
+// What categories say of an entry, in words: "CardGame" is a card game. Not those that say what it
+// was made with, or nothing.
+QStringList describedBy(const QStringList &categories) {
+    static const QStringList silent{u"GNOME"_s,    u"GTK"_s,     u"KDE"_s,    u"Qt"_s,
+                                    u"XFCE"_s,     u"LXDE"_s,    u"LXQt"_s,   u"MATE"_s,
+                                    u"Core"_s,     u"Utility"_s, u"System"_s, u"Application"_s,
+                                    u"Settings"_s, u"Java"_s,    u"Motif"_s,  u"ConsoleOnly"_s};
+    QStringList said;
+    for (const QString &category : categories) {
+        if (silent.contains(category) || category.startsWith("X-"_L1))
+            continue;
+        const QString split = splitCamelCase(category);
+        said << (split.isEmpty() ? category : split);
+    }
+    return said;
+}
+
+// Beside the words of its name and aliases. Words with a hyphen are there without it, too.
+QByteArray describingWords(const DesktopEntry &entry, const QStringList &aliases) {
+    QStringList texts{entry.genericName, entry.unlocalizedGenericName};
+    texts << entry.keywords << entry.unlocalizedKeywords;
+    if (entry.categories.contains("Settings"_L1))
+        texts << u"settings preferences"_s;
+    for (const QString &word : (entry.name + u' ' + entry.unlocalizedName).split(u' '))
+        texts << splitCamelCase(word);
+    texts << describedBy(entry.categories);
+    QSet<QString> taken;
+    for (const QString &name : QStringList(entry.name) + aliases)
+        words::forEach(folded(name), [&taken](QStringView word) { taken.insert(word.toString()); });
+    QString all;
+    const auto add = [&](QStringView word) {
+        if (all.size() + 1 + word.size() > mostDescribingLetters || taken.contains(word.toString()))
+            return;
+        taken.insert(word.toString());
+        if (!all.isEmpty())
+            all += u' ';
+        all += word;
+    };
+    for (const QString &text : std::as_const(texts)) {
+        const QString plain = folded(text);
+        words::forEach(plain, add);
+        if (plain.contains(u'-'))
+            words::forEach(QString(plain).remove(u'-'), add);
+    }
+    return all.toUtf8();
+}
+
 } // namespace
 
 AppEntry appEntry(const DesktopEntry &entry, const RoleCatalog &catalog) {
@@ -172,7 +221,14 @@ AppEntry appEntry(const DesktopEntry &entry, const RoleCatalog &catalog) {
     if (known.roles.isEmpty())
         roles += rolesOfCategories(entry.categories) + rolesOfWords(entry, catalog);
     roles.removeDuplicates();
-    return {entry.name, entry.id, entry.path, roles, aliasesOf(entry, known.aliases), category};
+    const QStringList aliases = aliasesOf(entry, known.aliases);
+    return {entry.name,
+            entry.id,
+            entry.path,
+            roles,
+            aliases,
+            category,
+            describingWords(entry, aliases)};
 }
 
 QString appCategory(const QStringList &categories) {

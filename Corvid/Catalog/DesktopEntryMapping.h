@@ -13,7 +13,9 @@ namespace corvid {
  * name, letter case aside. Keywords are no aliases: too many of them are everyday words. Roles are
  * those of the catalog and those of the category; of an application that the catalog does not know,
  * those of single Categories and those that its generic name or a keyword names besides. None
- * twice. Pure.
+ * twice. The words that describe it besides are those of the generic name and of the keywords,
+ * localised and not, "settings" and "preferences" for a panel of the settings, the parts of a name
+ * in camel case, and what the categories say. Pure.
  */
 AppEntry appEntry(const DesktopEntry &entry, const RoleCatalog &catalog);
 

@@ -22,6 +22,9 @@ struct DesktopEntry {
     QStringList categories;      ///< Categories, in order
     QString startupWMClass = {}; ///< StartupWMClass, the class of its windows; may be empty
     QStringList keywords = {};   ///< localised Keywords, in order
+    /** As written without a locale; may be empty. */
+    QString unlocalizedGenericName = {};
+    QStringList unlocalizedKeywords = {};
 
     bool operator==(const DesktopEntry &) const = default;
 };

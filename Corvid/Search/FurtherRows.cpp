@@ -1,5 +1,9 @@
 #include "Search/FurtherRows.h"
 
+#include "Search/LastProjectRow.h"
+#include "Search/SpellingRows.h"
+#include "Search/WordRows.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -11,14 +15,17 @@ using Source = Rows (*)(const Query &query, const RowSources &from);
 
 // In the order in which their rows stand. Each names what it finds by its first whole words, and
 // returns nothing quickly for a query that names nothing of its own.
-const std::vector<Source> sources{};
+const std::vector<Source> sources{
+    lastProjectRows,
+    wordRows,
+};
 
 } // namespace
 
 void addFurtherRows(Rows &rows, const Query &query, const RowSources &from) {
     constexpr std::size_t fallbacks = 2;
     const std::size_t most = rows.empty() ? mostSearchRows - fallbacks : mostSearchRows;
-    for (const Source source : sources) {
+    const auto add = [&](Source source) {
         if (rows.size() >= most)
             return;
         for (ResultItem &row : source(query, from)) {
@@ -26,7 +33,10 @@ void addFurtherRows(Rows &rows, const Query &query, const RowSources &from) {
             if (!isListed && rows.size() < most)
                 rows.push_back(std::move(row));
         }
-    }
+    };
+    std::ranges::for_each(sources, add);
+    if (rows.empty())
+        add(spellingRows);
 }
 
 } // namespace corvid

@@ -22,13 +22,6 @@ constexpr qint64 projectHandicap = 50; // an equally matched application stands 
 
 const QString appBadge = u"App"_s;
 
-QString withHomeAsTilde(const QString &path) {
-    const QString home = locations::home();
-    if (!path.startsWith(home) || (path.size() > home.size() && path[home.size()] != u'/'))
-        return path;
-    return u'~' + path.sliced(home.size());
-}
-
 QString webSearchUrl(const QString &query) {
     // Allowed in a URL's query besides the unreserved characters.
     static const QByteArray allowed = "!$&'()*+,;=:@/?";
@@ -168,9 +161,7 @@ Rows search(const QString &text, const RowSources &from) {
     Rows rows;
     for (const Match &match : bestMatches(text, from)) {
         if (match.kind == Match::Kind::Project) {
-            const ProjectEntry &project = from.projects[match.index];
-            const QString stack = project.stack.join(u" · "_s);
-            rows.push_back(projectRow(project, stack.isEmpty() ? u"Project"_s : stack, {}, from));
+            rows.push_back(foundProjectRow(match.index, from));
         } else {
             rows.push_back(appRow(match.index, from));
             if (match.kind == Match::Kind::AppOfRole)
@@ -193,6 +184,13 @@ Rows searchRows(const Query &query, const RowSources &from) {
 
 } // namespace
 
+QString withHomeAsTilde(const QString &path) {
+    const QString home = locations::home();
+    if (!path.startsWith(home) || (path.size() > home.size() && path[home.size()] != u'/'))
+        return path;
+    return u'~' + path.sliced(home.size());
+}
+
 ResultItem appRow(std::size_t index, const RowSources &from) {
     const AppEntry &app = from.apps[index];
     return {from.appIndex.key(index),
@@ -208,6 +206,12 @@ ResultItem projectRow(const ProjectEntry &project, const QString &badge,
                       const std::optional<AppEntry> &editor, const RowSources &from) {
     return {project.path, from.icon(locations::home()), project.name, withHomeAsTilde(project.path),
             badge,        OpenProject{project, editor}};
+}
+
+ResultItem foundProjectRow(std::size_t index, const RowSources &from) {
+    const ProjectEntry &project = from.projects[index];
+    const QString stack = project.stack.join(u" · "_s);
+    return projectRow(project, stack.isEmpty() ? u"Project"_s : stack, {}, from);
 }
 
 const std::vector<std::size_t> &RowSources::codeEditors() const {

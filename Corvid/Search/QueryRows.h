@@ -27,6 +27,7 @@ struct RowSources {
     const UsageStats &stats;
     const QSet<QString> &running; ///< bundle identifiers
     std::function<Image(const QString &path)> icon;
+    const UserDefaults &defaults;
 
     /** Indexes into `apps`. */
     const std::vector<std::size_t> &codeEditors() const;
@@ -44,6 +45,12 @@ ResultItem appRow(std::size_t index, const RowSources &from);
 /** The row of a project. */
 ResultItem projectRow(const ProjectEntry &project, const QString &badge,
                       const std::optional<AppEntry> &editor, const RowSources &from);
+
+/** The row of the project at `index` of `from.projects`, badged with its stack. */
+ResultItem foundProjectRow(std::size_t index, const RowSources &from);
+
+/** A path as people write it: "~" for the home folder. */
+QString withHomeAsTilde(const QString &path);
 
 /** The path behind a row, for revealing and copying it; absent where there is none. */
 std::optional<QString> pathOf(const LauncherAction &action);

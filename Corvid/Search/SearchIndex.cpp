@@ -1,5 +1,7 @@
 #include "Search/SearchIndex.h"
 
+#include "Search/Words.h"
+
 #include <algorithm>
 
 namespace corvid {
@@ -42,7 +44,7 @@ FoldedView NameTable::at(std::size_t index) const {
 SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
     : nameTiers_(SearchEngine::appNameTiers) {
     for (std::size_t i = 0; i < apps.size(); ++i) {
-        append(apps[i].name, apps[i].aliases, usageKey(apps[i]));
+        append(apps[i].name, apps[i].aliases, apps[i].words, usageKey(apps[i]));
         for (const QString &role : apps[i].roles) {
             std::vector<std::size_t> &members = roles_[role];
             if (members.empty() || members.back() != i)
@@ -55,16 +57,23 @@ SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
 SearchIndex::SearchIndex(const std::vector<ProjectEntry> &projects)
     : nameTiers_(SearchEngine::projectNameTiers) {
     for (const ProjectEntry &project : projects)
-        append(project.name, {}, usageKey(project));
+        append(project.name, {}, {}, usageKey(project));
     sortKeys();
 }
 
-void SearchIndex::append(const QString &name, const QStringList &aliases, const QString &key) {
+void SearchIndex::append(const QString &name, const QStringList &aliases,
+                         const QByteArray &description, const QString &key) {
     keys_.push_back(key);
     launches_.push_back(0);
     names_.append(name);
-    for (const QString &alias : aliases)
+    std::uint64_t mask = words::maskOf(names_.at(names_.size() - 1).units);
+    for (const QString &alias : aliases) {
         aliases_.append(alias);
+        mask |= words::maskOf(aliases_.at(aliases_.size() - 1).units);
+    }
+    if (!description.isEmpty())
+        mask |= words::maskOf(QString::fromUtf8(description));
+    wordMasks_.push_back(mask);
     aliasStarts_.push_back(static_cast<std::uint32_t>(aliases_.size()));
 }
 

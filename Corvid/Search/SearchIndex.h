@@ -28,6 +28,9 @@ class NameTable {
 public:
     void append(const QString &name);
     std::size_t size() const { return masks_.size(); }
+    FoldedView at(std::size_t index) const;
+    /** A bit for each class of characters that occurs, as in a PreparedQuery. */
+    std::uint64_t mask(std::size_t index) const { return masks_[index]; }
 
     /** The score of the query in name `index`; no allocation. */
     qint64 score(const PreparedQuery &query, std::size_t index,
@@ -38,8 +41,6 @@ public:
     }
 
 private:
-    FoldedView at(std::size_t index) const;
-
     std::vector<std::uint64_t> masks_;
     std::vector<QChar> units_;
     std::vector<std::uint32_t> unitStarts_{0}; ///< one more than there are names
@@ -54,12 +55,21 @@ public:
     explicit SearchIndex(const std::vector<AppEntry> &apps);
     explicit SearchIndex(const std::vector<ProjectEntry> &projects);
 
+    std::size_t size() const { return keys_.size(); }
     /** Takes over the launch counts; cheap when the tables have not changed since. */
     void updateUsage(const UsageStats &stats);
     /** Of the entry at `index`: by its name or one of its aliases, and the usage boost. Roles and
         identifiers are not matched. No allocation. */
     qint64 score(const PreparedQuery &query, std::size_t index) const;
     qint64 launches(std::size_t index) const { return launches_[index]; }
+    /** The names of the entry at `index`, folded: its own, and the aliases [first, end) of
+        aliases(). */
+    const NameTable &names() const { return names_; }
+    const NameTable &aliases() const { return aliases_; }
+    std::size_t firstAlias(std::size_t index) const { return aliasStarts_[index]; }
+    std::size_t endOfAliases(std::size_t index) const { return aliasStarts_[index + 1]; }
+    /** Of all words that the entry is found by, as words::maskOf() tells. */
+    std::uint64_t wordMask(std::size_t index) const { return wordMasks_[index]; }
     /** The entry's usage key. */
     const QString &key(std::size_t index) const { return keys_[index]; }
     /** The first entry with this usage key. */
@@ -77,7 +87,8 @@ private:
         }
     };
 
-    void append(const QString &name, const QStringList &aliases, const QString &key);
+    void append(const QString &name, const QStringList &aliases, const QByteArray &description,
+                const QString &key);
     void sortKeys();
     std::span<const KeyPlace> placesOf(const QString &key) const;
 
@@ -85,6 +96,7 @@ private:
     NameTable names_;
     NameTable aliases_;
     std::vector<std::uint32_t> aliasStarts_{0};
+    std::vector<std::uint64_t> wordMasks_;
     QHash<QString, std::vector<std::size_t>> roles_;
     std::vector<QString> keys_;
     std::vector<KeyPlace> places_; ///< of all keys, sorted: a hash that holds no texts

@@ -57,6 +57,19 @@ TEST(Records, everyKeyOfAProjectIsRequired) {
     }
 }
 
+TEST(Records, theWordsOfAnApplicationMayBeMissingAndAreNotWrittenWhereThereAreNone) {
+    EXPECT_FALSE(toJson(editor).contains("words"_L1));
+    AppEntry described = editor;
+    described.words = u"schöner text"_s.toUtf8();
+    EXPECT_EQ(toJson(described)["words"_L1], u"schöner text"_s);
+    EXPECT_EQ(fromJson<AppEntry>(toJson(described)), described);
+    QJsonObject damaged = toJson(described);
+    damaged["words"_L1] = 7;
+    EXPECT_FALSE(fromJson<AppEntry>(damaged));
+    damaged["words"_L1] = QString(1'000'000, u'é');
+    EXPECT_EQ(fromJson<AppEntry>(damaged)->words, QString(512, u'é').toUtf8());
+}
+
 TEST(Records, oneRecordThatIsNotWholeMakesTheWholeListUnreadable) {
     QJsonObject damaged = toJson(web);
     damaged.remove(u"stack"_s);

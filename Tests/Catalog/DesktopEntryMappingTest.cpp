@@ -51,6 +51,36 @@ TEST(DesktopEntryMapping, aliasesAreTheCatalogsThenGenericNameUnlocalisedNameAnd
               (QStringList{u"Texteditor"_s, u"file roller"_s, u"am"_s}));
 }
 
+TEST(DesktopEntryMapping, genericNameAndKeywordsDescribeItLocalisedAndNotWithoutRepeats) {
+    DesktopEntry entry = editor();
+    entry.unlocalizedGenericName = u"Text Editor"_s;
+    entry.keywords = {u"Brief"_s, u"E-Post"_s, u"Schreiber"_s};
+    entry.unlocalizedKeywords = {u"letter"_s, u"text"_s};
+    EXPECT_EQ(QString::fromUtf8(appEntry(entry, knowsNothing).words),
+              u"text editor brief e post epost letter")
+        << "names are not repeated";
+    entry.categories = list("Qt;KDE;Settings;HardwareSettings;X-KDE-panel;CardGame;");
+    EXPECT_EQ(QString::fromUtf8(appEntry(entry, knowsNothing).words),
+              u"text editor brief e post epost letter settings preferences hardware card game");
+    EXPECT_EQ(appEntry({}, knowsNothing).words, QByteArray());
+}
+
+TEST(DesktopEntryMapping, partsOfANameInCamelCaseDescribeIt) {
+    DesktopEntry entry = editor();
+    entry.name = entry.unlocalizedName = u"LibreOffice Writer"_s;
+    EXPECT_EQ(appEntry(entry, knowsNothing).words, "libre office");
+}
+
+TEST(DesktopEntryMapping, describingWordsAreCutAtAWholeWord) {
+    DesktopEntry entry = editor();
+    for (int i = 0; i < 100; ++i)
+        entry.keywords.append(u"längeres%1"_s.arg(i));
+    const QString words = QString::fromUtf8(appEntry(entry, knowsNothing).words);
+    EXPECT_LE(words.size(), 512);
+    EXPECT_GT(words.size(), 490);
+    EXPECT_TRUE(entry.keywords.contains(words.section(u' ', -1)));
+}
+
 TEST(DesktopEntryMapping, aGenericNameThatIsASentenceIsNoAlias) {
     DesktopEntry entry = editor();
     entry.genericName = u"Zoom Client for Linux"_s;

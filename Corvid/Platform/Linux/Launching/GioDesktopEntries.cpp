@@ -15,6 +15,7 @@
 #include <gio/gdesktopappinfo.h>
 
 #include <map>
+#include <memory>
 #include <optional>
 
 namespace corvid {
@@ -64,13 +65,19 @@ std::vector<EntryFile> entryFiles(const QString &root, const FolderWatch *watch)
     return files;
 }
 
-QStringList keywordsOf(GDesktopAppInfo *info) {
+QStringList keywordsFrom(const char *const *next) {
     constexpr qsizetype most = 100; // in real ones there are twenty
     QStringList keywords;
-    for (const char *const *next = g_desktop_app_info_get_keywords(info);
-         next && *next && keywords.size() < most; ++next)
+    for (; next && *next && keywords.size() < most; ++next)
         keywords.append(nameFrom(QString::fromUtf8(*next)));
     return keywords;
+}
+
+QStringList unlocalizedKeywords(GKeyFile *file) {
+    const std::unique_ptr<gchar *, decltype(&g_strfreev)> keywords(
+        g_key_file_get_string_list(file, G_KEY_FILE_DESKTOP_GROUP, "Keywords", nullptr, nullptr),
+        &g_strfreev);
+    return keywordsFrom(keywords.get());
 }
 
 // Adds the AppImages that an Exec line names.
@@ -107,7 +114,10 @@ std::optional<DesktopEntry> readEntry(const EntryFile &source, const OpenedFile 
         QString::fromUtf8(g_desktop_app_info_get_categories(info.get()))
             .split(u';', Qt::SkipEmptyParts),
         QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get())),
-        keywordsOf(info.get())};
+        keywordsFrom(g_desktop_app_info_get_keywords(info.get())),
+        nameFrom(
+            keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_GENERIC_NAME)),
+        unlocalizedKeywords(file.get())};
 }
 
 /** The entries found so far. A file that is reached by several names, by links, mounts or folders

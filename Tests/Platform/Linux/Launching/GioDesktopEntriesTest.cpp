@@ -94,7 +94,8 @@ TEST_F(GioDesktopEntriesTest, anEntryIsReadAsTheDesktopResolvesIt) {
     write(u"first/applications/org.example.Editor.desktop"_s,
           "[Desktop Entry]\nType=Application\nName=Writer\nName[de]=Schreiber\n"
           "GenericName=Text Editor\nGenericName[de]=Texteditor\nExec=env A=\"b c\" true %F\n"
-          "Categories=Utility;TextEditor;\nKeywords=word;\nStartupWMClass=Writer-Bin\n");
+          "Categories=Utility;TextEditor;\nKeywords=word;\nKeywords[de]=Wort;Brief;\n"
+          "StartupWMClass=Writer-Bin\n");
     EXPECT_EQ(listed().at(u"org.example.Editor"_s),
               (DesktopEntry{u"org.example.Editor"_s,
                             path(u"first/applications/org.example.Editor.desktop"_s),
@@ -104,6 +105,8 @@ TEST_F(GioDesktopEntriesTest, anEntryIsReadAsTheDesktopResolvesIt) {
                             u"true"_s,
                             {u"Utility"_s, u"TextEditor"_s},
                             u"Writer-Bin"_s,
+                            {u"Wort"_s, u"Brief"_s},
+                            u"Text Editor"_s,
                             {u"word"_s}}));
 }
 
@@ -122,6 +125,7 @@ TEST_F(GioDesktopEntriesTest, aHundredKeywordsAreRead) {
           "[Desktop Entry]\nType=Application\nName=Many\nExec=true\nKeywords=" +
               QByteArray("word;").repeated(100'000) + '\n');
     EXPECT_EQ(listed().at(u"many"_s).keywords.size(), 100);
+    EXPECT_EQ(listed().at(u"many"_s).unlocalizedKeywords.size(), 100);
 }
 
 TEST_F(GioDesktopEntriesTest, anEntryThatIsActivatedByTheBusNeedsNoExec) {
