@@ -54,13 +54,10 @@ std::optional<AppEntry> fromJson<AppEntry>(const QJsonValue &value) {
     const auto words = stored.isUndefined() ? QString() : json::text(stored);
     if (!name || !bundleID || !path || !roles || !aliases || !category || !words)
         return std::nullopt;
-    return AppEntry{*std::move(name),
-                    *std::move(bundleID),
-                    *std::move(path),
-                    *std::move(roles),
-                    *std::move(aliases),
-                    *std::move(category),
-                    words->left(mostDescribingLetters).toUtf8()};
+    QByteArray kept = words->left(mostDescribingLetters).toUtf8();
+    kept.squeeze(); // UTF-8 is made in room for the longest
+    return AppEntry{*std::move(name),    *std::move(bundleID), *std::move(path), *std::move(roles),
+                    *std::move(aliases), *std::move(category), std::move(kept)};
 }
 
 template <>

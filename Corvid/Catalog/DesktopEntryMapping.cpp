@@ -209,7 +209,9 @@ QByteArray describingWords(const DesktopEntry &entry, const QStringList &aliases
         if (plain.contains(u'-'))
             words::forEach(QString(plain).remove(u'-'), add);
     }
-    return all.toUtf8();
+    QByteArray kept = all.toUtf8();
+    kept.squeeze(); // UTF-8 is made in room for the longest
+    return kept;
 }
 
 } // namespace

@@ -53,7 +53,7 @@ public:
     static Cached readCache() {
         // Reading it, and preparing what it holds for searching, takes 4 ms at most on a slow
         // machine. Holds for 1,000 applications or 3,000 projects.
-        constexpr qint64 mostIfQuick = 384 * 1024;
+        constexpr qint64 mostIfQuick = (std::is_same_v<Record, AppEntry> ? 512 : 384) * 1024;
         std::optional<OpenedFile> file = openRegularFile(cachePath());
         const bool isQuick = !file || file->size() <= mostIfQuick;
         return {std::async(std::launch::async,

@@ -19,11 +19,16 @@ struct Misspelt {
         QString letters;
         for (const words::Wanted &word : wanted)
             letters += word.units;
-        mask = PreparedQuery(letters).mask;
+        for (const QChar letter : std::as_const(letters)) {
+            const std::uint64_t bit = PreparedQuery(letter).mask;
+            twice |= mask & bit;
+            mask |= bit;
+        }
     }
 
     std::vector<words::Wanted> wanted;
-    std::uint64_t mask; ///< of its letters, as that of a PreparedQuery
+    std::uint64_t mask = 0;  ///< of its letters, as that of a PreparedQuery
+    std::uint64_t twice = 0; ///< of those that occur twice and more
 };
 
 struct Spelt {
@@ -92,8 +97,9 @@ public:
 private:
     void tryName(std::optional<Spelt> &best, const NameTable &names, std::size_t at, bool isAlias) {
         for (const Misspelt &query : queries_) {
-            // One slip adds one letter at most.
-            if (!hasAccents_ && std::popcount(query.mask & ~names.mask(at)) > 1)
+            // One slip puts one letter in at most, and not a second time.
+            const std::uint64_t missing = query.mask & ~names.mask(at);
+            if (!hasAccents_ && ((query.twice & missing) != 0 || std::popcount(missing) > 1))
                 continue;
             QStringView text = names.at(at).units;
             if (hasAccents_) {

@@ -98,8 +98,8 @@ std::optional<Rank> rankOf(const words::Phrase &phrase, const Texts &in) {
 }
 
 template <typename DescriptionOf>
-void search(Finds &finds, const std::vector<words::Phrase> &phrases, const SearchIndex &index,
-            bool isProject, const DescriptionOf &descriptionOf) {
+void collect(Finds &finds, const std::vector<words::Phrase> &phrases, const SearchIndex &index,
+             bool isProject, const DescriptionOf &descriptionOf) {
     for (std::size_t i = 0; i < index.size(); ++i) {
         std::optional<Rank> best;
         for (const words::Phrase &phrase : phrases) {
@@ -121,9 +121,9 @@ Rows wordRows(const Query &query, const RowSources &from) {
     if (phrases.empty())
         return {};
     Finds finds;
-    search(finds, phrases, from.appIndex, false,
-           [&from](std::size_t i) { return QByteArrayView(from.apps[i].words); });
-    search(finds, phrases, from.projectIndex, true, [](std::size_t) { return QByteArrayView(); });
+    collect(finds, phrases, from.appIndex, false,
+            [&from](std::size_t i) { return QByteArrayView(from.apps[i].words); });
+    collect(finds, phrases, from.projectIndex, true, [](std::size_t) { return QByteArrayView(); });
     Rows rows;
     for (const Find &find : finds.all())
         rows.push_back(find.isProject ? foundProjectRow(find.index, from)

@@ -49,18 +49,12 @@ Fit fitOfPlural(const Word &word, const Wanted &wanted, const Text &text, const 
     if (fit.kind != Fit::None || wanted.ending == 0)
         return fit;
     const Fit singular = fitOf(word.chopped(wanted.ending), true, text, isPart);
-    return singular.kind == Fit::None ? fit : Fit{Fit::Singular, singular.at};
+    if (singular.kind == Fit::None)
+        return fit;
+    return {singular.kind == Fit::Whole ? Fit::Beginning : Fit::Singular, singular.at};
 }
 
 } // namespace
-
-bool isPartOfWord(QChar unit) {
-    const char16_t c = unit.unicode();
-    if (c < 0x80)
-        return (c >= u'a' && c <= u'z') || (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') ||
-               c == u'+' || c == u'#';
-    return unit.isLetterOrNumber() || unit.isMark() || unit.isSurrogate();
-}
 
 qsizetype count(QStringView text) {
     qsizetype found = 0;

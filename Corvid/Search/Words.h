@@ -17,7 +17,13 @@ namespace corvid::words {
 /** So many letters of a word name it, and more of them, too. Shorter ones name only themselves. */
 inline constexpr qsizetype fewestOfPrefix = 3;
 
-bool isPartOfWord(QChar unit);
+inline bool isPartOfWord(QChar unit) {
+    const char16_t c = unit.unicode();
+    if (c < 0x80)
+        return (c >= u'a' && c <= u'z') || (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') ||
+               c == u'+' || c == u'#';
+    return unit.isLetterOrNumber() || unit.isMark() || unit.isSurrogate();
+}
 
 /** Calls `function` with each word of the text. */
 template <typename Function>
@@ -38,8 +44,9 @@ void forEach(QStringView text, Function function) {
 qsizetype count(QStringView text);
 
 /** In which way a text has a word, and where in its memory; the best one, and the first of these.
-    Singular: the text has the singular of a plural that is asked for, or a beginning of it ("apps"
-    and "applications"). */
+    The singular of a plural that is asked for fits as a beginning does, and what only begins with
+   it
+    ("apps" and "applications") as Singular. */
 struct Fit {
     enum Kind { Whole, Beginning, Singular, None };
     Kind kind = None;

@@ -33,6 +33,8 @@ TEST(SpellingRows, oneSlipInOneWordOfANameOrAnAliasIsForgiven) {
     EXPECT_EQ(world.titles(spellingRows, u"vscdoe"_s), QStringList{u"Visual Studio Code"_s});
     EXPECT_EQ(world.titles(spellingRows, u"cafá"_s), QStringList{u"Café Manager"_s});
     EXPECT_EQ(world.titles(spellingRows, u"dot fiels"_s), QStringList{u"dot-files"_s});
+    EXPECT_EQ(world.titles(spellingRows, u"fiirefox"_s), QStringList{u"Firefox ESR"_s});
+    EXPECT_EQ(world.titles(spellingRows, u"firrefox"_s), QStringList{u"Firefox ESR"_s});
     EXPECT_EQ(world.titles(spellingRows, u"visaul stuido"_s), QStringList()) << "two slips";
     EXPECT_EQ(world.titles(spellingRows, u"fierf"_s), QStringList()) << "whole words only";
     EXPECT_EQ(world.titles(spellingRows, u"browsre"_s), QStringList())
