@@ -29,8 +29,8 @@ struct DesktopEntry {
     bool operator==(const DesktopEntry &) const = default;
 };
 
-/** Lists the desktop entries that the desktop would show in its application menu, and the programs
-    that need none. */
+/** Lists the desktop entries that the desktop would show in its application menu, the panels of its
+    settings, and the programs that need no entry. */
 class DesktopEntries : public Port {
 public:
     /** Reads the folders afresh; tens of milliseconds for a thousand entries, so call it in the

@@ -80,6 +80,28 @@ QStringList unlocalizedKeywords(GKeyFile *file) {
     return keywordsFrom(keywords.get());
 }
 
+QStringList categoriesOf(GDesktopAppInfo *info) {
+    return QString::fromUtf8(g_desktop_app_info_get_categories(info))
+        .split(u';', Qt::SkipEmptyParts);
+}
+
+bool isPanelOfKde(GKeyFile *file) {
+    return keyFileText(file, G_KEY_FILE_DESKTOP_GROUP, "X-KDE-AliasFor") == "systemsettings"_L1;
+}
+
+// GNOME's and KDE's settings list their panels themselves and keep them out of the application
+// menu. Who types what a panel is about has not opened the settings yet. GNOME's panels about
+// privacy are left out: they are named like the applications that they watch, "Camera" first.
+bool isPanelOfThisDesktop(GDesktopAppInfo *info, GKeyFile *file) {
+    if (!g_desktop_app_info_get_nodisplay(info) || !g_desktop_app_info_get_show_in(info, nullptr))
+        return false;
+    if (isPanelOfKde(file)) // says itself on no desktop that it is KDE's
+        return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains("KDE"_L1);
+    const QStringList categories = categoriesOf(info);
+    return categories.contains("X-GNOME-Settings-Panel"_L1) &&
+           !categories.contains("X-GNOME-PrivacySettings"_L1);
+}
+
 // Adds the AppImages that an Exec line names.
 void noteAppImages(const QString &exec, QSet<QString> &launched) {
     for (QString word : execWords(exec))
@@ -95,8 +117,12 @@ std::optional<DesktopEntry> readEntry(const EntryFile &source, const OpenedFile 
     // Null also when the program that the entry needs is not installed.
     const GObjectPointer<GDesktopAppInfo> info(g_desktop_app_info_new_from_keyfile(file.get()));
     if (!info || g_desktop_app_info_get_is_hidden(info.get()) ||
-        !g_app_info_should_show(G_APP_INFO(info.get())))
+        (!g_app_info_should_show(G_APP_INFO(info.get())) &&
+         !isPanelOfThisDesktop(info.get(), file.get())))
         return std::nullopt;
+    QStringList categories = categoriesOf(info.get());
+    if (categories.isEmpty() && isPanelOfKde(file.get()))
+        categories.append(u"Settings"_s);
     const QString unlocalizedName =
         keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_NAME);
     if (unlocalizedName.isEmpty())
@@ -111,8 +137,7 @@ std::optional<DesktopEntry> readEntry(const EntryFile &source, const OpenedFile 
         nameFrom(unlocalizedName),
         nameFrom(QString::fromUtf8(g_desktop_app_info_get_generic_name(info.get()))),
         nameFrom(programName(exec)),
-        QString::fromUtf8(g_desktop_app_info_get_categories(info.get()))
-            .split(u';', Qt::SkipEmptyParts),
+        categories,
         QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info.get())),
         keywordsFrom(g_desktop_app_info_get_keywords(info.get())),
         nameFrom(

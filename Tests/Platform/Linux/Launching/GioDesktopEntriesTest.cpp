@@ -176,6 +176,29 @@ TEST_F(GioDesktopEntriesTest, onlyEntriesThatTheDesktopShowsAreListed) {
     }
 }
 
+TEST_F(GioDesktopEntriesTest, panelsOfTheDesktopsOwnSettingsAreListedAlthoughTheMenuHasThemNot) {
+    const QByteArray gnome = "NoDisplay=true\nCategories=GNOME;Settings;X-GNOME-Settings-Panel;";
+    const QByteArray kde = "NoDisplay=true\nX-KDE-AliasFor=systemsettings\n";
+    const std::tuple<const char *, QByteArray, bool> rows[] = {
+        {"Testbed", gnome + "\nOnlyShowIn=Testbed;\n", true},
+        {"Testbed", gnome + "\nOnlyShowIn=GNOME;\n", false},
+        {"Testbed", gnome + "X-GNOME-PrivacySettings;\n", false},
+        {"Testbed", gnome + "\nHidden=true\n", false},
+        {"Testbed", gnome + "\nTryExec=no-such-program-anywhere\n", false},
+        {"Testbed", kde, false},
+        {"KDE", kde, true},
+        {"KDE", "NoDisplay=true\nCategories=Settings;\n", false},
+    };
+    for (const auto &[desktop, more, shown] : rows) {
+        set("XDG_CURRENT_DESKTOP", QString::fromLatin1(desktop));
+        install(u"first/applications/a.desktop"_s, "A", more);
+        EXPECT_EQ(listed().contains(u"a"_s), shown) << desktop << more.constData();
+    }
+    set("XDG_CURRENT_DESKTOP", u"KDE"_s);
+    install(u"first/applications/a.desktop"_s, "A", kde);
+    EXPECT_EQ(listed().at(u"a"_s).categories, QStringList{u"Settings"_s});
+}
+
 TEST_F(GioDesktopEntriesTest, brokenEntriesAreLeftOut) {
     const std::pair<const char *, QByteArray> rows[] = {
         {"empty", ""},
