@@ -218,6 +218,8 @@ void AppDelegate::performAction(const LauncherAction &action) {
         openLastProject();
     } else if (std::holds_alternative<OpenSettings>(action)) {
         openSettings();
+    } else if (const auto *run = std::get_if<RunAction>(&action)) {
+        platform_.workspace.runAction(run->applicationPath, run->action, ignore);
     } // a question is the view model's own matter
 }
 

@@ -467,6 +467,11 @@ TEST_F(AppDelegateTest, aMalformedLastProjectDoesNothing) {
     EXPECT_TRUE(workspace.calls.isEmpty());
 }
 
+TEST_F(AppDelegateTest, anActionOfAnApplicationIsRun) {
+    delegate.performAction(RunAction{zed.path, u"quiet"_s});
+    EXPECT_EQ(workspace.calls, QStringList(u"runAction "_s + zed.path + u" quiet"_s));
+}
+
 TEST_F(AppDelegateTest, theSettingsHaveOneWindowThatIsMadeWhenItIsFirstOpened) {
     launch();
     EXPECT_EQ(delegate.settingsWindow(), nullptr);

@@ -14,6 +14,26 @@ std::optional<QString> decodeName(const QJsonValue &value) {
     return text ? std::optional(nameFrom(*text)) : std::nullopt;
 }
 
+QJsonArray encodeActions(const QList<DesktopAction> &actions) {
+    QJsonArray array;
+    for (const DesktopAction &action : actions)
+        array.append(QJsonObject{{"id"_L1, action.id}, {"name"_L1, action.name}});
+    return array;
+}
+
+// Whoever wrote the list need not have known of them, so they are never what makes it unreadable.
+QList<DesktopAction> decodeActions(const QJsonValue &value) {
+    QList<DesktopAction> actions;
+    const QJsonArray array = value.toArray();
+    for (const QJsonValue &element : array) {
+        const std::optional<QString> id = json::text(element["id"_L1]);
+        const std::optional<QString> name = decodeName(element["name"_L1]);
+        if (id && name && !name->isEmpty() && actions.size() < mostDesktopActions)
+            actions.append({*id, *name});
+    }
+    return actions;
+}
+
 } // namespace
 
 QString usageKey(const AppEntry &app) {
@@ -33,6 +53,8 @@ QJsonObject toJson(const AppEntry &app) {
                        {"category"_L1, app.category}};
     if (!app.words.isEmpty())
         object.insert("words"_L1, QString::fromUtf8(app.words));
+    if (!app.actions.isEmpty())
+        object.insert("actions"_L1, encodeActions(app.actions));
     return object;
 }
 
@@ -56,8 +78,14 @@ std::optional<AppEntry> fromJson<AppEntry>(const QJsonValue &value) {
         return std::nullopt;
     QByteArray kept = words->left(mostDescribingLetters).toUtf8();
     kept.squeeze(); // UTF-8 is made in room for the longest
-    return AppEntry{*std::move(name),    *std::move(bundleID), *std::move(path), *std::move(roles),
-                    *std::move(aliases), *std::move(category), std::move(kept)};
+    return AppEntry{*std::move(name),
+                    *std::move(bundleID),
+                    *std::move(path),
+                    *std::move(roles),
+                    *std::move(aliases),
+                    *std::move(category),
+                    std::move(kept),
+                    decodeActions(value["actions"_L1])};
 }
 
 template <>

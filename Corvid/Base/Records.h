@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/DesktopEntries.h"
 #include "Platform/Image.h"
 
 #include <QByteArray>
@@ -24,6 +25,7 @@ struct AppEntry {
     /** Other words that describe it, folded, in UTF-8, a blank between two; may be empty. The more
         telling ones come first. */
     QByteArray words = {};
+    QList<DesktopAction> actions = {}; ///< what else it can be started for
 
     bool operator==(const AppEntry &) const = default;
 };
@@ -45,8 +47,8 @@ QString usageKey(const ProjectEntry &project);
 inline constexpr qsizetype mostDescribingLetters = 512;
 
 /** JSON coding: the keys are the field names. Decoding yields nothing when one is missing or of
-    another type, and cuts names and aliases as nameFrom() does. Only "words" may be missing, and is
-    not written when it is empty. */
+    another type, and cuts names and aliases as nameFrom() does. "words" and "actions" may be
+    missing, and are written only where there are some; actions that cannot be read are none. */
 QJsonObject toJson(const AppEntry &app);
 QJsonObject toJson(const ProjectEntry &project);
 template <typename Record>
@@ -88,10 +90,16 @@ struct OpenLastProject {
 struct OpenSettings {
     bool operator==(const OpenSettings &) const = default;
 };
+/** Starts an application for one of its actions. */
+struct RunAction {
+    QString applicationPath;
+    QString action; ///< its id
+    bool operator==(const RunAction &) const = default;
+};
 
 /** What Return does on a row. */
-using LauncherAction =
-    std::variant<OpenApp, OpenProject, CopyAI, AskAI, OpenURL, OpenLastProject, OpenSettings>;
+using LauncherAction = std::variant<OpenApp, OpenProject, CopyAI, AskAI, OpenURL, OpenLastProject,
+                                    OpenSettings, RunAction>;
 
 /** One row of the result list. Rows are told apart by their id. */
 struct ResultItem {

@@ -230,7 +230,8 @@ AppEntry appEntry(const DesktopEntry &entry, const RoleCatalog &catalog) {
             roles,
             aliases,
             category,
-            describingWords(entry, aliases)};
+            describingWords(entry, aliases),
+            entry.actions};
 }
 
 QString appCategory(const QStringList &categories) {

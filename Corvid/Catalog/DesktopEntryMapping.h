@@ -15,7 +15,7 @@ namespace corvid {
  * those of single Categories and those that its generic name or a keyword names besides. None
  * twice. The words that describe it besides are those of the generic name and of the keywords,
  * localised and not, "settings" and "preferences" for a panel of the settings, the parts of a name
- * in camel case, and what the categories say. Pure.
+ * in camel case, and what the categories say. Actions are the entry's. Pure.
  */
 AppEntry appEntry(const DesktopEntry &entry, const RoleCatalog &catalog);
 

@@ -2,6 +2,7 @@
 
 #include "Platform/Port.h"
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -9,6 +10,17 @@
 #include <vector>
 
 namespace corvid {
+
+/** One more thing that an application can be started for, such as a private window. */
+struct DesktopAction {
+    QString id;   ///< told apart by it within the entry
+    QString name; ///< localised, never empty
+
+    bool operator==(const DesktopAction &) const = default;
+};
+
+/** The most actions of an entry that are listed. */
+inline constexpr qsizetype mostDesktopActions = 16;
 
 /** The values of one desktop entry that the catalog needs, as the desktop resolved them; or what
     stands for them where a program comes without one. */
@@ -25,6 +37,8 @@ struct DesktopEntry {
     /** As written without a locale; may be empty. */
     QString unlocalizedGenericName = {};
     QStringList unlocalizedKeywords = {};
+    /** Those that can be started, in order, none twice. */
+    QList<DesktopAction> actions = {};
 
     bool operator==(const DesktopEntry &) const = default;
 };

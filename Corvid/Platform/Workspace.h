@@ -42,6 +42,10 @@ public:
     /** Opens one more window of an application, by its own way of doing so where it has one. */
     virtual void openNewWindow(const QString &applicationPath, const Completion &done) = 0;
 
+    /** Starts an application for one of the actions that its entry lists, by the action's id. */
+    virtual void runAction(const QString &applicationPath, const QString &action,
+                           const Completion &done) = 0;
+
     /** Opens a file or folder with its default handler. */
     virtual void open(const QString &path) = 0;
 

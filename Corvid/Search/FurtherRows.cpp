@@ -1,5 +1,6 @@
 #include "Search/FurtherRows.h"
 
+#include "Search/ActionRows.h"
 #include "Search/LastProjectRow.h"
 #include "Search/SpellingRows.h"
 #include "Search/WordRows.h"
@@ -17,6 +18,7 @@ using Source = Rows (*)(const Query &query, const RowSources &from);
 // returns nothing quickly for a query that names nothing of its own.
 const std::vector<Source> sources{
     lastProjectRows,
+    actionRows,
     wordRows,
 };
 

@@ -260,6 +260,8 @@ std::optional<QString> pathOf(const LauncherAction &action) {
         return open->app.path;
     if (const auto *open = std::get_if<OpenProject>(&action))
         return open->project.path;
+    if (const auto *run = std::get_if<RunAction>(&action))
+        return run->applicationPath;
     return std::nullopt;
 }
 

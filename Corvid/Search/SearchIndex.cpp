@@ -42,7 +42,7 @@ FoldedView NameTable::at(std::size_t index) const {
 }
 
 SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
-    : nameTiers_(SearchEngine::appNameTiers) {
+    : nameTiers_(SearchEngine::appNameTiers), actions_(apps) {
     for (std::size_t i = 0; i < apps.size(); ++i) {
         append(apps[i].name, apps[i].aliases, apps[i].words, usageKey(apps[i]));
         for (const QString &role : apps[i].roles) {

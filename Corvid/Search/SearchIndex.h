@@ -2,6 +2,7 @@
 
 #include "Base/Records.h"
 #include "Base/Text.h"
+#include "Search/ActionIndex.h"
 #include "SearchEngine.h"
 #include "UsageStats.h"
 
@@ -70,6 +71,8 @@ public:
     std::size_t endOfAliases(std::size_t index) const { return aliasStarts_[index + 1]; }
     /** Of all words that the entry is found by, as words::maskOf() tells. */
     std::uint64_t wordMask(std::size_t index) const { return wordMasks_[index]; }
+    /** Of the applications; of projects there are none. */
+    const ActionIndex &actions() const { return actions_; }
     /** The entry's usage key. */
     const QString &key(std::size_t index) const { return keys_[index]; }
     /** The first entry with this usage key. */
@@ -101,6 +104,7 @@ private:
     std::vector<QString> keys_;
     std::vector<KeyPlace> places_; ///< of all keys, sorted: a hash that holds no texts
     std::vector<qint64> launches_;
+    ActionIndex actions_;
     std::optional<quint64> generation_; ///< of the usage tables
 };
 

@@ -35,6 +35,37 @@ TEST(Records, recordsSurviveCoding) {
               std::vector<ProjectEntry>{web});
 }
 
+TEST(Records, actionsAreWrittenWhereThereAreSomeAndSurviveCoding) {
+    AppEntry app = editor;
+    app.actions = {{u"new-window"_s, u"New Window"_s}, {u"quiet"_s, u"Leise"_s}};
+    EXPECT_TRUE(toJson(app).contains(u"actions"_s));
+    EXPECT_FALSE(toJson(editor).contains(u"actions"_s));
+    EXPECT_EQ(fromJson<AppEntry>(toJson(app)), app);
+}
+
+TEST(Records, actionsThatCannotBeReadAreNoneAndSpoilNothing) {
+    const QJsonArray actions{7, QJsonObject{{u"id"_s, u"a"_s}},
+                             QJsonObject{{u"id"_s, 1}, {u"name"_s, u"A"_s}},
+                             QJsonObject{{u"id"_s, u"e"_s}, {u"name"_s, QString()}},
+                             QJsonObject{{u"id"_s, u"b"_s}, {u"name"_s, u"B"_s}}};
+    QJsonObject object = toJson(editor);
+    object[u"actions"_s] = actions;
+    ASSERT_TRUE(fromJson<AppEntry>(object));
+    EXPECT_EQ(fromJson<AppEntry>(object)->actions, (QList<DesktopAction>{{u"b"_s, u"B"_s}}));
+    object[u"actions"_s] = 7;
+    EXPECT_EQ(fromJson<AppEntry>(object), editor);
+}
+
+TEST(Records, actionsAreBoundedInNumberAndLength) {
+    AppEntry app = editor;
+    for (int i = 0; i < 20; ++i)
+        app.actions.append({QString::number(i), QString(1000, u'x')});
+    const std::optional<AppEntry> read = fromJson<AppEntry>(toJson(app));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->actions.size(), 16);
+    EXPECT_EQ(read->actions.first().name, QString(256, u'x'));
+}
+
 TEST(Records, everyKeyOfAnApplicationIsRequired) {
     const QStringList keys = toJson(editor).keys();
     for (const QString &key : keys) {

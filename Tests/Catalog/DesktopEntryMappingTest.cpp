@@ -35,6 +35,13 @@ TEST(DesktopEntryMapping, idPathAndNameAreTheEntrys) {
     EXPECT_EQ(app.name, u"Schreiber");
 }
 
+TEST(DesktopEntryMapping, actionsAreTheEntrys) {
+    DesktopEntry entry = editor();
+    EXPECT_TRUE(appEntry(entry, knowsNothing).actions.isEmpty());
+    entry.actions = {{u"new"_s, u"Neues Fenster"_s}};
+    EXPECT_EQ(appEntry(entry, knowsNothing).actions, entry.actions);
+}
+
 TEST(DesktopEntryMapping, aliasesAreTheCatalogsThenGenericNameUnlocalisedNameAndSpokenOnes) {
     const auto catalog = catalogKnowing(u"org.example.Editor"_s, {{}, {u"we"_s, u"wr"_s}});
     DesktopEntry entry = editor();

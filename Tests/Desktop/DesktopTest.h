@@ -16,8 +16,9 @@ public:
     Home() {
         writeTracingProgram(path(u"bin/frobnicator"_s), path(u"app.trace"_s));
         writeFile(path(u".local/share/applications/org.example.Frobnicator.desktop"_s),
-                  u"[Desktop Entry]\nType=Application\nName=Frobnicator\nExec=%1 --new\n"_s.arg(
-                      path(u"bin/frobnicator"_s)));
+                  u"[Desktop Entry]\nType=Application\nName=Frobnicator\nExec=%1 --new\n"
+                  "Actions=quiet;\n[Desktop Action quiet]\nName=Stay Quiet\n"
+                  "Exec=%1 --quiet\n"_s.arg(path(u"bin/frobnicator"_s)));
         writeFile(path(u"Applications/Editor.app/Contents/Info.plist"_s),
                   u"<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
                   "<key>CFBundleIdentifier</key><string>com.microsoft.VSCode</string>"

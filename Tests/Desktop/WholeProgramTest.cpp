@@ -79,6 +79,16 @@ TEST_F(WholeProgramTest, aProjectInAnEditorGivesTheEditorsToolExactlyItsPath) {
     }));
 }
 
+TEST_F(WholeProgramTest, anActionOfAnApplicationIsStartedByItsName) {
+    type(u"frob quiet"_s);
+    press(u"Return"_s);
+    EXPECT_EQ(startedWith(), QStringList{u"--quiet"_s});
+    EXPECT_TRUE(eventually([this] {
+        return home.defaults()[u"queryLatches"_s].toObject()[u"frob quiet"_s].toString().endsWith(
+            "|action|quiet"_L1);
+    }));
+}
+
 TEST_F(WholeProgramTest, theArrowsMoveTheSelectionAroundBothEnds) {
     // The application first, then the project.
     type(u"frob"_s);

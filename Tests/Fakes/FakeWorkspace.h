@@ -98,6 +98,13 @@ public:
             done(openingError);
     }
 
+    void runAction(const QString &applicationPath, const QString &action,
+                   const Completion &done) override {
+        calls.append(QStringLiteral("runAction ") + applicationPath + u' ' + action);
+        if (done)
+            done(openingError);
+    }
+
     void open(const QString &path) override {
         calls.append(QStringLiteral("open ") + path);
         opened.append(path);

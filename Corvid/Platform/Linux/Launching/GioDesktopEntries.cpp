@@ -14,6 +14,7 @@
 
 #include <gio/gdesktopappinfo.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <optional>
@@ -109,6 +110,29 @@ void noteAppImages(const QString &exec, QSet<QString> &launched) {
             launched.insert(word.replace("%%"_L1, "%"_L1));
 }
 
+// Those that have a name and say what to run. Over the bus, that is their id.
+QList<DesktopAction> actionsOf(GDesktopAppInfo *info, GKeyFile *file) {
+    const bool byBus =
+        g_desktop_app_info_get_boolean(info, G_KEY_FILE_DESKTOP_KEY_DBUS_ACTIVATABLE) != FALSE;
+    QList<DesktopAction> actions;
+    for (const char *const *next = g_desktop_app_info_list_actions(info);
+         *next && actions.size() < mostDesktopActions; ++next) {
+        const QByteArray group = QByteArray("Desktop Action ") + *next;
+        const GFreePointer<gchar> name(g_key_file_get_locale_string(
+            file, group.constData(), G_KEY_FILE_DESKTOP_KEY_NAME, nullptr, nullptr));
+        const bool runs =
+            byBus || !keyFileText(file, group.constData(), G_KEY_FILE_DESKTOP_KEY_EXEC).isEmpty();
+        const DesktopAction action{QString::fromUtf8(*next),
+                                   nameFrom(QString::fromUtf8(name.get()))};
+        const bool isSane = !action.name.isEmpty() && nameFrom(action.id) == action.id;
+        const bool isListed =
+            std::ranges::find(actions, action.id, &DesktopAction::id) != actions.end();
+        if (runs && isSane && !isListed)
+            actions.append(action);
+    }
+    return actions;
+}
+
 std::optional<DesktopEntry> readEntry(const EntryFile &source, const OpenedFile &opened,
                                       QSet<QString> &launchedAppImages) {
     const GKeyFilePointer file = readKeyFile(opened, largestEntry);
@@ -142,7 +166,8 @@ std::optional<DesktopEntry> readEntry(const EntryFile &source, const OpenedFile 
         keywordsFrom(g_desktop_app_info_get_keywords(info.get())),
         nameFrom(
             keyFileText(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_GENERIC_NAME)),
-        unlocalizedKeywords(file.get())};
+        unlocalizedKeywords(file.get()),
+        actionsOf(info.get(), file.get())};
 }
 
 /** The entries found so far. A file that is reached by several names, by links, mounts or folders

@@ -30,7 +30,7 @@ namespace {
 
 constexpr int fileManagerTimeoutMs = 25'000; // it may have to be started first
 
-enum class LaunchMode { Usual, NewWindow };
+enum class LaunchMode { Usual, NewWindow, Action };
 
 QString entryValue(GDesktopAppInfo *entry, const char *key) {
     const GFreePointer<gchar> value(g_desktop_app_info_get_string(entry, key));
@@ -41,11 +41,14 @@ QString idOf(const QString &entryPath) {
     return QFileInfo(entryPath).completeBaseName();
 }
 
+bool hasAction(GDesktopAppInfo *entry, const QByteArray &id) {
+    return g_strv_contains(g_desktop_app_info_list_actions(entry), id.constData()) != FALSE;
+}
+
 /** The id of the entry's action for a new window; empty when it has none. */
 QByteArray newWindowAction(GDesktopAppInfo *entry) {
-    const gchar *const *actions = g_desktop_app_info_list_actions(entry);
     for (const char *name : {"new-window", "new-empty-window", "NewWindow"})
-        if (g_strv_contains(actions, name))
+        if (hasAction(entry, name))
             return name;
     return {};
 }
@@ -102,6 +105,13 @@ struct SessionWorkspace::Launch {
                                             : bundle(path, urls);
     }
 
+    QString action(const QString &path, const QByteArray &id) const {
+        const LoadedEntry loaded(path);
+        if (loaded.info && !hasAction(loaded.info.get(), id))
+            return u"“%1” has no action “%2”."_s.arg(path, QString::fromUtf8(id));
+        return entry(loaded, {}, LaunchMode::Action, id);
+    }
+
     QString openWithDefault(const QUrl &url) const {
         for (const QString &path : defaultHandlers(handledType(url))) {
             const LoadedEntry handler(path);
@@ -143,7 +153,9 @@ private:
         return activationToken.isEmpty() ? startups.begin(entry) : activationToken;
     }
 
-    QString entry(const LoadedEntry &loaded, const QList<QUrl> &urls, LaunchMode mode) const {
+    /** `action`: of the mode with that name. */
+    QString entry(const LoadedEntry &loaded, const QList<QUrl> &urls, LaunchMode mode,
+                  QByteArray action = {}) const {
         const auto &[path, file, info] = loaded;
         if (!info && !QFileInfo::exists(path))
             return u"“%1” does not exist."_s.arg(path);
@@ -154,18 +166,18 @@ private:
         bool byBus =
             g_desktop_app_info_get_boolean(info.get(), G_KEY_FILE_DESKTOP_KEY_DBUS_ACTIVATABLE);
         BusRequest request{urls, {}, {}};
-        if (mode == LaunchMode::NewWindow) {
-            const QByteArray action = newWindowAction(info.get());
-            if (!action.isEmpty()) {
-                request.action = action;
-                if (const QString ofAction = keyFileText(file.get(), "Desktop Action " + action,
-                                                         G_KEY_FILE_DESKTOP_KEY_EXEC);
-                    !ofAction.isEmpty())
-                    exec = ofAction;
-            } else if (!exec.isEmpty()) {
-                // Activating shows the window that is there already; the program may open another.
-                byBus = false;
-            }
+        if (mode == LaunchMode::NewWindow)
+            action = newWindowAction(info.get());
+        if (!action.isEmpty()) {
+            request.action = action;
+            const QString ofAction =
+                keyFileText(file.get(), "Desktop Action " + action, G_KEY_FILE_DESKTOP_KEY_EXEC);
+            // Starting the application as usual may open a window; it does nothing else.
+            if (!ofAction.isEmpty() || mode == LaunchMode::Action)
+                exec = ofAction;
+        } else if (mode == LaunchMode::NewWindow && !exec.isEmpty()) {
+            // Activating shows the window that is there already; the program may open another.
+            byBus = false;
         }
         const LaunchedEntry launched{
             QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get()))),
@@ -283,6 +295,13 @@ void SessionWorkspace::openApplication(const QString &applicationPath, const Com
 void SessionWorkspace::openNewWindow(const QString &applicationPath, const Completion &done) {
     inBackground(done, [=](const Launch &launch) {
         return launch.application(applicationPath, {}, LaunchMode::NewWindow);
+    });
+}
+
+void SessionWorkspace::runAction(const QString &applicationPath, const QString &action,
+                                 const Completion &done) {
+    inBackground(done, [=, id = action.toUtf8()](const Launch &launch) {
+        return launch.action(applicationPath, id);
     });
 }
 

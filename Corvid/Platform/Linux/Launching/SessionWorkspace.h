@@ -52,6 +52,10 @@ public:
     /** By the entry's action for a new window where it has one, else by its Exec line, even where
         it would be activated over D-Bus. */
     void openNewWindow(const QString &applicationPath, const Completion &done) override;
+    /** Over the bus where the entry asks for that and the service exists, else by the action's own
+        Exec line. */
+    void runAction(const QString &applicationPath, const QString &action,
+                   const Completion &done) override;
     void open(const QString &path) override { openUrl(QUrl::fromLocalFile(path)); }
     /** Also without files. A desktop entry: by D-Bus activation where it asks for that and the
         service exists, else by its Exec line, in a terminal if need be. A bundle: by its

@@ -110,6 +110,37 @@ TEST_F(GioDesktopEntriesTest, anEntryIsReadAsTheDesktopResolvesIt) {
                             {u"word"_s}}));
 }
 
+TEST_F(GioDesktopEntriesTest, theActionsThatAnEntryListsAreReadInItsOrder) {
+    install(u"first/applications/a.desktop"_s, "A",
+            "Actions=two;one;two;no-name;no-exec;no-group;\n"
+            "[Desktop Action one]\nName=One\nName[de]=Eins\nExec=true 1\n"
+            "[Desktop Action two]\nName=Two\nExec=true 2\n"
+            "[Desktop Action no-name]\nExec=true\n[Desktop Action no-exec]\nName=No\n"
+            "[Desktop Action unlisted]\nName=Un\nExec=true\n");
+    EXPECT_EQ(listed().at(u"a"_s).actions,
+              (QList<DesktopAction>{{u"two"_s, u"Two"_s}, {u"one"_s, u"Eins"_s}}));
+}
+
+TEST_F(GioDesktopEntriesTest, anActionOverTheBusNeedsNoExecLine) {
+    install(u"first/applications/a.desktop"_s, "A",
+            "DBusActivatable=true\nActions=one;\n[Desktop Action one]\nName=One\n");
+    EXPECT_EQ(listed().at(u"a"_s).actions, (QList<DesktopAction>{{u"one"_s, u"One"_s}}));
+}
+
+TEST_F(GioDesktopEntriesTest, actionsAreBoundedInNumberAndLength) {
+    QByteArray list("Actions=" + QByteArray(2000, 'x') + ';');
+    QByteArray groups("[Desktop Action " + QByteArray(2000, 'x') + "]\nName=X\nExec=true\n");
+    for (int i = 0; i < 20; ++i) {
+        list += 'a' + QByteArray::number(i) + ';';
+        groups += "[Desktop Action a" + QByteArray::number(i) + "]\nName=" + QByteArray(1000, 'y') +
+                  "\nExec=true\n";
+    }
+    install(u"first/applications/a.desktop"_s, "A", list + '\n' + groups);
+    const QList<DesktopAction> actions = listed().at(u"a"_s).actions;
+    ASSERT_EQ(actions.size(), 16);
+    EXPECT_EQ(actions.first(), (DesktopAction{u"a0"_s, QString(256, u'y')}));
+}
+
 TEST_F(GioDesktopEntriesTest, whatAnEntryLacksIsEmpty) {
     install(u"first/applications/plain.desktop"_s, "Plain");
     const DesktopEntry entry = listed().at(u"plain"_s);

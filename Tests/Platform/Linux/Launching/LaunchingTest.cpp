@@ -94,6 +94,11 @@ protected:
             workspace_->openNewWindow(application, done);
         });
     }
+    QString runAction(const QString &application, const QString &action) {
+        return completionOf([&](const Workspace::Completion &done) {
+            workspace_->runAction(application, action, done);
+        });
+    }
     QString startTool(const QString &executable, const QStringList &arguments = {}) {
         return completionOf([&](const Workspace::Completion &done) {
             workspace_->startTool(executable, arguments, done);
@@ -372,6 +377,45 @@ TEST_F(LaunchingTest, aBusActivatedApplicationWithoutTheActionIsStartedOnceMore)
     EXPECT_EQ(launchNewWindow(entry(path("bin/app"_L1), u"DBusActivatable=true"_s)), QString());
     EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList());
     EXPECT_EQ(readFile(trace(u"bus"_s)), QString());
+}
+
+TEST_F(LaunchingTest, anActionIsStartedByItsOwnExecLine) {
+    program(u"app"_s);
+    const QString file = entry(u"app --plain"_s, u"Actions=other;quiet;\n"
+                                                 "[Desktop Action other]\nName=O\nExec=app -o\n"
+                                                 "[Desktop Action quiet]\nName=Q\n"
+                                                 "Exec=app --quiet %U %c \"a b\""_s);
+    EXPECT_EQ(runAction(file, u"quiet"_s), QString());
+    const Trace child(trace(u"app"_s));
+    EXPECT_EQ(child.arguments(), (QStringList{u"--quiet"_s, u"An app"_s, u"a b"_s}));
+    EXPECT_EQ(child.variable(u"GIO_LAUNCHED_DESKTOP_FILE"_s), file);
+}
+
+TEST_F(LaunchingTest, anActionThatTheEntryHasNoMoreOrThatRunsNothingHasAReason) {
+    program(u"app"_s);
+    const QString file = entry(u"app"_s, u"Actions=empty;\n[Desktop Action empty]\nName=E\n"
+                                         "[Desktop Action gone]\nName=G\nExec=app --gone"_s);
+    EXPECT_TRUE(runAction(file, u"gone"_s).contains(u"no action"));
+    EXPECT_TRUE(runAction(file, u"empty"_s).contains(u"does not say what to run"));
+    EXPECT_TRUE(runAction(path("gone.desktop"_L1), u"x"_s).contains(u"does not exist"));
+    EXPECT_FALSE(runAction(bundle(u"My App"_s), u"x"_s).isEmpty());
+    EXPECT_FALSE(QFile::exists(trace(u"app"_s)));
+}
+
+TEST_F(LaunchingTest, anActionOfABusActivatedApplicationIsAskedForOverTheBus) {
+    program(u"app"_s);
+    const QString more = u"DBusActivatable=true\nActions=quiet;\n"
+                         "[Desktop Action quiet]\nName=N\nExec=app --quiet"_s;
+    const QString file = entry(path("bin/app"_L1), more);
+    {
+        const BusServices services(trace(u"bus"_s), {u"org.example.App"_s});
+        EXPECT_EQ(runAction(file, u"quiet"_s), QString());
+    }
+    EXPECT_EQ(readFile(trace(u"bus"_s)),
+              u"org.freedesktop.Application.ActivateAction ('quiet', [], {})\n"_s);
+    EXPECT_FALSE(QFile::exists(trace(u"app"_s)));
+    EXPECT_EQ(runAction(file, u"quiet"_s), QString()) << "without the service";
+    EXPECT_EQ(Trace(trace(u"app"_s)).arguments(), QStringList{u"--quiet"_s});
 }
 
 TEST_F(LaunchingTest, whatIsStartedMovesToAScopeOfItsOwnWhereThereIsAUserManager) {
