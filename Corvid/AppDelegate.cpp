@@ -9,6 +9,7 @@
 #include "Platform/Instance.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/SecretStore.h"
+#include "Platform/SessionControl.h"
 #include "Platform/Workspace.h"
 #include "Program/Benchmark.h"
 #include "Program/StatusItem.h"
@@ -43,13 +44,15 @@ void printError(const QString &line) {
 AppDelegate::AppDelegate(const Platform &platform)
     : platform_(platform), keychain_(platform.secrets),
       viewModel_({platform.defaults, UsageStats::shared(), RoleCatalog::shared(),
-                  platform.workspace, platform.pasteboard, keychain_, platform.ai}),
+                  platform.workspace, platform.pasteboard, keychain_, platform.ai,
+                  platform.session}),
       catalog_(platform.workspace, platform.desktopEntries, RoleCatalog::shared()),
       projects_(platform.defaults, platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}
 
 AppDelegate::~AppDelegate() {
     platform_.appearance.onChange = nullptr;
+    platform_.session.onChange = nullptr;
 }
 
 void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, CachedLists lists) {
@@ -99,6 +102,15 @@ void AppDelegate::connectParts() {
     connect(&catalog_, &AppCatalog::iconArrived, &viewModel_, [this](const QString &path) {
         viewModel_.updateIcon(path, catalog_.icons().value(path));
     });
+    platform_.session.onChange = [this] {
+        // Only what is typed names what the session can do. Who has chosen no row means the first.
+        if (viewModel_.query().isEmpty())
+            return;
+        if (viewModel_.selected() == 0)
+            viewModel_.refresh();
+        else
+            viewModel_.refreshInPlace();
+    };
     platform_.secrets.onChange = [delegate = QPointer(this)] {
         if (!delegate)
             return;
@@ -120,6 +132,7 @@ void AppDelegate::obey(const CommandLine &commandLine) {
         });
     }
     if (commandLine.query) {
+        platform_.session.ask();
         QTimer::singleShot(
             catalogsLoadTime, this,
             [this, text = QString::fromLocal8Bit(*commandLine.query)] { dumpQuery(text); });
@@ -141,6 +154,7 @@ void AppDelegate::show(quint32 time) {
     panel_->position();
     panel_->present(time);
     catalogRefresh_->panelShown();
+    platform_.session.ask();
     mouseMonitor_.reset();
     if (!platform_.clickMonitor)
         return;
@@ -157,6 +171,7 @@ void AppDelegate::hide() {
     lastHideTime_ = platform_.now();
     stickyShowing_ = false;
     mouseMonitor_.reset();
+    viewModel_.withdrawQuestion();
     panel_->hide();
     catalogRefresh_->panelHidden();
 }
@@ -220,6 +235,8 @@ void AppDelegate::performAction(const LauncherAction &action) {
         openSettings();
     } else if (const auto *run = std::get_if<RunAction>(&action)) {
         platform_.workspace.runAction(run->applicationPath, run->action, ignore);
+    } else if (const auto *control = std::get_if<ControlSession>(&action)) {
+        platform_.session.carryOut(control->command);
     } // a question is the view model's own matter
 }
 

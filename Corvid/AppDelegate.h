@@ -30,6 +30,7 @@ class Instance;
 class PanelSurface;
 class Pasteboard;
 class SecretStore;
+class SessionControl;
 class SettingsView;
 class StatusItem;
 class SystemLog;
@@ -65,6 +66,7 @@ public:
         AppearanceSettings &appearance;
         FolderDialog &folderDialog;
         AIService &ai;
+        SessionControl &session;
         std::function<BootClock::time_point()> now = BootClock::now;
     };
 

@@ -9,6 +9,7 @@
 #include "HotKeyManager.h"
 #include "Platform/Linux/Bus/BusInstance.h"
 #include "Platform/Linux/Bus/BusReturn.h"
+#include "Platform/Linux/Bus/BusSessionControl.h"
 #include "Platform/Linux/Bus/PortalAppearance.h"
 #include "Platform/Linux/Bus/PortalFolderDialog.h"
 #include "Platform/Linux/Bus/SessionTrayWatch.h"
@@ -153,6 +154,7 @@ End run(const Start &start, bool busIsSilent, char **argv, Instance &instance,
     ClipboardPasteboard pasteboard;
     SessionSecretStore secrets;
     AIService::installSecrets(&secrets);
+    BusSessionControl sessionControl;
     SessionTrayWatch tray;
     PortalAppearance appearance;
     PortalFolderDialog folderDialog;
@@ -162,7 +164,7 @@ End run(const Start &start, bool busIsSilent, char **argv, Instance &instance,
     AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
                           *windowSystem.surface, windowSystem.clickMonitor.get(),
                           HotKeyManager::shared(), instance, tray, appearance, folderDialog,
-                          AIService::shared()});
+                          AIService::shared(), sessionControl});
     const auto finishLaunching = [&] {
         delegate.applicationDidFinishLaunching(commandLine, std::move(cachedLists));
     };

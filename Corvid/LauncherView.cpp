@@ -57,6 +57,8 @@ KeyPress keyPressOf(const QKeyEvent &event) {
     press.command = event.modifiers().testAnyFlags(Qt::ControlModifier | Qt::MetaModifier);
     press.shift = event.modifiers().testFlag(Qt::ShiftModifier);
     press.isReturn = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+    press.isEscape = event.key() == Qt::Key_Escape;
+    press.repeats = event.isAutoRepeat();
     const int key = event.key();
     if ((key >= Qt::Key_0 && key <= Qt::Key_9) || (key >= Qt::Key_A && key <= Qt::Key_Z))
         press.characters = QChar(key);
@@ -139,10 +141,8 @@ void LauncherView::observe() {
     field_->onEsc = [this] { viewModel_.cancel(); };
     connect(answer_, &AnswerArea::copyRequested, this, &LauncherView::copyAnswer);
     connect(clear_, &Symbol::clicked, &viewModel_, &LauncherViewModel::reset);
-    connect(list_, &ResultList::clicked, &viewModel_, [this](const QModelIndex &row) {
-        viewModel_.setSelected(row.row());
-        viewModel_.submit();
-    });
+    connect(list_, &ResultList::clicked, &viewModel_,
+            [this](const QModelIndex &row) { viewModel_.choose(row.row()); });
 
     connect(&viewModel_, &LauncherViewModel::queryChanged, this, &LauncherView::showQuery);
     connect(&viewModel_, &LauncherViewModel::resultsChanged, this, &LauncherView::showResults);

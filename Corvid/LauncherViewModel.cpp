@@ -8,6 +8,7 @@
 #include "Platform/Pasteboard.h"
 #include "Platform/Workspace.h"
 #include "ProjectIndex.h"
+#include "Search/SessionRows.h"
 
 #include <algorithm>
 #include <utility>
@@ -38,6 +39,7 @@ LauncherViewModel::LauncherViewModel(const Environment &environment) : environme
 void LauncherViewModel::setQuery(const QString &query) {
     if (query_ == query)
         return;
+    questioned_.reset(); // its list goes with it
     query_ = query;
     parsedQuery_ = parseQuery(query, environment_.roles);
     Q_EMIT queryChanged();
@@ -89,13 +91,15 @@ RowSources LauncherViewModel::sources() {
             environment_.stats,
             environment_.workspace.runningApplications(),
             [this](const QString &path) { return catalog->iconForPath(path); },
-            environment_.defaults};
+            environment_.defaults,
+            environment_.session};
 }
 
 void LauncherViewModel::publish(Rows rows, int selected) {
     results_ = std::move(rows);
     // Together with the rows: whoever shows them shall not see another one selected in between.
     const bool moves = std::exchange(selected_, selected) != selected;
+    placeQuestion(results_, selected_, questioned_);
     Q_EMIT resultsChanged();
     if (moves)
         Q_EMIT selectedChanged();
@@ -103,6 +107,12 @@ void LauncherViewModel::publish(Rows rows, int selected) {
                               Qt::QueuedConnection);
     const int last = static_cast<int>(results_.size()) - 1;
     setSelected(results_.empty() ? 0 : std::min(selected_, last));
+}
+
+void LauncherViewModel::setSelected(int index) {
+    if (index != selected_)
+        withdrawQuestion();
+    assign(selected_, index, &LauncherViewModel::selectedChanged);
 }
 
 void LauncherViewModel::moveSelection(int delta) {
@@ -139,12 +149,42 @@ void LauncherViewModel::submitRow(ResultItem row, OpenApp::Window window) {
         askAI(parsedQuery_.object);
     } else if (const auto *ask = std::get_if<AskAI>(&row.action)) {
         askAI(ask->question);
-    } else {
+    } else if (!askBefore(row)) {
         record(row);
         if (auto *open = std::get_if<OpenApp>(&row.action))
             open->window = window;
         perform(row.action);
     }
+}
+
+// Puts the question before a row's action in its place. False where there is none, or where it has
+// been there and is answered.
+bool LauncherViewModel::askBefore(const ResultItem &row) {
+    if (!questionBefore(row.action))
+        return false;
+    if (questioned_ && questioned_->id == row.id) {
+        withdrawQuestion();
+        return false;
+    }
+    questioned_ = row;
+    publish(results_, selected_);
+    return true;
+}
+
+void LauncherViewModel::withdrawQuestion() {
+    const std::optional<ResultItem> row = std::exchange(questioned_, std::nullopt);
+    if (!row)
+        return;
+    Rows rows = results_;
+    std::ranges::replace_if(
+        rows, [&row](const ResultItem &other) { return other.id == row->id; }, *row);
+    publish(std::move(rows), selected_);
+}
+
+void LauncherViewModel::choose(int row) {
+    withdrawQuestion();
+    setSelected(row);
+    submit();
 }
 
 void LauncherViewModel::record(const ResultItem &row) {
@@ -172,6 +212,15 @@ void LauncherViewModel::hide() {
 }
 
 bool LauncherViewModel::handleKeyEvent(const KeyPress &key) {
+    // A key that is held has been pressed once, even if the first press is still to be handled.
+    if (const ResultItem *row = selectedRow();
+        key.isReturn && key.repeats && row && questionBefore(row->action))
+        return true;
+    if (questioned_ && (!key.isReturn || key.command || key.shift)) {
+        withdrawQuestion();
+        if (key.isEscape)
+            return true;
+    }
     if (!key.command) {
         if (!key.isReturn || !key.shift)
             return false;
@@ -194,8 +243,7 @@ bool LauncherViewModel::handleKeyEvent(const KeyPress &key) {
     const int row = characters.toInt(); // 0 for what is no number
     if (row < 1 || row > 9 || row > static_cast<int>(results_.size()))
         return false;
-    setSelected(row - 1);
-    submit();
+    choose(row - 1);
     return true;
 }
 

@@ -18,6 +18,7 @@ class KeychainHelper;
 class Pasteboard;
 class ProjectIndex;
 class RoleCatalog;
+class SessionControl;
 class UserDefaults;
 class Workspace;
 
@@ -25,8 +26,10 @@ class Workspace;
 struct KeyPress {
     bool command = false;  ///< the platform's shortcut modifier is held
     bool isReturn = false; ///< Return or Enter
-    QString characters;    ///< what the key types without the modifier
+    QString characters{};  ///< what the key types without the modifier
     bool shift = false;
+    bool isEscape = false;
+    bool repeats = false; ///< held since an earlier press
 };
 
 /**
@@ -47,6 +50,7 @@ public:
         Pasteboard &pasteboard;
         const KeychainHelper &keychain;
         AIService &ai;
+        const SessionControl &session;
     };
 
     explicit LauncherViewModel(const Environment &environment);
@@ -57,7 +61,7 @@ public:
     const Rows &results() const { return results_; }
     /** Index of the highlighted row. */
     int selected() const { return selected_; }
-    void setSelected(int index) { assign(selected_, index, &LauncherViewModel::selectedChanged); }
+    void setSelected(int index);
     /** The search field shall take the focus; the view clears it when it has done so. */
     bool focusSearch() const { return focusSearch_; }
     void setFocusSearch(bool wanted) {
@@ -95,8 +99,16 @@ public:
     void refreshInPlace();
     /** Moves the selection by a step, wrapping at both ends. */
     void moveSelection(int delta);
-    /** Return: records the choice and carries it out. `window`: of an application's row. */
+    /** Return: records the choice and carries it out. `window`: of an application's row. What ends
+        the session is carried out by a second Return alone: the first puts a question in the
+        place of the row's title. */
     void submit(OpenApp::Window window = OpenApp::Window::Running);
+    /** The same for a row that is pointed at, by a click or its number, which never answers a
+        question. */
+    void choose(int row);
+    /** Takes back a question in the place of a row's title, if there is one, as every key but
+        Return does, and every change of the query, of the selection and of the selected row. */
+    void withdrawQuestion();
     /** The shortcuts with Command, and Shift+Return, which opens an application's row in a new
         window and any other as Return does. True when the key was consumed. */
     bool handleKeyEvent(const KeyPress &key);
@@ -153,6 +165,7 @@ private:
     const ResultItem *selectedRow() const;
     std::optional<QString> selectedPath() const;
     void submitRow(ResultItem row, OpenApp::Window window);
+    bool askBefore(const ResultItem &row);
     void record(const ResultItem &row);
     void perform(const LauncherAction &action);
     void hide();
@@ -170,6 +183,7 @@ private:
     QString aiResponse_;
     bool aiBusy_ = false;
     QString statusText_;
+    std::optional<ResultItem> questioned_; ///< the row without the question in its place
     QUuid session_ = QUuid::createUuid();
     std::vector<AIService::Task> answers_; ///< under way, or ended since
     QTimer pauseInTyping_;

@@ -108,12 +108,13 @@ protected:
     FakeAppearanceSettings appearance;
     FakeFolderDialog folderDialog;
     AIService ai{defaults, nullptr};
+    FakeSessionControl session;
     BootClock::time_point now{std::chrono::hours(1)};
     std::optional<AppDelegate> owned{
         std::in_place,
         AppDelegate::Platform{defaults, workspace, pasteboard, secrets, log, entries, volumes,
                               panelSurface, &clickMonitor, hotKeys, instance, tray, appearance,
-                              folderDialog, ai, [this] { return now; }}};
+                              folderDialog, ai, session, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
@@ -275,7 +276,7 @@ TEST_F(AppDelegateTest, aClickOutsideCountsForTheShowingThatItFellInto) {
 TEST_F(AppDelegateTest, thePanelIsFreshWhenTheMachineHasSleptInTheMeantime) {
     owned.emplace(AppDelegate::Platform{defaults, workspace, pasteboard, secrets, log, entries,
                                         volumes, panelSurface, &clickMonitor, hotKeys, instance,
-                                        tray, appearance, folderDialog, ai});
+                                        tray, appearance, folderDialog, ai, session});
     launch({"--show"});
     delegate.viewModel().setQuery(u"zed"_s);
     delegate.hide();
@@ -465,6 +466,39 @@ TEST_F(AppDelegateTest, aMalformedLastProjectDoesNothing) {
         delegate.performAction(OpenLastProject{});
     }
     EXPECT_TRUE(workspace.calls.isEmpty());
+}
+
+TEST_F(AppDelegateTest, whatTheSessionCanDoIsAskedEachTimeThePanelIsShown) {
+    launch();
+    EXPECT_EQ(session.asked, 0);
+    delegate.show();
+    EXPECT_EQ(session.asked, 1);
+    delegate.viewModel().setQuery(u"reboot"_s);
+    EXPECT_EQ(session.asked, 1) << "not for what is typed";
+    EXPECT_EQ(delegate.viewModel().results().front().id, u"web-search");
+    session.answer({SessionCommand::Restart});
+    EXPECT_EQ(delegate.viewModel().results().front().id, u"session-restart");
+    delegate.hide();
+    delegate.show();
+    EXPECT_EQ(session.asked, 2);
+}
+
+TEST_F(AppDelegateTest, aCommandToTheSessionIsCarriedOut) {
+    delegate.performAction(ControlSession{SessionCommand::Suspend});
+    EXPECT_EQ(session.carriedOut, std::vector{SessionCommand::Suspend});
+}
+
+TEST_F(AppDelegateTest, hidingTakesAQuestionBack) {
+    launch();
+    session.able = {SessionCommand::ShutDown};
+    delegate.show();
+    delegate.viewModel().setQuery(u"poweroff"_s);
+    delegate.viewModel().submit();
+    EXPECT_TRUE(delegate.viewModel().results().front().title.contains(u'?'));
+    delegate.hide();
+    delegate.show();
+    EXPECT_EQ(delegate.viewModel().results().front().title, u"Shut Down");
+    EXPECT_TRUE(session.carriedOut.empty());
 }
 
 TEST_F(AppDelegateTest, anActionOfAnApplicationIsRun) {

@@ -2,6 +2,7 @@
 
 #include "Platform/DesktopEntries.h"
 #include "Platform/Image.h"
+#include "Platform/SessionControl.h"
 
 #include <QByteArray>
 #include <QJsonObject>
@@ -96,10 +97,14 @@ struct RunAction {
     QString action; ///< its id
     bool operator==(const RunAction &) const = default;
 };
+struct ControlSession {
+    SessionCommand command;
+    bool operator==(const ControlSession &) const = default;
+};
 
 /** What Return does on a row. */
 using LauncherAction = std::variant<OpenApp, OpenProject, CopyAI, AskAI, OpenURL, OpenLastProject,
-                                    OpenSettings, RunAction>;
+                                    OpenSettings, RunAction, ControlSession>;
 
 /** One row of the result list. Rows are told apart by their id. */
 struct ResultItem {

@@ -25,6 +25,8 @@ QString symbolOf(const ResultItem &item) {
         return u"web"_s;
     if (std::holds_alternative<OpenSettings>(item.action))
         return u"settings"_s;
+    if (std::holds_alternative<ControlSession>(item.action))
+        return u"power"_s;
     if (item.id.startsWith("ai-"_L1))
         return u"sparkles"_s;
     if (std::holds_alternative<CopyAI>(item.action))

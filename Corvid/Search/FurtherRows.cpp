@@ -2,6 +2,7 @@
 
 #include "Search/ActionRows.h"
 #include "Search/LastProjectRow.h"
+#include "Search/SessionRows.h"
 #include "Search/SpellingRows.h"
 #include "Search/WordRows.h"
 
@@ -18,6 +19,7 @@ using Source = Rows (*)(const Query &query, const RowSources &from);
 // returns nothing quickly for a query that names nothing of its own.
 const std::vector<Source> sources{
     lastProjectRows,
+    sessionRows,
     actionRows,
     wordRows,
 };

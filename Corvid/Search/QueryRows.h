@@ -28,6 +28,7 @@ struct RowSources {
     const QSet<QString> &running; ///< bundle identifiers
     std::function<Image(const QString &path)> icon;
     const UserDefaults &defaults;
+    const SessionControl &session;
 
     /** Indexes into `apps`. */
     const std::vector<std::size_t> &codeEditors() const;

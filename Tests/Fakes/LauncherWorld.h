@@ -7,6 +7,7 @@
 #include "Fakes/FakeDesktopEntries.h"
 #include "Fakes/FakePasteboard.h"
 #include "Fakes/FakeSecretStore.h"
+#include "Fakes/FakeSessionControl.h"
 #include "Fakes/FakeUserDefaults.h"
 #include "Fakes/FakeVolumes.h"
 #include "Fakes/FakeWorkspace.h"
@@ -44,7 +45,7 @@ public:
     LauncherWorld(const std::vector<AppEntry> &apps, const std::vector<ProjectEntry> &projectList,
                   const RoleCatalog::Taxonomy &taxonomy = {})
         : roles(taxonomy), catalog(workspace, desktopEntries, roles), projects(defaults, volumes),
-          model({defaults, stats, roles, workspace, pasteboard, keychain, ai}) {
+          model({defaults, stats, roles, workspace, pasteboard, keychain, ai, session}) {
         // Caches of its own: the scans of an earlier world may still be writing theirs.
         qputenv("XDG_DATA_HOME", folder.path().toLocal8Bit());
         writeCache(locations::cacheFile(QStringLiteral("catalog.json")), apps);
@@ -82,6 +83,7 @@ public:
     FakeWorkspace workspace;
     FakePasteboard pasteboard;
     FakeSecretStore secrets;
+    FakeSessionControl session;
     KeychainHelper keychain{secrets};
     FakeDesktopEntries desktopEntries;
     FakeVolumes volumes;

@@ -1,21 +1,25 @@
 // Stands in for services on a test's own session bus:
 //
-//   corvid_bus_services [--fail] <trace file> <bus name>...
+//   corvid_bus_services [--fail] [--answer=<method>=<values>]... <trace file> <bus name>...
 //
 // owns the names, appends one line for each method call to the trace file, "interface.method
 // arguments", and answers it with an empty reply, or with an error after --fail. Ends with its
-// standard input.
+// standard input. A method is answered with the values, a tuple as GLib writes it; "unknown" in
+// their place says that there is no such method, "refused" that it is not allowed.
 
 #include <gio/gio.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <map>
+#include <string>
+#include <string_view>
 
 namespace {
 
 const char *tracePath = nullptr;
 bool failing = false;
+std::map<std::string, std::string> answers; // by method
 
 GDBusMessage *answer(GDBusConnection *bus, GDBusMessage *message, gboolean incoming,
                      gpointer /*data*/) {
@@ -30,9 +34,21 @@ GDBusMessage *answer(GDBusConnection *bus, GDBusMessage *message, gboolean incom
         std::fclose(trace);
     }
     g_free(arguments);
-    GDBusMessage *reply =
-        failing ? g_dbus_message_new_method_error_literal(message, "org.example.Busy", "I am busy")
-                : g_dbus_message_new_method_reply(message);
+    const auto scripted = answers.find(g_dbus_message_get_member(message));
+    const std::string values = scripted == answers.end() ? "()" : scripted->second;
+    GDBusMessage *reply = nullptr;
+    if (failing)
+        reply = g_dbus_message_new_method_error_literal(message, "org.example.Busy", "I am busy");
+    else if (values == "unknown")
+        reply = g_dbus_message_new_method_error_literal(
+            message, "org.freedesktop.DBus.Error.UnknownMethod", "There is none");
+    else if (values == "refused")
+        reply = g_dbus_message_new_method_error_literal(
+            message, "org.freedesktop.DBus.Error.AccessDenied", "You may not");
+    else {
+        reply = g_dbus_message_new_method_reply(message);
+        g_dbus_message_set_body(reply, g_variant_new_parsed(values.c_str()));
+    }
     g_dbus_connection_send_message(bus, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
     g_object_unref(reply);
     g_object_unref(message);
@@ -43,9 +59,16 @@ GDBusMessage *answer(GDBusConnection *bus, GDBusMessage *message, gboolean incom
 
 int main(int argc, char **argv) {
     int next = 1;
-    if (next < argc && std::strcmp(argv[next], "--fail") == 0) {
-        failing = true;
-        ++next;
+    for (; next < argc && argv[next][0] == '-'; ++next) {
+        constexpr std::string_view prefix = "--answer=";
+        const std::string option = argv[next];
+        if (option == "--fail") {
+            failing = true;
+        } else if (option.rfind(prefix, 0) == 0) {
+            const std::string answer = option.substr(prefix.size());
+            const std::size_t end = answer.find('=');
+            answers[answer.substr(0, end)] = answer.substr(end + 1);
+        }
     }
     if (argc - next < 2)
         return 2;

@@ -6,6 +6,7 @@
 #include "Base/Settings.h"
 #include "Fakes/FakePasteboard.h"
 #include "Fakes/FakeSecretStore.h"
+#include "Fakes/FakeSessionControl.h"
 #include "Fakes/FakeUserDefaults.h"
 #include "Fakes/FakeVolumes.h"
 #include "Fakes/FakeWorkspace.h"
@@ -139,12 +140,14 @@ private:
     FakeSecretStore secrets_;
     FakeVolumes volumes_;
     KeychainHelper keychain_{secrets_};
+    FakeSessionControl session_;
     UsageStats stats_{defaults_};
     RoleCatalog roles_{shippedTaxonomy()};
     AppCatalog catalog_{workspace_, entries_, roles_};
     ProjectIndex projects_{defaults_, volumes_};
     AIService ai_{defaults_, &secrets_};
-    LauncherViewModel model_{{defaults_, stats_, roles_, workspace_, pasteboard_, keychain_, ai_}};
+    LauncherViewModel model_{
+        {defaults_, stats_, roles_, workspace_, pasteboard_, keychain_, ai_, session_}};
 };
 
 struct Figures {

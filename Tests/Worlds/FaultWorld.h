@@ -5,6 +5,7 @@
 #include "Base/Locations.h"
 #include "Fakes/FakePasteboard.h"
 #include "Fakes/FakeSecretStore.h"
+#include "Fakes/FakeSessionControl.h"
 #include "Fakes/FakeWorkspace.h"
 #include "KeychainHelper.h"
 #include "LauncherViewModel.h"
@@ -77,13 +78,14 @@ public:
     FakePasteboard pasteboard;
     FakeSecretStore secrets;
     KeychainHelper keychain{secrets};
+    FakeSessionControl session;
     GioDesktopEntries desktopEntries;
     MountedVolumes volumes;
     RoleCatalog roles{{}};
     AIService ai{defaults, &secrets};
     int catalogUpdates = 0;
     std::vector<LauncherAction> actions;
-    LauncherViewModel model{{defaults, stats, roles, workspace, pasteboard, keychain, ai}};
+    LauncherViewModel model{{defaults, stats, roles, workspace, pasteboard, keychain, ai, session}};
     AppCatalog catalog{workspace, desktopEntries, roles};
     ProjectIndex projects{defaults, volumes};
 

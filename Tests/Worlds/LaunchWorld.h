@@ -12,6 +12,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <csignal>
+
 #include <unistd.h>
 
 namespace corvid::test {
@@ -80,38 +83,61 @@ inline const QStringList busWithoutServices{
     u"--config-file"_s, QStringLiteral(CORVID_TEST_FIXTURES "/session-bus.conf"), u"--nofork"_s,
     u"--print-address"_s};
 
-/** A session bus of the test program's own, with no service on it and none to be activated. */
+/** A session bus of the test program's own, with no service on it and none to be activated; or
+    another bus, whose address the variable tells. */
 class PrivateBus : public ::testing::Environment {
 public:
+    explicit PrivateBus(const char *variable = "DBUS_SESSION_BUS_ADDRESS") : variable_(variable) {}
     void SetUp() override {
         makeDependent(daemon_);
         daemon_.start(u"dbus-daemon"_s, busWithoutServices);
         ASSERT_TRUE(daemon_.waitForReadyRead(60'000));
-        qputenv("DBUS_SESSION_BUS_ADDRESS", daemon_.readLine().trimmed());
+        address_ = daemon_.readLine().trimmed();
+        qputenv(variable_, address_);
     }
     void TearDown() override {
         daemon_.terminate();
         daemon_.waitForFinished();
     }
 
+    QString address() const { return QString::fromLatin1(address_); }
+    /** From here on it answers nobody until it goes on. */
+    void pause() { kill(static_cast<pid_t>(daemon_.processId()), SIGSTOP); }
+    void goOn() { kill(static_cast<pid_t>(daemon_.processId()), SIGCONT); }
+
 private:
+    const char *variable_;
     QProcess daemon_;
+    QByteArray address_;
 };
 
-/** Services on that bus; see Helpers/BusServices.cpp. Gone when destroyed. */
+/** Services on that bus, or on the one whose address is given; see Helpers/BusServices.cpp. Gone
+    when destroyed. */
 class BusServices {
 public:
-    BusServices(const QString &trace, const QStringList &arguments) {
+    BusServices(const QString &trace, const QStringList &arguments, const QString &bus = {}) {
         process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        if (!bus.isEmpty()) {
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, bus);
+            process_.setProcessEnvironment(environment);
+        }
         QStringList all = arguments;
-        all.insert(arguments.value(0) == "--fail"_L1 ? 1 : 0, trace);
+        const auto name = std::ranges::find_if(
+            all, [](const QString &argument) { return !argument.startsWith("--"_L1); });
+        all.insert(name - all.begin(), trace);
         process_.start(QStringLiteral(CORVID_BUILD_FOLDER "/tests/corvid_bus_services"), all);
         EXPECT_TRUE(process_.waitForReadyRead(60'000));
     }
     ~BusServices() {
+        goOn();
         process_.closeWriteChannel();
         process_.waitForFinished();
     }
+
+    /** From here on they answer nobody until they go on. */
+    void pause() { kill(static_cast<pid_t>(process_.processId()), SIGSTOP); }
+    void goOn() { kill(static_cast<pid_t>(process_.processId()), SIGCONT); }
 
 private:
     QProcess process_;

@@ -152,9 +152,10 @@ protected:
     FakeAppearanceSettings appearance;
     FakeFolderDialog folderDialog;
     AIService ai{defaults, &secrets};
+    FakeSessionControl session;
     AppDelegate delegate{{defaults, workspace, pasteboard, secrets, log, entries, volumes,
                           panelSurface, nullptr, hotKeys, instance, tray, appearance, folderDialog,
-                          ai}};
+                          ai, session}};
 };
 
 class DefaultsFileDeathTest : public DefaultsFileTest {

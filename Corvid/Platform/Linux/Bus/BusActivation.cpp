@@ -8,19 +8,6 @@ namespace {
 
 constexpr int activationMs = 25'000; // a slow application's start is no failure
 
-bool meansNoService(int code) {
-    switch (code) {
-    case G_DBUS_ERROR_SERVICE_UNKNOWN:
-    case G_DBUS_ERROR_NAME_HAS_NO_OWNER:
-    case G_DBUS_ERROR_UNKNOWN_METHOD:
-    case G_DBUS_ERROR_UNKNOWN_OBJECT:
-    case G_DBUS_ERROR_UNKNOWN_INTERFACE:
-        return true;
-    default: // the bus has one code for each way in which starting the service can fail
-        return code >= G_DBUS_ERROR_SPAWN_EXEC_FAILED && code <= G_DBUS_ERROR_SPAWN_NO_MEMORY;
-    }
-}
-
 struct Call {
     const char *method;
     GVariant *arguments; ///< floating
@@ -69,8 +56,7 @@ BusActivation activateByBus(const QString &id, const BusRequest &request, GCance
         return BusActivation::Done;
     // Anything else may come from an application that is there and busy: starting it once more
     // would open it twice.
-    const bool missing = error.get()->domain == G_DBUS_ERROR && meansNoService(error.get()->code);
-    return missing ? BusActivation::ServiceMissing : BusActivation::Failed;
+    return meansNoService(error) ? BusActivation::ServiceMissing : BusActivation::Failed;
 }
 
 } // namespace corvid
