@@ -45,7 +45,7 @@ AppDelegate::AppDelegate(const Platform &platform)
     : platform_(platform), keychain_(platform.secrets),
       viewModel_({platform.defaults, UsageStats::shared(), RoleCatalog::shared(),
                   platform.workspace, platform.pasteboard, keychain_, platform.ai,
-                  platform.session}),
+                   platform.session, platform.volumes}),
       catalog_(platform.workspace, platform.desktopEntries, RoleCatalog::shared()),
       projects_(platform.defaults, platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}
@@ -237,6 +237,8 @@ void AppDelegate::performAction(const LauncherAction &action) {
         platform_.workspace.runAction(run->applicationPath, run->action, ignore);
     } else if (const auto *control = std::get_if<ControlSession>(&action)) {
         platform_.session.carryOut(control->command);
+    } else if (const auto *place = std::get_if<OpenPath>(&action)) {
+        platform_.workspace.open(place->path);
     } // a question is the view model's own matter
 }
 

@@ -9,6 +9,7 @@
 #include "Platform/Workspace.h"
 #include "ProjectIndex.h"
 #include "Search/SessionRows.h"
+#include "Search/TypedPlaces.h"
 
 #include <algorithm>
 #include <utility>
@@ -29,7 +30,8 @@ QStringList namesOf(const std::vector<Entry> &entries) {
 
 } // namespace
 
-LauncherViewModel::LauncherViewModel(const Environment &environment) : environment_(environment) {
+LauncherViewModel::LauncherViewModel(const Environment &environment)
+    : environment_(environment), paths_(environment.volumes, [this] { showFoundPath(); }) {
     pauseInTyping_.setSingleShot(true);
     pauseInTyping_.setInterval(400);
     // Any other timer may fire early, and ask for a text that is still being typed.
@@ -42,8 +44,19 @@ void LauncherViewModel::setQuery(const QString &query) {
     questioned_.reset(); // its list goes with it
     query_ = query;
     parsedQuery_ = parseQuery(query, environment_.roles);
+    if (!typedPath(parsedQuery_.text))
+        paths_.forget();
     Q_EMIT queryChanged();
     refresh();
+}
+
+// The selection stays on its row, unless that is the first one, where nobody has moved it: then it
+// is the first one again.
+void LauncherViewModel::showFoundPath() {
+    if (selected_ > 0)
+        refreshInPlace();
+    else
+        refresh();
 }
 
 bool LauncherViewModel::aiEnabled() const {
@@ -90,9 +103,10 @@ RowSources LauncherViewModel::sources() {
             environment_.roles,
             environment_.stats,
             environment_.workspace.runningApplications(),
-            [this](const QString &path) { return catalog->iconForPath(path); },
             environment_.defaults,
-            environment_.session};
+            [this](const QString &path) { return catalog->iconForPath(path); },
+            environment_.session,
+            [this](const QString &path) { return paths_.kindOf(path); }};
 }
 
 void LauncherViewModel::publish(Rows rows, int selected) {

@@ -20,6 +20,7 @@ class ProjectIndex;
 class RoleCatalog;
 class SessionControl;
 class UserDefaults;
+class Volumes;
 class Workspace;
 
 /** A key press as the view model needs it, whatever window system it came from. */
@@ -51,6 +52,7 @@ public:
         const KeychainHelper &keychain;
         AIService &ai;
         const SessionControl &session;
+        const Volumes &volumes;
     };
 
     explicit LauncherViewModel(const Environment &environment);
@@ -158,6 +160,7 @@ private:
     }
     bool asks() const { return parsedQuery_.kind == Query::Kind::Ask; }
     RowSources sources();
+    void showFoundPath();
     /** What a query that is no question lists. */
     Rows listedRows();
     void publish(Rows rows, int selected);
@@ -188,6 +191,7 @@ private:
     std::vector<AIService::Task> answers_; ///< under way, or ended since
     QTimer pauseInTyping_;
     AIService::Task intent_;
+    PathLookup paths_;
 };
 
 } // namespace corvid

@@ -8,6 +8,7 @@
 #include "Platform/UserDefaults.h"
 #include "Settings/FolderSection.h"
 #include "Settings/FormWidgets.h"
+#include "Settings/WebSearchSection.h"
 
 #include <QApplication>
 #include <QBoxLayout>
@@ -149,6 +150,8 @@ QWidget *SettingsView::makeForm() {
     folders_ =
         new FolderSection(environment_.defaults, environment_.projects, environment_.folderDialog);
     sections->addWidget(folders_);
+    webSearch_ = new WebSearchSection(environment_.defaults);
+    sections->addWidget(webSearch_);
     sections->addStretch();
     return form;
 }
@@ -225,6 +228,7 @@ void SettingsView::load() {
         hotkey = HotKeyManager::describe(stored->keyCode, stored->modifiers);
     hotkeyText_->setText(hotkey);
     folders_->load();
+    webSearch_->load();
     showHotkeyHint();
 }
 
@@ -243,6 +247,7 @@ void SettingsView::save() {
     if (!apiKey_->text().isEmpty())
         environment_.keychain.save(settings::aiKeyAccount, apiKey_->text());
     folders_->save();
+    webSearch_->save();
     saved_ = true;
     close();
 }

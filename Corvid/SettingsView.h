@@ -22,12 +22,13 @@ class KeychainHelper;
 class PanelSurface;
 class ProjectIndex;
 class UserDefaults;
+class WebSearchSection;
 
 /**
  * The settings' window, of fixed size, in the desktop's colours and font, with a form: hot key, AI
- * endpoint, project folders. It shows what is stored each time it is shown. A new hot key and
- * changes to the folders are stored at once, the rest by "Save". No failure to store is shown.
- * Closing hides the window. Main thread only.
+ * endpoint, project folders, web search. It shows what is stored each time it is shown. A new hot
+ * key and changes to the folders and to search words are stored at once, the rest by "Save". No
+ * failure to store is shown. Closing hides the window. Main thread only.
  */
 class SettingsView final : public QWidget {
     Q_OBJECT
@@ -100,6 +101,7 @@ private:
     QLineEdit *model_ = nullptr;
     QLineEdit *apiKey_ = nullptr;
     FolderSection *folders_ = nullptr;
+    WebSearchSection *webSearch_ = nullptr;
     QPushButton *saveButton_ = nullptr;
 };
 

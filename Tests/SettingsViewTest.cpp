@@ -23,6 +23,7 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QTableWidget>
 
 #include <gtest/gtest.h>
 
@@ -73,6 +74,18 @@ protected:
             if (shown(candidate->text()) == label)
                 return qobject_cast<QLineEdit *>(candidate->buddy());
         return nullptr;
+    }
+    QTableWidget *table() { return window->findChild<QTableWidget *>(); }
+    /** The words of the table, from the top. */
+    QStringList words() {
+        QStringList result;
+        for (int row = 0; row < table()->rowCount(); ++row)
+            result.append(table()->item(row, 0)->text());
+        return result;
+    }
+    QLineEdit *cellEditor() { return table()->viewport()->findChild<QLineEdit *>(); }
+    void enter(int row, int column, const QString &text) {
+        table()->item(row, column)->setText(text);
     }
     QCheckBox *enable() { return window->findChild<QCheckBox *>(); }
     QLabel *hotkeyText() {
@@ -174,7 +187,11 @@ TEST_F(SettingsViewTest, theSectionsStandInTheirOrderAndSaveBelowThem) {
                            field(u"API key (stored in Keychain)"_s),
                            remove(u"/one"_s),
                            remove(u"/two"_s),
-                           button(u"Add folder..."_s)};
+                           button(u"Add folder..."_s),
+                           field(u"Search engine"_s),
+                           field(u"Address (%s is the text)"_s),
+                           table(),
+                           button(u"Add word"_s)};
     for (size_t i = 1; i < std::size(order); ++i)
         EXPECT_LT(top(order[i - 1]), top(order[i])) << i;
     EXPECT_TRUE(button(u"Save"_s)->isDefault());
@@ -200,7 +217,15 @@ TEST_F(SettingsViewTest, tabsGoDownTheFormAndAroundAlsoAfterARemoval) {
     };
     const QList<QWidget *> before{button(u"Change"_s), enable(), field(u"Base URL"_s),
                                   field(u"Model"_s), field(u"API key (stored in Keychain)"_s)};
-    const QList<QWidget *> after{button(u"Add folder..."_s), button(u"Save"_s)};
+    table()->setCurrentCell(0, 0); // or there is nothing to remove
+    const QList<QWidget *> after{button(u"Add folder..."_s),
+                                 field(u"Search engine"_s),
+                                 field(u"Address (%s is the text)"_s),
+                                 table(),
+                                 button(u"Add word"_s),
+                                 button(u"Remove word"_s),
+                                 button(u"Restore defaults"_s),
+                                 button(u"Save"_s)};
     goes(before + QList<QWidget *>{remove(u"/one"_s), remove(u"/two"_s)} + after);
     remove(u"/one"_s)->click();
     goes(before + QList<QWidget *>{remove(u"/two"_s)} + after);
@@ -218,7 +243,7 @@ TEST_F(SettingsViewTest, noTwoMnemonicsAreTheSame) {
     for (const QString &text : texts)
         if (const qsizetype mark = text.indexOf(u'&'); mark >= 0)
             mnemonics.append(text.sliced(mark + 1, 1).toLower());
-    EXPECT_EQ(mnemonics.size(), 7);
+    EXPECT_EQ(mnemonics.size(), 12);
     EXPECT_EQ(mnemonics.removeDuplicates(), 0);
 }
 
@@ -730,6 +755,113 @@ TEST_F(SettingsViewTest, closingWithoutSaveStoresNothing) {
 }
 
 // --- Colours
+
+// --- Web search
+
+TEST_F(SettingsViewTest, theWebSearchIsShownAndSavedWithTheOthers) {
+    show();
+    EXPECT_EQ(field(u"Search engine"_s)->text(), u"Google");
+    EXPECT_EQ(field(u"Address (%s is the text)"_s)->text(), u"https://www.google.com/search?q=%s");
+    field(u"Search engine"_s)->setText(u" Mine "_s);
+    field(u"Address (%s is the text)"_s)->setText(u"https://x.org/?q=%s"_s);
+    EXPECT_EQ(settings::webSearch(defaults).name, u"Google");
+    button(u"Save"_s)->click();
+    EXPECT_EQ(settings::webSearch(defaults),
+              (settings::WebSearch{u"Mine"_s, u"https://x.org/?q=%s"_s}));
+    window->present();
+    EXPECT_EQ(field(u"Search engine"_s)->text(), u"Mine");
+}
+
+TEST_F(SettingsViewTest, aWebSearchThatCannotBeUsedSaysWhatItLacksAndIsNotStored) {
+    defaults.set(u"webSearchURL"_s, u"https://x.org/?q=%s"_s);
+    show();
+    for (const QString &address : {u"https://x.org/"_s, u"javascript:%s"_s, QString()}) {
+        field(u"Address (%s is the text)"_s)->setText(address);
+        EXPECT_NE(saysMoreThan(u"This takes an address"_s), QString()) << qPrintable(address);
+    }
+    button(u"Save"_s)->click();
+    EXPECT_TRUE(defaults.value(u"webSearchURL"_s).isUndefined());
+    window->present();
+    EXPECT_EQ(field(u"Search engine"_s)->text(), u"Google");
+    EXPECT_EQ(saysMoreThan(u"This takes an address"_s), QString());
+}
+
+TEST_F(SettingsViewTest, savingTheUsualWebSearchChangesNoneOfItsRows) {
+    show();
+    button(u"Save"_s)->click();
+    EXPECT_EQ(world.titles(u"quux"_s).front(), u"Search Google for “quux”");
+}
+
+TEST_F(SettingsViewTest, theShippedWordsAreListed) {
+    show();
+    EXPECT_GE(words().size(), 12);
+    EXPECT_TRUE(words().contains(u"mdn"_s));
+    EXPECT_TRUE(defaults.value(u"searchWords"_s).isUndefined()) << "showing stores nothing";
+}
+
+TEST_F(SettingsViewTest, aWordIsAddedByItsCellsAndStoredOnceItCanBeSearchedBy) {
+    show();
+    const qsizetype before = words().size();
+    button(u"Add word"_s)->click();
+    ASSERT_EQ(words().size(), before + 1);
+    ASSERT_TRUE(cellEditor()) << "its word is being entered";
+    const int row = table()->rowCount() - 1;
+    EXPECT_EQ(table()->currentRow(), row);
+    enter(row, 0, u"Ex"_s);
+    EXPECT_NE(saysMoreThan(u"“ex” takes an address"_s), QString());
+    EXPECT_EQ(settings::searchWords(defaults).size(), static_cast<std::size_t>(before));
+    enter(row, 1, u"Example"_s);
+    enter(row, 2, u"https://example.org/?q=%s"_s);
+    EXPECT_EQ(saysMoreThan(u"“ex”"_s), QString());
+    EXPECT_EQ(settings::searchWords(defaults).size(), static_cast<std::size_t>(before) + 1);
+    EXPECT_EQ(world.titles(u"ex quux"_s).front(), u"Search Example for “quux”");
+}
+
+TEST_F(SettingsViewTest, aWordIsChangedRemovedAndRestored) {
+    show();
+    const auto rowOf = [this](const QString &word) {
+        return static_cast<int>(words().indexOf(word));
+    };
+    enter(rowOf(u"mdn"_s), 1, u"Mozilla"_s);
+    EXPECT_EQ(world.titles(u"mdn x"_s).front(), u"Search Mozilla for “x”");
+    EXPECT_FALSE(button(u"Remove word"_s)->isEnabled());
+    table()->setCurrentCell(rowOf(u"gh"_s), 0);
+    button(u"Remove word"_s)->click();
+    EXPECT_FALSE(words().contains(u"gh"_s));
+    EXPECT_EQ(world.titles(u"gh x"_s).front(), u"Search Google for “gh x”");
+    button(u"Restore defaults"_s)->click();
+    EXPECT_TRUE(words().contains(u"gh"_s));
+    EXPECT_EQ(world.titles(u"mdn x"_s).front(), u"Search MDN for “x”");
+    EXPECT_TRUE(defaults.value(u"searchWords"_s).isUndefined());
+}
+
+TEST_F(SettingsViewTest, allWordsCanBeRemoved) {
+    show();
+    table()->setCurrentCell(0, 0);
+    while (button(u"Remove word"_s)->isEnabled())
+        button(u"Remove word"_s)->click();
+    EXPECT_EQ(words(), QStringList());
+    EXPECT_TRUE(settings::searchWords(defaults).empty());
+}
+
+TEST_F(SettingsViewTest, ofAWordThatIsThereTwiceTheLowerOneCountsAndThatIsSaid) {
+    show();
+    enter(0, 0, u"dup"_s);
+    enter(1, 0, u"DUP"_s);
+    enter(1, 1, u"Lower"_s);
+    EXPECT_TRUE(says(u"“dup” is there twice; the lower one counts."_s));
+    EXPECT_EQ(world.titles(u"dup x"_s).front(), u"Search Lower for “x”");
+}
+
+TEST_F(SettingsViewTest, returnInACellEndsItsEditingAndSavesNothing) {
+    show();
+    button(u"Add word"_s)->click();
+    cellEditor()->setText(u"ex"_s);
+    press(cellEditor(), KEY_ENTER, Qt::Key_Return);
+    EXPECT_TRUE(waitUntil([this] { return words().last() == u"ex"; }));
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_FALSE(window->saved());
+}
 
 TEST(WindowStyleTest, aLightDesktopThatWantsDarkProgramsGetsADarkWindow) {
     const QPalette light(QColor(0xEF, 0xEF, 0xEF));

@@ -101,10 +101,15 @@ struct ControlSession {
     SessionCommand command;
     bool operator==(const ControlSession &) const = default;
 };
+/** Opens a file or folder with its default handler, which never runs it. */
+struct OpenPath {
+    QString path; ///< absolute
+    bool operator==(const OpenPath &) const = default;
+};
 
 /** What Return does on a row. */
 using LauncherAction = std::variant<OpenApp, OpenProject, CopyAI, AskAI, OpenURL, OpenLastProject,
-                                    OpenSettings, RunAction, ControlSession>;
+                                    OpenSettings, RunAction, ControlSession, OpenPath>;
 
 /** One row of the result list. Rows are told apart by their id. */
 struct ResultItem {

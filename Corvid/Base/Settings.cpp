@@ -3,7 +3,9 @@
 #include "Base/Json.h"
 
 #include <QLocale>
+#include <QUrl>
 
+#include <algorithm>
 #include <limits>
 
 namespace corvid::settings {
@@ -20,6 +22,9 @@ const QString aiEnabledKey = u"aiEnabled"_s;
 const QString aiBaseURLKey = u"aiBaseURL"_s;
 const QString aiModelKey = u"aiModel"_s;
 const QString lastProjectKey = u"lastProject"_s;
+const QString webSearchURLKey = u"webSearchURL"_s;
+const QString webSearchNameKey = u"webSearchName"_s;
+const QString searchWordsKey = u"searchWords"_s;
 const QString launchCountsKey = u"launchCounts"_s;
 const QString queryLatchesKey = u"queryLatches"_s;
 
@@ -61,6 +66,37 @@ void updateTable(UserDefaults &defaults, const QString &key, Table (*decode)(con
             object.insert(entry.key(), entry.value());
         return object;
     });
+}
+
+// Sorted by their words, as those that are stored.
+const std::vector<SearchWord> &knownSearchWords() {
+    static const std::vector<SearchWord> known{
+        {u"arch"_s, u"ArchWiki"_s, u"https://wiki.archlinux.org/index.php?search=%s"_s},
+        {u"aur"_s, u"AUR"_s, u"https://aur.archlinux.org/packages?K=%s"_s},
+        {u"cpp"_s, u"cppreference"_s, u"https://en.cppreference.com/mwiki/index.php?search=%s"_s},
+        {u"crate"_s, u"crates.io"_s, u"https://crates.io/search?q=%s"_s},
+        {u"ddg"_s, u"DuckDuckGo"_s, u"https://duckduckgo.com/?q=%s"_s},
+        {u"deb"_s, u"Debian packages"_s, u"https://packages.debian.org/search?keywords=%s"_s},
+        {u"docs.rs"_s, u"Docs.rs"_s, u"https://docs.rs/releases/search?query=%s"_s},
+        {u"gh"_s, u"GitHub"_s, u"https://github.com/search?q=%s"_s},
+        {u"go"_s, u"Go packages"_s, u"https://pkg.go.dev/search?q=%s"_s},
+        {u"man"_s, u"manual pages"_s, u"https://manpages.debian.org/jump?q=%s"_s},
+        {u"maps"_s, u"OpenStreetMap"_s, u"https://www.openstreetmap.org/search?query=%s"_s},
+        {u"mdn"_s, u"MDN"_s, u"https://developer.mozilla.org/en-US/search?q=%s"_s},
+        {u"npm"_s, u"npm"_s, u"https://www.npmjs.com/search?q=%s"_s},
+        {u"pypi"_s, u"PyPI"_s, u"https://pypi.org/search/?q=%s"_s},
+        {u"so"_s, u"Stack Overflow"_s, u"https://stackoverflow.com/search?q=%s"_s},
+        {u"wiki"_s, u"Wikipedia"_s, u"https://en.wikipedia.org/w/index.php?search=%s"_s},
+    };
+    return known;
+}
+
+std::optional<SearchWord> decodeSearchWord(const QString &word, const QJsonValue &stored) {
+    const QString address = stored["address"_L1].toString();
+    if (!isSearchWord(word) || !isSearchAddress(address))
+        return std::nullopt;
+    const QString name = stored["name"_L1].toString().trimmed();
+    return SearchWord{word.toLower(), name.isEmpty() ? word : name, address};
 }
 
 } // namespace
@@ -127,6 +163,68 @@ std::optional<LastProject> lastProject(const UserDefaults &defaults) {
 void setLastProject(UserDefaults &defaults, const LastProject &last) {
     defaults.set(lastProjectKey,
                  QJsonObject{{"project"_L1, last.project}, {"editor"_L1, last.editor}});
+}
+
+bool isSearchAddress(const QString &address) {
+    const auto filledWith = [&address](const QString &text) {
+        return QUrl(QString(address).replace(searchTextMark, text), QUrl::StrictMode);
+    };
+    const QUrl one = filledWith(u"a"_s);
+    const bool isWeb = one.scheme() == "https"_L1 || one.scheme() == "http"_L1;
+    return address.contains(searchTextMark) && isWeb && one.isValid() && !one.host().isEmpty() &&
+           one.authority() == filledWith(u"b"_s).authority();
+}
+
+WebSearch webSearch(const UserDefaults &defaults) {
+    const QString address = defaults.value(webSearchURLKey).toString();
+    if (!isSearchAddress(address))
+        return {u"Google"_s, u"https://www.google.com/search?q=%s"_s};
+    const QString name = defaults.value(webSearchNameKey).toString().trimmed();
+    return {name.isEmpty() ? QUrl(address).host() : name, address};
+}
+
+void setWebSearch(UserDefaults &defaults, const WebSearch &search) {
+    const bool isOne = isSearchAddress(search.address);
+    const QJsonValue nothing(QJsonValue::Undefined);
+    defaults.set(webSearchURLKey, isOne ? QJsonValue(search.address) : nothing);
+    defaults.set(webSearchNameKey, isOne ? QJsonValue(search.name) : nothing);
+}
+
+bool isSearchWord(const QString &word) {
+    return !word.isEmpty() && std::ranges::none_of(word, [](QChar c) { return c.isSpace(); });
+}
+
+std::vector<SearchWord> searchWords(const UserDefaults &defaults) {
+    const QJsonValue stored = defaults.value(searchWordsKey);
+    if (!stored.isObject())
+        return knownSearchWords();
+    const QJsonObject object = stored.toObject();
+    std::vector<SearchWord> words;
+    for (auto entry = object.begin(); entry != object.end(); ++entry) {
+        if (auto word = decodeSearchWord(entry.key(), entry.value());
+            word && std::ranges::find(words, word->word, &SearchWord::word) == words.end())
+            words.push_back(*std::move(word));
+    }
+    return words;
+}
+
+void setSearchWords(UserDefaults &defaults, const std::vector<SearchWord> &words) {
+    defaults.update(searchWordsKey, [words](const QJsonValue &stored) -> QJsonValue {
+        const QJsonObject before = stored.toObject();
+        QJsonObject object;
+        for (auto entry = before.begin(); entry != before.end(); ++entry) {
+            if (!decodeSearchWord(entry.key(), entry.value()))
+                object.insert(entry.key(), entry.value());
+        }
+        for (const SearchWord &word : words)
+            object.insert(word.word.toLower(),
+                          QJsonObject{{"name"_L1, word.name}, {"address"_L1, word.address}});
+        return object;
+    });
+}
+
+void restoreSearchWords(UserDefaults &defaults) {
+    defaults.set(searchWordsKey, QJsonValue(QJsonValue::Undefined));
 }
 
 LaunchCounts launchCounts(const UserDefaults &defaults) {

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <optional>
+#include <vector>
 
 /** What is stored of the user's choices and of their use of the program: the only unit that knows
     its keys, defaults and form. Each call reads afresh. A value of another form reads as absent.
@@ -50,6 +51,42 @@ struct LastProject {
 };
 std::optional<LastProject> lastProject(const UserDefaults &defaults);
 void setLastProject(UserDefaults &defaults, const LastProject &last);
+
+/** What stands in the address of a search where the text goes. */
+inline constexpr QLatin1StringView searchTextMark("%s");
+
+/** Whether this is an http or https address that can be searched by: one with the mark, behind
+    its host. */
+bool isSearchAddress(const QString &address);
+
+/** Where the web search leads. */
+struct WebSearch {
+    QString name;    ///< as rows show it; of one that is stored without a name, the host
+    QString address; ///< of a search
+    bool operator==(const WebSearch &) const = default;
+};
+/** Google when there is no address, or one that cannot be searched by, whatever the name. */
+WebSearch webSearch(const UserDefaults &defaults);
+/** An address that cannot be searched by takes back what is stored. */
+void setWebSearch(UserDefaults &defaults, const WebSearch &search);
+
+/** A site that is searched by typing its word first. */
+struct SearchWord {
+    QString word;    ///< without blanks, in lower case
+    QString name;    ///< as rows show it; when absent or empty, the word
+    QString address; ///< of a search
+    bool operator==(const SearchWord &) const = default;
+};
+/** Whether words can be searched by it: whether it has no blank and is not empty. */
+bool isSearchWord(const QString &word);
+/** By their words, each once. A list of well-known sites when absent; of a stored one, those
+    entries that can be searched by. */
+std::vector<SearchWord> searchWords(const UserDefaults &defaults);
+/** Of two with the same word the last one counts. Stored entries that cannot be searched by stay
+    unless their word is taken. */
+void setSearchWords(UserDefaults &defaults, const std::vector<SearchWord> &words);
+/** Takes back what is stored, and with it what searchWords() left out. */
+void restoreSearchWords(UserDefaults &defaults);
 
 /** Launches by usage key. */
 using LaunchCounts = QHash<QString, qint64>;

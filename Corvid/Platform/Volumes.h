@@ -20,6 +20,10 @@ class Volumes : public Port {
 public:
     /** Any thread. Must not touch the volume itself: a dead network mount would hang the caller. */
     virtual VolumeProperties properties(const QString &path) const = 0;
+
+    /** A number that tells the volume that an absolute path lies on from every other; 0 where the
+        system cannot tell. Holds until that volume is unmounted. Otherwise as properties(). */
+    virtual int volume(const QString & /*path*/) const { return 0; }
 };
 
 } // namespace corvid

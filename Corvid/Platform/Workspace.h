@@ -46,7 +46,7 @@ public:
     virtual void runAction(const QString &applicationPath, const QString &action,
                            const Completion &done) = 0;
 
-    /** Opens a file or folder with its default handler. */
+    /** Opens a file or folder with its default handler. Never runs a file that is a program. */
     virtual void open(const QString &path) = 0;
 
     /** Opens files or folders with one application. */

@@ -1,7 +1,9 @@
 #include "Search/FurtherRows.h"
 
 #include "Search/ActionRows.h"
+#include "Search/AddressRows.h"
 #include "Search/LastProjectRow.h"
+#include "Search/SearchWordRows.h"
 #include "Search/SessionRows.h"
 #include "Search/SpellingRows.h"
 #include "Search/WordRows.h"
@@ -18,10 +20,7 @@ using Source = Rows (*)(const Query &query, const RowSources &from);
 // In the order in which their rows stand. Each names what it finds by its first whole words, and
 // returns nothing quickly for a query that names nothing of its own.
 const std::vector<Source> sources{
-    lastProjectRows,
-    sessionRows,
-    actionRows,
-    wordRows,
+    lastProjectRows, addressRows, searchWordRows, sessionRows, actionRows, wordRows,
 };
 
 } // namespace

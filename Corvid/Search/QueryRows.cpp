@@ -1,10 +1,11 @@
 #include "Search/QueryRows.h"
 
 #include "Base/Locations.h"
+#include "Base/Settings.h"
+#include "Base/Text.h"
 #include "RoleCatalog.h"
 #include "Search/FurtherRows.h"
-
-#include <QUrl>
+#include "Search/SearchWordRows.h"
 
 #include <algorithm>
 
@@ -22,13 +23,6 @@ constexpr qint64 projectHandicap = 50; // an equally matched application stands 
 
 const QString appBadge = u"App"_s;
 
-QString webSearchUrl(const QString &query) {
-    // Allowed in a URL's query besides the unreserved characters.
-    static const QByteArray allowed = "!$&'()*+,;=:@/?";
-    return u"https://www.google.com/search?q="_s +
-           QString::fromLatin1(QUrl::toPercentEncoding(query, allowed));
-}
-
 ResultItem askRow(const QString &id, const QString &question, LauncherAction action) {
     return {id,
             nullptr,
@@ -38,9 +32,12 @@ ResultItem askRow(const QString &id, const QString &question, LauncherAction act
             std::move(action)};
 }
 
-Rows fallbackRows(const QString &text) {
-    return {{u"web-search"_s, nullptr, u"Search Google for “"_s + text + u"”"_s,
-             u"Opens in your default browser"_s, u"Web"_s, OpenURL{webSearchUrl(text)}},
+Rows fallbackRows(const QString &text, const RowSources &from) {
+    const settings::WebSearch engine = settings::webSearch(from.defaults);
+    return {{u"web-search"_s, nullptr,
+             u"Search "_s + displayLine(engine.name) + u" for “"_s + text + u"”"_s,
+             u"Opens in your default browser"_s, u"Web"_s,
+             OpenURL{addressOfSearch(engine.address, text)}},
             askRow(u"ai-fallback"_s, text, AskAI{text})};
 }
 
@@ -178,7 +175,7 @@ Rows searchRows(const Query &query, const RowSources &from) {
     const bool foundNothing = rows.empty();
     addFurtherRows(rows, query, from);
     if (foundNothing)
-        std::ranges::move(fallbackRows(query.text), std::back_inserter(rows));
+        std::ranges::move(fallbackRows(query.text, from), std::back_inserter(rows));
     return rows;
 }
 
@@ -238,7 +235,7 @@ Rows rowsFor(const Query &query, const RowSources &from) {
     case Query::Kind::Search:
         return searchRows(query, from);
     }
-    return rows.empty() ? fallbackRows(query.text) : rows;
+    return rows.empty() ? fallbackRows(query.text, from) : rows;
 }
 
 Rows questionRows(const QString &question, bool hasKey) {
@@ -262,6 +259,8 @@ std::optional<QString> pathOf(const LauncherAction &action) {
         return open->project.path;
     if (const auto *run = std::get_if<RunAction>(&action))
         return run->applicationPath;
+    if (const auto *open = std::get_if<OpenPath>(&action))
+        return open->path;
     return std::nullopt;
 }
 

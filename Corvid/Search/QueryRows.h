@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Base/Records.h"
+#include "Search/PathLookup.h"
 #include "Search/Query.h"
 #include "Search/SearchIndex.h"
 
@@ -11,6 +12,8 @@
 #include <vector>
 
 namespace corvid {
+
+class UserDefaults;
 
 using Rows = std::vector<ResultItem>;
 
@@ -26,9 +29,11 @@ struct RowSources {
     const RoleCatalog &roles;
     const UsageStats &stats;
     const QSet<QString> &running; ///< bundle identifiers
-    std::function<Image(const QString &path)> icon;
     const UserDefaults &defaults;
+    std::function<Image(const QString &path)> icon;
     const SessionControl &session;
+    /** What is at an absolute path; absent also as long as nobody knows. */
+    std::function<std::optional<PathKind>(const QString &path)> kindOfPath;
 
     /** Indexes into `apps`. */
     const std::vector<std::size_t> &codeEditors() const;

@@ -84,6 +84,22 @@ TEST_F(FaultyMountTest, aFolderOfProjectsThatNeverAnswersHoldsUpNeitherTheAnswer
     EXPECT_LT(timer.elapsed(), 3'000);
 }
 
+TEST_F(FaultyMountTest, aPathThatNeverAnswersHoldsUpNeitherTheAnswerNorTheEnd) {
+    const QString place = home.path(u"far"_s);
+    ASSERT_TRUE(QDir().mkpath(place));
+    const Hanging hanging(place);
+    if (!hanging.mounted())
+        GTEST_SKIP() << "there is no FUSE here";
+    const QString answer = answerTo(place + u"/deep"_s);
+    EXPECT_TRUE(answer.contains(u"Web\tSearch"_s)) << qPrintable(answer);
+    EXPECT_FALSE(answer.contains(u"Folder\t"_s)) << qPrintable(answer);
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_TRUE(endsWhenAsked());
+    // As above.
+    EXPECT_LT(timer.elapsed(), 3'000);
+}
+
 TEST_F(FaultyMountTest, aReadOnlyHomeIsNotMissed) {
     const ReadOnly readOnly(home.path({}));
     ASSERT_TRUE(readOnly.mounted());

@@ -5,6 +5,7 @@
 
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QUrl>
 
 #include <gtest/gtest.h>
 
@@ -20,6 +21,21 @@ namespace {
 class WholeProgramTest : public DesktopTest {
 protected:
     WholeProgramTest() { launch(); }
+
+    /** Makes a program the default handler of a type; it leaves `<name>.trace`. */
+    void handle(const QString &type, const QString &name) const {
+        writeTracingProgram(home.path(u"bin/"_s + name), home.path(name + u".trace"_s));
+        writeFile(home.path(u".local/share/applications/%1.desktop"_s.arg(name)),
+                  u"[Desktop Entry]\nType=Application\nName=%1\nExec=%2 %u\n"_s.arg(
+                      name, home.path(u"bin/"_s + name)));
+        writeFile(home.path(u".config/mimeapps.list"_s),
+                  u"[Default Applications]\n%1=%2.desktop\n"_s.arg(type, name));
+    }
+    /** Whether the selected row is that of a path. */
+    bool isSelected(const QString &path) const {
+        press(u"ctrl+c"_s);
+        return run(u"xclip"_s, {u"-out"_s, u"-selection"_s, u"clipboard"_s}) == path;
+    }
 };
 
 struct Answer {
@@ -87,6 +103,46 @@ TEST_F(WholeProgramTest, anActionOfAnApplicationIsStartedByItsName) {
         return home.defaults()[u"queryLatches"_s].toObject()[u"frob quiet"_s].toString().endsWith(
             "|action|quiet"_L1);
     }));
+}
+
+TEST_F(WholeProgramTest, aTypedPathAndReturnOpenTheFileWithItsDefaultHandler) {
+    handle(u"text/plain"_s, u"viewer"_s);
+    const QString file = home.path(u"notes/to do"_s);
+    writeFile(file, u"words\n"_s);
+    type(u"~/notes/../notes/to do"_s);
+    EXPECT_TRUE(eventually([&] { return isSelected(file); }));
+    press(u"Return"_s);
+    EXPECT_EQ(Trace(home.path(u"viewer.trace"_s)).arguments(),
+              QStringList{QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)});
+    EXPECT_TRUE(eventually([this] { return !panelIsVisible(); }));
+}
+
+TEST_F(WholeProgramTest, aTypedPathOfAScriptShowsItsTextAndRunsNothing) {
+    handle(u"text/plain"_s, u"viewer"_s);
+    const QString script = home.path(u"run me"_s);
+    writeTracingProgram(script, home.path(u"script.trace"_s));
+    type(script);
+    EXPECT_TRUE(eventually([&] { return isSelected(script); }));
+    press(u"Return"_s);
+    EXPECT_EQ(Trace(home.path(u"viewer.trace"_s)).arguments(),
+              QStringList{QUrl::fromLocalFile(script).toString(QUrl::FullyEncoded)});
+    EXPECT_FALSE(QFile::exists(home.path(u"script.trace"_s)));
+}
+
+TEST_F(WholeProgramTest, aTypedAddressAndReturnOpenItInTheBrowser) {
+    handle(u"x-scheme-handler/http"_s, u"surfer"_s);
+    type(u"localhost:3000/a?b=c"_s);
+    press(u"Return"_s);
+    EXPECT_EQ(Trace(home.path(u"surfer.trace"_s)).arguments(),
+              QStringList{u"http://localhost:3000/a?b=c"_s});
+}
+
+TEST_F(WholeProgramTest, aSearchWordAndReturnSearchItsSite) {
+    handle(u"x-scheme-handler/https"_s, u"surfer"_s);
+    type(u"gh corvid launcher"_s);
+    press(u"Return"_s);
+    EXPECT_EQ(Trace(home.path(u"surfer.trace"_s)).arguments(),
+              QStringList{u"https://github.com/search?q=corvid%20launcher"_s});
 }
 
 TEST_F(WholeProgramTest, theArrowsMoveTheSelectionAroundBothEnds) {

@@ -45,7 +45,7 @@ public:
     LauncherWorld(const std::vector<AppEntry> &apps, const std::vector<ProjectEntry> &projectList,
                   const RoleCatalog::Taxonomy &taxonomy = {})
         : roles(taxonomy), catalog(workspace, desktopEntries, roles), projects(defaults, volumes),
-          model({defaults, stats, roles, workspace, pasteboard, keychain, ai, session}) {
+          model({defaults, stats, roles, workspace, pasteboard, keychain, ai, session, volumes}) {
         // Caches of its own: the scans of an earlier world may still be writing theirs.
         qputenv("XDG_DATA_HOME", folder.path().toLocal8Bit());
         writeCache(locations::cacheFile(QStringLiteral("catalog.json")), apps);

@@ -252,6 +252,34 @@ TEST_F(MountFaultTest, aRootThatNeverAnswersHoldsUpNeitherTheStartNorAnyLetter) 
     EXPECT_TRUE(program->projects.scanning());
 }
 
+TEST_F(MountFaultTest, aPathThatNeverAnswersIsNoRowAndKeepsNoOtherWaiting) {
+    furnish();
+    ASSERT_TRUE(QDir().mkpath(inHome(u"far"_s)) && QDir().mkpath(inHome(u"near"_s)));
+    std::unique_ptr<Program> program; // ends after what it waits for
+    const Hanging hanging(inHome(u"far"_s));
+    if (!hanging.mounted())
+        GTEST_SKIP() << "there is no FUSE here";
+    program = std::make_unique<Program>();
+    ASSERT_TRUE(program->waitForScans());
+    const auto threads = [] {
+        return QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
+    };
+    const auto findsNear = [&] {
+        return program->typed(u"~/near"_s).first() == inHome(u"near"_s) || waitUntil([&] {
+                   return program->model.results().front().title == inHome(u"near"_s);
+               });
+    };
+    // Each letter of it is a path that leads there.
+    const QString far = u"~/far/"_s + QString(200, u'x');
+    EXPECT_EQ(program->typed(far).size(), 2) << "the rows that are always there";
+    EXPECT_TRUE(findsNear());
+    const qsizetype threadsBefore = threads();
+    EXPECT_EQ(program->typed(far).size(), 2);
+    EXPECT_TRUE(findsNear());
+    EXPECT_TRUE(waitUntil([&] { return threads() <= threadsBefore; }))
+        << "one waits, and no more come";
+}
+
 TEST_F(FaultTest, ofFiveThousandEntriesTheSoundHalfIsFound) {
     const QString folder = inHome(u".local/share/applications/"_s);
     ASSERT_TRUE(QDir().mkpath(folder));

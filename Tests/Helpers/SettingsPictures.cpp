@@ -10,6 +10,7 @@
 #include "Fakes/LauncherWorld.h"
 #include "HotKeyManager.h"
 #include "Panel/Style.h"
+#include "Settings/FolderSection.h"
 #include "SettingsView.h"
 
 #include <QApplication>
@@ -17,6 +18,7 @@
 #include <QJsonArray>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QTableWidget>
 
 #include <cstdio>
 
@@ -68,18 +70,24 @@ int main(int argc, char **argv) {
                              .folderDialog = folderDialog,
                              .keychain = world.keychain,
                              .panelSurface = surface});
-        auto *scrollBar = window.findChild<QScrollArea *>()->verticalScrollBar();
-        enum class At { Top, Bottom };
+        auto *scrollArea = window.findChild<QScrollArea *>();
+        QScrollBar *scrollBar = scrollArea->verticalScrollBar();
+        enum class At { Top, Folders, Bottom };
         const auto scene = [&](const QString &what, At at) {
             // Layouts settle with their own events; the scans of this machine's folders stay away.
             for (int i = 0; i < 5; ++i)
                 QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-            scrollBar->setValue(at == At::Top ? 0 : scrollBar->maximum());
+            window.findChild<QTableWidget *>()->doItemsLayout();
+            scrollBar->setValue(at == At::Bottom ? scrollBar->maximum() : 0);
+            if (at == At::Folders) // the last ones
+                scrollArea->ensureVisible(
+                    0, window.findChild<FolderSection *>()->geometry().bottom(), 0, 0);
             taken = taken && window.grab().save(folder.filePath(what + u'-' + name + u".png"_s));
         };
         world.defaults.set(u"projectRoots"_s, QJsonArray());
         window.present();
         scene(u"settings-no-folders"_s, At::Top);
+        scene(u"settings-web-search"_s, At::Bottom);
         window.close();
 
         world.secrets.set(settings::aiKeyAccount, u"sk-0123456789abcdef"_s);
@@ -90,7 +98,7 @@ int main(int argc, char **argv) {
         window.startRecording();
         scene(u"settings-recording"_s, At::Top);
         window.stopRecording();
-        scene(u"settings-thirty-folders"_s, At::Bottom);
+        scene(u"settings-thirty-folders"_s, At::Folders);
         hotKeys.registerHotKey(49, 0x900, [] {});
         backend.callbacks.answered(HotKeyAnswer::Taken);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);

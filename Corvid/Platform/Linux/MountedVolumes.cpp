@@ -114,20 +114,8 @@ std::optional<QByteArray> readLinkAt(const QByteArray &path) {
     return error ? std::nullopt : std::optional(QByteArray::fromStdString(target.native()));
 }
 
-} // namespace
-
-std::vector<Mount> parseMounts(const QByteArray &mountinfo) {
-    std::vector<Mount> mounts;
-    const QList<QByteArray> lines = mountinfo.split('\n');
-    for (const QByteArray &line : lines) {
-        if (std::optional<Mount> mount = parseMount(line))
-            mounts.push_back(*std::move(mount));
-    }
-    return mounts;
-}
-
-VolumeProperties volumeProperties(const QByteArray &path, const std::vector<Mount> &mounts,
-                                  const ReadLink &readLink) {
+// Where a path leads, following the links on its way that can be looked at without danger.
+Place resolve(const QByteArray &path, const std::vector<Mount> &mounts, const ReadLink &readLink) {
     constexpr int mostLinks = 40; // as in the kernel
     constexpr VolumeProperties safe{.local = true, .automounted = false};
     int links = 0;
@@ -157,14 +145,43 @@ VolumeProperties volumeProperties(const QByteArray &path, const std::vector<Moun
             goUp();
         rest = components(*target) + rest;
     }
-    return placeOf(at, mounts).properties();
+    return placeOf(at, mounts);
+}
+
+std::vector<Mount> presentMounts() {
+    QFile table(QStringLiteral("/proc/self/mountinfo"));
+    return parseMounts(table.open(QIODevice::ReadOnly) ? table.readAll() : QByteArray());
+}
+
+} // namespace
+
+std::vector<Mount> parseMounts(const QByteArray &mountinfo) {
+    std::vector<Mount> mounts;
+    const QList<QByteArray> lines = mountinfo.split('\n');
+    for (const QByteArray &line : lines) {
+        if (std::optional<Mount> mount = parseMount(line))
+            mounts.push_back(*std::move(mount));
+    }
+    return mounts;
+}
+
+VolumeProperties volumeProperties(const QByteArray &path, const std::vector<Mount> &mounts,
+                                  const ReadLink &readLink) {
+    return resolve(path, mounts, readLink).properties();
+}
+
+int volumeNumber(const QByteArray &path, const std::vector<Mount> &mounts,
+                 const ReadLink &readLink) {
+    const Place place = resolve(path, mounts, readLink);
+    return place.mount ? place.mount->id : 0;
 }
 
 VolumeProperties MountedVolumes::properties(const QString &path) const {
-    QFile table(QStringLiteral("/proc/self/mountinfo"));
-    if (!table.open(QIODevice::ReadOnly))
-        return {};
-    return volumeProperties(QFile::encodeName(path), parseMounts(table.readAll()), readLinkAt);
+    return volumeProperties(QFile::encodeName(path), presentMounts(), readLinkAt);
+}
+
+int MountedVolumes::volume(const QString &path) const {
+    return volumeNumber(QFile::encodeName(path), presentMounts(), readLinkAt);
 }
 
 } // namespace corvid

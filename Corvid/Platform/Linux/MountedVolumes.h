@@ -37,10 +37,16 @@ using ReadLink = std::function<std::optional<QByteArray>(const QByteArray &path)
 VolumeProperties volumeProperties(const QByteArray &path, const std::vector<Mount> &mounts,
                                   const ReadLink &readLink);
 
+/** The id of the mount that an absolute path lies on, found in the same way; 0 where the table does
+    not tell. */
+int volumeNumber(const QByteArray &path, const std::vector<Mount> &mounts,
+                 const ReadLink &readLink);
+
 /** Reads the table of mounts afresh at each call. */
 class MountedVolumes final : public Volumes {
 public:
     VolumeProperties properties(const QString &path) const override;
+    int volume(const QString &path) const override;
 };
 
 } // namespace corvid

@@ -233,3 +233,19 @@ TEST(MountedVolumes, realLinksAreFollowed) {
     EXPECT_EQ(MountedVolumes().properties(folder.filePath(u"link"_s)),
               MountedVolumes().properties(u"/proc"_s));
 }
+
+// Telling volumes apart
+
+TEST(MountedVolumes, eachMountHasItsNumberAndALinkHasThatOfWhereItLeads) {
+    const Links links{{{"/home/x/link", "remote/deep"}, {"/home/x/loop", "loop"}}, {}};
+    const auto number = [&](const QByteArray &path) {
+        return volumeNumber(path, home, links.reader());
+    };
+    EXPECT_EQ(number("/etc"), 1);
+    EXPECT_EQ(number("/home/x"), 2);
+    EXPECT_EQ(number("/home/x/remote/y"), 3);
+    EXPECT_EQ(number("/home/x/link"), 3);
+    EXPECT_EQ(number("/net/server/y"), 5);
+    EXPECT_EQ(number("/home/x/loop"), 0);
+    EXPECT_EQ(volumeNumber("/etc", {}, links.reader()), 0);
+}

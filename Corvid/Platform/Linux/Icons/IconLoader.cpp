@@ -10,6 +10,8 @@
 #include "Platform/Linux/KeyFiles.h"
 #include "Platform/Linux/Launching/AppImages.h"
 
+#include <gio/gio.h>
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -69,6 +71,8 @@ Image IconLoader::icon(const QString &path) const {
         found = folderIcon(path);
     else if (isAppImage(path))
         found = appImageIcon(path);
+    else if (QFileInfo(path).isFile())
+        found = fileIcon(path);
     return found ? found : generic_;
 }
 
@@ -133,6 +137,20 @@ Image IconLoader::folderIcon(const QString &path) const {
             return home;
     Image folder = named(u"folder"_s);
     return folder ? folder : folder_;
+}
+
+// By the file's name alone: its content is nobody's business here.
+Image IconLoader::fileIcon(const QString &path) const {
+    const GFreePointer<gchar> type(
+        g_content_type_guess(QFile::encodeName(path).constData(), nullptr, 0, nullptr));
+    const GObjectPointer<GIcon> icon(g_content_type_get_icon(type.get()));
+    if (!G_IS_THEMED_ICON(icon.get()))
+        return nullptr;
+    const gchar *const *names = g_themed_icon_get_names(G_THEMED_ICON(icon.get()));
+    for (; names && *names; ++names)
+        if (Image image = named(QString::fromUtf8(*names)))
+            return image;
+    return nullptr;
 }
 
 Image IconLoader::fromFile(const QString &path) const {

@@ -58,6 +58,7 @@ private:
     Image bundleIcon(const QString &path) const;
     Image appImageIcon(const QString &path) const;
     Image folderIcon(const QString &path) const;
+    Image fileIcon(const QString &path) const;
     Image fromFile(const QString &path) const;
     Image shared(QImage image) const;
 

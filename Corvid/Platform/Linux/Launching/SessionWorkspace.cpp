@@ -11,6 +11,7 @@
 #include "Platform/Linux/Launching/DefaultHandlers.h"
 #include "Platform/Linux/Launching/DetachedProcess.h"
 #include "Platform/Linux/Launching/ExecLine.h"
+#include "Platform/Linux/Launching/FileType.h"
 #include "Platform/Linux/Launching/StartupNotifier.h"
 #include "Platform/Linux/Launching/TerminalCommand.h"
 
@@ -53,11 +54,12 @@ QByteArray newWindowAction(GDesktopAppInfo *entry) {
     return {};
 }
 
-/** What the desktop's lists of handlers call it; empty for a file, whose type they do not tell. */
-QString handledType(const QUrl &url) {
+/** What the desktop's lists of handlers call it. */
+FileType handledType(const QUrl &url) {
     if (!url.isLocalFile())
-        return "x-scheme-handler/"_L1 + url.scheme();
-    return QFileInfo(url.toLocalFile()).isDir() ? u"inode/directory"_s : QString();
+        return {{"x-scheme-handler/"_L1 + url.scheme()}};
+    const QString path = url.toLocalFile();
+    return QFileInfo(path).isDir() ? FileType{{u"inode/directory"_s}} : fileType(path);
 }
 
 QStringList pathsOrAddresses(const QList<QUrl> &urls) {
@@ -113,14 +115,13 @@ struct SessionWorkspace::Launch {
     }
 
     QString openWithDefault(const QUrl &url) const {
-        for (const QString &path : defaultHandlers(handledType(url))) {
-            const LoadedEntry handler(path);
-            if (!handler.info || g_desktop_app_info_get_is_hidden(handler.info.get()))
-                continue;
-            if (entry(handler, {url}, LaunchMode::Usual).isEmpty())
+        const FileType type = handledType(url);
+        for (const QString &handled : type.types)
+            if (openWithHandler(handled, url))
                 return {};
-            break;
-        }
+        // Nor is xdg-open asked: it knows programs that would run the file.
+        if (type.runs)
+            return reveal(url.toLocalFile());
         return run(
             {.arguments = {u"xdg-open"_s, pathOrAddress(url)}, .application = u"xdg-open"_s});
     }
@@ -142,6 +143,15 @@ struct SessionWorkspace::Launch {
     }
 
 private:
+    bool openWithHandler(const QString &type, const QUrl &url) const {
+        for (const QString &path : defaultHandlers(type)) {
+            const LoadedEntry handler(path);
+            if (handler.info && !g_desktop_app_info_get_is_hidden(handler.info.get()))
+                return entry(handler, {url}, LaunchMode::Usual).isEmpty();
+        }
+        return false;
+    }
+
     bool isInstalled(const QString &program) const {
         const QStringList folders =
             QFile::decodeName(environment.value("PATH")).split(u':', Qt::SkipEmptyParts);

@@ -62,8 +62,9 @@ public:
         executable. An AppImage is executed. */
     void openFiles(const QStringList &paths, const QString &applicationPath,
                    const Completion &done) override;
-    /** With the default handler of a file's type or a URL's scheme, else by xdg-open. Failures are
-        silent. */
+    /** With the default handler of a file's type or a URL's scheme, else by xdg-open. A program, a
+        script or a desktop entry is never run: it is opened as text where it is one, else shown in
+        the file manager. Failures are silent. */
     void openUrl(const QUrl &url) override;
     /** Opens the file's folder where no file manager can show the file. */
     void reveal(const QString &path) override;

@@ -162,6 +162,14 @@ TEST_F(IconLoaderTest, aFolderHasOurIconWhereTheThemeHasNone) {
     }());
 }
 
+TEST_F(IconLoaderTest, aFileHasTheIconOfItsTypeAsItsNameTellsIt) {
+    file(u"notes"_s, "words");
+    const IconLoader icons = loader();
+    EXPECT_EQ(icons.icon(path(u"notes"_s)), icons.genericIcon());
+    png(u"themes/t/32/application-octet-stream.png"_s, {32, 32}, red);
+    EXPECT_EQ(middle(loader().icon(path(u"notes"_s))), red);
+}
+
 TEST_F(IconLoaderTest, anIconThatIsInstalledLaterIsFound) {
     const IconLoader icons = loader();
     EXPECT_EQ(icons.icon(entry(u"late"_s)), icons.genericIcon());

@@ -29,7 +29,7 @@ public:
     void SetUp() override {
         const QString home = QDir::homePath();
         qputenv("XDG_DATA_DIRS", QFile::encodeName(home + "/no-system"_L1));
-        for (const QString &handler : {u"folders"_s, u"web"_s}) {
+        for (const QString &handler : {u"folders"_s, u"text"_s, u"runner"_s, u"web"_s}) {
             writeTracingProgram(home + "/bin/"_L1 + handler, home + "/trace."_L1 + handler);
             writeFile(home + "/.local/share/applications/"_L1 + handler + ".desktop"_L1,
                       u"[Desktop Entry]\nType=Application\nName=%1\nExec=%2/bin/%1 %u\n"_s.arg(
@@ -37,6 +37,10 @@ public:
         }
         writeFile(home + "/.config/mimeapps.list"_L1,
                   u"[Default Applications]\ninode/directory=folders.desktop\n"
+                  "text/plain=text.desktop\n"
+                  "application/x-shellscript=runner.desktop\n"
+                  "application/x-desktop=runner.desktop\n"
+                  "application/x-executable=runner.desktop\n"
                   "x-scheme-handler/https=web.desktop\n"_s);
     }
 };
@@ -52,8 +56,8 @@ protected:
         environment_.insert(u"PATH"_s, programs);
         environment_.remove(u"TERMINAL"_s);
         QDir().mkpath(path("bin"_L1));
-        QFile::remove(QDir::homePath() + "/trace.folders"_L1);
-        QFile::remove(QDir::homePath() + "/trace.web"_L1);
+        for (const QString &handler : {u"folders"_s, u"text"_s, u"web"_s})
+            QFile::remove(QDir::homePath() + "/trace."_L1 + handler);
         workspace_.emplace(entries_,
                            SessionWorkspace::Options{childEnvironment(environment_), {}, {}});
     }
@@ -468,6 +472,55 @@ TEST_F(LaunchingTest, whatHasNoDefaultHandlerIsLeftToXdgOpen) {
     workspace_->openUrl(QUrl(u"strange-scheme://x/?a=b%20c"_s));
     EXPECT_EQ(Trace(trace(u"xdg-open"_s)).arguments(),
               QStringList{u"strange-scheme://x/?a=b%20c"_s});
+}
+
+TEST_F(LaunchingTest, aFileOpensWithTheDefaultHandlerOfItsType) {
+    const QString notes = path("my notes.txt"_L1);
+    writeFile(notes, u"words\n"_s);
+    workspace_->open(notes);
+    EXPECT_EQ(Trace(QDir::homePath() + "/trace.text"_L1).arguments(),
+              QStringList{QUrl::fromLocalFile(notes).toString(QUrl::FullyEncoded)});
+}
+
+TEST_F(LaunchingTest, aFileOfATypeThatNothingHandlesIsLeftToXdgOpen) {
+    program(u"xdg-open"_s);
+    const QString picture = path("x.png"_L1);
+    writeFile(picture, QString(4, QChar::Null));
+    workspace_->open(picture);
+    EXPECT_EQ(Trace(trace(u"xdg-open"_s)).arguments(), QStringList{picture});
+}
+
+TEST_F(LaunchingTest, openingAScriptOrADesktopEntryShowsItsTextAndRunsNothing) {
+    const QString runner = QDir::homePath() + "/trace.runner"_L1;
+    for (const QString &name : {u"script"_s, u"deploy.sh"_s, u"trap.desktop"_s}) {
+        const QString text = QDir::homePath() + "/trace.text"_L1;
+        QFile::remove(text);
+        const QString file = path("places/"_L1) + name;
+        if (name.endsWith(".desktop"_L1))
+            writeFile(file, u"[Desktop Entry]\nType=Application\nName=x\nExec=%1\n"_s.arg(
+                                program(u"trapped"_s)));
+        else
+            writeTracingProgram(file, trace(u"trapped"_s));
+        QFile(file).setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+        program(u"xdg-open"_s);
+        workspace_->open(file);
+        EXPECT_EQ(Trace(text).arguments(), QStringList{QUrl::fromLocalFile(file).toString()});
+        EXPECT_FALSE(QFile::exists(runner)) << qPrintable(name);
+        EXPECT_FALSE(QFile::exists(trace(u"trapped"_s))) << qPrintable(name);
+        EXPECT_FALSE(QFile::exists(trace(u"xdg-open"_s))) << qPrintable(name);
+    }
+}
+
+TEST_F(LaunchingTest, openingAProgramShowsItInItsFolderAndRunsNothing) {
+    program(u"xdg-open"_s);
+    const QString file = path("places/tool"_L1);
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(file).path()));
+    ASSERT_TRUE(QFile::copy(u"/bin/true"_s, file));
+    workspace_->open(file);
+    EXPECT_EQ(Trace(QDir::homePath() + "/trace.folders"_L1).arguments(),
+              QStringList{QUrl::fromLocalFile(QFileInfo(file).path()).toString()});
+    EXPECT_FALSE(QFile::exists(QDir::homePath() + "/trace.runner"_L1));
+    EXPECT_FALSE(QFile::exists(trace(u"xdg-open"_s)));
 }
 
 TEST_F(LaunchingTest, revealingSelectsTheFileInTheFileManager) {

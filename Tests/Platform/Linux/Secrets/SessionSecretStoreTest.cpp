@@ -36,7 +36,7 @@ void expectNoFrozenKeyStroke(SecretStore &store) {
     LauncherWorld world({}, {});
     KeychainHelper keychain(store);
     LauncherViewModel model({world.defaults, world.stats, world.roles, world.workspace,
-                             world.pasteboard, keychain, world.ai, world.session});
+                             world.pasteboard, keychain, world.ai, world.session, world.volumes});
     model.setQuery(u"ai what is x"_s);
     LongestGap gap;
     int refreshes = 0;
