@@ -47,7 +47,7 @@ AppDelegate::AppDelegate(const Platform &platform)
                   platform.workspace, platform.pasteboard, keychain_, platform.ai,
                    platform.session, platform.volumes}),
       catalog_(platform.workspace, platform.desktopEntries, RoleCatalog::shared()),
-      projects_(platform.defaults, platform.volumes),
+      projects_(platform.defaults, platform.volumes), branches_(platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}
 
 AppDelegate::~AppDelegate() {
@@ -96,6 +96,7 @@ void AppDelegate::makePanel() {
 void AppDelegate::connectParts() {
     viewModel_.catalog = &catalog_;
     viewModel_.projects = &projects_;
+    viewModel_.branches = &branches_;
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
     catalog_.onUpdate = projects_.onUpdate = [this] { viewModel_.refreshInPlace(); };
@@ -111,6 +112,7 @@ void AppDelegate::connectParts() {
         else
             viewModel_.refreshInPlace();
     };
+    connect(&branches_, &ProjectBranches::arrived, &viewModel_, &LauncherViewModel::updateBranch);
     platform_.secrets.onChange = [delegate = QPointer(this)] {
         if (!delegate)
             return;
@@ -151,6 +153,7 @@ bool AppDelegate::isIdle() const {
 void AppDelegate::show(quint32 time) {
     if (startsAfresh())
         viewModel_.reset();
+    viewModel_.lookUpAgain();
     panel_->position();
     panel_->present(time);
     catalogRefresh_->panelShown();

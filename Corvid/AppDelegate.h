@@ -3,6 +3,7 @@
 #include "AppCatalog.h"
 #include "Base/BootClock.h"
 #include "Base/Records.h"
+#include "Catalog/ProjectBranches.h"
 #include "EditorLauncher.h"
 #include "KeychainHelper.h"
 #include "LauncherPanel.h"
@@ -134,6 +135,7 @@ private:
     AppCatalog catalog_;
     ProjectIndex projects_;
     std::optional<CatalogRefresh> catalogRefresh_; ///< once they have been loaded
+    ProjectBranches branches_;
     EditorLauncher editorLauncher_;
     std::unique_ptr<LauncherPanel> panel_;
     std::unique_ptr<StatusItem> statusItem_;

@@ -146,10 +146,10 @@ void LauncherView::observe() {
 
     connect(&viewModel_, &LauncherViewModel::queryChanged, this, &LauncherView::showQuery);
     connect(&viewModel_, &LauncherViewModel::resultsChanged, this, &LauncherView::showResults);
-    connect(&viewModel_, &LauncherViewModel::iconChanged, this, [this](int row) {
+    connect(&viewModel_, &LauncherViewModel::rowChanged, this, [this](int row) {
         if (listIsStale_)
             return;
-        list_->setIcon(row, viewModel_.results()[static_cast<std::size_t>(row)].icon);
+        list_->setRow(row, viewModel_.results()[static_cast<std::size_t>(row)]);
     });
     connect(&viewModel_, &LauncherViewModel::focusSearchChanged, this, [this] {
         if (!viewModel_.focusSearch())

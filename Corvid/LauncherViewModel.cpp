@@ -3,6 +3,7 @@
 #include "AppCatalog.h"
 #include "Base/Settings.h"
 #include "Base/Text.h"
+#include "Catalog/ProjectBranches.h"
 #include "Chat/IntentRow.h"
 #include "KeychainHelper.h"
 #include "Platform/Pasteboard.h"
@@ -110,6 +111,12 @@ RowSources LauncherViewModel::sources() {
 }
 
 void LauncherViewModel::publish(Rows rows, int selected) {
+    if (branches) {
+        for (ResultItem &row : rows) {
+            if (const auto *open = std::get_if<OpenProject>(&row.action))
+                row.branch = branches->branch(open->project.path);
+        }
+    }
     results_ = std::move(rows);
     // Together with the rows: whoever shows them shall not see another one selected in between.
     const bool moves = std::exchange(selected_, selected) != selected;
@@ -287,6 +294,16 @@ void LauncherViewModel::reset() {
     refresh();
 }
 
+void LauncherViewModel::lookUpAgain() {
+    if (!branches)
+        return;
+    branches->renew();
+    for (const ResultItem &row : results_) {
+        if (const auto *open = std::get_if<OpenProject>(&row.action))
+            branches->branch(open->project.path);
+    }
+}
+
 void LauncherViewModel::cancelIntent() {
     pauseInTyping_.stop();
     intent_.cancel();
@@ -354,7 +371,17 @@ void LauncherViewModel::updateIcon(const QString &path, const Image &icon) {
         if (!results_[i].icon || iconPathOf(results_[i].action) != path)
             continue;
         results_[i].icon = icon;
-        Q_EMIT iconChanged(static_cast<int>(i));
+        Q_EMIT rowChanged(static_cast<int>(i));
+    }
+}
+
+void LauncherViewModel::updateBranch(const QString &projectPath, const QString &branch) {
+    for (std::size_t i = 0; i < results_.size(); ++i) {
+        const auto *open = std::get_if<OpenProject>(&results_[i].action);
+        if (!open || open->project.path != projectPath)
+            continue;
+        results_[i].branch = branch;
+        Q_EMIT rowChanged(static_cast<int>(i));
     }
 }
 

@@ -16,6 +16,7 @@ namespace corvid {
 class AppCatalog;
 class KeychainHelper;
 class Pasteboard;
+class ProjectBranches;
 class ProjectIndex;
 class RoleCatalog;
 class SessionControl;
@@ -93,6 +94,8 @@ public:
     /** Without one of the two, only questions have rows. */
     AppCatalog *catalog = nullptr;
     ProjectIndex *projects = nullptr;
+    /** Without it no row tells a branch. */
+    ProjectBranches *branches = nullptr;
 
     /** Rebuilds the list from the query and publishes it once. */
     void refresh();
@@ -118,6 +121,9 @@ public:
     void cancel();
     /** Begins a new showing. */
     void reset();
+    /** The panel comes into sight, with the list as it is or after reset(): what the rows tell of
+       the disk is looked up again and takes its place when it arrives. */
+    void lookUpAgain();
     /** Asks the endpoint what a query means when typing has paused for 400 ms; a row for it, if it
         names something here, then stands before the given ones. Replaces what was under way. */
     void fetchIntent(const QString &query, const Rows &baseItems);
@@ -128,6 +134,8 @@ public:
     void copyAnswer(const QString &part = {});
     /** Puts an icon that has arrived into the rows that show this path. */
     void updateIcon(const QString &path, const Image &icon);
+    /** Likewise the branch of a project. */
+    void updateBranch(const QString &projectPath, const QString &branch);
 
     /** Whether AI is switched on; so unless the user switched it off. */
     bool aiEnabled() const;
@@ -135,8 +143,8 @@ public:
 Q_SIGNALS:
     void queryChanged();
     void resultsChanged();
-    /** The icon of one row of results() is another one. */
-    void iconChanged(int row);
+    /** The icon or the branch of one row of results() is another one. */
+    void rowChanged(int row);
     void selectedChanged();
     void focusSearchChanged();
     void aiModeChanged();
@@ -177,7 +185,7 @@ private:
 
     Environment environment_;
     QString query_;
-    Query parsedQuery_; ///< what `query_` asks for
+    Query parsedQuery_;                ///< what `query_` asks for
     Rows results_;
     int selected_ = 0;
     bool focusSearch_ = false;

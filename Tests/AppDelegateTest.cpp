@@ -227,6 +227,30 @@ TEST_F(AppDelegateTest, whatWasClonedWhileThePanelWasHiddenIsFoundAtALaterShowin
     defaults.set(u"projectRoots"_s, QJsonValue(QJsonValue::Undefined));
 }
 
+TEST_F(AppDelegateTest, eachShowingReadsTheBranchesOfTheProjectsInSightAnew) {
+    const auto checkOut = [this](const QByteArray &branch) {
+        QDir(web.path).mkpath(u".git"_s);
+        QFile head(web.path + "/.git/HEAD"_L1);
+        ASSERT_TRUE(head.open(QIODevice::WriteOnly));
+        head.write("ref: refs/heads/" + branch);
+    };
+    const auto shows = [this](const QString &branch) {
+        return waitUntil([&] {
+            const Rows &rows = delegate.viewModel().results();
+            return !rows.empty() && rows.front().branch == branch;
+        });
+    };
+    checkOut("main");
+    launch({"--show"});
+    delegate.viewModel().setQuery(u"web"_s);
+    EXPECT_TRUE(shows(u"main"_s));
+    delegate.hide();
+    checkOut("other");
+    delegate.show();
+    EXPECT_TRUE(shows(u"other"_s));
+    EXPECT_TRUE(QDir(web.path).removeRecursively());
+}
+
 TEST_F(AppDelegateTest, aCloseByTheWindowManagerIsAHide) {
     launch({"--show"});
     delegate.viewModel().setQuery(u"zed"_s);

@@ -1,5 +1,9 @@
+#include "Catalog/ProjectBranches.h"
 #include "Fakes/LauncherWorld.h"
 #include "Worlds/Wait.h"
+
+#include <QDir>
+#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -306,7 +310,7 @@ TEST_F(LauncherViewModelTest, anIconThatArrivesIsPutIntoTheRowsThatShowItsPath) 
     model.setQuery(u"foo"_s);
     const Image icon = fakeImage();
     int published = 0;
-    QObject::connect(&model, &LauncherViewModel::iconChanged, [&] { ++published; });
+    QObject::connect(&model, &LauncherViewModel::rowChanged, [&] { ++published; });
     model.updateIcon(foo2.path, icon);
     EXPECT_EQ(model.results()[1].icon, icon);
     EXPECT_NE(model.results()[0].icon, icon);
@@ -315,6 +319,50 @@ TEST_F(LauncherViewModelTest, anIconThatArrivesIsPutIntoTheRowsThatShowItsPath) 
     EXPECT_EQ(published, 1);
     model.updateIcon(locations::home(), icon);
     EXPECT_EQ(model.results()[2].icon, icon) << "projects carry the home folder's icon";
+}
+
+TEST_F(LauncherViewModelTest, aBranchThatArrivesIsPutIntoTheRowsOfItsProjectBesideTheSubtitle) {
+    model.setQuery(u"foo"_s);
+    const QString subtitle = model.results()[2].subtitle;
+    const auto &project = std::get<OpenProject>(model.results()[2].action).project;
+    QList<int> changed;
+    QObject::connect(&model, &LauncherViewModel::rowChanged, [&](int row) { changed.append(row); });
+    model.updateBranch(project.path, u"main"_s);
+    EXPECT_EQ(model.results()[2].branch, u"main");
+    EXPECT_EQ(model.results()[2].subtitle, subtitle);
+    model.updateBranch(u"/elsewhere"_s, u"main"_s);
+    EXPECT_EQ(changed, QList<int>{2});
+}
+
+TEST_F(LauncherViewModelTest, aProjectsRowHasTheBranchThatIsKnownAndAnotherShowingReadsItAgain) {
+    // Where a scan finds it, too: its result may come at any time.
+    const ProjectEntry project = makeProject(u"quux"_s);
+    const QDir folder(project.path);
+    const auto checkOut = [&](const QByteArray &branch) {
+        folder.mkpath(u".git"_s);
+        QFile head(folder.filePath(u".git/HEAD"_s));
+        ASSERT_TRUE(head.open(QIODevice::WriteOnly));
+        head.write("ref: refs/heads/" + branch);
+    };
+    checkOut("main");
+    LauncherWorld own({}, {project});
+    ProjectBranches branches(own.volumes);
+    own.model.branches = &branches;
+    QObject::connect(&branches, &ProjectBranches::arrived, &own.model,
+                     &LauncherViewModel::updateBranch);
+    own.model.setQuery(u"quux"_s);
+    EXPECT_EQ(own.model.results().front().branch, QString());
+    const Rows &rows = own.model.results();
+    const auto shows = [&](const QString &branch) {
+        return waitUntil([&] { return !rows.empty() && rows.front().branch == branch; });
+    };
+    EXPECT_TRUE(shows(u"main"_s));
+    checkOut("other");
+    own.model.refresh();
+    EXPECT_EQ(rows.front().branch, u"main") << "what is known is there at once";
+    own.model.lookUpAgain();
+    EXPECT_TRUE(shows(u"other"_s));
+    EXPECT_TRUE(QDir(folder).removeRecursively());
 }
 
 TEST_F(LauncherViewModelTest, aiIsEnabledUnlessSwitchedOff) {

@@ -310,6 +310,50 @@ TEST_F(LauncherViewTest, noRowPassesForAnotherByCharactersThatAreNotSeen) {
     EXPECT_EQ(row.data(Qt::AccessibleDescriptionRole), u"in here"_s);
 }
 
+TEST_F(LauncherViewTest, aProjectsBranchStandsBehindItsPathWhichGivesWay) {
+    const auto row = [](const QString &path, const QString &branch) {
+        return ResultItem{u"id"_s, nullptr, u"web"_s, path, u"Project"_s, CopyAI{}, false, branch};
+    };
+    const auto drawn = [this](const ResultItem &item) {
+        list->setRow(0, item);
+        QCoreApplication::processEvents();
+        return list->grab().toImage();
+    };
+    list->setRows({row(u"~/Code/web"_s, {})}, 0);
+    const QString longPath = u"~/"_s + QString(300, u'w');
+    const QString longBranch(300, u'b');
+    const QImage plain = drawn(row(u"~/Code/web"_s, {}));
+    const QImage main = drawn(row(u"~/Code/web"_s, u"main"_s));
+    EXPECT_NE(main, plain);
+    EXPECT_NE(drawn(row(u"~/Code/web"_s, u"next"_s)), main);
+    EXPECT_NE(drawn(row(longPath, u"main"_s)), drawn(row(longPath, u"next"_s)));
+    EXPECT_NE(drawn(row(u"~/Code/web"_s, longBranch)), drawn(row(u"~/Code/api"_s, longBranch)));
+
+    // A path that has room is not cut, however wide it is.
+    const QFontMetrics metrics(style::sized(view.font(), 11, QFont::Normal));
+    const int start = style::rowPaddingX + style::rowIconSize + style::iconToText;
+    for (QString path = u"~/s"_s; path.size() < 30; path += u"torefni/"_s[path.size() % 8]) {
+        const auto shown = [&](const QString &branch) {
+            const int width = start + metrics.horizontalAdvance(path);
+            return drawn(row(path, branch)).copy(0, 0, width, style::rowHeight);
+        };
+        EXPECT_EQ(shown(u"main"_s), shown({})) << qPrintable(path);
+    }
+
+    // The badge is where it was: nothing is drawn over it.
+    const auto badge = [](const QImage &picture) {
+        return picture.copy(picture.width() - 60, 0, 60, style::rowHeight);
+    };
+    EXPECT_EQ(badge(drawn(row(longPath, longBranch))), badge(plain));
+}
+
+TEST_F(LauncherViewTest, aScreenReaderHearsTheBranchBehindThePath) {
+    list->setRows({{u"id"_s, nullptr, u"web"_s, u"~/Code/web"_s, {}, CopyAI{}, false, u"ma\nin"_s}},
+                  0);
+    EXPECT_EQ(list->model()->index(0, 0).data(Qt::AccessibleDescriptionRole),
+              u"~/Code/web, branch ma in"_s);
+}
+
 TEST_F(LauncherViewTest, anEmptyListSaysNoMatches) {
     // The words are painted, so the picture must differ from that of a list with its words off.
     const QImage empty = list->grab().toImage();

@@ -120,6 +120,7 @@ struct ResultItem {
     QString badge;    ///< short label at the right; may be empty
     LauncherAction action;
     bool running = false; ///< the application is currently running
+    QString branch = {};  ///< what the project has checked out; empty for nothing to tell
 };
 
 } // namespace corvid

@@ -121,9 +121,36 @@ private:
         drawElided(placed(left, top, right - left, style::titleLineHeight), item_.title);
         painter_.setFont(style::sized(option_.font, 11, QFont::Normal));
         painter_.setPen(secondary_);
-        drawElided(
-            placed(left, top + style::titleLineHeight, right - left, style::subtitleLineHeight),
-            item_.subtitle);
+        constexpr int second = top + style::titleLineHeight;
+        int width = right - left;
+        if (!item_.branch.isEmpty())
+            width = paintBranch(left, second, width);
+        drawElided(placed(left, second, width, style::subtitleLineHeight), item_.subtitle);
+    }
+
+    // Behind the subtitle, which gives way. Returns how much of the line is left to it.
+    int paintBranch(int left, int top, int width) {
+        constexpr int gap = 10;
+        constexpr int symbol = 10;
+        constexpr int symbolToName = 3;
+        const QFontMetrics metrics = painter_.fontMetrics();
+        // An advance is rounded, and what is but a fraction too wide would be cut.
+        const auto widthOf = [&](const QString &text) {
+            return metrics.horizontalAdvance(text) + 1;
+        };
+        const QString name = elided(metrics, item_.branch, width / 2 - symbol);
+        const int nameWidth = widthOf(name);
+        const int subtitle = std::min(widthOf(elided(metrics, item_.subtitle, width)),
+                                      width - gap - symbol - symbolToName - nameWidth);
+        int x = left + subtitle + gap;
+        painter_.setOpacity(secondary_.alphaF());
+        drawSymbol(painter_, u"branch"_s,
+                   placed(x, top + (style::subtitleLineHeight - symbol) / 2, symbol, symbol));
+        painter_.setOpacity(1);
+        x += symbol + symbolToName;
+        painter_.drawText(placed(x, top, nameWidth, style::subtitleLineHeight),
+                          Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine, name);
+        return subtitle;
     }
 
     void drawElided(const QRect &line, const QString &text) {
@@ -168,9 +195,9 @@ void ResultListModel::setRows(const std::vector<ResultItem> &rows) {
     endResetModel();
 }
 
-void ResultListModel::setIcon(int row, const Image &icon) {
-    rows_[static_cast<std::size_t>(row)].icon = icon;
-    Q_EMIT dataChanged(index(row), index(row), {Qt::DecorationRole});
+void ResultListModel::setRow(int row, const ResultItem &item) {
+    rows_[static_cast<std::size_t>(row)] = item;
+    Q_EMIT dataChanged(index(row), index(row));
 }
 
 int ResultListModel::rowCount(const QModelIndex &parent) const {
@@ -185,7 +212,8 @@ QVariant ResultListModel::data(const QModelIndex &index, int role) const {
     case Qt::AccessibleTextRole:
         return displayLine(item.badge.isEmpty() ? item.title : item.title + u", "_s + item.badge);
     case Qt::AccessibleDescriptionRole:
-        return displayLine(item.subtitle);
+        return displayLine(item.branch.isEmpty() ? item.subtitle
+                                                 : item.subtitle + u", branch "_s + item.branch);
     default:
         return {};
     }

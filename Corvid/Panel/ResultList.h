@@ -19,7 +19,7 @@ public:
     using QAbstractListModel::QAbstractListModel;
 
     void setRows(const std::vector<ResultItem> &rows);
-    void setIcon(int row, const Image &icon);
+    void setRow(int row, const ResultItem &item);
     const ResultItem &row(const QModelIndex &index) const {
         return rows_[static_cast<std::size_t>(index.row())];
     }
@@ -40,7 +40,8 @@ public:
     explicit ResultList(QWidget *parent = nullptr);
 
     void setRows(const std::vector<ResultItem> &rows, int selected);
-    void setIcon(int row, const Image &icon) { model_.setIcon(row, icon); }
+    /** Puts what has arrived for a row into its place; nothing scrolls. */
+    void setRow(int row, const ResultItem &item) { model_.setRow(row, item); }
     /** Highlights a row and scrolls just as far as makes it visible. */
     void select(int row);
 

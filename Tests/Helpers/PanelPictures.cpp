@@ -113,6 +113,18 @@ std::vector<ProjectEntry> projects() {
             project(u"src/wavefront-solver"_s, {u"Rust"_s, u"C++"_s})};
 }
 
+struct Branch {
+    const char16_t *project;
+    const char16_t *name;
+};
+constexpr Branch branches[]{
+    {u"Code/acme/frontend", u"main"},
+    {u"Code/frontend-kit",
+     u"feature/a-theme-for-every-desktop-that-anybody-has-ever-used-at-night"},
+    {u"Developer/storefront", u"3f9c2d1"},
+    {u"Projects/front-desk-api", u"fix/rate-limits"},
+};
+
 const QString answer =
     uR"(A rebase replays your commits on top of another base, a merge ties two histories together with a commit of its own.
 
@@ -186,6 +198,9 @@ int main(int argc, char **argv) {
         // this machine's folders too.
         for (const AppEntry &app : world.catalog.apps())
             world.model.updateIcon(app.path, world.workspace.icon(app.path));
+        for (const auto &[project, branch] : branches)
+            world.model.updateBranch(locations::home() + u'/' + QString::fromUtf16(project),
+                                     QString::fromUtf16(branch));
         taken = taken && take(view, folder.filePath(name + u".png"_s));
     };
     world.workspace.running = {u"id.Cursor"_s, u"id.Firefox"_s};
