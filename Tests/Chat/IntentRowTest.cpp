@@ -1,6 +1,7 @@
 #include "Chat/IntentRow.h"
 
 #include "Base/Locations.h"
+#include "Fakes/FakeSessionControl.h"
 #include "Fakes/FakeUserDefaults.h"
 #include "RoleCatalog.h"
 
@@ -16,11 +17,12 @@ class IntentRowTest : public ::testing::Test {
 protected:
     std::optional<ResultItem> row(const Intent &intent) {
         return intentRow(intent, u"typed"_s,
-                         {apps, appIndex, projects, projectIndex, roles, stats, running,
+                         {apps, appIndex, projects, projectIndex, roles, stats, running, defaults,
                           [this](const QString &path) {
                               iconPaths.append(path);
                               return Image();
-                          }});
+                          },
+                          session, [](const QString &) { return std::nullopt; }});
     }
 
     const QString home = locations::home();
@@ -32,6 +34,7 @@ protected:
     const SearchIndex projectIndex{projects};
     const RoleCatalog roles{{}};
     FakeUserDefaults defaults;
+    const FakeSessionControl session;
     const UsageStats stats{defaults};
     const QSet<QString> running{u"id.Zed"_s};
     QStringList iconPaths;

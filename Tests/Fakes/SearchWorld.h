@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Fakes/FakeSessionControl.h"
 #include "Fakes/FakeUserDefaults.h"
 #include "RoleCatalog.h"
 #include "Search/QueryRows.h"
@@ -14,9 +15,17 @@ struct SearchWorld {
     RowSources sources() {
         appIndex.updateUsage(stats);
         projectIndex.updateUsage(stats);
-        return {apps,    appIndex, projects, projectIndex,
-                roles,   stats,    running,  [](const QString &) { return nullptr; },
-                defaults};
+        return {apps,
+                appIndex,
+                projects,
+                projectIndex,
+                roles,
+                stats,
+                running,
+                defaults,
+                [](const QString &) { return nullptr; },
+                session,
+                [](const QString &) { return std::nullopt; }};
     }
 
     /** The titles of the rows that `source` has for a typed text. */
@@ -34,6 +43,7 @@ struct SearchWorld {
     UsageStats stats{defaults};
     RoleCatalog roles{{}};
     QSet<QString> running;
+    FakeSessionControl session;
     SearchIndex appIndex{apps};
     SearchIndex projectIndex{projects};
 };

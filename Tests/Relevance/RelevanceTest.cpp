@@ -147,7 +147,7 @@ private:
     ProjectIndex projects_{defaults_, volumes_};
     AIService ai_{defaults_, &secrets_};
     LauncherViewModel model_{
-        {defaults_, stats_, roles_, workspace_, pasteboard_, keychain_, ai_, session_}};
+        {defaults_, stats_, roles_, workspace_, pasteboard_, keychain_, ai_, session_, volumes_}};
 };
 
 struct Figures {
