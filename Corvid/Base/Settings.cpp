@@ -30,6 +30,10 @@ const QString queryLatchesKey = u"queryLatches"_s;
 
 constexpr HotKey defaultHotKey{49, HotKey::option}; // Alt+Space
 
+WebSearch usualWebSearch() {
+    return {u"Google"_s, u"https://www.google.com/search?q=%s"_s};
+}
+
 std::optional<quint32> hotKeyNumber(const UserDefaults &defaults, const QString &key) {
     const QJsonValue value = defaults.value(key);
     const double number = value.toDouble();
@@ -178,16 +182,16 @@ bool isSearchAddress(const QString &address) {
 WebSearch webSearch(const UserDefaults &defaults) {
     const QString address = defaults.value(webSearchURLKey).toString();
     if (!isSearchAddress(address))
-        return {u"Google"_s, u"https://www.google.com/search?q=%s"_s};
+        return usualWebSearch();
     const QString name = defaults.value(webSearchNameKey).toString().trimmed();
     return {name.isEmpty() ? QUrl(address).host() : name, address};
 }
 
 void setWebSearch(UserDefaults &defaults, const WebSearch &search) {
-    const bool isOne = isSearchAddress(search.address);
+    const bool isChosen = isSearchAddress(search.address) && search != usualWebSearch();
     const QJsonValue nothing(QJsonValue::Undefined);
-    defaults.set(webSearchURLKey, isOne ? QJsonValue(search.address) : nothing);
-    defaults.set(webSearchNameKey, isOne ? QJsonValue(search.name) : nothing);
+    defaults.set(webSearchURLKey, isChosen ? QJsonValue(search.address) : nothing);
+    defaults.set(webSearchNameKey, isChosen ? QJsonValue(search.name) : nothing);
 }
 
 bool isSearchWord(const QString &word) {

@@ -67,7 +67,7 @@ struct WebSearch {
 };
 /** Google when there is no address, or one that cannot be searched by, whatever the name. */
 WebSearch webSearch(const UserDefaults &defaults);
-/** An address that cannot be searched by takes back what is stored. */
+/** Google's, or an address that cannot be searched by, takes back what is stored. */
 void setWebSearch(UserDefaults &defaults, const WebSearch &search);
 
 /** A site that is searched by typing its word first. */

@@ -250,7 +250,8 @@ TEST_F(ApplicationScan, desktopEntriesStandBesideBundles) {
                                         u"/x/bar.desktop"_s,
                                         {u"game"_s},
                                         {},
-                                        u"public.app-category.games"_s}));
+                                        u"public.app-category.games"_s,
+                                        "game"}));
 }
 
 TEST_F(ApplicationScan, aDesktopEntryWinsOverABundleWithItsIdentifier) {

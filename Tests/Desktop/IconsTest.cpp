@@ -21,7 +21,9 @@ protected:
                       u"</svg>"_s);
         const QString entry =
             home.path(u".local/share/applications/org.example.Frobnicator.desktop"_s);
-        writeFile(entry, readFile(entry) + u"Icon="_s + home.path(u"icon.svg"_s) + u'\n');
+        const QString group = u"[Desktop Entry]\n"_s;
+        writeFile(entry, readFile(entry).replace(group, group + u"Icon="_s +
+                                                            home.path(u"icon.svg"_s) + u'\n'));
     }
 
     /** The process that draws icons, or 0. */
