@@ -261,6 +261,7 @@ void AppDelegate::openSettings() {
                                       .hotKeys = platform_.hotKeys,
                                       .folderDialog = platform_.folderDialog,
                                       .keychain = keychain_,
+                                      .stats = UsageStats::shared(),
                                       .panelSurface = platform_.panelSurface,
                                       .onHotkeyChanged = [this] { applyHotkey(); }});
     }

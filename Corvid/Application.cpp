@@ -29,6 +29,7 @@
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/WindowSystem.h"
 #include "RoleCatalog.h"
+#include "UsageStats.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
@@ -39,6 +40,7 @@
 #include <chrono>
 #include <cstdio>
 #include <future>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -191,10 +193,47 @@ End run(const Start &start, bool busIsSilent, char **argv, Instance &instance,
     return {exitCode, again};
 }
 
+bool isAnsweredWithYes(const QString &question) {
+    std::fputs(qUtf8Printable(question + QStringLiteral(" [y/N] ")), stdout);
+    std::fflush(stdout);
+    std::string answer;
+    if (!std::getline(std::cin, answer))
+        std::fputs("\n", stdout);
+    return answer == "y" || answer == "Y" || answer == "yes";
+}
+
 } // namespace
 
 int drawPictures(bool withFonts) {
     return runPictureHelper(withFonts);
+}
+
+int forgetLearnt(bool ask) {
+    if (ask && !isatty(STDIN_FILENO)) {
+        std::fputs("corvid: Standard input is no terminal to ask on. 'corvid --forget --yes' does "
+                   "not ask.\n",
+                   stderr);
+        return 1;
+    }
+    JsonUserDefaults defaults;
+    UsageStats stats(defaults);
+    const QString amount = stats.amount();
+    if (amount.isEmpty()) {
+        std::puts("Nothing was learnt yet.");
+        return 0;
+    }
+    if (ask && !isAnsweredWithYes(QStringLiteral("Forget %1?").arg(amount)))
+        return 1;
+    stats.forgetAll();
+    defaults.synchronize();
+    // From the file: what cannot be written, this process alone takes for done.
+    JsonUserDefaults written;
+    if (UsageStats(written).amount() == amount) {
+        std::fputs("corvid: The settings' file cannot be written.\n", stderr);
+        return 1;
+    }
+    std::printf("Forgot %s.\n", qUtf8Printable(amount));
+    return 0;
 }
 
 int runCorvid(const Start &start, char **argv) {

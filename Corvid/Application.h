@@ -28,4 +28,8 @@ extern "C" {
 
 /** Draws foreign pictures for a Corvid that runs, see runPictureHelper(). */
 [[gnu::visibility("default")]] int drawPictures(bool withFonts);
+
+/** Forgets what was learnt from use, which a Corvid that runs sees at its next look. Asks first, if
+    wanted, which takes a terminal. Answers with the exit code: 0 where nothing is left. */
+[[gnu::visibility("default")]] int forgetLearnt(bool ask);
 }

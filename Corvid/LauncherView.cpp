@@ -67,6 +67,13 @@ KeyPress keyPressOf(const QKeyEvent &event) {
     return press;
 }
 
+// Held down for another key, and none by itself.
+bool isModifier(int key) {
+    return (key >= Qt::Key_Shift && key <= Qt::Key_ScrollLock) ||
+           (key >= Qt::Key_Super_L && key <= Qt::Key_Hyper_R && key != Qt::Key_Menu) ||
+           key == Qt::Key_AltGr;
+}
+
 } // namespace
 
 LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
@@ -233,11 +240,36 @@ bool LauncherView::eventFilter(QObject *watched, QEvent *event) {
     if (event->type() != QEvent::KeyPress || !watched->isWidgetType() ||
         static_cast<QWidget *>(watched)->window() != window() || field_->isComposing())
         return false;
-    return handleKey(*static_cast<QKeyEvent *>(event));
+    const auto &key = *static_cast<QKeyEvent *>(event);
+    const KeyPress press = keyPressOf(key);
+    const bool handled = handleKey(key, press);
+    // Each key works on the list as it is seen. Of Return the view model learns later.
+    const bool comesLater = press.isReturn && !handled;
+    if (!press.isDelete && !isModifier(key.key()) && !comesLater)
+        viewModel_.followForgotten();
+    return handled;
 }
 
-bool LauncherView::handleKey(const QKeyEvent &event) {
-    const KeyPress press = keyPressOf(event);
+// The press as the view model sees it: by its key, since the text is a control character while
+// Control is held. Where the layout has no Latin letter or digit on the key, its position counts.
+KeyPress LauncherView::keyPressOf(const QKeyEvent &event) const {
+    KeyPress press;
+    const Qt::KeyboardModifiers modifiers = event.modifiers() & ~Qt::KeypadModifier;
+    press.command = modifiers.testAnyFlags(Qt::ControlModifier | Qt::MetaModifier);
+    press.shift = modifiers.testFlag(Qt::ShiftModifier);
+    press.isReturn = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+    // What is marked it cuts, as everywhere.
+    press.isDelete = event.key() == Qt::Key_Delete && modifiers == Qt::ShiftModifier &&
+                     !viewModel_.aiMode() && !field_->hasSelectedText();
+    const int key = event.key();
+    if ((key >= Qt::Key_0 && key <= Qt::Key_9) || (key >= Qt::Key_A && key <= Qt::Key_Z))
+        press.characters = QChar(key);
+    else
+        press.characters = characterByPosition(event);
+    return press;
+}
+
+bool LauncherView::handleKey(const QKeyEvent &event, const KeyPress &press) {
     const bool answering = viewModel_.aiMode();
     if (answering && press.command && press.characters.toLower() == "c"_L1) {
         copyAnswer();

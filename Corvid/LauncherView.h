@@ -11,6 +11,7 @@ namespace corvid {
 
 class AnswerArea;
 class LauncherViewModel;
+struct KeyPress;
 class ResultList;
 class SearchField;
 class Symbol;
@@ -49,7 +50,8 @@ private:
     void showMode();
     void showAnswer();
     void step(int lines);
-    bool handleKey(const QKeyEvent &event);
+    KeyPress keyPressOf(const QKeyEvent &event) const;
+    bool handleKey(const QKeyEvent &event, const KeyPress &press);
     void copyAnswer();
 
     LauncherViewModel &viewModel_;

@@ -32,7 +32,8 @@ QStringList namesOf(const std::vector<Entry> &entries) {
 } // namespace
 
 LauncherViewModel::LauncherViewModel(const Environment &environment)
-    : environment_(environment), paths_(environment.volumes, [this] { showFoundPath(); }) {
+    : environment_(environment), forgotten_(environment.stats),
+      paths_(environment.volumes, [this] { showFoundPath(); }) {
     pauseInTyping_.setSingleShot(true);
     pauseInTyping_.setInterval(400);
     // Any other timer may fire early, and ask for a text that is still being typed.
@@ -44,6 +45,7 @@ void LauncherViewModel::setQuery(const QString &query) {
         return;
     questioned_.reset(); // its list goes with it
     query_ = query;
+    forgotten_.end();
     parsedQuery_ = parseQuery(query, environment_.roles);
     if (!typedPath(parsedQuery_.text))
         paths_.forget();
@@ -117,6 +119,7 @@ void LauncherViewModel::publish(Rows rows, int selected) {
                 row.branch = branches->branch(open->project.path);
         }
     }
+    forgotten_.mark(rows);
     results_ = std::move(rows);
     // Together with the rows: whoever shows them shall not see another one selected in between.
     const bool moves = std::exchange(selected_, selected) != selected;
@@ -153,7 +156,33 @@ std::optional<QString> LauncherViewModel::selectedPath() const {
     return row ? pathOf(row->action) : std::nullopt;
 }
 
+void LauncherViewModel::refreshAroundSelection() {
+    if (asks())
+        refresh();
+    else
+        refreshInPlace();
+}
+
+void LauncherViewModel::followForgotten() {
+    if (forgotten_.end())
+        refreshAroundSelection();
+}
+
+void LauncherViewModel::forgetSelected() {
+    const ResultItem *row = selectedRow();
+    const std::optional<QString> key = row ? usageKeyOf(*row) : std::nullopt;
+    if (!key)
+        return;
+    forgotten_.forget(*row, *key, parsedQuery_.text);
+    publish(results_, selected_);
+}
+
 void LauncherViewModel::submit(OpenApp::Window window) {
+    submitSelection(window);
+    followForgotten(); // only now: what was seen is what was opened
+}
+
+void LauncherViewModel::submitSelection(OpenApp::Window window) {
     if (asks() && parsedQuery_.object.isEmpty())
         return;
     if (parsedQuery_.kind == Query::Kind::LastProject) {
@@ -209,16 +238,20 @@ void LauncherViewModel::choose(int row) {
 }
 
 void LauncherViewModel::record(const ResultItem &row) {
-    UsageStats &stats = environment_.stats;
-    if (!asks()) {
-        stats.recordLaunch(row.id);
-        stats.recordLatch(parsedQuery_.text, row.id);
-    } else if (const auto *app = std::get_if<OpenApp>(&row.action)) {
-        // What the endpoint understood counts for what it opens. A question is not latched.
-        stats.recordLaunch(usageKey(app->app));
-    } else if (const auto *project = std::get_if<OpenProject>(&row.action)) {
-        stats.recordLaunch(usageKey(project->project));
-    }
+    environment_.stats.recordLaunch(usageKeyOf(row));
+    if (!asks()) // a question is not latched
+        environment_.stats.recordLatch(parsedQuery_.text, row.id);
+}
+
+// What the endpoint understood of a question counts for what it opens.
+std::optional<QString> LauncherViewModel::usageKeyOf(const ResultItem &row) const {
+    if (!asks())
+        return row.id;
+    if (const auto *app = std::get_if<OpenApp>(&row.action))
+        return usageKey(app->app);
+    if (const auto *project = std::get_if<OpenProject>(&row.action))
+        return usageKey(project->project);
+    return std::nullopt;
 }
 
 void LauncherViewModel::perform(const LauncherAction &action) {
@@ -243,6 +276,10 @@ bool LauncherViewModel::handleKeyEvent(const KeyPress &key) {
             return true;
     }
     if (!key.command) {
+        if (key.isDelete && key.shift) {
+            forgetSelected();
+            return true;
+        }
         if (!key.isReturn || !key.shift)
             return false;
         submit(OpenApp::Window::New);
@@ -259,6 +296,10 @@ bool LauncherViewModel::handleKeyEvent(const KeyPress &key) {
     if (characters == "c"_L1) {
         if (const std::optional<QString> path = selectedPath())
             environment_.pasteboard.setText(*path);
+        return true;
+    }
+    if (characters == "z"_L1 && !key.shift && forgotten_.undo()) {
+        refreshAroundSelection();
         return true;
     }
     const int row = characters.toInt(); // 0 for what is no number
@@ -285,6 +326,7 @@ void LauncherViewModel::endAnswers() {
 
 void LauncherViewModel::reset() {
     endAnswers();
+    forgotten_.end();
     setQuery(QString());
     setAiMode(false);
     setAiQuestion(QString());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AIService.h"
+#include "Search/ForgottenRow.h"
 #include "Search/Query.h"
 #include "Search/QueryRows.h"
 
@@ -32,6 +33,7 @@ struct KeyPress {
     bool shift = false;
     bool isEscape = false;
     bool repeats = false; ///< held since an earlier press
+    bool isDelete = false; ///< Delete, where the text has no use for it
 };
 
 /**
@@ -114,9 +116,13 @@ public:
     /** Takes back a question in the place of a row's title, if there is one, as every key but
         Return does, and every change of the query, of the selection and of the selected row. */
     void withdrawQuestion();
-    /** The shortcuts with Command, and Shift+Return, which opens an application's row in a new
-        window and any other as Return does. True when the key was consumed. */
+    /** The shortcuts with Command; Shift+Return, which opens an application's row in a new window
+        and any other as Return does; and Shift+Delete, which forgets what was learnt about the
+        selected row, until Command+Z puts it back. True when the key was consumed. */
     bool handleKeyEvent(const KeyPress &key);
+    /** Has the list follow what was forgotten, if a row still offers to put it back, and takes that
+        offer away. The selection stays with its row. */
+    void followForgotten();
     /** Escape: leaves the AI answer, else hides the panel. */
     void cancel();
     /** Begins a new showing. */
@@ -172,11 +178,15 @@ private:
     /** What a query that is no question lists. */
     Rows listedRows();
     void publish(Rows rows, int selected);
+    void refreshAroundSelection();
     /** Null where the selection is no row. */
     const ResultItem *selectedRow() const;
     std::optional<QString> selectedPath() const;
+    void submitSelection(OpenApp::Window window);
     void submitRow(ResultItem row, OpenApp::Window window);
     bool askBefore(const ResultItem &row);
+    std::optional<QString> usageKeyOf(const ResultItem &row) const;
+    void forgetSelected();
     void record(const ResultItem &row);
     void perform(const LauncherAction &action);
     void hide();
@@ -187,6 +197,7 @@ private:
     QString query_;
     Query parsedQuery_;                ///< what `query_` asks for
     Rows results_;
+    ForgottenRow forgotten_;
     int selected_ = 0;
     bool focusSearch_ = false;
     bool aiMode_ = false;

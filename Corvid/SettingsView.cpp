@@ -8,6 +8,7 @@
 #include "Platform/UserDefaults.h"
 #include "Settings/FolderSection.h"
 #include "Settings/FormWidgets.h"
+#include "Settings/LearntSection.h"
 #include "Settings/WebSearchSection.h"
 
 #include <QApplication>
@@ -152,6 +153,8 @@ QWidget *SettingsView::makeForm() {
     sections->addWidget(folders_);
     webSearch_ = new WebSearchSection(environment_.defaults);
     sections->addWidget(webSearch_);
+    learnt_ = new LearntSection(environment_.stats);
+    sections->addWidget(learnt_);
     sections->addStretch();
     return form;
 }
@@ -229,6 +232,7 @@ void SettingsView::load() {
     hotkeyText_->setText(hotkey);
     folders_->load();
     webSearch_->load();
+    learnt_->load();
     showHotkeyHint();
 }
 

@@ -19,16 +19,19 @@ class FolderDialog;
 class FolderSection;
 class HotKeyManager;
 class KeychainHelper;
+class LearntSection;
 class PanelSurface;
 class ProjectIndex;
+class UsageStats;
 class UserDefaults;
 class WebSearchSection;
 
 /**
  * The settings' window, of fixed size, in the desktop's colours and font, with a form: hot key, AI
- * endpoint, project folders, web search. It shows what is stored each time it is shown. A new hot
- * key and changes to the folders and to search words are stored at once, the rest by "Save". No
- * failure to store is shown. Closing hides the window. Main thread only.
+ * endpoint, project folders, web search, what was learnt. It shows what is stored each time it is
+ * shown. A new hot key, changes to the folders and to search words and forgetting are stored at
+ * once, the rest by "Save". No failure to store is shown. Closing hides the window. Main thread
+ * only.
  */
 class SettingsView final : public QWidget {
     Q_OBJECT
@@ -41,6 +44,7 @@ public:
         HotKeyManager &hotKeys;
         FolderDialog &folderDialog;
         KeychainHelper &keychain;
+        UsageStats &stats;
         PanelSurface &panelSurface;
         /** Called after a new hot key has been stored. May be empty. */
         std::function<void()> onHotkeyChanged = {};
@@ -102,6 +106,7 @@ private:
     QLineEdit *apiKey_ = nullptr;
     FolderSection *folders_ = nullptr;
     WebSearchSection *webSearch_ = nullptr;
+    LearntSection *learnt_ = nullptr;
     QPushButton *saveButton_ = nullptr;
 };
 

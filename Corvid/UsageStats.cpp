@@ -1,6 +1,10 @@
 #include "UsageStats.h"
 
+#include <utility>
+
 namespace corvid {
+
+using namespace Qt::Literals::StringLiterals;
 
 UsageStats &UsageStats::shared() {
     static UsageStats stats(UserDefaults::standard());
@@ -39,6 +43,63 @@ void UsageStats::recordLatch(const QString &query, const QString &id) {
                                          latches.clear();
                                      latches.insert(query, id);
                                  });
+}
+
+UsageStats::Forgotten UsageStats::forget(const QString &query, const QString &id) {
+    Forgotten result{.id = id, .launches = {}, .query = {}};
+    readTables();
+    if (const auto count = counts_.constFind(id); count != counts_.constEnd())
+        result.launches = *count;
+    if (const auto choice = latches_.constFind(query.toLower());
+        choice != latches_.constEnd() && *choice == id)
+        result.query = choice.key();
+    if (result.launches)
+        settings::updateLaunchCounts(defaults_,
+                                     [id](settings::LaunchCounts &counts) { counts.remove(id); });
+    if (result.query)
+        settings::updateQueryLatches(defaults_,
+                                     [folded = *result.query, id](settings::QueryLatches &latches) {
+                                         if (latches.value(folded) == id)
+                                             latches.remove(folded);
+                                     });
+    return result;
+}
+
+void UsageStats::restore(const Forgotten &forgotten) {
+    const QString &id = forgotten.id;
+    if (const auto launches = forgotten.launches)
+        settings::updateLaunchCounts(defaults_,
+                                     [id, count = *launches](settings::LaunchCounts &counts) {
+                                         if (!counts.contains(id))
+                                             counts.insert(id, count);
+                                     });
+    if (const auto &query = forgotten.query)
+        settings::updateQueryLatches(defaults_,
+                                     [id, folded = *query](settings::QueryLatches &latches) {
+                                         if (!latches.contains(folded))
+                                             latches.insert(folded, id);
+                                     });
+}
+
+void UsageStats::forgetAll() {
+    settings::updateLaunchCounts(defaults_, [](settings::LaunchCounts &counts) { counts.clear(); });
+    settings::updateQueryLatches(defaults_,
+                                 [](settings::QueryLatches &latches) { latches.clear(); });
+}
+
+QString UsageStats::amount() const {
+    readTables();
+    if (counts_.isEmpty() && latches_.isEmpty())
+        return {};
+    // Counts may come from a hand that wrote anything.
+    double launches = 0;
+    for (const qint64 count : std::as_const(counts_))
+        launches += static_cast<double>(count);
+    const auto counted = [](double number, const QString &what, const QString &whats) {
+        return QString::number(number, 'f', 0) + u' ' + (number == 1 ? what : whats);
+    };
+    return counted(launches, u"launch"_s, u"launches"_s) + u" and "_s +
+           counted(static_cast<double>(latches_.size()), u"choice"_s, u"choices"_s);
 }
 
 void UsageStats::readTables() const {

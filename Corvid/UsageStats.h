@@ -32,6 +32,25 @@ public:
         more than 256 characters are not remembered. */
     void recordLatch(const QString &query, const QString &id);
 
+    /** What forget() took away. Absent is what was not there. */
+    struct Forgotten {
+        QString id;
+        std::optional<qint64> launches;
+        std::optional<QString> query; ///< for which the id was the choice
+
+        bool isNothing() const { return !launches && !query; }
+    };
+    /** Takes away the launches of an id, and the choice for the query (trimmed by the caller) where
+        that is this id. */
+    Forgotten forget(const QString &query, const QString &id);
+    /** Puts it back as it was. What was recorded since stands instead. */
+    void restore(const Forgotten &forgotten);
+
+    /** Takes away all that was learnt: empties both tables, of whatever shape they are. */
+    void forgetAll();
+    /** How much was learnt, as people say it: "12 launches and 1 choice". Empty for none. */
+    QString amount() const;
+
 private:
     void readTables() const;
 

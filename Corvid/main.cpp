@@ -69,6 +69,11 @@ int main(int argc, char **argv) {
         return 0;
     }
 
+    if (commandLine.forget) {
+        auto *const forget = fromLibrary<decltype(forgetLearnt)>("forgetLearnt");
+        return forget ? forget(!commandLine.yes) : 1;
+    }
+
     if (!makeRoomForFiles())
         return 1;
 

@@ -20,6 +20,8 @@ KeyPress command(const QString &characters) {
 }
 const KeyPress commandReturn{true, true, {}};
 const KeyPress shiftReturn{false, true, {}, true};
+const KeyPress shiftDelete{false, false, {}, true, true};
+const QString forgotten = u"Forgotten — Undo with Control+Z"_s;
 
 class LauncherViewModelTest : public ::testing::Test {
 protected:
@@ -209,6 +211,91 @@ TEST_F(LauncherViewModelTest, returnAndOtherKeysWithShiftAreLeftToTheField) {
     EXPECT_FALSE(model.handleKeyEvent({false, true, {}}));
     EXPECT_FALSE(model.handleKeyEvent({false, false, u"A"_s, true}));
     EXPECT_TRUE(world.actions.empty());
+}
+
+TEST_F(LauncherViewModelTest, shiftDeleteForgetsTheRowWhichSaysSoWhereItStands) {
+    world.setLaunches(usageKey(foo2), 5);
+    world.setLatch(u"foo"_s, usageKey(foo2));
+    model.setQuery(u"foo"_s);
+    ASSERT_EQ(model.results()[0].title, u"foo2");
+    EXPECT_TRUE(model.handleKeyEvent(shiftDelete));
+    EXPECT_TRUE(world.stats.counts().isEmpty());
+    EXPECT_TRUE(world.stats.latches().isEmpty());
+    EXPECT_EQ(model.results()[0].title, u"foo2") << "it stays until the next key";
+    EXPECT_EQ(model.results()[0].subtitle, forgotten);
+    model.refresh();
+    ASSERT_EQ(model.results()[1].title, u"foo2") << "a scan may have ended";
+    EXPECT_EQ(model.results()[1].subtitle, forgotten);
+}
+
+TEST_F(LauncherViewModelTest, theListFollowsWhatWasForgottenAndTheSelectionItsRow) {
+    world.setLaunches(usageKey(foo2), 5);
+    model.setQuery(u"foo"_s);
+    model.handleKeyEvent(shiftDelete);
+    model.followForgotten();
+    ASSERT_EQ(model.results()[1].title, u"foo2");
+    EXPECT_EQ(model.results()[1].subtitle, foo2.path);
+    EXPECT_EQ(model.selected(), 1);
+    EXPECT_FALSE(model.handleKeyEvent(command(u"z"_s))) << "it is the field's again";
+}
+
+TEST_F(LauncherViewModelTest, commandZPutsBackExactlyWhatWasForgotten) {
+    world.setLaunches(usageKey(foo2), 5);
+    world.setLatch(u"foo"_s, usageKey(foo2));
+    model.setQuery(u"foo"_s);
+    const auto counts = world.stats.counts();
+    const auto latches = world.stats.latches();
+    model.handleKeyEvent(shiftDelete);
+    model.handleKeyEvent(shiftDelete); // held down
+    EXPECT_TRUE(model.handleKeyEvent(command(u"z"_s)));
+    EXPECT_EQ(world.stats.counts(), counts);
+    EXPECT_EQ(world.stats.latches(), latches);
+    EXPECT_EQ(model.results()[0].title, u"foo2");
+    EXPECT_EQ(model.results()[0].subtitle, foo2.path);
+    EXPECT_FALSE(model.handleKeyEvent(command(u"z"_s)));
+}
+
+TEST_F(LauncherViewModelTest, aRowOfWhichNothingWasLearntSaysThat) {
+    world.setLaunches(usageKey(foo2), 5);
+    model.setQuery(u"foo"_s);
+    model.setSelected(1);
+    EXPECT_TRUE(model.handleKeyEvent(shiftDelete));
+    EXPECT_EQ(model.results()[1].subtitle, u"Nothing was learnt about this yet");
+    EXPECT_FALSE(model.handleKeyEvent(command(u"z"_s)));
+    EXPECT_EQ(world.stats.counts().size(), 1);
+}
+
+TEST_F(LauncherViewModelTest, returnOpensTheForgottenRowThatIsSeen) {
+    world.setLaunches(usageKey(foo2), 5);
+    model.setQuery(u"foo"_s);
+    model.handleKeyEvent(shiftDelete);
+    model.submit();
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenApp{foo2}});
+    EXPECT_EQ(world.stats.counts(), (QHash<QString, qint64>{{usageKey(foo2), 1}}));
+    EXPECT_FALSE(model.handleKeyEvent(command(u"z"_s)));
+}
+
+TEST_F(LauncherViewModelTest, anotherTextAndANewShowingEndTheOffer) {
+    const auto forget = [this] {
+        world.setLaunches(usageKey(foo2), 5);
+        model.setQuery(u"foo"_s);
+        model.handleKeyEvent(shiftDelete);
+    };
+    forget();
+    model.setQuery(u"foo2"_s);
+    EXPECT_EQ(model.results()[0].subtitle, foo2.path);
+    EXPECT_FALSE(model.handleKeyEvent(command(u"z"_s)));
+    forget();
+    model.reset();
+    EXPECT_FALSE(model.handleKeyEvent(command(u"z"_s)));
+}
+
+TEST_F(LauncherViewModelTest, anEmptyListForgetsNothing) {
+    world.setLaunches(usageKey(foo2), 5);
+    model.setQuery(u"ai"_s);
+    model.setSelected(7);
+    EXPECT_TRUE(model.handleKeyEvent(shiftDelete));
+    EXPECT_EQ(world.stats.counts().size(), 1);
 }
 
 TEST_F(LauncherViewModelTest, commandDigitSubmitsThatRow) {

@@ -193,6 +193,45 @@ TEST_F(LauncherViewTest, shiftReturnAsksForANewWindow) {
     EXPECT_EQ(world.actions.size(), 1U) << "submitted twice";
 }
 
+TEST_F(LauncherViewTest, shiftDeleteForgetsUnlessTextIsMarked) {
+    world.setLaunches(usageKey(manyApps()[3]), 5);
+    type(u"foo"_s);
+    ASSERT_EQ(world.model.results()[0].title, u"foo3");
+    field->selectAll();
+    press(Qt::Key_Delete, Qt::ShiftModifier);
+    EXPECT_EQ(field->text(), QString()) << "it cuts";
+    EXPECT_EQ(world.stats.counts().size(), 1);
+    type(u"foo"_s);
+    field->setCursorPosition(1);
+    press(Qt::Key_Delete, Qt::ShiftModifier);
+    EXPECT_EQ(field->text(), u"foo");
+    EXPECT_TRUE(world.stats.counts().isEmpty());
+    press(Qt::Key_Control);
+    press(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(field->text(), u"foo") << "undoes no typing";
+    EXPECT_EQ(world.stats.counts().size(), 1);
+    press(Qt::Key_Delete);
+    EXPECT_EQ(field->text(), u"fo");
+    EXPECT_EQ(world.stats.counts().size(), 1);
+}
+
+TEST_F(LauncherViewTest, aKeyAfterForgettingWorksOnTheListThatIsSeenWhichThenFollows) {
+    world.setLaunches(usageKey(manyApps()[3]), 5);
+    const auto selected = [this] {
+        return world.model.results()[static_cast<size_t>(world.model.selected())].title;
+    };
+    type(u"foo"_s);
+    ASSERT_EQ(selected(), u"foo3");
+    press(Qt::Key_Delete, Qt::ShiftModifier);
+    EXPECT_EQ(world.model.results()[0].title, u"foo3");
+    press(Qt::Key_Down);
+    EXPECT_EQ(selected(), u"foo0") << "that was below it";
+    EXPECT_EQ(world.model.selected(), 0);
+    EXPECT_EQ(world.model.results()[3].title, u"foo3");
+    press(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_TRUE(world.stats.counts().isEmpty()) << "too late";
+}
+
 TEST_F(LauncherViewTest, whileComposingNoKeyIsTheLaunchers) {
     type(u"foo"_s);
     compose(u"か"_s);

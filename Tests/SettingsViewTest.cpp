@@ -48,6 +48,7 @@ protected:
                                                  .hotKeys = hotKeys,
                                                  .folderDialog = folderDialog,
                                                  .keychain = world.keychain,
+                                                 .stats = world.stats,
                                                  .panelSurface = surface,
                                                  .onHotkeyChanged = [this] { ++hotkeyChanges; }});
         window->present();
@@ -157,7 +158,7 @@ using SettingsViewDeathTest = SettingsViewTest;
 
 // --- Layout
 
-TEST_F(SettingsViewTest, hasThreeSectionsWithTheirTexts) {
+TEST_F(SettingsViewTest, hasItsSectionsWithTheirTexts) {
     show();
     EXPECT_TRUE(says(u"Hotkey"_s));
     EXPECT_TRUE(says(u"AI — bring your own model"_s));
@@ -172,6 +173,7 @@ TEST_F(SettingsViewTest, hasThreeSectionsWithTheirTexts) {
     for (const QString &text : {u"Change"_s, u"Remove"_s, u"Add folder..."_s, u"Save"_s})
         EXPECT_TRUE(button(text)) << qPrintable(text);
     EXPECT_TRUE(says(u"2 projects indexed"_s));
+    EXPECT_TRUE(says(u"Learnt from use"_s));
     EXPECT_FALSE(hints());
 }
 
@@ -191,7 +193,8 @@ TEST_F(SettingsViewTest, theSectionsStandInTheirOrderAndSaveBelowThem) {
                            field(u"Search engine"_s),
                            field(u"Address (%s is the text)"_s),
                            table(),
-                           button(u"Add word"_s)};
+                           button(u"Add word"_s),
+                           button(u"Forget what was learnt…"_s)};
     for (size_t i = 1; i < std::size(order); ++i)
         EXPECT_LT(top(order[i - 1]), top(order[i])) << i;
     EXPECT_TRUE(button(u"Save"_s)->isDefault());
@@ -243,7 +246,7 @@ TEST_F(SettingsViewTest, noTwoMnemonicsAreTheSame) {
     for (const QString &text : texts)
         if (const qsizetype mark = text.indexOf(u'&'); mark >= 0)
             mnemonics.append(text.sliced(mark + 1, 1).toLower());
-    EXPECT_EQ(mnemonics.size(), 12);
+    EXPECT_EQ(mnemonics.size(), 13);
     EXPECT_EQ(mnemonics.removeDuplicates(), 0);
 }
 
@@ -675,6 +678,38 @@ TEST_F(SettingsViewTest, theNumberOfProjectsFollowsTheIndex) {
     button(u"Add folder..."_s)->click();
     folderDialog.done(QStringList{root.path()});
     EXPECT_TRUE(waitUntil([this] { return says(u"3 projects indexed"_s); }));
+}
+
+// --- What was learnt
+
+TEST_F(SettingsViewTest, whatWasLearntIsForgottenAfterAskingInPlace) {
+    world.setLaunches(u"a"_s, 12);
+    world.setLatch(u"q"_s, u"a"_s);
+    show();
+    EXPECT_TRUE(says(u"12 launches and 1 choice"_s));
+    EXPECT_FALSE(button(u"Forget"_s));
+    button(u"Forget what was learnt…"_s)->click();
+    EXPECT_TRUE(says(u"Forget 12 launches and 1 choice?"_s));
+    EXPECT_EQ(window->focusWidget(), button(u"Keep"_s)) << "a second press must not forget";
+    EXPECT_EQ(world.stats.counts().size(), 1);
+    button(u"Forget"_s)->click();
+    EXPECT_TRUE(world.stats.counts().isEmpty());
+    EXPECT_TRUE(world.stats.latches().isEmpty());
+    EXPECT_TRUE(says(u"Nothing yet"_s));
+    EXPECT_FALSE(button(u"Forget what was learnt…"_s)->isEnabled());
+}
+
+TEST_F(SettingsViewTest, whatWasLearntIsKeptUnlessForgettingIsConfirmed) {
+    world.setLaunches(u"a"_s, 1);
+    show();
+    button(u"Forget what was learnt…"_s)->click();
+    button(u"Keep"_s)->click();
+    EXPECT_EQ(window->focusWidget(), button(u"Forget what was learnt…"_s));
+    button(u"Forget what was learnt…"_s)->click();
+    window->close();
+    window->present();
+    EXPECT_FALSE(button(u"Forget"_s)) << "it asks no more";
+    EXPECT_TRUE(says(u"1 launch and 0 choices"_s));
 }
 
 // --- save()

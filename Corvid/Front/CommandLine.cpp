@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <string_view>
+#include <utility>
 
 namespace corvid {
 
@@ -15,9 +16,10 @@ struct Switch {
 };
 
 constexpr std::array switches{
-    Switch{"--bench", &CommandLine::bench},   Switch{"--settings", &CommandLine::settings},
-    Switch{"--show", &CommandLine::show},     Switch{"--sticky", &CommandLine::sticky},
-    Switch{"--toggle", &CommandLine::toggle}, Switch{restartedOption, &CommandLine::restarted},
+    Switch{"--bench", &CommandLine::bench},       Switch{"--forget", &CommandLine::forget},
+    Switch{"--settings", &CommandLine::settings}, Switch{"--show", &CommandLine::show},
+    Switch{"--sticky", &CommandLine::sticky},     Switch{"--toggle", &CommandLine::toggle},
+    Switch{"--yes", &CommandLine::yes},           Switch{restartedOption, &CommandLine::restarted},
 };
 
 constexpr const char *helpText = R"(Usage: corvid [OPTION]...
@@ -35,9 +37,21 @@ in the first group, too, are carried out by the Corvid that runs.
   --query TEXT  print the rows that TEXT yields to standard error; keep running
   --bench       measure the query pipeline, print one line to standard error
 
+  --forget      forget what was learnt from use, after asking on the terminal
+  --yes         with --forget: do not ask
+
   --help        print this
   --version     print the version
 )";
+
+/** What makes no sense together; empty where all does. */
+std::string contradictionIn(const CommandLine &line) {
+    if (line.yes && !line.forget)
+        return "--yes goes with --forget";
+    const bool more = line.show || line.toggle || line.settings || line.sticky || line.restarted ||
+                      line.isDiagnostic();
+    return line.forget && more ? "--forget goes with --yes alone" : "";
+}
 
 } // namespace
 
@@ -85,6 +99,9 @@ CommandLine parseCommandLine(const std::vector<std::string> &arguments) {
             break;
         }
     }
+    if (std::string contradiction = contradictionIn(result);
+        !contradiction.empty() && !result.text && !result.error)
+        result.error = std::move(contradiction);
     return result;
 }
 

@@ -20,6 +20,8 @@ struct CommandLine {
     /** By itself, to take up a bus that did not answer before. Nobody asked for anything. */
     bool restarted = false;
     bool bench = false;
+    bool forget = false;              ///< everything that was learnt, and no more than that
+    bool yes = false;                 ///< the same without asking
     std::optional<std::string> query; ///< also when it is empty; absent where no text follows
     const char *text = nullptr;       ///< printed instead of anything else; whole lines, or null
     std::optional<std::string> error; ///< one line; what was understood before it does not count

@@ -2,6 +2,7 @@
 // real applications and projects.
 
 #include "DesktopTest.h"
+#include "Worlds/EventuallyAfter.h"
 
 #include <QJsonObject>
 #include <QRegularExpression>
@@ -36,6 +37,9 @@ protected:
         press(u"ctrl+c"_s);
         return run(u"xclip"_s, {u"-out"_s, u"-selection"_s, u"clipboard"_s}) == path;
     }
+
+    const QString application =
+        home.path(u".local/share/applications/org.example.Frobnicator.desktop"_s);
 };
 
 struct Answer {
@@ -219,6 +223,90 @@ TEST_F(WholeProgramTest, theHotKeyHidesAndSummonsThePanel) {
     type(u"frobn"_s);
     press(u"Return"_s);
     EXPECT_EQ(startedWith(), asItsEntrySays);
+}
+
+TEST_F(WholeProgramTest, aRowIsForgottenByShiftDeleteUntilControlZ) {
+    const QJsonObject once{{u"org.example.Frobnicator|"_s + application, 1}};
+    const auto learnt = [this] { return home.defaults()[u"launchCounts"_s].toObject(); };
+    type(u"frobn"_s);
+    press(u"Return"_s);
+    EXPECT_TRUE(eventually([&] { return learnt() == once; }));
+    EXPECT_TRUE(
+        eventuallyAfter([this] { press(u"alt+k"_s); }, [this] { return panelHasKeyboard(); }));
+    type(u"frobn"_s);
+    press(u"shift+Delete"_s);
+    EXPECT_TRUE(eventually([&] { return learnt().isEmpty(); }));
+    EXPECT_EQ(home.defaults()[u"queryLatches"_s], QJsonObject());
+    press(u"ctrl+z"_s);
+    EXPECT_TRUE(eventually([&] { return learnt() == once; }));
+    EXPECT_FALSE(home.defaults()[u"queryLatches"_s].toObject().isEmpty());
+}
+
+TEST_F(WholeProgramTest, theOneThatRunsSeesAtOnceThatAllWasForgotten) {
+    const auto launches = [this] {
+        return home.defaults()[u"launchCounts"_s][u"org.example.Frobnicator|"_s + application];
+    };
+    type(u"frobn"_s);
+    press(u"Return"_s);
+    EXPECT_TRUE(eventually([&] { return launches() == 1; }));
+    const Answer answer = runWithoutDisplay(home, {u"--forget"_s, u"--yes"_s});
+    EXPECT_EQ(answer.exitCode, 0);
+    EXPECT_EQ(answer.standardError, QString());
+    EXPECT_EQ(home.defaults()[u"launchCounts"_s], QJsonObject());
+    EXPECT_EQ(home.defaults()[u"queryLatches"_s], QJsonObject());
+    EXPECT_TRUE(
+        eventuallyAfter([this] { press(u"alt+k"_s); }, [this] { return panelHasKeyboard(); }));
+    type(u"frobn"_s);
+    press(u"Return"_s);
+    EXPECT_TRUE(eventually([&] { return launches().isDouble(); }));
+    EXPECT_EQ(launches(), 1) << "not counted on from before";
+}
+
+TEST(WholeProgramWithoutDisplay, forgettingAllTakesATerminalToAskOn) {
+    const Home home;
+    const QJsonObject counts{{u"a"_s, 2}};
+    const QString file = home.path(u".config/Corvid/defaults.json"_s);
+    const QString learnt = u"{\"launchCounts\": {\"a\": 2}, \"aiModel\": \"m\"}"_s;
+    writeFile(file, learnt);
+    const Answer answer = runWithoutDisplay(home, {u"--forget"_s});
+    EXPECT_EQ(answer.exitCode, 1);
+    EXPECT_TRUE(answer.standardError.contains(u"no terminal"_s))
+        << qPrintable(answer.standardError);
+    EXPECT_EQ(home.defaults()[u"launchCounts"_s], counts);
+    // "script" runs a command on a terminal of its own.
+    const auto onTerminal = [&](const QByteArray &typed) {
+        QProcess terminal;
+        makeDependent(terminal);
+        terminal.setProcessEnvironment(home.environment(QProcessEnvironment::systemEnvironment()));
+        terminal.start(u"script"_s, {u"-qec"_s, executable + u" --forget"_s, u"/dev/null"_s});
+        QString said;
+        EXPECT_TRUE(eventually([&] {
+            terminal.waitForReadyRead(10);
+            said += QString::fromUtf8(terminal.readAllStandardOutput());
+            return said.contains(u"Forget 2 launches and 0 choices? [y/N]"_s);
+        })) << qPrintable(said);
+        terminal.write(typed);
+        terminal.waitForFinished();
+        return terminal.exitCode();
+    };
+    for (const char *no : {"\n", "n\n", "x\n", "\004"}) {
+        EXPECT_EQ(onTerminal(no), 1) << no;
+        EXPECT_EQ(home.defaults()[u"launchCounts"_s], counts) << no;
+    }
+    EXPECT_EQ(onTerminal("y\n"), 0);
+    EXPECT_EQ(home.defaults()[u"launchCounts"_s], QJsonObject());
+    EXPECT_EQ(home.defaults()[u"aiModel"_s].toString(), u"m");
+}
+
+TEST(WholeProgramWithoutDisplay, whatCannotBeForgottenIsSaid) {
+    const Home home;
+    const QString folder = home.path(u".config/Corvid"_s);
+    writeFile(folder + u"/defaults.json"_s, u"{\"launchCounts\": {\"a\": 2}}"_s);
+    // Not even root can write with a folder in place of the lock.
+    ASSERT_TRUE(QDir().mkdir(folder + u"/defaults.json.lock"_s));
+    const Answer answer = runWithoutDisplay(home, {u"--forget"_s, u"--yes"_s});
+    EXPECT_EQ(answer.exitCode, 1);
+    EXPECT_TRUE(answer.standardError.contains(u"cannot be written"_s));
 }
 
 TEST(WholeProgramWithoutDisplay, aQueryPrintsItsRowsAndTheEndMarkAndRunsOn) {

@@ -114,6 +114,18 @@ TEST(CommandLine, stickyGoesWithShowing) {
               (std::vector{Wish{Wish::Kind::Show, true}}));
 }
 
+TEST(CommandLine, forgettingGoesWithNothingButYes) {
+    EXPECT_TRUE(parseCommandLine({"--forget"s}).forget);
+    EXPECT_FALSE(parseCommandLine({"--forget"s}).yes);
+    EXPECT_TRUE(parseCommandLine({"--yes"s, "--forget"s}).yes);
+    EXPECT_EQ(parseCommandLine({"--yes"s, "--forget"s}).error, std::nullopt);
+    EXPECT_EQ(parseCommandLine({"--yes"s}).error, "--yes goes with --forget"s);
+    for (const std::string &other :
+         {"--show"s, "--toggle"s, "--settings"s, "--sticky"s, "--bench"s})
+        EXPECT_EQ(parseCommandLine({other, "--forget"s}).error, "--forget goes with --yes alone"s);
+    EXPECT_NE(parseCommandLine({"--forget"s, "--show"s, "--help"s}).text, nullptr);
+}
+
 TEST(CommandLine, withoutAWishTheOneThatRunsShowsItself) {
     EXPECT_EQ(parseCommandLine({}).wishesOfRunning(), (std::vector{Wish{Wish::Kind::Show, false}}));
     EXPECT_EQ(parseCommandLine({"--toggle"s}).wishesOfRunning(),
@@ -124,8 +136,9 @@ TEST(CommandLine, withoutAWishTheOneThatRunsShowsItself) {
 
 TEST(CommandLine, theHelpNamesEveryOptionInAtMost80Columns) {
     const std::string help = helpText();
-    for (const std::string &option : {"--show"s, "--toggle"s, "--settings"s, "--sticky"s,
-                                      "--query TEXT"s, "--bench"s, "--help"s, "--version"s})
+    for (const std::string &option :
+         {"--show"s, "--toggle"s, "--settings"s, "--sticky"s, "--query TEXT"s, "--bench"s,
+          "--forget"s, "--yes"s, "--help"s, "--version"s})
         EXPECT_NE(help.find("\n  " + option + ' '), std::string::npos) << option;
     std::istringstream lines(help);
     for (std::string line; std::getline(lines, line);)

@@ -69,6 +69,7 @@ int main(int argc, char **argv) {
                              .hotKeys = hotKeys,
                              .folderDialog = folderDialog,
                              .keychain = world.keychain,
+                             .stats = world.stats,
                              .panelSurface = surface});
         auto *scrollArea = window.findChild<QScrollArea *>();
         QScrollBar *scrollBar = scrollArea->verticalScrollBar();

@@ -4,6 +4,6 @@ _corvid() {
     # What follows --query is any text.
     [[ ${COMP_WORDS[COMP_CWORD - 1]} == --query ]] && return
     mapfile -t COMPREPLY < <(compgen -W '--show --toggle --settings --sticky --query --bench
-        --help --version' -- "${COMP_WORDS[COMP_CWORD]}")
+        --forget --yes --help --version' -- "${COMP_WORDS[COMP_CWORD]}")
 }
 complete -F _corvid corvid
