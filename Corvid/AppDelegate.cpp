@@ -99,6 +99,7 @@ void AppDelegate::connectParts() {
     viewModel_.branches = &branches_;
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
+    viewModel_.onQuit = [] { QCoreApplication::exit(); };
     catalog_.onUpdate = projects_.onUpdate = [this] { viewModel_.refreshInPlace(); };
     connect(&catalog_, &AppCatalog::iconArrived, &viewModel_, [this](const QString &path) {
         viewModel_.updateIcon(path, catalog_.icons().value(path));

@@ -6,10 +6,11 @@
 #include "Panel/Style.h"
 #include "Platform/PanelSurface.h"
 
+#include <QApplication>
 #include <QBoxLayout>
 #include <QCloseEvent>
 #include <QCursor>
-#include <QGuiApplication>
+#include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
@@ -120,6 +121,7 @@ void LauncherPanel::position() {
 }
 
 void LauncherPanel::present(quint32 time) {
+    grip_.reset();
     fitBackdrop();
     winId(); // there is no window to prepare before it was first asked for
     surface_.prepare(*windowHandle(), style::cardRadius, time);
@@ -144,6 +146,29 @@ void LauncherPanel::fitBackdrop() {
     else
         clearMask();
     view_->setBehind(behind);
+}
+
+// Presses come here that nothing on the card has a use for.
+void LauncherPanel::mousePressEvent(QMouseEvent *event) {
+    const QPoint place = event->position().toPoint();
+    if (event->button() != Qt::LeftButton || !card().contains(place))
+        return;
+    grip_ = place;
+    dragged_ = false;
+}
+
+void LauncherPanel::mouseMoveEvent(QMouseEvent *event) {
+    const QPoint place = event->position().toPoint();
+    if (!grip_ ||
+        (!dragged_ && (place - *grip_).manhattanLength() < QApplication::startDragDistance()))
+        return;
+    dragged_ = true;
+    surface_.drag(*windowHandle(), *grip_, place, event->globalPosition().toPoint());
+}
+
+void LauncherPanel::mouseReleaseEvent(QMouseEvent *event) {
+    if (event->button() == Qt::LeftButton)
+        grip_.reset();
 }
 
 void LauncherPanel::applyStyle() {

@@ -26,7 +26,8 @@ std::optional<QPoint> panelOrigin(const QPoint &pointer, const std::vector<Scree
                                   const QSize &panel);
 
 /**
- * The floating window around the LauncherView: frameless, above everything, in no task bar.
+ * The floating window around the LauncherView: frameless, above everything, in no task bar. Its
+ * ground can be dragged, until it is shown the next time.
  * Main thread only.
  */
 class LauncherPanel final : public QWidget {
@@ -59,6 +60,9 @@ protected:
     void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
     bool hasSheet() const;
@@ -68,7 +72,9 @@ private:
 
     PanelSurface &surface_;
     QMargins shadowRoom_;
-    QPoint origin_; ///< where position() put it
+    QPoint origin_;              ///< where position() put it
+    std::optional<QPoint> grip_; ///< where in the window the pointer holds it
+    bool dragged_ = false;       ///< it has moved since
     CardShadow shadow_;
     LauncherView *view_;
 };

@@ -1,14 +1,13 @@
 #include "LauncherView.h"
 
-#include "HotKeyManager.h"
 #include "LauncherViewModel.h"
 #include "Panel/AnswerArea.h"
+#include "Panel/PanelKeys.h"
 #include "Panel/ResultList.h"
 #include "Panel/SearchField.h"
 #include "Panel/Shapes.h"
 #include "Panel/Style.h"
 #include "Panel/Symbol.h"
-#include "Settings/HotKeyRecorder.h"
 
 #include <QBoxLayout>
 #include <QCoreApplication>
@@ -16,6 +15,9 @@
 #include <QLabel>
 #include <QLinearGradient>
 #include <QPainter>
+
+#include <limits>
+#include <utility>
 
 namespace corvid {
 
@@ -41,37 +43,6 @@ QLabel *makeFooterLabel(const QString &text) {
 QColor cardOver(PanelSurface::Behind behind) {
     constexpr qreal opacities[]{1, 0.94, 0.82}; // by what it lets through
     return style::faded({30, 31, 36}, opacities[static_cast<std::size_t>(behind)]);
-}
-
-// What the key at this position types on a US keyboard; empty unless that is a letter or a digit.
-QString characterByPosition(const QKeyEvent &event) {
-    const std::optional<RecordedKey> key = recordedKey(event);
-    const QString name = key ? HotKeyManager::describe(key->keyCode, 0).trimmed() : QString();
-    return name.size() == 1 && name.front().isLetterOrNumber() ? name : QString();
-}
-
-// The press as the view model sees it: by its key, since the text is a control character while
-// Control is held. Where the layout has no Latin letter or digit on the key, its position counts.
-KeyPress keyPressOf(const QKeyEvent &event) {
-    KeyPress press;
-    press.command = event.modifiers().testAnyFlags(Qt::ControlModifier | Qt::MetaModifier);
-    press.shift = event.modifiers().testFlag(Qt::ShiftModifier);
-    press.isReturn = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
-    press.isEscape = event.key() == Qt::Key_Escape;
-    press.repeats = event.isAutoRepeat();
-    const int key = event.key();
-    if ((key >= Qt::Key_0 && key <= Qt::Key_9) || (key >= Qt::Key_A && key <= Qt::Key_Z))
-        press.characters = QChar(key);
-    else
-        press.characters = characterByPosition(event);
-    return press;
-}
-
-// Held down for another key, and none by itself.
-bool isModifier(int key) {
-    return (key >= Qt::Key_Shift && key <= Qt::Key_ScrollLock) ||
-           (key >= Qt::Key_Super_L && key <= Qt::Key_Hyper_R && key != Qt::Key_Menu) ||
-           key == Qt::Key_AltGr;
 }
 
 } // namespace
@@ -158,6 +129,7 @@ void LauncherView::observe() {
             return;
         list_->setRow(row, viewModel_.results()[static_cast<std::size_t>(row)]);
     });
+    connect(&viewModel_, &LauncherViewModel::pathCopied, list_, &ResultList::confirmCopy);
     connect(&viewModel_, &LauncherViewModel::focusSearchChanged, this, [this] {
         if (!viewModel_.focusSearch())
             return;
@@ -195,12 +167,15 @@ void LauncherView::showResults() {
 
 void LauncherView::showEvent(QShowEvent *event) {
     QWidget::showEvent(event);
+    askToQuit(Asking::No);
     if (listIsStale_)
         showResults();
 }
 
 void LauncherView::showStatus() {
-    if (!viewModel_.statusText().isEmpty())
+    if (quitAsked_)
+        status_->setText(u"Press Control+Q again to quit Corvid"_s);
+    else if (!viewModel_.statusText().isEmpty())
         status_->setText(viewModel_.statusText());
     else if (viewModel_.aiMode())
         status_->setText(u"Esc to go back"_s);
@@ -211,6 +186,7 @@ void LauncherView::showStatus() {
 void LauncherView::showMode() {
     const bool answering = viewModel_.aiMode();
     searchSymbol_->setSymbol(answering ? u"sparkles"_s : u"search"_s);
+    searchSymbol_->setAccessibleName(answering ? u"Showing an answer"_s : u"Search symbol"_s);
     listArea_->setVisible(!answering);
     answer_->setVisible(answering);
     if (!answering && answer_->hasFocus())
@@ -234,6 +210,13 @@ void LauncherView::step(int lines) {
         viewModel_.moveSelection(lines);
 }
 
+void LauncherView::turnPage(int pages) {
+    if (viewModel_.aiMode())
+        answer_->scrollBy(0, pages);
+    else
+        viewModel_.selectNearest(viewModel_.selected() + pages * list_->wholeRows());
+}
+
 // Sees every key press in the window before any widget does. While an input method is composing all
 // keys are left to it.
 bool LauncherView::eventFilter(QObject *watched, QEvent *event) {
@@ -241,32 +224,18 @@ bool LauncherView::eventFilter(QObject *watched, QEvent *event) {
         static_cast<QWidget *>(watched)->window() != window() || field_->isComposing())
         return false;
     const auto &key = *static_cast<QKeyEvent *>(event);
-    const KeyPress press = keyPressOf(key);
-    const bool handled = handleKey(key, press);
-    // Each key works on the list as it is seen. Of Return the view model learns later.
-    const bool comesLater = press.isReturn && !handled;
-    if (!press.isDelete && !isModifier(key.key()) && !comesLater)
-        viewModel_.followForgotten();
-    return handled;
-}
-
-// The press as the view model sees it: by its key, since the text is a control character while
-// Control is held. Where the layout has no Latin letter or digit on the key, its position counts.
-KeyPress LauncherView::keyPressOf(const QKeyEvent &event) const {
-    KeyPress press;
-    const Qt::KeyboardModifiers modifiers = event.modifiers() & ~Qt::KeypadModifier;
-    press.command = modifiers.testAnyFlags(Qt::ControlModifier | Qt::MetaModifier);
-    press.shift = modifiers.testFlag(Qt::ShiftModifier);
-    press.isReturn = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+    KeyPress press = keyPressOf(key);
     // What is marked it cuts, as everywhere.
-    press.isDelete = event.key() == Qt::Key_Delete && modifiers == Qt::ShiftModifier &&
-                     !viewModel_.aiMode() && !field_->hasSelectedText();
-    const int key = event.key();
-    if ((key >= Qt::Key_0 && key <= Qt::Key_9) || (key >= Qt::Key_A && key <= Qt::Key_Z))
-        press.characters = QChar(key);
-    else
-        press.characters = characterByPosition(event);
-    return press;
+    press.isDelete = press.isDelete && !viewModel_.aiMode() && !field_->hasSelectedText();
+    const bool handled = handleKey(key, press);
+    if (isModifier(key))
+        return handled;
+    // Each key works on the list as it is seen. Of Return the view model learns later.
+    if (!press.isDelete && (handled || !press.isReturn))
+        viewModel_.followForgotten();
+    if (panelKeyOf(key) != PanelKey::Quit)
+        askToQuit(Asking::No);
+    return handled;
 }
 
 bool LauncherView::handleKey(const QKeyEvent &event, const KeyPress &press) {
@@ -277,24 +246,49 @@ bool LauncherView::handleKey(const QKeyEvent &event, const KeyPress &press) {
     }
     if (viewModel_.handleKeyEvent(press))
         return true;
-    switch (event.key()) {
-    case Qt::Key_Escape:
+    const PanelKey key = panelKeyOf(event);
+    switch (key) {
+    case PanelKey::Other:
+        // A digit with Alt would be text, but is meant for a row that is not there.
+        return press.command && (event.modifiers() & ~Qt::KeypadModifier) == Qt::AltModifier;
+    case PanelKey::Escape:
         viewModel_.cancel();
         return true;
-    case Qt::Key_Down:
-        step(1);
+    case PanelKey::Up:
+    case PanelKey::Down:
+        step(key == PanelKey::Up ? -1 : 1);
         return true;
-    case Qt::Key_Up:
-        step(-1);
+    case PanelKey::PageUp:
+    case PanelKey::PageDown:
+        turnPage(key == PanelKey::PageUp ? -1 : 1);
         return true;
-    case Qt::Key_PageUp:
-    case Qt::Key_PageDown:
-        if (answering)
-            answer_->scrollBy(0, event.key() == Qt::Key_PageUp ? -1 : 1);
-        return answering;
-    default:
-        return false;
+    case PanelKey::First:
+    case PanelKey::Last:
+        if (!answering)
+            viewModel_.selectNearest(key == PanelKey::First ? 0 : std::numeric_limits<int>::max());
+        return !answering;
+    case PanelKey::DeleteWord:
+        field_->deleteWord();
+        return true;
+    case PanelKey::DeleteToStart:
+        field_->deleteToStart();
+        return true;
+    case PanelKey::Settings:
+        viewModel_.openSettings();
+        return true;
+    case PanelKey::Quit:
+        if (quitAsked_ && !event.isAutoRepeat() && viewModel_.onQuit)
+            viewModel_.onQuit();
+        askToQuit(Asking::Yes);
+        return true;
     }
+    return false;
+}
+
+void LauncherView::askToQuit(Asking asking) {
+    const bool asks = asking == Asking::Yes;
+    if (std::exchange(quitAsked_, asks) != asks)
+        showStatus();
 }
 
 // What the reader has marked, else the whole answer.

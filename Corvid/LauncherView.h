@@ -50,13 +50,16 @@ private:
     void showMode();
     void showAnswer();
     void step(int lines);
-    KeyPress keyPressOf(const QKeyEvent &event) const;
+    void turnPage(int pages);
     bool handleKey(const QKeyEvent &event, const KeyPress &press);
+    enum class Asking { No, Yes };
+    void askToQuit(Asking asking);
     void copyAnswer();
 
     LauncherViewModel &viewModel_;
     PanelSurface::Behind behind_ = PanelSurface::Behind::Desktop;
     bool listIsStale_ = false; ///< the results changed while nobody could see them
+    bool quitAsked_ = false;   ///< the next key, if it is the same, quits
     Symbol *searchSymbol_ = nullptr;
     SearchField *field_ = nullptr;
     Symbol *clear_ = nullptr;

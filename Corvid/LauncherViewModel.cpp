@@ -146,6 +146,11 @@ void LauncherViewModel::moveSelection(int delta) {
     setSelected((selected_ + delta % count + count) % count);
 }
 
+void LauncherViewModel::selectNearest(int row) {
+    if (!results_.empty())
+        setSelected(std::clamp(row, 0, static_cast<int>(results_.size()) - 1));
+}
+
 const ResultItem *LauncherViewModel::selectedRow() const {
     const bool valid = selected_ >= 0 && selected_ < static_cast<int>(results_.size());
     return valid ? &results_[static_cast<std::size_t>(selected_)] : nullptr;
@@ -294,8 +299,10 @@ bool LauncherViewModel::handleKeyEvent(const KeyPress &key) {
     }
     const QString characters = key.characters.toLower();
     if (characters == "c"_L1) {
-        if (const std::optional<QString> path = selectedPath())
+        if (const std::optional<QString> path = selectedPath()) {
             environment_.pasteboard.setText(*path);
+            Q_EMIT pathCopied();
+        }
         return true;
     }
     if (characters == "z"_L1 && !key.shift && forgotten_.undo()) {

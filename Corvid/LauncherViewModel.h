@@ -93,6 +93,8 @@ public:
 
     std::function<void(const LauncherAction &)> onAction;
     std::function<void()> onHide;
+    /** Called when the user wants the program to end, and has been asked. */
+    std::function<void()> onQuit;
     /** Without one of the two, only questions have rows. */
     AppCatalog *catalog = nullptr;
     ProjectIndex *projects = nullptr;
@@ -106,6 +108,8 @@ public:
     void refreshInPlace();
     /** Moves the selection by a step, wrapping at both ends. */
     void moveSelection(int delta);
+    /** Selects that row, or the first or the last one where it lies beyond them. */
+    void selectNearest(int row);
     /** Return: records the choice and carries it out. `window`: of an application's row. What ends
         the session is carried out by a second Return alone: the first puts a question in the
         place of the row's title. */
@@ -125,6 +129,8 @@ public:
     void followForgotten();
     /** Escape: leaves the AI answer, else hides the panel. */
     void cancel();
+    /** Brings the settings up in place of the panel. */
+    void openSettings() { perform(OpenSettings{}); }
     /** Begins a new showing. */
     void reset();
     /** The panel comes into sight, with the list as it is or after reset(): what the rows tell of
@@ -159,6 +165,8 @@ Q_SIGNALS:
     void aiQuestionChanged();
     void statusTextChanged();
     void sessionChanged();
+    /** The selected row's path was copied. */
+    void pathCopied();
     /** The list has changed and the panel shall repaint now. Never emitted from within the call
         that changed it. */
     void displayFlushRequested();

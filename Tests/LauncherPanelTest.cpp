@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QMouseEvent>
 
 #include <gtest/gtest.h>
 
@@ -78,4 +79,34 @@ TEST_F(LauncherPanelTest, itsCardSuitsWhatIsBehindItAtEachShow) {
         EXPECT_EQ(paintedCard().alpha(), alpha);
         EXPECT_EQ(panel.mask().isEmpty(), behind != PanelSurface::Behind::Nothing);
     }
+}
+
+TEST_F(LauncherPanelTest, itsGroundCanBeDraggedAndWhatStandsOnItNot) {
+    const auto mouse = [this](QEvent::Type type, const QPoint &place, const QPoint &toWhom) {
+        QWidget *widget = panel.childAt(toWhom);
+        const QPoint local = widget->mapFrom(&panel, place);
+        QMouseEvent event(type, local, widget->mapToGlobal(local), Qt::LeftButton, Qt::LeftButton,
+                          Qt::NoModifier);
+        QApplication::sendEvent(widget, &event);
+    };
+    const auto drag = [&](const QPoint &from, const QPoint &to) {
+        mouse(QEvent::MouseButtonPress, from, from);
+        mouse(QEvent::MouseMove, to, from);
+        mouse(QEvent::MouseButtonRelease, to, from);
+        mouse(QEvent::MouseMove, to + QPoint(40, 0), from);
+    };
+    const QPoint footer(330, 425);
+    drag(footer, footer + QPoint(2, 2));
+    EXPECT_TRUE(surface.drags.empty()) << "a hand that shakes";
+    drag(footer, footer + QPoint(30, -20));
+    ASSERT_EQ(surface.drags.size(), 1U);
+    EXPECT_EQ(surface.drags[0][0], footer);
+    EXPECT_EQ(surface.drags[0][1], footer + QPoint(30, -20));
+    EXPECT_EQ(surface.drags[0][2], panel.mapToGlobal(footer + QPoint(30, -20)));
+    drag({330, 5}, {330, 60});
+    EXPECT_EQ(surface.drags.size(), 2U) << "beside the field";
+    drag({330, 30}, {400, 30});
+    EXPECT_EQ(surface.drags.size(), 2U) << "the field marks its text";
+    drag({330, 200}, {330, 300});
+    EXPECT_EQ(surface.drags.size(), 3U) << "where no row is";
 }

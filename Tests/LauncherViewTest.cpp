@@ -179,7 +179,7 @@ TEST_F(LauncherViewTest, controlAndSuperAreCommand) {
     type(u"foo"_s);
     press(Qt::Key_2, Qt::ControlModifier, u"\u0000"_s);
     press(Qt::Key_3, Qt::MetaModifier);
-    press(Qt::Key_4, Qt::AltModifier);
+    press(Qt::Key_4, Qt::AltModifier | Qt::ShiftModifier);
     EXPECT_EQ(world.actions, (std::vector<LauncherAction>{OpenApp{makeApp(u"foo1"_s)},
                                                           OpenApp{makeApp(u"foo2"_s)}}));
 }
@@ -230,6 +230,195 @@ TEST_F(LauncherViewTest, aKeyAfterForgettingWorksOnTheListThatIsSeenWhichThenFol
     EXPECT_EQ(world.model.results()[3].title, u"foo3");
     press(Qt::Key_Z, Qt::ControlModifier);
     EXPECT_TRUE(world.stats.counts().isEmpty()) << "too late";
+}
+
+TEST_F(LauncherViewTest, theKeysThatPeopleAreUsedToMoveTheSelection) {
+    struct {
+        int key;
+        Qt::KeyboardModifiers modifiers;
+        int from, to;
+    } const rows[]{{Qt::Key_Tab, {}, 0, 1},
+                   {Qt::Key_Tab, {}, 8, 0},
+                   {Qt::Key_Backtab, Qt::ShiftModifier, 0, 8},
+                   {Qt::Key_N, Qt::ControlModifier, 0, 1},
+                   {Qt::Key_J, Qt::ControlModifier, 0, 1},
+                   {Qt::Key_N, Qt::MetaModifier, 0, 1},
+                   {Qt::Key_P, Qt::ControlModifier, 1, 0},
+                   {Qt::Key_K, Qt::ControlModifier, 1, 0},
+                   {Qt::Key_PageDown, {}, 0, 7},
+                   {Qt::Key_PageDown, {}, 5, 8},
+                   {Qt::Key_PageUp, {}, 8, 1},
+                   {Qt::Key_PageUp, {}, 3, 0},
+                   {Qt::Key_Home, Qt::ControlModifier, 5, 0},
+                   {Qt::Key_End, Qt::ControlModifier, 5, 8}};
+    type(u"foo"_s);
+    ASSERT_EQ(list->model()->rowCount(), 9);
+    for (const auto &[key, modifiers, from, to] : rows) {
+        world.model.setSelected(from);
+        press(key, modifiers);
+        EXPECT_EQ(world.model.selected(), to) << key << " from " << from;
+        EXPECT_EQ(field->text(), u"foo") << key;
+    }
+}
+
+TEST_F(LauncherViewTest, theSameKeysWithOtherModifiersAreNot) {
+    type(u"foo"_s);
+    world.model.setSelected(4);
+    press(Qt::Key_N, Qt::ControlModifier | Qt::AltModifier);
+    press(Qt::Key_Home);
+    press(Qt::Key_End);
+    EXPECT_EQ(world.model.selected(), 4);
+    press(Qt::Key_Q, Qt::ControlModifier | Qt::AltModifier, u"@"_s);
+    EXPECT_EQ(field->text(), u"foo@") << "as AltGr is told on some desktops";
+    EXPECT_FALSE(texts().contains(u"Press Control+Q again to quit Corvid"_s));
+}
+
+TEST_F(LauncherViewTest, whileComposingTheFurtherKeysAreTheInputMethodsToo) {
+    type(u"foo"_s);
+    compose(u"にほん"_s);
+    for (const int key : {Qt::Key_Tab, Qt::Key_PageDown})
+        press(key);
+    for (const int key : {Qt::Key_N, Qt::Key_J, Qt::Key_End, Qt::Key_Q, Qt::Key_Comma, Qt::Key_W})
+        press(key, Qt::ControlModifier);
+    press(Qt::Key_1, Qt::AltModifier);
+    press(Qt::Key_Delete, Qt::ShiftModifier);
+    EXPECT_EQ(world.model.selected(), 0);
+    EXPECT_TRUE(world.actions.empty());
+    EXPECT_FALSE(texts().contains(u"Press Control+Q again to quit Corvid"_s));
+    EXPECT_EQ(world.model.query(), u"foo");
+}
+
+TEST_F(LauncherViewTest, wordsAndLinesAreDeletedAsInAShell) {
+    const auto left = [this](int key, Qt::KeyboardModifiers modifiers, int caret) {
+        field->setText(u"one two three"_s);
+        field->setCursorPosition(caret);
+        press(key, modifiers);
+        EXPECT_EQ(world.model.query(), field->text());
+        return field->text();
+    };
+    EXPECT_EQ(left(Qt::Key_W, Qt::ControlModifier, 13), u"one two ");
+    EXPECT_EQ(left(Qt::Key_Backspace, Qt::AltModifier, 13), u"one two ");
+    EXPECT_EQ(left(Qt::Key_W, Qt::ControlModifier, 0), u"one two three");
+    EXPECT_EQ(left(Qt::Key_U, Qt::ControlModifier, 8), u"three");
+    EXPECT_EQ(left(Qt::Key_U, Qt::ControlModifier, 0), u"one two three");
+    field->setCursorPosition(13);
+    press(Qt::Key_U, Qt::ControlModifier);
+    EXPECT_EQ(field->text(), QString());
+    field->undo();
+    EXPECT_EQ(field->text(), u"one two three");
+    field->setSelection(4, 3);
+    press(Qt::Key_W, Qt::ControlModifier);
+    EXPECT_EQ(field->text(), u"one  three") << "what is marked, and no more";
+}
+
+TEST_F(LauncherViewTest, altAndADigitOpenThatRowAndTypeNothing) {
+    type(u"foo"_s);
+    press(Qt::Key_3, Qt::AltModifier, u"3"_s);
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenApp{manyApps()[2]}});
+    type(u"1"_s);
+    world.actions.clear();
+    press(Qt::Key_9, Qt::AltModifier, u"9"_s);
+    EXPECT_EQ(field->text(), u"foo1") << "there is no such row";
+    EXPECT_TRUE(world.actions.empty());
+}
+
+TEST_F(LauncherViewTest, controlCommaOpensTheSettings) {
+    press(Qt::Key_Comma, Qt::ControlModifier);
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenSettings{}});
+    EXPECT_EQ(world.hides, 1);
+}
+
+TEST_F(LauncherViewTest, controlQQuitsAfterAskingOnce) {
+    int quits = 0;
+    world.model.onQuit = [&] { ++quits; };
+    const QString question = u"Press Control+Q again to quit Corvid"_s;
+    press(Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_TRUE(texts().contains(question));
+    press(Qt::Key_Down);
+    EXPECT_FALSE(texts().contains(question)) << "any other key takes it back";
+    press(Qt::Key_Q, Qt::ControlModifier);
+    view.hide();
+    view.show();
+    EXPECT_FALSE(texts().contains(question));
+    press(Qt::Key_Q, Qt::ControlModifier);
+    QKeyEvent repeated(QEvent::KeyPress, Qt::Key_Q, Qt::ControlModifier, {}, true);
+    QApplication::sendEvent(field, &repeated);
+    EXPECT_EQ(quits, 0);
+    press(Qt::Key_Control);
+    press(Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(quits, 1);
+}
+
+TEST_F(LauncherViewTest, aCopiedPathIsTickedForAMoment) {
+    type(u"foo"_s);
+    press(Qt::Key_Down);
+    press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_TRUE(list->saysCopied(1));
+    EXPECT_FALSE(list->saysCopied(0));
+    EXPECT_TRUE(waitUntil([this] { return !list->saysCopied(1); }));
+    press(Qt::Key_C, Qt::ControlModifier);
+    type(u"1"_s);
+    EXPECT_FALSE(list->saysCopied(1)) << "the rows are others";
+    world.model.setQuery(u"1+1"_s);
+    press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_FALSE(list->saysCopied(0)) << "a sum has no path";
+}
+
+TEST_F(LauncherViewTest, aRowThatTheListsEndCutsFadesThereAndNoOther) {
+    type(u"foo"_s);
+    const auto strongest = [this](int from, int to) {
+        // Over nothing, so that only what is drawn on the list counts.
+        QImage picture(list->viewport()->size(), QImage::Format_ARGB32_Premultiplied);
+        picture.fill(Qt::transparent);
+        list->viewport()->render(&picture, {}, {}, QWidget::DrawChildren);
+        int most = 0;
+        for (int y = from; y < to; ++y)
+            for (int x = 0; x < 60; ++x)
+                most = std::max(most, qAlpha(picture.pixel(x, y)));
+        return most;
+    };
+    const int end = list->viewport()->height();
+    const int cut = end % style::rowHeight;
+    ASSERT_GT(cut, 12) << "the icon of the cut row is in sight";
+    EXPECT_GT(strongest(end - cut - style::rowHeight, end - cut), 250);
+    EXPECT_LT(strongest(end - 2, end), 60) << "at the lower end";
+    world.model.setSelected(8);
+    ASSERT_TRUE(waitUntil([this] {
+        return list->verticalScrollBar()->value() == list->verticalScrollBar()->maximum();
+    }));
+    EXPECT_GT(strongest(end - style::rowHeight, end), 250) << "the last row is whole";
+    EXPECT_LT(strongest(0, 2), 60) << "at the upper end";
+}
+
+TEST_F(LauncherViewTest, hoveringShowsTheRowThatAClickTakesAndSelectsNothing) {
+    type(u"foo"_s);
+    const auto ground = [this](int row) {
+        const QRect place = list->visualRect(list->model()->index(row, 0));
+        return view.grab().toImage().pixelColor(
+            list->viewport()->mapTo(&view, QPoint(place.left() + 8, place.center().y())));
+    };
+    const QColor before = ground(3);
+    EXPECT_EQ(before, ground(4));
+    const QPointF at = list->visualRect(list->model()->index(3, 0)).center();
+    QHoverEvent hover(QEvent::HoverMove, at, list->viewport()->mapToGlobal(at), QPointF(0, 0));
+    QApplication::sendEvent(list->viewport(), &hover);
+    EXPECT_NE(ground(3), before);
+    EXPECT_EQ(ground(4), before);
+    EXPECT_EQ(world.model.selected(), 0);
+    EXPECT_EQ(list->verticalScrollBar()->value(), 0);
+}
+
+TEST_F(LauncherViewTest, whatIsRunningIsSaidAndTheSymbolHasAName) {
+    world.workspace.running = {manyApps()[0].bundleID};
+    type(u"foo"_s);
+    const auto said = [this](int row) {
+        return list->model()->index(row, 0).data(Qt::AccessibleTextRole).toString();
+    };
+    EXPECT_EQ(said(0), u"foo0, App, running");
+    EXPECT_EQ(said(1), u"foo1, App");
+    EXPECT_TRUE(named<Symbol>(u"Search symbol"_s));
+    world.model.setAiMode(true);
+    EXPECT_TRUE(named<Symbol>(u"Showing an answer"_s));
 }
 
 TEST_F(LauncherViewTest, whileComposingNoKeyIsTheLaunchers) {

@@ -24,7 +24,6 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto frame = 16ms;
-constexpr auto copiedFor = 1200ms;
 
 // A paragraph is laid out as a whole each time it grows. A long one is therefore parted where a
 // line ends on the screen anyway; such a block is not the end of a paragraph.
@@ -230,7 +229,7 @@ void AnswerArea::placeControls() {
 
 void AnswerArea::confirmCopy() {
     copy_->setSymbol(u"check"_s);
-    copiedFor_.start(copiedFor);
+    copiedFor_.start(style::copiedFor);
 }
 
 void AnswerArea::scrollBy(int lines, int pages) {

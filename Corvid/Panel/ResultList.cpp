@@ -1,17 +1,20 @@
 #include "Panel/ResultList.h"
 
 #include "Base/Text.h"
+#include "Panel/FadingRow.h"
 #include "Panel/Shapes.h"
 #include "Panel/Style.h"
 #include "Panel/Symbol.h"
 
 #include <QAccessible>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPropertyAnimation>
 #include <QScrollBar>
 #include <QStyledItemDelegate>
 
 #include <algorithm>
+#include <utility>
 
 namespace corvid {
 
@@ -44,9 +47,10 @@ QString elided(const QFontMetrics &metrics, const QString &text, int width) {
 /** The painting of one row, step by step. */
 class RowPainting {
 public:
-    RowPainting(QPainter &painter, const QStyleOptionViewItem &option, const ResultItem &item)
-        : painter_(painter), option_(option), item_(item), row_(option.rect),
-          selected_(option.state.testFlag(QStyle::State_Selected)),
+    RowPainting(QPainter &painter, const QStyleOptionViewItem &option, const ResultItem &item,
+                bool saysCopied)
+        : painter_(painter), option_(option), item_(item), saysCopied_(saysCopied),
+          row_(option.rect), selected_(option.state.testFlag(QStyle::State_Selected)),
           secondary_(selected_ ? style::white(0.85) : style::secondary()),
           icon_(placed(style::rowPaddingX, (style::rowHeight - style::rowIconSize) / 2,
                        style::rowIconSize, style::rowIconSize)) {}
@@ -55,12 +59,16 @@ public:
         painter_.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
         painter_.setPen(Qt::NoPen);
         if (selected_)
-            paintSelection();
+            paintGround(style::faded(style::accent(), 0.85));
+        else if (option_.state.testFlag(QStyle::State_MouseOver))
+            paintGround(style::white(0.06)); // a click takes it
         paintIcon();
         if (item_.running)
             paintRunningDot();
         int textRight = row_.width() - style::rowPaddingX;
-        if (!item_.badge.isEmpty())
+        if (saysCopied_)
+            textRight -= paintTick(textRight) + style::iconToText;
+        else if (!item_.badge.isEmpty())
             textRight -= paintBadge(textRight) + style::iconToText;
         paintTexts(textRight);
     }
@@ -72,8 +80,8 @@ private:
                                   {row_.x() + x, row_.y() + y, width, height});
     }
 
-    void paintSelection() {
-        painter_.setBrush(style::faded(style::accent(), 0.85));
+    void paintGround(const QColor &colour) {
+        painter_.setBrush(colour);
         painter_.drawPath(continuousRoundedRect(row_, 10));
     }
 
@@ -94,6 +102,17 @@ private:
             option_.direction == Qt::RightToLeft ? icon_.left() - 1 : icon_.right() + 2 - dot;
         painter_.setBrush(QColor(0x32, 0xD7, 0x4B));
         painter_.drawEllipse(QRect(x, icon_.bottom() + 2 - dot, dot, dot));
+    }
+
+    // Returns its width.
+    int paintTick(int right) {
+        constexpr int size = 24;
+        constexpr int inset = 5;
+        const QRect disc = placed(right - size, (style::rowHeight - size) / 2, size, size);
+        painter_.setBrush(QColor(30, 31, 36)); // the card's: on the accent colour it would drown
+        painter_.drawEllipse(disc);
+        drawSymbol(painter_, u"check"_s, QRectF(disc).adjusted(inset, inset, -inset, -inset));
+        return size;
     }
 
     // Returns its width.
@@ -161,6 +180,7 @@ private:
     QPainter &painter_;
     const QStyleOptionViewItem &option_;
     const ResultItem &item_;
+    const bool saysCopied_;
     const QRect row_;
     const bool selected_;
     const QColor secondary_;
@@ -179,11 +199,19 @@ public:
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option,
                const QModelIndex &index) const override {
-        painter->save();
-        RowPainting(*painter, option,
-                    static_cast<const ResultListModel *>(index.model())->row(index))
-            .paintAll();
-        painter->restore();
+        const auto &list = *static_cast<const ResultList *>(option.widget);
+        const ResultItem &item = static_cast<const ResultListModel *>(index.model())->row(index);
+        const auto paintRow = [&](QPainter &to) {
+            RowPainting(to, option, item, list.saysCopied(index.row())).paintAll();
+        };
+        const QRect shown = list.viewport()->rect();
+        if (option.rect.top() >= shown.top() && option.rect.bottom() <= shown.bottom()) {
+            painter->save();
+            paintRow(*painter);
+            painter->restore();
+        } else {
+            paintFading(*painter, option.rect, shown, paintRow);
+        }
     }
 };
 
@@ -209,8 +237,13 @@ QVariant ResultListModel::data(const QModelIndex &index, int role) const {
     switch (role) {
     case Qt::DisplayRole:
         return displayLine(item.title);
-    case Qt::AccessibleTextRole:
-        return displayLine(item.badge.isEmpty() ? item.title : item.title + u", "_s + item.badge);
+    case Qt::AccessibleTextRole: {
+        QStringList parts{item.title, item.badge};
+        if (item.running)
+            parts.append(u"running"_s);
+        parts.removeAll(QString());
+        return displayLine(parts.join(u", "_s));
+    }
     case Qt::AccessibleDescriptionRole:
         return displayLine(item.branch.isEmpty() ? item.subtitle
                                                  : item.subtitle + u", branch "_s + item.branch);
@@ -232,14 +265,50 @@ ResultList::ResultList(QWidget *parent)
     setSelectionMode(NoSelection); // by the mouse, that is: select() does it
     setAutoScroll(false);
     viewport()->setAutoFillBackground(false);
+    viewport()->setAttribute(Qt::WA_Hover);
     setAccessibleName(u"Results"_s);
 
     scroll_->setEasingCurve(QEasingCurve::OutQuad);
+    copiedFor_.setSingleShot(true);
+    connect(&copiedFor_, &QTimer::timeout, this, &ResultList::endCopied);
 }
 
 void ResultList::setRows(const std::vector<ResultItem> &rows, int selected) {
+    endCopied();
     model_.setRows(rows);
     select(selected);
+}
+
+int ResultList::wholeRows() const {
+    return std::max(1, viewport()->height() / style::rowHeight);
+}
+
+void ResultList::confirmCopy() {
+    copied_ = currentIndex().row();
+    copiedFor_.start(style::copiedFor);
+    viewport()->update();
+}
+
+void ResultList::endCopied() {
+    copiedFor_.stop();
+    if (std::exchange(copied_, -1) >= 0)
+        viewport()->update();
+}
+
+void ResultList::mousePressEvent(QMouseEvent *event) {
+    QListView::mousePressEvent(event);
+    holdsRow_ = indexAt(event->position().toPoint()).isValid();
+    event->setAccepted(holdsRow_);
+}
+
+void ResultList::mouseMoveEvent(QMouseEvent *event) {
+    QListView::mouseMoveEvent(event);
+    event->setAccepted(holdsRow_);
+}
+
+void ResultList::mouseReleaseEvent(QMouseEvent *event) {
+    QListView::mouseReleaseEvent(event);
+    event->setAccepted(holdsRow_);
 }
 
 void ResultList::select(int row) {

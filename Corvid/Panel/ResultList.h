@@ -4,6 +4,7 @@
 
 #include <QAbstractListModel>
 #include <QListView>
+#include <QTimer>
 
 #include <vector>
 
@@ -32,7 +33,8 @@ private:
 };
 
 /** The scrolling list of rows. A row is chosen by a click, which clicked() tells; neither hovering
-    nor a drag selects or scrolls. */
+    nor a drag selects or scrolls. A row that an end of the list cuts fades towards it. A press
+    beside the rows is left to what the list stands on. */
 class ResultList final : public QListView {
     Q_OBJECT
 
@@ -45,13 +47,27 @@ public:
     /** Highlights a row and scrolls just as far as makes it visible. */
     void select(int row);
 
+    /** As many as fit, one at least. */
+    int wholeRows() const;
+    /** Says that the highlighted row's path was copied, on it, for a moment. */
+    void confirmCopy();
+    /** Whether that is said on this row. */
+    bool saysCopied(int row) const { return row == copied_; }
+
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
     void scrollIntoView(int row);
+    void endCopied();
 
     ResultListModel model_;
+    int copied_ = -1; ///< a row, or none
+    QTimer copiedFor_;
+    bool holdsRow_ = false; ///< the last press was on one
     QPropertyAnimation *scroll_;
 };
 

@@ -86,6 +86,20 @@ void SearchField::keyPressEvent(QKeyEvent *event) {
     event->accept();
 }
 
+void SearchField::deleteWord() {
+    if (!hasSelectedText())
+        cursorWordBackward(true);
+    if (hasSelectedText()) // else there is none, and what follows the caret would go
+        del();
+}
+
+void SearchField::deleteToStart() {
+    const int end = hasSelectedText() ? selectionEnd() : cursorPosition();
+    setSelection(0, end);
+    if (hasSelectedText())
+        del();
+}
+
 void SearchField::inputMethodEvent(QInputMethodEvent *event) {
     // Before the field changes its text: beginning to compose over a selection deletes that.
     composing_ = !event->preeditString().isEmpty();

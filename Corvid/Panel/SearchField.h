@@ -31,6 +31,11 @@ public:
     /** Shows a text that the user did not type; a composition in progress is dropped. */
     void showText(const QString &text);
 
+    /** What people's shells do with Control+W and Control+U: deletes the word before the caret, or
+        all that is before it. What is marked goes, too. Can be undone. */
+    void deleteWord();
+    void deleteToStart();
+
 Q_SIGNALS:
     /** The user changed the text. While an input method composes, not before it commits. */
     void edited(const QString &text);

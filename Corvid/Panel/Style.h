@@ -6,6 +6,7 @@
 #include <QFont>
 #include <QPalette>
 
+#include <chrono>
 #include <optional>
 
 /** The look of the panel, which is always dark, and of ordinary windows, which follow the desktop.
@@ -33,6 +34,8 @@ inline constexpr int answerPadding = 18;
 inline constexpr int answerSpacing = 8;
 inline constexpr int answerFontSize = 14;
 inline constexpr int copySymbolSize = 18;
+/** How long the tick shows that says that something was copied. */
+inline constexpr std::chrono::milliseconds copiedFor{1200};
 
 inline constexpr int footerPaddingY = 8;
 

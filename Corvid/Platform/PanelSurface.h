@@ -46,6 +46,12 @@ public:
         the card lies at `card` in it. Device-independent pixels. */
     virtual void appeared(QWindow & /*panel*/, const QPoint & /*origin*/, const QRect & /*card*/) {}
 
+    /** Moves the shown window along with the pointer, which has taken hold of it at `grip` in the
+        window, and is now at `inWindow` in it and at `onDesktop`. Where it goes the next time it is
+        shown is another matter. */
+    virtual void drag(QWindow &panel, const QPoint &grip, const QPoint &inWindow,
+                      const QPoint &onDesktop) = 0;
+
     /** Undoes what was done to show the window, just before each hide. */
     virtual void withdraw(QWindow & /*panel*/) {}
 

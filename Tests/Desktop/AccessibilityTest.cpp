@@ -40,6 +40,10 @@ TEST_F(AccessibilityTest, theClearButtonIsAButtonWithAName) {
     EXPECT_TRUE(lineWith({u"| Clear |"_s, u"showing"_s}).startsWith(u"button"_s));
 }
 
+TEST_F(AccessibilityTest, theSymbolBesideTheFieldHasAName) {
+    EXPECT_TRUE(lineWith({u"| Search symbol |"_s}).startsWith(u"button"_s));
+}
+
 TEST_F(AccessibilityTest, theHintsOfTheFooterCanBeRead) {
     EXPECT_TRUE(lineWith({u"navigate"_s}).startsWith(u"label"_s));
 }

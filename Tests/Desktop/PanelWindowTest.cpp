@@ -303,6 +303,43 @@ TEST_P(PanelWindowTest, aClickOnItDoesNotHideIt) {
 }
 
 // Sticky, for a window manager may give the keyboard to what the wheel turns over.
+TEST_P(PanelWindowTest, movesWithThePointerThatDragsItsGroundUntilItIsShownAnew) {
+    launchHidden();
+    summon();
+    const auto place = [this] {
+        return xdotool({u"getwindowgeometry"_s, u"--shell"_s, panel()})
+            .section(u"X="_s, 1)
+            .section(u"WIDTH"_s, 0, 0)
+            .simplified();
+    };
+    const QString before = place();
+    const auto movePointer = [this](const QPoint &to) {
+        xdotool({u"mousemove"_s, u"--sync"_s, QString::number(to.x()), QString::number(to.y())});
+    };
+    movePointer(onTheCardsFooter);
+    xdotool({u"mousedown"_s, u"1"_s});
+    for (int step = 1; step <= 5; ++step)
+        movePointer(onTheCardsFooter - QPoint(6 * step, 10 * step));
+    EXPECT_TRUE(eventually([&] { return place() == u"40 Y=82"; })) << qPrintable(place());
+    xdotool({u"mouseup"_s, u"1"_s});
+    EXPECT_TRUE(staysVisible());
+    EXPECT_TRUE(panelHasKeyboard());
+    press(u"Escape"_s);
+    EXPECT_TRUE(becomesHidden());
+    summon();
+    EXPECT_EQ(place(), before);
+}
+
+TEST_P(PanelWindowTest, controlQTwiceQuits) {
+    launchHidden();
+    summon();
+    press(u"ctrl+q"_s);
+    EXPECT_TRUE(staysVisible());
+    press(u"ctrl+q"_s);
+    EXPECT_TRUE(program.waitForFinished());
+    EXPECT_EQ(program.exitCode(), 0);
+}
+
 TEST_P(PanelWindowTest, theWheelElsewhereDoesNotHideIt) {
     // On a bare desktop the wheel may lead to another one.
     const XClient film(server, {u"film"_s, u"Film"_s, u"--managed"_s, u"--fullscreen"_s});

@@ -257,6 +257,26 @@ TEST_F(WaylandTest, aClickOnItOrTheWheelElsewhereDoesNotHideIt) {
     EXPECT_EQ(startedWith(), asItsEntrySays) << "it has kept the keyboard";
 }
 
+TEST_F(WaylandTest, movesWithThePointerThatDragsItsGroundUntilItIsShownAnew) {
+    launch();
+    summon();
+    const QPoint footer(place.left() + 80, place.bottom() - 14);
+    sway.movePointer(footer);
+    sway.hold();
+    for (int step = 1; step <= 8; ++step)
+        sway.movePointer(footer + QPoint(-10 * step, 5 * step));
+    const QRect there = place.translated(-80, 40);
+    sway.release(); // as long as it holds something, the pointer is in the picture
+    EXPECT_TRUE(eventually([&] { return panel() == there; }));
+    EXPECT_TRUE(stays());
+    sway.type(u"frobn"_s); // it still has the keyboard
+    sway.press(u"Return"_s);
+    EXPECT_EQ(startedWith(), asItsEntrySays);
+    EXPECT_TRUE(disappears());
+    summon();
+    EXPECT_EQ(panel(), place);
+}
+
 TEST_F(WaylandTest, isAboveAFullScreenWindowAndAClickOnThatHidesIt) {
     launch();
     openWindow({u"film"_s, u"800080"_s, u"--fullscreen"_s});

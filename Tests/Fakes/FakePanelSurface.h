@@ -5,6 +5,7 @@
 #include <QScreen>
 #include <QWindow>
 
+#include <array>
 #include <vector>
 
 namespace corvid {
@@ -31,6 +32,10 @@ public:
         appearedVisibly.push_back(panel.isVisible());
         cardInWindow = card;
     }
+    void drag(QWindow & /*panel*/, const QPoint &grip, const QPoint &inWindow,
+              const QPoint &onDesktop) override {
+        drags.push_back({grip, inWindow, onDesktop});
+    }
     void withdraw(QWindow &panel) override { withdrawn.push_back(panel.isVisible()); }
 
     bool keyboard = false;
@@ -39,6 +44,7 @@ public:
     Behind whatIsBehind = Behind::Desktop;
     std::vector<Prepared> prepared;
     int claims = 0;
+    std::vector<std::array<QPoint, 3>> drags;
     // Whether the window was visible.
     std::vector<bool> appearedVisibly;
     std::vector<bool> withdrawn;

@@ -3,8 +3,8 @@
 //   corvid_wayland_pointer <width> <height>
 //
 // reads lines from standard input: "move <x> <y>" of a desktop of that size, "press <button>",
-// "wheel <steps>". Answers each with a line once the compositor has taken it. Buttons are Linux's
-// numbers: 272 left, 273 right, 274 middle.
+// "hold <button>", "release <button>", "wheel <steps>". Answers each with a line once the
+// compositor has taken it. Buttons are Linux's numbers: 272 left, 273 right, 274 middle.
 
 #include "wlr-virtual-pointer-unstable-v1-client-protocol.h"
 
@@ -71,6 +71,13 @@ int main(int argc, char **argv) {
                 zwlr_virtual_pointer_v1_button(pointer, time, button, state);
                 done();
             }
+        } else if (command == "hold" || command == "release") {
+            std::uint32_t button = 0;
+            std::cin >> button;
+            zwlr_virtual_pointer_v1_button(pointer, time, button,
+                                           command == "hold" ? WL_POINTER_BUTTON_STATE_PRESSED
+                                                             : WL_POINTER_BUTTON_STATE_RELEASED);
+            done();
         } else if (command == "wheel") {
             int steps = 0;
             std::cin >> steps;

@@ -143,6 +143,8 @@ public:
         movePointer(place);
         tellMouse(u"press %1"_s.arg(button));
     }
+    void hold(int button = 272) { tellMouse(u"hold %1"_s.arg(button)); }
+    void release(int button = 272) { tellMouse(u"release %1"_s.arg(button)); }
     void turnWheel(const QPoint &place, int steps) {
         movePointer(place);
         tellMouse(u"wheel %1"_s.arg(steps));

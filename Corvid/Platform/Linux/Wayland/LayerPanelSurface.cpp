@@ -92,6 +92,7 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
     const LayerSurface::Place place{.size = panel.size(), .origin = origin, .takesKeyboard = true};
     role_ = std::make_unique<LayerSurface>(*shell_, qt::surfaceOf(panel), nullptr, place);
     role_->onClosed = closeLater;
+    shown_ = origin;
     // It must not be painted before the compositor has answered, which may also be that there is
     // no output to show it on. If the compositor hangs, so would we: then it is not shown.
     if (!shell_->connection->roundTrip()) {
@@ -102,9 +103,54 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
     }
     role_->attend();
     popups_ = std::make_unique<LayerPopups>(*shell_, panel);
+    pointer_ = std::make_unique<SeatEvents>(
+        *shell_->connection,
+        std::initializer_list<SeatEvents::Device>{{WL_SEAT_GET_POINTER, &wl_pointer_interface}},
+        [this](std::string_view event, const wl_argument *arguments) { hear(event, arguments); });
+}
+
+// Qt hands the pointer's places on later, when nobody knows any more where the window was when they
+// were told. So they are heard at first hand.
+void LayerPanelSurface::drag(QWindow & /*panel*/, const QPoint &grip, const QPoint & /*inWindow*/,
+                             const QPoint & /*onDesktop*/) {
+    grip_ = grip;
+    followPointer();
+}
+
+// The pointer's place is told in the window alone, as that lay when the compositor said so: before
+// its answer, where it was before the last move, and from then on where it was asked to be.
+void LayerPanelSurface::hear(std::string_view event, const wl_argument *arguments) {
+    if (event == "button") {
+        grip_.reset();
+    } else if (event == "motion") { // time, place
+        const QPointF place(wl_fixed_to_double(arguments[1].f), wl_fixed_to_double(arguments[2].f));
+        pointerAt_ = shown_ + place.toPoint();
+        if (!QGuiApplication::mouseButtons().testFlag(Qt::LeftButton))
+            grip_.reset();
+        followPointer();
+    }
+}
+
+void LayerPanelSurface::followPointer() {
+    if (!role_ || !grip_ || moving_ || pointerAt_ - *grip_ == shown_)
+        return;
+    asked_ = pointerAt_ - *grip_;
+    // First: moving the window below the pointer may itself move the pointer in it.
+    moving_.reset(wl_display_sync(qt::waylandDisplay()));
+    static constexpr wl_callback_listener listener{[](void *data, auto...) {
+        auto *self = static_cast<LayerPanelSurface *>(data);
+        self->moving_.reset();
+        self->shown_ = self->asked_;
+        self->followPointer();
+    }};
+    wl_callback_add_listener(moving_.get(), &listener, this);
+    role_->moveTo(asked_);
 }
 
 void LayerPanelSurface::withdraw(QWindow & /*panel*/) {
+    grip_.reset();
+    pointer_.reset();
+    moving_.reset();
     popups_.reset();
     covers_->clear();
     blur_->withdraw();

@@ -5,6 +5,8 @@
 #include "Platform/Linux/Wayland/PlainPanelSurface.h"
 
 #include <memory>
+#include <optional>
+#include <string_view>
 
 namespace corvid {
 
@@ -28,15 +30,26 @@ public:
     /** Closes the panel, from the event loop, where the compositor does not answer in time or has
         no output to show it on. */
     void appeared(QWindow &panel, const QPoint &origin, const QRect &card) override;
+    void drag(QWindow &panel, const QPoint &grip, const QPoint &inWindow,
+              const QPoint &onDesktop) override;
     void withdraw(QWindow &panel) override;
 
 private:
+    void hear(std::string_view event, const wl_argument *arguments);
+    void followPointer();
+
     std::shared_ptr<const LayerShell> shell_;
     std::shared_ptr<LayerCovers> covers_;
     const std::unique_ptr<BackgroundBlur> blur_;
     qreal cornerRadius_ = 0;
-    std::unique_ptr<LayerSurface> role_; ///< only while the panel is shown
-    std::unique_ptr<QObject> popups_;    ///< likewise; shows those of input methods
+    std::unique_ptr<LayerSurface> role_;  ///< only while the panel is shown
+    std::unique_ptr<QObject> popups_;     ///< likewise; shows those of input methods
+    std::optional<QPoint> grip_;          ///< where in the panel the pointer holds it
+    std::unique_ptr<SeatEvents> pointer_; ///< only while the panel is shown
+    QPoint shown_;                        ///< where the compositor has the panel
+    QPoint asked_;                        ///< where it was last asked to have it
+    QPoint pointerAt_;                    ///< on the output, as far as it moved on the panel
+    WaylandPointer<wl_callback> moving_;  ///< until the compositor has got to the last move
     bool givenUp_ = false; ///< until the panel is hidden: it may be painted, too late for a role
 };
 

@@ -24,7 +24,8 @@ WaylandPointer<wl_subsurface> LayerShell::makePart(wl_surface *part, wl_surface 
 
 LayerSurface::LayerSurface(const LayerShell &shell, wl_surface *surface, wl_output *output,
                            const Place &place)
-    : role_(zwlr_layer_shell_v1_get_layer_surface(shell.shell.get(), surface, output,
+    : surface_(surface),
+      role_(zwlr_layer_shell_v1_get_layer_surface(shell.shell.get(), surface, output,
                                                   ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY, "corvid")) {
     static constexpr zwlr_layer_surface_v1_listener listener{
         .configure =
@@ -55,6 +56,11 @@ LayerSurface::LayerSurface(const LayerShell &shell, wl_surface *surface, wl_outp
         role, place.takesKeyboard ? ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE
                                   : ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_NONE);
     wl_surface_commit(surface);
+}
+
+void LayerSurface::moveTo(const QPoint &origin) {
+    zwlr_layer_surface_v1_set_margin(role_.get(), origin.y(), 0, 0, origin.x());
+    wl_surface_commit(surface_);
 }
 
 void LayerSurface::attend() {

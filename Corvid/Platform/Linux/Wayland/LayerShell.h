@@ -48,12 +48,16 @@ public:
     /** From now on events come from the event loop instead of WaylandConnection::roundTrip(). */
     void attend();
 
+    /** Of one that is not anchored to all edges: brings it there. */
+    void moveTo(const QPoint &origin);
+
     /** Called with each new size, after it has been acknowledged. */
     std::function<void(const QSize &)> onSize;
     /** Called when the compositor takes the surface away, with its output say. */
     std::function<void()> onClosed;
 
 private:
+    wl_surface *surface_;
     WaylandPointer<zwlr_layer_surface_v1> role_;
 };
 

@@ -179,6 +179,12 @@ void X11PanelSurface::appeared(QWindow &panel, const QPoint & /*origin*/, const 
     x11::tellManager(connection_, root_, window, atoms_.desktop, {everyDesktop, fromApplication});
 }
 
+// Not by the window manager, which would keep the keyboard to itself meanwhile.
+void X11PanelSurface::drag(QWindow &panel, const QPoint &grip, const QPoint & /*inWindow*/,
+                           const QPoint &onDesktop) {
+    panel.setPosition(onDesktop - grip);
+}
+
 // The request may have come over the bus, so Qt knows no time of it.
 void X11PanelSurface::claimKeyboard(QWindow & /*window*/) {
     qt::setUserTime(qt::serverTime());

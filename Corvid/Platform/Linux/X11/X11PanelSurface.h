@@ -27,6 +27,8 @@ public:
     QRect visibleFrame(const QScreen &screen) const override;
     void prepare(QWindow &panel, qreal cornerRadius, quint32 time) override;
     void appeared(QWindow &panel, const QPoint &origin, const QRect &card) override;
+    void drag(QWindow &panel, const QPoint &grip, const QPoint &inWindow,
+              const QPoint &onDesktop) override;
     void claimKeyboard(QWindow &window) override;
     bool hasKeyboard(const QWindow &panel) const override;
 
