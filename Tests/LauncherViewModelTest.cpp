@@ -20,7 +20,7 @@ KeyPress command(const QString &characters) {
 }
 const KeyPress commandReturn{true, true, {}};
 const KeyPress shiftReturn{false, true, {}, true};
-const KeyPress shiftDelete{false, false, {}, true, true};
+const KeyPress shiftDelete{.shift = true, .isDelete = true};
 const QString forgotten = u"Forgotten — Undo with Control+Z"_s;
 
 class LauncherViewModelTest : public ::testing::Test {

@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 LearntSection::LearntSection(UsageStats &stats)
     : FormSection(u"Learnt from use"_s), stats_(stats), amount_(new QLabel),
-      ask_(makeButton(u"&Forget what was learnt…"_s)), forget_(makeButton(u"Forget"_s)),
+      ask_(makeButton(u"Forget what was &learnt…"_s)), forget_(makeButton(u"Forget"_s)),
       keep_(makeButton(u"Keep"_s)) {
     amount_->setTextFormat(Qt::PlainText);
     amount_->setWordWrap(true);

@@ -178,9 +178,10 @@ TEST_F(FaultyWorldTest, aLimitThatMayBeRaisedIsNone) {
 }
 
 TEST_F(FaultyWorldTest, itEndsWhenAskedThoughNothingCanBeOpenedAnyMore) {
-    QProcessEnvironment environment = this->environment();
-    environment.insert(u"LSAN_OPTIONS"_s, u"detect_leaks=0"_s); // to look, it would open files
-    answerTo(u"2+3"_s, environment);
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "to look at an object's type, or for leaks, the sanitizer opens files";
+#endif
+    answerTo(u"2+3"_s);
     const rlimit none{0, 0};
     ASSERT_EQ(prlimit(static_cast<pid_t>(program_.processId()), RLIMIT_NOFILE, &none, nullptr), 0);
     EXPECT_TRUE(endsWhenAsked());
