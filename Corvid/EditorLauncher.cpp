@@ -25,6 +25,11 @@ constexpr std::array toolPaths = {
     "Contents/SharedSupport/bin/code"_L1,
 };
 
+// A terminal takes no folder as a file. What edits code as well does.
+bool isTerminal(const AppEntry &app) {
+    return app.roles.contains("terminal"_L1) && !app.roles.contains("code-editor"_L1);
+}
+
 } // namespace
 
 std::optional<QString> EditorLauncher::cliPath(const QString &appPath) {
@@ -55,12 +60,14 @@ void EditorLauncher::open(const ProjectEntry &project, const std::optional<AppEn
 }
 
 void EditorLauncher::openFiles(const ProjectEntry &project, const AppEntry &editor) {
-    workspace_.openFiles({project.path}, editor.path,
-                         [this, path = project.path, name = editor.name](const QString &error) {
-                             if (!error.isEmpty())
-                                 log_.write(u"Corvid: failed to open "_s + path + u" in "_s + name +
-                                            u": "_s + error);
-                         });
+    const auto logFailure = [this, path = project.path, name = editor.name](const QString &error) {
+        if (!error.isEmpty())
+            log_.write(u"Corvid: failed to open "_s + path + u" in "_s + name + u": "_s + error);
+    };
+    if (isTerminal(editor))
+        workspace_.openTerminal(project.path, editor.path, logFailure);
+    else
+        workspace_.openFiles({project.path}, editor.path, logFailure);
 }
 
 } // namespace corvid

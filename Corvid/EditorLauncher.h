@@ -11,7 +11,8 @@ class Workspace;
 
 /**
  * Opens a project folder in an editor: through the editor's own command-line tool where its
- * bundle carries one, otherwise through the workspace. Main thread only. A failure leaves one
+ * bundle carries one, otherwise through the workspace; a terminal gets it as its working folder.
+ * Main thread only. A failure leaves one
  * line in the system log, nothing more.
  */
 class EditorLauncher {

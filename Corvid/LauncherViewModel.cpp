@@ -12,6 +12,8 @@
 #include "Search/SessionRows.h"
 #include "Search/TypedPlaces.h"
 
+#include <QPointer>
+
 #include <algorithm>
 #include <utility>
 
@@ -70,6 +72,9 @@ void LauncherViewModel::refresh() {
     cancelIntent();
     assign(statusText_, asks() ? u"Ask AI  ·  Return to send"_s : QString(),
            &LauncherViewModel::statusTextChanged);
+    if (parsedQuery_.kind == Query::Kind::In &&
+        terminalWord(parsedQuery_.in.editor) != TerminalWord::None)
+        findTerminal();
     if (!asks()) {
         publish(listedRows(), selected_);
         return;
@@ -109,7 +114,8 @@ RowSources LauncherViewModel::sources() {
             environment_.defaults,
             [this](const QString &path) { return catalog->iconForPath(path); },
             environment_.session,
-            [this](const QString &path) { return paths_.kindOf(path); }};
+            [this](const QString &path) { return paths_.kindOf(path); },
+            terminal_};
 }
 
 void LauncherViewModel::publish(Rows rows, int selected) {
@@ -343,7 +349,33 @@ void LauncherViewModel::reset() {
     refresh();
 }
 
+// Once in a showing, and before its name has been typed to the end.
+void LauncherViewModel::findTerminal() {
+    if (terminalSought_ || !catalog)
+        return;
+    terminalSought_ = true;
+    environment_.workspace.findTerminal(
+        [model = QPointer(this)](const std::optional<Workspace::Terminal> &found) {
+            if (!model)
+                return;
+            std::optional<AppEntry> terminal;
+            if (found) {
+                terminal = model->catalog->appAtPath(found->path);
+                if (!terminal)
+                    terminal = {found->name, {}, found->path, {}, {}, {}};
+                if (!terminal->roles.contains("terminal"_L1))
+                    terminal->roles.append(u"terminal"_s);
+            }
+            if (terminal == model->terminal_)
+                return;
+            model->terminal_ = terminal;
+            if (model->parsedQuery_.kind == Query::Kind::In)
+                model->refresh();
+        });
+}
+
 void LauncherViewModel::lookUpAgain() {
+    terminalSought_ = false;
     if (!branches)
         return;
     branches->renew();

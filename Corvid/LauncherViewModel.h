@@ -32,7 +32,7 @@ struct KeyPress {
     QString characters{};  ///< what the key types without the modifier
     bool shift = false;
     bool isEscape = false;
-    bool repeats = false; ///< held since an earlier press
+    bool repeats = false;  ///< held since an earlier press
     bool isDelete = false; ///< Delete, where the text has no use for it
 };
 
@@ -198,12 +198,15 @@ private:
     void record(const ResultItem &row);
     void perform(const LauncherAction &action);
     void hide();
+    void findTerminal();
     void cancelIntent();
     void endAnswers();
 
     Environment environment_;
     QString query_;
     Query parsedQuery_;                ///< what `query_` asks for
+    std::optional<AppEntry> terminal_; ///< the user's, as it was found last
+    bool terminalSought_ = false;      ///< in this showing
     Rows results_;
     ForgottenRow forgotten_;
     int selected_ = 0;

@@ -96,6 +96,26 @@ TEST_F(EditorLauncherTest, withoutAToolTheWorkspaceOpensTheFolderWithTheEditor) 
     EXPECT_TRUE(log.lines.isEmpty());
 }
 
+TEST_F(EditorLauncherTest, aTerminalOpensInTheFolder) {
+    AppEntry terminal = editor();
+    terminal.roles = {u"developer-tool"_s, u"terminal"_s};
+    launcher.open(web, terminal);
+    EXPECT_EQ(workspace.openedTerminals,
+              (std::vector<FakeWorkspace::Opened>{{{web.path}, bundle()}}));
+    EXPECT_TRUE(workspace.openedFiles.empty());
+    workspace.openingError = u"no such program"_s;
+    launcher.open(web, terminal);
+    EXPECT_EQ(log.lines,
+              QStringList{u"Corvid: failed to open /home/x/Code/web in Editor: no such program"_s});
+}
+
+TEST_F(EditorLauncherTest, aCodeEditorThatIsATerminalBesidesOpensTheFolder) {
+    AppEntry both = editor();
+    both.roles = {u"terminal"_s, u"code-editor"_s};
+    launcher.open(web, both);
+    EXPECT_EQ(workspace.openedFiles, (std::vector<FakeWorkspace::Opened>{{{web.path}, bundle()}}));
+}
+
 TEST_F(EditorLauncherTest, aToolThatDoesNotStartFallsBackToTheWorkspace) {
     addTool(u"Contents/MacOS/cli"_s);
     workspace.toolError = u"no such interpreter"_s;

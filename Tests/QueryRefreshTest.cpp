@@ -349,6 +349,65 @@ TEST(QueryRefresh, anUnknownEditorIsTheDefaultEditorAndHasNoRowOfItsOwn) {
               LauncherAction(OpenProject{makeProject(u"web"_s), std::nullopt}));
 }
 
+TEST(QueryRefresh, terminalAndShellMeanTheUsersTerminalWhereNoApplicationAnswersToThem) {
+    const AppEntry kitty = makeApp(u"Kitty"_s, {u"terminal"_s});
+    const ProjectEntry web = makeProject(u"web"_s);
+    LauncherWorld world({kitty}, {web}, taxonomy);
+    EXPECT_EQ(world.titles(u"web in terminal"_s), QStringList{u"web"_s});
+    const auto badge = [&] { return world.model.results().front().badge; };
+    EXPECT_EQ(badge(), u"Open in default editor") << "not found yet";
+    ASSERT_EQ(world.workspace.terminalSeekers.size(), 1);
+    world.workspace.terminalSeekers.front()({{u"Kitty!"_s, kitty.path}});
+    EXPECT_EQ(badge(), u"Open in Kitty") << "as the catalog names it";
+    for (const QString &query : {u"web in shell"_s, u"web in  SHELL "_s, u"web in Terminal"_s}) {
+        EXPECT_EQ(world.titles(query), QStringList{u"web"_s}) << "no row of its own";
+        EXPECT_EQ(badge(), u"Open in Kitty");
+        EXPECT_EQ(world.model.results().front().action, LauncherAction(OpenProject{web, kitty}));
+    }
+    world.titles(u"web in shel"_s);
+    EXPECT_EQ(badge(), u"Open in default editor");
+    EXPECT_EQ(world.workspace.terminalSeekers.size(), 1) << "once in a showing";
+    world.model.lookUpAgain();
+    world.titles(u"web in t"_s);
+    EXPECT_EQ(world.workspace.terminalSeekers.size(), 2);
+}
+
+TEST(QueryRefresh, aTerminalThatIsNoApplicationOfTheCatalogIsOneByItsProgram) {
+    LauncherWorld world({makeApp(u"Zed"_s, {u"code-editor"_s})}, {makeProject(u"web"_s)}, taxonomy);
+    world.titles(u"web in shell"_s);
+    ASSERT_EQ(world.workspace.terminalSeekers.size(), 1);
+    world.workspace.terminalSeekers.front()({{u"xterm"_s, u"/usr/bin/xterm"_s}});
+    EXPECT_EQ(world.model.results().front().badge, u"Open in xterm");
+    const AppEntry xterm{u"xterm"_s, {}, u"/usr/bin/xterm"_s, {u"terminal"_s}, {}, {}};
+    EXPECT_EQ(world.model.results().front().action,
+              LauncherAction(OpenProject{makeProject(u"web"_s), xterm}));
+}
+
+TEST(QueryRefresh, anApplicationThatAnswersToTheWordComesBeforeTheUsersTerminal) {
+    const AppEntry terminal = makeApp(u"Terminal"_s, {u"terminal"_s});
+    LauncherWorld world({terminal}, {makeProject(u"web"_s)}, taxonomy);
+    EXPECT_EQ(world.titles(u"web in terminal"_s), (QStringList{u"web"_s, u"Terminal"_s}));
+    ASSERT_EQ(world.workspace.terminalSeekers.size(), 1);
+    world.workspace.terminalSeekers.front()({{u"xterm"_s, u"/usr/bin/xterm"_s}});
+    EXPECT_EQ(world.model.results().front().action,
+              LauncherAction(OpenProject{makeProject(u"web"_s), terminal}));
+}
+
+TEST(QueryRefresh, withoutATerminalTheDefaultEditorStays) {
+    LauncherWorld world({}, {makeProject(u"web"_s)}, taxonomy);
+    world.titles(u"web in shell"_s);
+    ASSERT_EQ(world.workspace.terminalSeekers.size(), 1);
+    world.workspace.terminalSeekers.front()(std::nullopt);
+    EXPECT_EQ(world.model.results().front().badge, u"Open in default editor");
+}
+
+TEST(QueryRefresh, noOtherQueryLooksForATerminal) {
+    LauncherWorld world({}, {makeProject(u"web"_s)}, taxonomy);
+    for (const QString &query : {u"terminal"_s, u"web"_s, u"web in zed"_s, u"shell"_s})
+        world.titles(query);
+    EXPECT_TRUE(world.workspace.terminalSeekers.empty());
+}
+
 TEST(QueryRefresh, anInQueryThatMatchesNothingShowsTheFallbackForTheWholeQuery) {
     LauncherWorld world({}, {});
     EXPECT_EQ(world.titles(u"web in quux"_s).front(), u"Search Google for “web in quux”");

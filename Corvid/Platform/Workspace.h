@@ -9,6 +9,7 @@
 #include <QUrl>
 
 #include <functional>
+#include <optional>
 
 namespace corvid {
 
@@ -52,6 +53,20 @@ public:
     /** Opens files or folders with one application. */
     virtual void openFiles(const QStringList &paths, const QString &applicationPath,
                            const Completion &done) = 0;
+
+    /** Opens a window of a terminal in a folder. Here `terminalPath` may also be a program's. */
+    virtual void openTerminal(const QString &folder, const QString &terminalPath,
+                              const Completion &done) = 0;
+
+    struct Terminal {
+        QString name; ///< as the user knows it
+        QString path; ///< an application's, or its program's where it is no application
+    };
+
+    /** Looks for the terminal that the user, else the desktop prefers. `found` is called on the
+       main thread, later; with nothing where there is no terminal. */
+    virtual void
+    findTerminal(const std::function<void(const std::optional<Terminal> &)> &found) = 0;
 
     virtual void openUrl(const QUrl &url) = 0;
 

@@ -94,7 +94,9 @@ std::optional<std::size_t> findEditor(const QString &text, const RowSources &fro
 
 Rows projectsInEditor(const SearchEngine::InQuery &in, const RowSources &from) {
     const std::optional<std::size_t> index = findEditor(in.editor, from);
-    const auto editor = index ? std::optional(from.apps[*index]) : std::nullopt;
+    auto editor = index ? std::optional(from.apps[*index]) : std::nullopt;
+    if (!editor && terminalWord(in.editor) == TerminalWord::Whole)
+        editor = from.terminal;
     const QString badge = u"Open in "_s + (editor ? editor->name : u"default editor"_s);
     const PreparedQuery query(in.project);
     const auto score = [&](std::size_t i) { return from.projectIndex.score(query, i); };
@@ -209,6 +211,17 @@ ResultItem foundProjectRow(std::size_t index, const RowSources &from) {
     const ProjectEntry &project = from.projects[index];
     const QString stack = project.stack.join(u" · "_s);
     return projectRow(project, stack.isEmpty() ? u"Project"_s : stack, {}, from);
+}
+
+TerminalWord terminalWord(const QString &editor) {
+    const QString text = folded(editor);
+    for (const auto word : {"terminal"_L1, "shell"_L1}) {
+        if (word == text)
+            return TerminalWord::Whole;
+        if (!text.isEmpty() && word.startsWith(text))
+            return TerminalWord::Begun;
+    }
+    return TerminalWord::None;
 }
 
 const std::vector<std::size_t> &RowSources::codeEditors() const {

@@ -34,10 +34,16 @@ struct RowSources {
     const SessionControl &session;
     /** What is at an absolute path; absent also as long as nobody knows. */
     std::function<std::optional<PathKind>(const QString &path)> kindOfPath;
+    std::optional<AppEntry> terminal = {}; ///< the user's; absent where it is not known
 
     /** Indexes into `apps`. */
     const std::vector<std::size_t> &codeEditors() const;
 };
+
+/** Whether this, in the place of an editor, means the user's terminal where no application answers
+    to it, or is the beginning of such a word. */
+enum class TerminalWord { None, Begun, Whole };
+TerminalWord terminalWord(const QString &editor);
 
 /** The list that a query yields, which is none for a question: see questionRows(). */
 Rows rowsFor(const Query &query, const RowSources &from);

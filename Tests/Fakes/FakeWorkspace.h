@@ -42,6 +42,9 @@ public:
     std::vector<Opened> openedApplications;
     QStringList newWindows; ///< paths given to openNewWindow()
     std::vector<Opened> openedFiles;
+    std::vector<Opened> openedTerminals;
+    /// Who waits for what findTerminal() finds.
+    std::vector<std::function<void(const std::optional<Terminal> &)>> terminalSeekers;
     QStringList opened; ///< paths given to open()
     QStringList revealed;
     std::vector<QUrl> urls;
@@ -116,6 +119,18 @@ public:
         openedFiles.push_back({paths, applicationPath});
         if (done)
             done(openingError);
+    }
+
+    void openTerminal(const QString &folder, const QString &terminalPath,
+                      const Completion &done) override {
+        calls.append(QStringLiteral("openTerminal ") + folder);
+        openedTerminals.push_back({{folder}, terminalPath});
+        if (done)
+            done(openingError);
+    }
+
+    void findTerminal(const std::function<void(const std::optional<Terminal> &)> &found) override {
+        terminalSeekers.push_back(found);
     }
 
     void openUrl(const QUrl &url) override {

@@ -83,6 +83,10 @@ QString pathOrAddress(const QUrl &url) {
     return url.isLocalFile() ? url.toLocalFile() : QString::fromLatin1(url.toEncoded());
 }
 
+bool takesFiles(const QString &exec) {
+    return hasCode(execWords(exec), u"FUfu");
+}
+
 std::vector<QStringList> expandExec(const QString &exec, const LaunchedEntry &entry,
                                     const QList<QUrl> &urls) {
     const QStringList words = execWords(exec);

@@ -32,6 +32,9 @@ QStringList execWords(const QString &exec);
 std::vector<QStringList> expandExec(const QString &exec, const LaunchedEntry &entry,
                                     const QList<QUrl> &urls);
 
+/** Whether an Exec line has a code for files. */
+bool takesFiles(const QString &exec);
+
 /** A file's path, or the encoded address of anything else. */
 QString pathOrAddress(const QUrl &url);
 

@@ -11,6 +11,8 @@
 
 namespace corvid {
 
+struct Launch;
+
 /**
  * The workspace of a Linux desktop: its icon theme, its list of windows, and what is launched.
  *
@@ -57,14 +59,20 @@ public:
     void runAction(const QString &applicationPath, const QString &action,
                    const Completion &done) override;
     void open(const QString &path) override { openUrl(QUrl::fromLocalFile(path)); }
-    /** Also without files. A desktop entry: by D-Bus activation where it asks for that and the
+    /** Also without files. A single folder opens as the application opens folders, see
+        folderArguments(). A desktop entry: by D-Bus activation where it asks for that and the
         service exists, else by its Exec line, in a terminal if need be. A bundle: by its
         executable. An AppImage is executed. */
     void openFiles(const QStringList &paths, const QString &applicationPath,
                    const Completion &done) override;
-    /** With the default handler of a file's type or a URL's scheme, else by xdg-open. A program, a
-        script or a desktop entry is never run: it is opened as text where it is one, else shown in
-        the file manager. Failures are silent. */
+    void openTerminal(const QString &folder, const QString &terminalPath,
+                      const Completion &done) override;
+    /** See defaultTerminal(). */
+    void findTerminal(const std::function<void(const std::optional<Terminal> &)> &found) override;
+    /** With the default handler of a file's type or a URL's scheme, else by xdg-open. A folder:
+        with the first handler that is a file manager, else the one on the bus, before all others.
+        A program, a script or a desktop entry is never run: it is opened as text where it is one,
+        else shown in the file manager. Failures are silent. */
     void openUrl(const QUrl &url) override;
     /** Opens the file's folder where no file manager can show the file. */
     void reveal(const QString &path) override;
@@ -73,11 +81,10 @@ public:
                    const Completion &done) override;
 
 private:
-    struct Launch;
-
     void inBackground(const Completion &done, const std::function<QString(const Launch &)> &task);
 
     const Options options_;
+    const DesktopEntries &entries_;
     IconLoader icons_;
     RunningApplications running_;
     QObject receiver_; ///< completions addressed to it are dropped with us

@@ -106,3 +106,11 @@ TEST(ExecLine, anyNumberOfPercentSignsSurvives) {
         EXPECT_EQ(lines[0][1], u'x' + QString((count + 1) / 2, u'%')) << count;
     }
 }
+
+TEST(ExecLine, aLineTakesFilesThatHasACodeForThem) {
+    for (const QString &exec : {u"app %f"_s, u"app %F"_s, u"app -- %u"_s, u"app --file=%U"_s})
+        EXPECT_TRUE(takesFiles(exec)) << qPrintable(exec);
+    for (const QString &exec :
+         {u"app"_s, u"app %i %c %k"_s, u"app %%f"_s, u"app \"%f"_s, QString()})
+        EXPECT_FALSE(takesFiles(exec)) << qPrintable(exec);
+}
