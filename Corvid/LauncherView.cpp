@@ -220,11 +220,14 @@ void LauncherView::turnPage(int pages) {
 // Sees every key press in the window before any widget does. While an input method is composing all
 // keys are left to it.
 bool LauncherView::eventFilter(QObject *watched, QEvent *event) {
+    if (event->type() == QEvent::KeyRelease)
+        heldKey_.released(*static_cast<QKeyEvent *>(event));
     if (event->type() != QEvent::KeyPress || !watched->isWidgetType() ||
         static_cast<QWidget *>(watched)->window() != window() || field_->isComposing())
         return false;
     const auto &key = *static_cast<QKeyEvent *>(event);
     KeyPress press = keyPressOf(key);
+    press.repeats = heldKey_.repeatsWith(key);
     // What is marked it cuts, as everywhere.
     press.isDelete = press.isDelete && !viewModel_.aiMode() && !field_->hasSelectedText();
     const bool handled = handleKey(key, press);
@@ -277,7 +280,7 @@ bool LauncherView::handleKey(const QKeyEvent &event, const KeyPress &press) {
         viewModel_.openSettings();
         return true;
     case PanelKey::Quit:
-        if (quitAsked_ && !event.isAutoRepeat() && viewModel_.onQuit)
+        if (quitAsked_ && !press.repeats && viewModel_.onQuit)
             viewModel_.onQuit();
         askToQuit(Asking::Yes);
         return true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Panel/HeldKey.h"
 #include "Platform/PanelSurface.h"
 
 #include <QWidget>
@@ -59,6 +60,7 @@ private:
     LauncherViewModel &viewModel_;
     PanelSurface::Behind behind_ = PanelSurface::Behind::Desktop;
     bool listIsStale_ = false; ///< the results changed while nobody could see them
+    HeldKey heldKey_;
     bool quitAsked_ = false;   ///< the next key, if it is the same, quits
     Symbol *searchSymbol_ = nullptr;
     SearchField *field_ = nullptr;

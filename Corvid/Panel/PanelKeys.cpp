@@ -87,7 +87,6 @@ KeyPress keyPressOf(const QKeyEvent &event) {
     press.shift = modifiers.testFlag(Qt::ShiftModifier);
     press.isReturn = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
     press.isEscape = event.key() == Qt::Key_Escape;
-    press.repeats = event.isAutoRepeat();
     press.isDelete = event.key() == Qt::Key_Delete && modifiers == Qt::ShiftModifier;
     return press;
 }

@@ -27,7 +27,7 @@ PanelKey panelKeyOf(const QKeyEvent &event);
 
 /** The press as the view model sees it: by its key, since the text is a control character while
     Control is held. Where the layout has no Latin letter or digit on the key, its position counts.
-    Shift+Delete counts as meant for the list. */
+    Shift+Delete counts as meant for the list. Whether it repeats is HeldKey's to say. */
 KeyPress keyPressOf(const QKeyEvent &event);
 
 /** Whether a key is held down for another one, and is none by itself. */
