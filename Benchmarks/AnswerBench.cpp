@@ -13,7 +13,8 @@
 //            millisecond, while a short answer stands in it for ten seconds
 //            and how much the main thread worked at most within one of these waits: what a longest
 //            wait has beyond that, the machine had something better to do
-//   stream   the same, while an answer grows by a thousand words a second
+//   stream   the same, while an answer in Markdown grows by a thousand words a second:
+//            paragraphs, lists, code and tables by turns
 //   tokens   so many were sent
 //   end      from the sending of the last word to the last change of pixels
 //
@@ -46,7 +47,7 @@ constexpr xcb_keycode_t beginning[] = {38, 31, 65, 24}; // a i space q
 constexpr auto pingInterval = 1ms;
 constexpr auto tokenInterval = 1ms;
 constexpr auto idleTime = 10s;
-constexpr int wordsOfParagraph = 120;
+constexpr int wordsOfBlock = 120;
 
 // Within the window, where the first words of an answer stand and nothing else moves: to the right
 // of the progress indicator.
@@ -275,8 +276,7 @@ public:
               const Clock::time_point begin = Clock::now();
               for (; tokens_ * tokenInterval < length; ++tokens_) {
                   std::this_thread::sleep_until(begin + tokens_ * tokenInterval);
-                  const bool paragraph = tokens_ % wordsOfParagraph == wordsOfParagraph - 1;
-                  connection.send(piece(paragraph ? "end.\\n\\n" : words[tokens_ % 8] + " "));
+                  connection.send(piece(word(tokens_)));
               }
               last_ = Clock::now();
               connection.send("data: [DONE]\n\n");
@@ -289,8 +289,27 @@ public:
     Clock::time_point last() const { return last_; }
 
 private:
-    static inline const QByteArray words[] = {"the",   "answer", "grows", "by",
-                                              "every", "word",   "that",  "comes"};
+    // What comes at that place, as it stands in JSON.
+    static QByteArray word(int index) {
+        static const QByteArray words[] = {"the",     "**answer**", "grows", "by",
+                                           "*every*", "`word`",     "that",  "comes"};
+        struct Block {
+            QByteArray begin;
+            QByteArray between; ///< every eight words
+            QByteArray end;
+        };
+        static const Block blocks[] = {{"", "", ""},
+                                       {"- ", "\\n- ", ""},
+                                       {"```\\n", "\\n", "\\n```"},
+                                       {"|a|b|\\n|-|-|\\n|", "|\\n|", "|"}};
+        const Block &block = blocks[index / wordsOfBlock % std::size(blocks)];
+        const int place = index % wordsOfBlock;
+        if (place == wordsOfBlock - 1)
+            return "end." + block.end + "\\n\\n";
+        const QByteArray before =
+            place == 0 ? block.begin : (place % 8 == 0 ? block.between : QByteArray());
+        return before + words[place % 8] + ' ';
+    }
     int tokens_ = 0;
     Clock::time_point last_;
     std::atomic<bool> done_ = false;
@@ -346,8 +365,8 @@ int main(int argc, char **argv) {
     Endpoint::Question asked(endpoint);
     display.tap(keyReturn);
     Connection &connection = asked.connection();
-    connection.send(piece("begin "));
-    display.settled(500ms);
+    connection.send(piece("begin\\n\\n"));
+    std::this_thread::sleep_for(500ms); // never settled: a sign shows that more is coming
     const Clock::time_point idleEnd = Clock::now() + idleTime;
     printWaits("idle", pinger.run([&] { return Clock::now() < idleEnd; }));
     const Stream stream(connection, length);

@@ -118,6 +118,10 @@ void LauncherView::observe() {
     field_->onDown = [this] { step(1); };
     field_->onEsc = [this] { viewModel_.cancel(); };
     connect(answer_, &AnswerArea::copyRequested, this, &LauncherView::copyAnswer);
+    connect(answer_, &AnswerArea::copyCodeRequested, &viewModel_, &LauncherViewModel::copyAnswer);
+    connect(answer_, &AnswerArea::stopRequested, &viewModel_, &LauncherViewModel::stopAnswer);
+    connect(answer_, &AnswerArea::retryRequested, &viewModel_, &LauncherViewModel::askAgain);
+    connect(answer_, &AnswerArea::linkClicked, &viewModel_, &LauncherViewModel::openAddress);
     connect(clear_, &Symbol::clicked, &viewModel_, &LauncherViewModel::reset);
     connect(list_, &ResultList::clicked, &viewModel_,
             [this](const QModelIndex &row) { viewModel_.choose(row.row()); });
@@ -145,6 +149,7 @@ void LauncherView::observe() {
     connect(&viewModel_, &LauncherViewModel::aiQuestionChanged, this, &LauncherView::showAnswer);
     connect(&viewModel_, &LauncherViewModel::aiResponseChanged, answer_,
             &AnswerArea::answerChanged);
+    connect(&viewModel_, &LauncherViewModel::aiFailedChanged, this, &LauncherView::showAnswerKind);
     connect(&viewModel_, &LauncherViewModel::aiBusyChanged, this,
             [this] { answer_->setBusy(viewModel_.aiBusy()); });
     connect(&viewModel_, &LauncherViewModel::displayFlushRequested, this, [this] {
@@ -197,8 +202,13 @@ void LauncherView::showMode() {
 
 void LauncherView::showAnswer() {
     answer_->setQuestion(viewModel_.aiQuestion());
+    showAnswerKind();
     answer_->answerChanged();
     answer_->setBusy(viewModel_.aiBusy());
+}
+
+void LauncherView::showAnswerKind() {
+    answer_->setKind(viewModel_.aiFailed() ? AnswerArea::Kind::Failure : AnswerArea::Kind::Answer);
 }
 
 // While an answer is shown the arrows scroll it: moving a selection that nobody sees would make
@@ -244,7 +254,10 @@ bool LauncherView::eventFilter(QObject *watched, QEvent *event) {
 bool LauncherView::handleKey(const QKeyEvent &event, const KeyPress &press) {
     const bool answering = viewModel_.aiMode();
     if (answering && press.command && press.characters.toLower() == "c"_L1) {
-        copyAnswer();
+        if (press.shift)
+            copyLastCode();
+        else
+            copyAnswer();
         return true;
     }
     if (viewModel_.handleKeyEvent(press))
@@ -252,6 +265,13 @@ bool LauncherView::handleKey(const QKeyEvent &event, const KeyPress &press) {
     const PanelKey key = panelKeyOf(event);
     switch (key) {
     case PanelKey::Other:
+        // With a modifier Home and End are the field's, to mark and to move in what was asked.
+        if (answering && (event.key() == Qt::Key_Home || event.key() == Qt::Key_End) &&
+            !event.modifiers().testAnyFlags(Qt::ShiftModifier | Qt::ControlModifier)) {
+            answer_->scrollTo(event.key() == Qt::Key_Home ? AnswerArea::Edge::Beginning
+                                                          : AnswerArea::Edge::End);
+            return true;
+        }
         // A digit with Alt would be text, but is meant for a row that is not there.
         return press.command && (event.modifiers() & ~Qt::KeypadModifier) == Qt::AltModifier;
     case PanelKey::Escape:
@@ -300,6 +320,11 @@ void LauncherView::copyAnswer() {
         return;
     viewModel_.copyAnswer(answer_->markedText());
     answer_->confirmCopy();
+}
+
+void LauncherView::copyLastCode() {
+    if (const QString code = answer_->lastCode(); !code.isEmpty())
+        viewModel_.copyAnswer(code);
 }
 
 // A key that no other widget wanted was meant for the field.

@@ -50,12 +50,14 @@ private:
     void showStatus();
     void showMode();
     void showAnswer();
+    void showAnswerKind();
     void step(int lines);
     void turnPage(int pages);
     bool handleKey(const QKeyEvent &event, const KeyPress &press);
     enum class Asking { No, Yes };
     void askToQuit(Asking asking);
     void copyAnswer();
+    void copyLastCode();
 
     LauncherViewModel &viewModel_;
     PanelSurface::Behind behind_ = PanelSurface::Behind::Desktop;

@@ -4,6 +4,7 @@
 #include "Base/Settings.h"
 #include "Base/Text.h"
 #include "Catalog/ProjectBranches.h"
+#include "Chat/ChatProtocol.h"
 #include "Chat/IntentRow.h"
 #include "KeychainHelper.h"
 #include "Platform/Pasteboard.h"
@@ -335,6 +336,24 @@ void LauncherViewModel::endAnswers() {
     answers_.clear();
     setAiBusy(false);
     setAiResponse(QString());
+    setAiFailed(false);
+}
+
+void LauncherViewModel::stopAnswer() {
+    if (aiResponse_.isEmpty()) {
+        cancel();
+        return;
+    }
+    answers_.clear();
+    setAiBusy(false);
+}
+
+void LauncherViewModel::askAgain() {
+    askAI(QString(aiQuestion_));
+}
+
+void LauncherViewModel::openAddress(const QString &address) {
+    perform(OpenURL{address});
 }
 
 void LauncherViewModel::reset() {
@@ -422,17 +441,21 @@ void LauncherViewModel::askAI(const QString &question) {
     setAiBusy(true);
     setAiQuestion(question);
     setAiResponse(QString());
+    setAiFailed(false);
     std::erase_if(answers_, [](const AIService::Task &task) { return !task.active(); });
     const auto append = [this](const QString &element) {
         const QString text = displayText(element);
         if (text.isEmpty())
             return;
+        if (aiResponse_.isEmpty() && chat::isFailureText(text))
+            setAiFailed(true);
         // In place: a long answer is not copied for every word of it.
         aiResponse_ += text;
         Q_EMIT aiResponseChanged();
     };
     const auto finish = [this](const std::optional<QString> &error) {
         if (error) {
+            setAiFailed(true);
             setAiResponse(u"Error: "_s + displayText(*error) +
                           u"\n\nSet your API key in Settings (menu bar icon)."_s);
         }

@@ -82,6 +82,8 @@ public:
     /** An answer is streaming. */
     bool aiBusy() const { return aiBusy_; }
     void setAiBusy(bool busy) { assign(aiBusy_, busy, &LauncherViewModel::aiBusyChanged); }
+    /** What is shown as the answer is no answer but says what went wrong. */
+    bool aiFailed() const { return aiFailed_; }
     const QString &aiQuestion() const { return aiQuestion_; }
     void setAiQuestion(const QString &question) {
         assign(aiQuestion_, question, &LauncherViewModel::aiQuestionChanged);
@@ -142,6 +144,12 @@ public:
     /** Shows the AI answer to a question as it comes, or what went wrong with it. An earlier answer
         that is still coming is appended to the same text. */
     void askAI(const QString &question);
+    /** Ends the answer that is coming. What has come stays; without any, as Escape does. */
+    void stopAnswer();
+    /** Asks the question of the answer shown once more. */
+    void askAgain();
+    /** Opens a link of the answer, and asks to be hidden. */
+    void openAddress(const QString &address);
     /** Copies a part of the answer, or all of it where none is given. */
     void copyAnswer(const QString &part = {});
     /** Puts an icon that has arrived into the rows that show this path. */
@@ -162,6 +170,7 @@ Q_SIGNALS:
     void aiModeChanged();
     void aiResponseChanged();
     void aiBusyChanged();
+    void aiFailedChanged();
     void aiQuestionChanged();
     void statusTextChanged();
     void sessionChanged();
@@ -201,6 +210,9 @@ private:
     void findTerminal();
     void cancelIntent();
     void endAnswers();
+    void setAiFailed(bool failed) {
+        assign(aiFailed_, failed, &LauncherViewModel::aiFailedChanged);
+    }
 
     Environment environment_;
     QString query_;
@@ -215,6 +227,7 @@ private:
     QString aiQuestion_;
     QString aiResponse_;
     bool aiBusy_ = false;
+    bool aiFailed_ = false;
     QString statusText_;
     std::optional<ResultItem> questioned_; ///< the row without the question in its place
     QUuid session_ = QUuid::createUuid();

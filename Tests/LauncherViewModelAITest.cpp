@@ -549,6 +549,55 @@ TEST_F(LauncherViewModelAITest, anErrorReplacesTheTextThatHadCome) {
     EXPECT_TRUE(model.aiMode());
 }
 
+TEST_F(LauncherViewModelAITest, whatWentWrongIsToldFromAnAnswerAndCanBeAskedAgain) {
+    bool refuses = true;
+    serve([&](Connection &connection, const Request &) {
+        if (refuses)
+            connection.send("HTTP/1.1 401 No\r\nContent-Length: 0\r\n\r\n");
+        else
+            connection.send(streamHead + chunk(u"fine"_s) + "data: [DONE]\n\n");
+    });
+    model.askAI(u"what"_s);
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_TRUE(model.aiFailed());
+    refuses = false;
+    model.askAgain();
+    EXPECT_FALSE(model.aiFailed());
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(model.aiResponse(), u"fine");
+    EXPECT_EQ(model.aiQuestion(), u"what");
+    EXPECT_FALSE(model.aiFailed());
+    world.defaults.set(u"aiBaseURL"_s, u"http://127.0.0.1:1"_s);
+    model.askAgain();
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_TRUE(model.aiFailed());
+    model.cancel();
+    EXPECT_FALSE(model.aiFailed());
+}
+
+TEST_F(LauncherViewModelAITest, whatIsStoppedKeepsWhatHasCome) {
+    std::promise<bool> closed;
+    serve([&](Connection &connection, const Request &) {
+        connection.send(streamHead + chunk(u"half"_s));
+        closed.set_value(connection.waitForClose());
+    });
+    model.askAI(u"what"_s);
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"half"; }));
+    model.stopAnswer();
+    EXPECT_FALSE(model.aiBusy());
+    EXPECT_TRUE(model.aiMode());
+    EXPECT_EQ(model.aiResponse(), u"half");
+    EXPECT_TRUE(closed.get_future().get());
+}
+
+TEST_F(LauncherViewModelAITest, whatIsStoppedBeforeItsFirstWordIsLeft) {
+    serve([](Connection &connection, const Request &) { connection.waitForClose(); });
+    model.askAI(u"what"_s);
+    model.stopAnswer();
+    EXPECT_FALSE(model.aiBusy());
+    EXPECT_FALSE(model.aiMode());
+}
+
 TEST_F(LauncherViewModelAITest, aRefusedConnectionIsAnError) {
     world.defaults.set(u"aiBaseURL"_s, u"http://127.0.0.1:1"_s);
     model.askAI(u"what"_s);

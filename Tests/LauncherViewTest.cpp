@@ -694,6 +694,48 @@ TEST_F(LauncherViewTest, controlCCopiesTheAnswerOrWhatIsMarkedOfIt) {
     EXPECT_EQ(world.hides, 0);
 }
 
+TEST_F(LauncherViewTest, controlShiftCCopiesTheLastBlockOfCode) {
+    world.model.setAiMode(true);
+    world.model.setAiResponse(u"no code"_s);
+    press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_TRUE(world.actions.empty());
+    world.model.setAiResponse(u"```\na\n```\n```\nb\nc\n```\nend"_s);
+    ASSERT_TRUE(waitUntil([&] { return answer->toPlainText().endsWith(u"end"); }));
+    press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{CopyAI{u"b\nc"_s}});
+}
+
+TEST_F(LauncherViewTest, theWholeAnswerIsCopiedAsItWasSent) {
+    world.model.setAiMode(true);
+    world.model.setAiResponse(u"**a**\n```\nb\n```"_s);
+    press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{CopyAI{u"**a**\n```\nb\n```"_s}});
+}
+
+TEST_F(LauncherViewTest, homeAndEndScrollTheAnswerAndWithAModifierAreTheFields) {
+    type(u"foo"_s);
+    press(Qt::Key_Home);
+    EXPECT_EQ(field->cursorPosition(), 0) << "in the list";
+    press(Qt::Key_End);
+    world.model.setAiMode(true);
+    world.model.setAiResponse(u"line\n"_s.repeated(200));
+    QScrollBar *bar = answer->verticalScrollBar();
+    ASSERT_GT(bar->maximum(), 0);
+    press(Qt::Key_Home);
+    EXPECT_EQ(bar->value(), 0);
+    EXPECT_EQ(field->cursorPosition(), 3);
+    press(Qt::Key_End);
+    EXPECT_TRUE(waitUntil([&] { return bar->value() > 0 && bar->value() == bar->maximum(); }));
+    press(Qt::Key_Home, Qt::ShiftModifier);
+    EXPECT_EQ(field->selectedText(), u"foo");
+}
+
+TEST_F(LauncherViewTest, aLinkOfTheAnswerOpensAndThePanelHides) {
+    Q_EMIT answer->linkClicked(u"https://x.org"_s);
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenURL{u"https://x.org"_s}});
+    EXPECT_EQ(world.hides, 1);
+}
+
 TEST_F(LauncherViewTest, theCopyControlIsThereOnceThereIsAnAnswerAndCopiesIt) {
     Symbol *copy = named<Symbol>(u"Copy the answer"_s);
     ASSERT_TRUE(copy);

@@ -32,6 +32,8 @@ const QString intentInstruction =
     "request. Use only exact names from the lists.\n"
     "APPS: "_s;
 
+constexpr QLatin1StringView httpErrorAdvice(". Check endpoint, key, and model name.");
+
 } // namespace
 
 std::optional<QUrl> endpoint(const QString &baseURL) {
@@ -112,8 +114,11 @@ QString noKeyText() {
 }
 
 QString httpErrorText(int status, const QString &baseURL) {
-    return u"HTTP "_s + QString::number(status) + u" from "_s + baseURL +
-           u". Check endpoint, key, and model name."_s;
+    return u"HTTP "_s + QString::number(status) + u" from "_s + baseURL + httpErrorAdvice;
+}
+
+bool isFailureText(const QString &text) {
+    return text == noKeyText() || (text.startsWith("HTTP "_L1) && text.endsWith(httpErrorAdvice));
 }
 
 } // namespace corvid::chat

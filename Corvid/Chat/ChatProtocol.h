@@ -62,4 +62,7 @@ QString noKeyText();
 /** The answer of a stream that the endpoint refused. Names the address as it was entered. */
 QString httpErrorText(int status, const QString &baseURL);
 
+/** Whether an element of an answer is one of these two texts. */
+bool isFailureText(const QString &text);
+
 } // namespace corvid::chat

@@ -69,6 +69,13 @@ QColor tertiary();
 inline QColor divider() {
     return white(0.10);
 }
+/** Behind code in an answer. */
+inline QColor codeField() {
+    return white(0.07);
+}
+inline QColor link() {
+    return {0x6C, 0xB0, 0xFF};
+}
 /** The desktop's accent colour, darkened where white text could not be read on it. */
 QColor accent();
 

@@ -126,14 +126,22 @@ constexpr Branch branches[]{
 };
 
 const QString answer =
-    uR"(A rebase replays your commits on top of another base, a merge ties two histories together with a commit of its own.
+    uR"(A **rebase** replays your commits on top of another base, a **merge** ties two histories together with a commit of its own. Rebase when:
 
-Rebase when the branch is yours alone and you want a straight history:
+- the branch is *yours alone*
+- you want a straight history
 
-    git switch feature
-    git rebase main
+```bash
+git switch feature
+git rebase main
+```
 
-Merge when others have built on the branch: rewriting what they have pulled costs them more than a merge commit costs you. After a rebase a push needs --force-with-lease, which refuses when somebody else has pushed in the meantime.
+After a rebase a push needs `--force-with-lease`, which refuses when somebody else has pushed in the meantime: see [the manual](https://git-scm.com/docs/git-push).
+
+| | Rebase | Merge |
+|---|:-:|:-:|
+| straight history | yes | no |
+| safe for others | no | yes |
 
 日本語、العربية, ßtraße and 👩🏽‍💻 are text as any other.)"_s;
 
