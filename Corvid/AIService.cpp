@@ -16,10 +16,29 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr qsizetype maxIntentReply = 1 << 20; // bytes
+// Bytes.
+constexpr qsizetype maxIntentReply = 1 << 20;
+constexpr qsizetype maxModelsReply = 16 << 20;
 
 bool isWeb(const QUrl &url) {
     return url.scheme() == "http"_L1 || url.scheme() == "https"_L1;
+}
+
+/** Gathers a body, up to one byte more than there should be. */
+std::function<bool(QByteArrayView)> collect(const std::shared_ptr<QByteArray> &body,
+                                            qsizetype most) {
+    return [=](QByteArrayView bytes) {
+        body->append(bytes);
+        return body->size() <= most;
+    };
+}
+
+/** Empty without a key; nothing when that cannot be sent. */
+std::optional<QByteArray> authorizationOf(const AIService::Endpoint &endpoint) {
+    QString key = chat::trimmedKey(endpoint.key);
+    std::optional<QByteArray> result = key.isEmpty() ? QByteArray() : chat::authorization(key);
+    wipe(key);
+    return result;
 }
 
 /** The desktop's proxies, but never on the way to this machine itself: what goes to a local
@@ -59,7 +78,7 @@ private:
     std::unordered_map<quint64, std::unique_ptr<ChatTransfer>> transfers_;
 };
 
-AIService::AIService(const UserDefaults &defaults, const SecretStore *secrets, Timeouts timeouts)
+AIService::AIService(const UserDefaults &defaults, SecretStore *secrets, Timeouts timeouts)
     : defaults_(defaults), secrets_(secrets), timeouts_(timeouts) {}
 
 AIService::~AIService() {
@@ -83,9 +102,12 @@ AIService &AIService::shared() {
 }
 
 AIService::Config AIService::config() const {
-    QString key = secrets_ ? secrets_->get(settings::aiKeyAccount).value_or(QString()) : QString();
-    Config config{settings::aiBaseURL(defaults_), settings::aiModel(defaults_), !key.isEmpty(),
-                  chat::authorization(key)};
+    QString stored =
+        secrets_ ? secrets_->get(settings::aiKeyAccount).value_or(QString()) : QString();
+    QString key = chat::trimmedKey(stored);
+    Config config{settings::aiBaseURL(defaults_), settings::aiModel(defaults_),
+                  settings::aiInstruction(defaults_), !key.isEmpty(), chat::authorization(key)};
+    wipe(stored);
     wipe(key);
     return config;
 }
@@ -101,22 +123,24 @@ quint64 AIService::add(Call call) {
     return id;
 }
 
-void AIService::send(quint64 id, const Config &config, const QByteArray &body,
-                     std::chrono::milliseconds silence, const ChatTransfer::Handlers &handlers) {
-    const std::optional<QUrl> url = chat::endpoint(config.baseURL);
-    if (!config.hasKey)
-        return handlers.onEnd({});
-    if (!config.authorization)
-        return handlers.onEnd({.error = u"The API key holds a character that cannot be sent."_s});
+std::optional<QString> AIService::obstacle(const std::optional<QUrl> &url,
+                                           const std::optional<QByteArray> &authorization) {
+    if (!authorization)
+        return chat::unsendableKeyText();
     if (!url || !isWeb(*url))
-        return handlers.onEnd({.error = u"The base URL is not an http or https address."_s});
+        return u"The base URL is not an http or https address. One begins with https:// or "
+               "http:// and mostly ends in /v1."_s;
+    return std::nullopt;
+}
+
+void AIService::send(quint64 id, const ChatTransfer::Request &request,
+                     const ChatTransfer::Handlers &handlers) {
     if (!network_) {
         network_ = new Network;
         network_->moveToThread(&thread_);
         thread_.setObjectName(u"network"_s);
         thread_.start();
     }
-    const ChatTransfer::Request request{*url, *config.authorization, body, silence};
     QMetaObject::invokeMethod(
         network_, [=, network = network_] { network->start(id, request, handlers); },
         Qt::QueuedConnection);
@@ -124,48 +148,73 @@ void AIService::send(quint64 id, const Config &config, const QByteArray &body,
 
 AIService::Task AIService::stream(const QString &prompt, OnElement onElement,
                                   OnFinished onFinished) {
+    const quint64 id =
+        add({.onElement = std::move(onElement), .onFinished = std::move(onFinished)});
+    if (secrets_ && secrets_->locked(settings::aiKeyAccount)) {
+        secrets_->unlock(settings::aiKeyAccount, [self = QPointer(this), id, prompt] {
+            if (self && self->calls_.contains(id))
+                self->ask(id, prompt);
+        });
+    } else {
+        ask(id, prompt);
+    }
+    return {this, id};
+}
+
+void AIService::ask(quint64 id, const QString &prompt) {
     const Config config = this->config();
-    if (config.hasKey && !chat::endpoint(config.baseURL))
+    const std::optional<QUrl> url = chat::endpoint(config.baseURL);
+    if (config.hasKey && !url)
         qFatal("the base address of the AI endpoint is not a URL");
-    const quint64 id = add({std::move(onElement), std::move(onFinished), nullptr});
     const auto events = std::make_shared<ServerSentEvents>();
+    const auto hasText = std::make_shared<bool>(false);
     const auto onBytes = [=, this](QByteArrayView bytes) {
         QStringList elements;
         const bool more = events->read(bytes, elements);
+        *hasText = *hasText || !elements.join(QString()).isEmpty();
         if (!elements.isEmpty())
             later([=, this] { deliver(id, elements); });
         return more;
     };
-    // Without the key, which is not kept longer than it is needed.
-    const auto onEnd = [=, this, hasKey = config.hasKey,
-                        baseURL = config.baseURL](const ChatTransfer::End &end) {
-        QStringList elements;
-        if (!hasKey)
-            elements = {chat::noKeyText()};
-        else if (end.refusal)
-            elements = {chat::httpErrorText(*end.refusal, baseURL)};
-        else if (!end.error)
-            events->finish(elements);
+    const auto finish = [=, this](const QStringList &elements, const std::optional<QString> &error,
+                                  const QString &advice) {
         later([=, this] {
             deliver(id, elements);
             if (const auto call = calls_.extract(id))
-                call.mapped()->onFinished(end.error);
+                call.mapped()->onFinished(error, advice);
         });
     };
-    send(id, config, chat::answerBody(config.model, prompt), timeouts_.stream, {onBytes, onEnd});
-    return {this, id};
+    if (!config.hasKey) {
+        const bool locked = secrets_ && secrets_->locked(settings::aiKeyAccount);
+        return finish({locked ? chat::lockedText() : chat::noKeyText()}, {}, {});
+    }
+    if (const std::optional<QString> error = obstacle(url, config.authorization))
+        return finish({}, error, {});
+    // Without the key, which is not kept longer than it is needed.
+    const auto onEnd = [=, baseURL = config.baseURL,
+                        model = config.model](const ChatTransfer::End &end) {
+        QStringList elements;
+        if (end.refusal)
+            return finish({chat::httpErrorText(end.refusal->status, baseURL)}, {},
+                          chat::adviceOn(*end.refusal, model));
+        if (end.error)
+            return finish({}, end.error, {});
+        events->finish(elements);
+        const bool isAnswer = *hasText || !elements.join(QString()).isEmpty();
+        finish(elements, {}, isAnswer ? QString() : chat::adviceOnNoAnswer(end.beginning));
+    };
+    send(id,
+         {*url, *config.authorization, chat::answerBody(config.model, config.instruction, prompt),
+          timeouts_.stream},
+         {onBytes, onEnd});
 }
 
 AIService::Task AIService::intent(const QString &query, const QStringList &apps,
                                   const QStringList &projects, const QStringList &editors,
                                   OnIntent onIntent) {
     const Config config = this->config();
-    const quint64 id = add({nullptr, nullptr, std::move(onIntent)});
+    const quint64 id = add({.onIntent = std::move(onIntent)});
     const auto body = std::make_shared<QByteArray>();
-    const auto onBytes = [=](QByteArrayView bytes) {
-        body->append(bytes);
-        return body->size() <= maxIntentReply;
-    };
     const auto onEnd = [=, this](const ChatTransfer::End &end) {
         const bool whole = !end.refusal && !end.error && body->size() <= maxIntentReply;
         later([=, this, intent = whole ? chat::intentFromReply(*body) : std::nullopt] {
@@ -173,8 +222,78 @@ AIService::Task AIService::intent(const QString &query, const QStringList &apps,
                 call.mapped()->onIntent(intent);
         });
     };
-    send(id, config, chat::intentBody(config.model, query, apps, projects, editors),
-         timeouts_.intent, {onBytes, onEnd});
+    const std::optional<QUrl> url = chat::endpoint(config.baseURL);
+    if (!config.hasKey || obstacle(url, config.authorization))
+        onEnd({});
+    else
+        send(id,
+             {*url, *config.authorization,
+              chat::intentBody(config.model, query, apps, projects, editors), timeouts_.intent},
+             {collect(body, maxIntentReply), onEnd});
+    return {this, id};
+}
+
+AIService::Task AIService::models(const Endpoint &endpoint, OnModels onModels) {
+    const quint64 id = add({.onModels = std::move(onModels)});
+    const auto body = std::make_shared<QByteArray>();
+    const auto finish = [=, this](const QStringList &models, const QString &problem) {
+        later([=, this] {
+            if (const auto call = calls_.extract(id))
+                call.mapped()->onModels(models, problem);
+        });
+    };
+    const auto onEnd = [=](const ChatTransfer::End &end) {
+        if (end.error)
+            return finish({}, *end.error);
+        if (end.refusal)
+            return finish({}, chat::listRefusedText(*end.refusal));
+        const std::optional<QStringList> models = chat::modelNames(*body);
+        finish(models.value_or(QStringList()), !models ? chat::noListText(end.beginning)
+                                               : models->isEmpty()
+                                                   ? u"The server has no models yet."_s
+                                                   : QString());
+    };
+    const std::optional<QUrl> url = chat::endpoint(endpoint.baseURL, chat::modelsPath);
+    const std::optional<QByteArray> authorization = authorizationOf(endpoint);
+    if (const std::optional<QString> problem = obstacle(url, authorization))
+        finish({}, *problem);
+    else
+        send(id, {*url, *authorization, std::nullopt, timeouts_.intent},
+             {collect(body, maxModelsReply), onEnd});
+    return {this, id};
+}
+
+AIService::Task AIService::test(const Endpoint &endpoint, OnTested onTested) {
+    const quint64 id = add({.onTested = std::move(onTested)});
+    const auto events = std::make_shared<ServerSentEvents>();
+    const auto elements = std::make_shared<QStringList>();
+    const auto onBytes = [=](QByteArrayView bytes) {
+        return events->read(bytes, *elements) && elements->isEmpty();
+    };
+    const auto finish = [=, this](const QString &words) {
+        later([=, this] {
+            if (const auto call = calls_.extract(id))
+                call.mapped()->onTested(words);
+        });
+    };
+    const auto onEnd = [=, baseURL = endpoint.baseURL,
+                        model = endpoint.model](const ChatTransfer::End &end) {
+        if (end.error)
+            return finish(*end.error);
+        if (end.refusal)
+            return finish(chat::httpErrorText(end.refusal->status, baseURL) + u'\n' +
+                          chat::adviceOn(*end.refusal, model));
+        events->finish(*elements);
+        finish(elements->isEmpty() ? chat::adviceOnNoAnswer(end.beginning)
+                                   : u"It works: “%1” answers."_s.arg(model));
+    };
+    const std::optional<QUrl> url = chat::endpoint(endpoint.baseURL);
+    const std::optional<QByteArray> authorization = authorizationOf(endpoint);
+    if (const std::optional<QString> problem = obstacle(url, authorization))
+        finish(*problem);
+    else
+        send(id, {*url, *authorization, chat::testBody(endpoint.model), timeouts_.intent},
+             {onBytes, onEnd});
     return {this, id};
 }
 

@@ -71,22 +71,36 @@ public:
         through displayText(). */
     using OnElement = std::function<void(const QString &)>;
     /** The end of an answer; with what went wrong, for people, if something did. */
-    using OnFinished = std::function<void(const std::optional<QString> &error)>;
+    /** Besides, what there is to do about a refusal, or about an answer without text; empty when
+        all is well or the error says it. */
+    using OnFinished =
+        std::function<void(const std::optional<QString> &error, const QString &advice)>;
     using OnIntent = std::function<void(const std::optional<Intent> &)>;
+    /** Names of models, or else the problem, for people. */
+    using OnModels = std::function<void(const QStringList &models, const QString &problem)>;
+    using OnTested = std::function<void(const QString &words)>;
+
+    /** An endpoint that need not be the stored one. */
+    struct Endpoint {
+        QString baseURL;
+        QString model;
+        QString key; ///< empty: none is sent
+    };
 
     /** Without secrets there is never a key. Both outlive the service. */
-    AIService(const UserDefaults &defaults, const SecretStore *secrets,
+    AIService(const UserDefaults &defaults, SecretStore *secrets,
               Timeouts timeouts = {std::chrono::seconds(60), std::chrono::seconds(20)});
     ~AIService() override;
 
     /** The process-wide instance, on the standard user defaults and the secrets that the platform
         installs before anything asks for it. Ends with the application object. */
     static AIService &shared();
-    static void installSecrets(const SecretStore *secrets) { sharedSecrets_ = secrets; }
+    static void installSecrets(SecretStore *secrets) { sharedSecrets_ = secrets; }
 
     /** Asks a question. A missing key and a refusal of the endpoint are answers of one element; an
         answer without end is cut off with a last element that says so. A base address that is no
-        URL is a fatal error. */
+        URL is a fatal error. Where the keyring is locked the desktop asks for its password first;
+        a keyring that stays locked is an answer of one element, too. */
     [[nodiscard]] Task stream(const QString &prompt, OnElement onElement, OnFinished onFinished);
 
     /** Asks which of the named things a query means. Every failure is no intent. */
@@ -94,37 +108,49 @@ public:
                               const QStringList &projects, const QStringList &editors,
                               OnIntent onIntent);
 
+    /** Asks an endpoint for its models. */
+    [[nodiscard]] Task models(const Endpoint &endpoint, OnModels onModels);
+
+    /** Asks an endpoint for the shortest answer, ends that at its first word, and says in words
+        what came back. */
+    [[nodiscard]] Task test(const Endpoint &endpoint, OnTested onTested);
+
 private:
     struct Config {
         QString baseURL;
         QString model;
+        QString instruction;
         bool hasKey = false;
         std::optional<QByteArray> authorization; ///< absent when the key cannot be sent
     };
     struct Call {
-        OnElement onElement;
-        OnFinished onFinished;
-        OnIntent onIntent;
+        OnElement onElement = {};
+        OnFinished onFinished = {};
+        OnIntent onIntent = {};
+        OnModels onModels = {};
+        OnTested onTested = {};
     };
 
     class Network;
 
     Config config() const;
     quint64 add(Call call);
-    /** What keeps the call from being sent is told to `onEnd` at once; a missing key is an empty
-        reply. */
-    void send(quint64 id, const Config &config, const QByteArray &body,
-              std::chrono::milliseconds silence, const ChatTransfer::Handlers &handlers);
+    void ask(quint64 id, const QString &prompt);
+    /** Why a request cannot be sent; nothing when it can. */
+    static std::optional<QString> obstacle(const std::optional<QUrl> &url,
+                                           const std::optional<QByteArray> &authorization);
+    void send(quint64 id, const ChatTransfer::Request &request,
+              const ChatTransfer::Handlers &handlers);
     void deliver(quint64 id, const QStringList &elements);
     void cancel(quint64 id);
     /** Runs later in the main thread, called from any. */
     template <typename Function>
     void later(Function function);
 
-    inline static const SecretStore *sharedSecrets_ = nullptr;
+    inline static SecretStore *sharedSecrets_ = nullptr;
 
     const UserDefaults &defaults_;
-    const SecretStore *secrets_;
+    SecretStore *secrets_;
     const Timeouts timeouts_;
     std::unordered_map<quint64, std::shared_ptr<const Call>> calls_;
     quint64 lastId_ = 0;

@@ -100,6 +100,10 @@ void AppDelegate::connectParts() {
     viewModel_.onAction = [this](const LauncherAction &action) { performAction(action); };
     viewModel_.onHide = [this] { hide(); };
     viewModel_.onQuit = [] { QCoreApplication::exit(); };
+    viewModel_.onShow = [this] {
+        if (!panel_->isVisible())
+            bringUp();
+    };
     catalog_.onUpdate = projects_.onUpdate = [this] { viewModel_.refreshInPlace(); };
     connect(&catalog_, &AppCatalog::iconArrived, &viewModel_, [this](const QString &path) {
         viewModel_.updateIcon(path, catalog_.icons().value(path));
@@ -154,6 +158,10 @@ bool AppDelegate::isIdle() const {
 void AppDelegate::show(quint32 time) {
     if (startsAfresh())
         viewModel_.reset();
+    bringUp(time);
+}
+
+void AppDelegate::bringUp(quint32 time) {
     viewModel_.lookUpAgain();
     panel_->position();
     panel_->present(time);

@@ -124,6 +124,8 @@ private:
     bool startsAfresh() const;
     void makePanel();
     void connectParts();
+    /** Shows the panel as it was left. */
+    void bringUp(quint32 time = 0);
     /** Fulfils the wishes at once; benchmark and query follow when the catalogs have loaded. */
     void obey(const CommandLine &commandLine);
     void openLastProject();

@@ -54,7 +54,7 @@ LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
     list->setContentsMargins(style::listInset, style::listInset, style::listInset, 0);
     list_ = new ResultList(listArea_);
     list->addWidget(list_);
-    answer_ = new AnswerArea([this]() -> const QString & { return viewModel_.aiResponse(); }, this);
+    answer_ = new AnswerArea([this]() -> const QString & { return viewModel_.aiText(); }, this);
 
     auto *stack = new QVBoxLayout(this);
     stack->setContentsMargins(0, 0, 0, 0);
@@ -104,6 +104,11 @@ QLayout *LauncherView::makeFooter() {
     footer->setContentsMargins(style::barPaddingX, style::footerPaddingY, style::barPaddingX,
                                style::footerPaddingY);
     footer->addWidget(status_);
+    hint_ = makeFooterLabel({});
+    hint_->hide();
+    // Rather cut off than wider than the panel.
+    hint_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    footer->addWidget(hint_, 1);
     footer->addStretch();
     footer->addWidget(makeFooterLabel(u"Corvid"_s));
     return footer;
@@ -145,11 +150,16 @@ void LauncherView::observe() {
             list_->select(viewModel_.selected());
     });
     connect(&viewModel_, &LauncherViewModel::statusTextChanged, this, &LauncherView::showStatus);
+    connect(&viewModel_, &LauncherViewModel::hintChanged, this, [this] {
+        hint_->setText(u"·  "_s + viewModel_.hint());
+        hint_->setVisible(!viewModel_.hint().isEmpty());
+    });
     connect(&viewModel_, &LauncherViewModel::aiModeChanged, this, &LauncherView::showMode);
     connect(&viewModel_, &LauncherViewModel::aiQuestionChanged, this, &LauncherView::showAnswer);
     connect(&viewModel_, &LauncherViewModel::aiResponseChanged, answer_,
             &AnswerArea::answerChanged);
     connect(&viewModel_, &LauncherViewModel::aiFailedChanged, this, &LauncherView::showAnswerKind);
+    connect(&viewModel_, &LauncherViewModel::aiAdviceChanged, answer_, &AnswerArea::answerChanged);
     connect(&viewModel_, &LauncherViewModel::aiBusyChanged, this,
             [this] { answer_->setBusy(viewModel_.aiBusy()); });
     connect(&viewModel_, &LauncherViewModel::displayFlushRequested, this, [this] {

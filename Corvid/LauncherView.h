@@ -71,6 +71,7 @@ private:
     ResultList *list_ = nullptr;
     AnswerArea *answer_ = nullptr;
     QLabel *status_ = nullptr;
+    QLabel *hint_ = nullptr; ///< beside the status, when there is something to say
 };
 
 } // namespace corvid

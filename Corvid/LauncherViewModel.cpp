@@ -16,6 +16,7 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace corvid {
@@ -71,6 +72,7 @@ bool LauncherViewModel::aiEnabled() const {
 
 void LauncherViewModel::refresh() {
     cancelIntent();
+    namesJustSent_ = namesJustSent_ && asks();
     assign(statusText_, asks() ? u"Ask AI  ·  Return to send"_s : QString(),
            &LauncherViewModel::statusTextChanged);
     if (parsedQuery_.kind == Query::Kind::In &&
@@ -82,7 +84,9 @@ void LauncherViewModel::refresh() {
     }
     const QString question = parsedQuery_.object.trimmed();
     const bool hasKey = environment_.keychain.has(settings::aiKeyAccount);
-    const Rows rows = questionRows(question, hasKey);
+    // One in a locked keyring need not be set up: asking has the keyring unlocked.
+    const Rows rows =
+        questionRows(question, hasKey || environment_.keychain.locked(settings::aiKeyAccount));
     if (hasKey && !question.isEmpty() && aiEnabled())
         fetchIntent(question, rows);
     publish(rows, selected_);
@@ -144,6 +148,26 @@ void LauncherViewModel::setSelected(int index) {
     if (index != selected_)
         withdrawQuestion();
     assign(selected_, index, &LauncherViewModel::selectedChanged);
+    showHint();
+}
+
+void LauncherViewModel::showHint() {
+    const ResultItem *row = selectedRow();
+    QString hint;
+    if (asks() && row && std::holds_alternative<OpenSettings>(row->action))
+        hint = parsedQuery_.object.isEmpty() ? u"Return does nothing before a question is typed"_s
+                                             : u"Return opens the settings"_s;
+    else if (namesJustSent_)
+        hint = u"Names of your apps and projects go along (see Settings)"_s;
+    assign(hint_, hint, &LauncherViewModel::hintChanged);
+}
+
+void LauncherViewModel::noteThatNamesAreSent() {
+    if (settings::aiNamesNoted(environment_.defaults))
+        return;
+    settings::setAiNamesNoted(environment_.defaults);
+    namesJustSent_ = true;
+    showHint();
 }
 
 void LauncherViewModel::moveSelection(int delta) {
@@ -337,6 +361,7 @@ void LauncherViewModel::endAnswers() {
     setAiBusy(false);
     setAiResponse(QString());
     setAiFailed(false);
+    setAiAdvice(QString());
 }
 
 void LauncherViewModel::stopAnswer() {
@@ -411,7 +436,7 @@ void LauncherViewModel::cancelIntent() {
 
 void LauncherViewModel::fetchIntent(const QString &query, const Rows &baseItems) {
     cancelIntent();
-    if (!catalog || !projects)
+    if (!catalog || !projects || !settings::aiSendsNames(environment_.defaults))
         return;
     const auto onIntent = [=, this](const std::optional<Intent> &intent) {
         // Asked for anew: the catalogs may have changed meanwhile.
@@ -430,6 +455,7 @@ void LauncherViewModel::fetchIntent(const QString &query, const Rows &baseItems)
             editors.append(from.apps[index].name);
         intent_ = environment_.ai.intent(query, namesOf(from.apps), namesOf(from.projects), editors,
                                          onIntent);
+        noteThatNamesAreSent();
     });
     pauseInTyping_.start();
 }
@@ -442,8 +468,17 @@ void LauncherViewModel::askAI(const QString &question) {
     setAiQuestion(question);
     setAiResponse(QString());
     setAiFailed(false);
+    setAiAdvice(QString());
     std::erase_if(answers_, [](const AIService::Task &task) { return !task.active(); });
-    const auto append = [this](const QString &element) {
+    // Whatever comes first, it comes once the prompt is gone.
+    const auto prompted =
+        std::make_shared<bool>(environment_.keychain.locked(settings::aiKeyAccount));
+    const auto comeBack = [this, prompted] {
+        if (std::exchange(*prompted, false) && onShow)
+            onShow();
+    };
+    const auto append = [this, comeBack](const QString &element) {
+        comeBack();
         const QString text = displayText(element);
         if (text.isEmpty())
             return;
@@ -453,15 +488,24 @@ void LauncherViewModel::askAI(const QString &question) {
         aiResponse_ += text;
         Q_EMIT aiResponseChanged();
     };
-    const auto finish = [this](const std::optional<QString> &error) {
+    const auto finish = [this, comeBack](const std::optional<QString> &error,
+                                         const QString &advice) {
+        comeBack();
         if (error) {
             setAiFailed(true);
             setAiResponse(u"Error: "_s + displayText(*error) +
                           u"\n\nSet your API key in Settings (menu bar icon)."_s);
         }
+        setAiAdvice(displayText(advice));
         setAiBusy(false);
     };
     answers_.push_back(environment_.ai.stream(question, append, finish));
+}
+
+const QString &LauncherViewModel::aiText() const {
+    if (aiAdvice_.isEmpty())
+        return aiResponse_;
+    return aiText_ = aiResponse_.isEmpty() ? aiAdvice_ : aiResponse_ + u"\n\n"_s + aiAdvice_;
 }
 
 void LauncherViewModel::copyAnswer(const QString &part) {

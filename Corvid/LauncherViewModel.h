@@ -79,6 +79,13 @@ public:
     void setAiResponse(const QString &text) {
         assign(aiResponse_, text, &LauncherViewModel::aiResponseChanged);
     }
+    /** What else there is to say of the answer or of its failure; empty mostly. */
+    const QString &aiAdvice() const { return aiAdvice_; }
+    void setAiAdvice(const QString &text) {
+        assign(aiAdvice_, text, &LauncherViewModel::aiAdviceChanged);
+    }
+    /** The answer and below it the advice, as people see them. */
+    const QString &aiText() const;
     /** An answer is streaming. */
     bool aiBusy() const { return aiBusy_; }
     void setAiBusy(bool busy) { assign(aiBusy_, busy, &LauncherViewModel::aiBusyChanged); }
@@ -90,6 +97,8 @@ public:
     }
     /** Hint line under the list. */
     const QString &statusText() const { return statusText_; }
+    /** What else Return does, or what is to be known, beside that line; empty mostly. */
+    const QString &hint() const { return hint_; }
     /** Identity of the current showing; a new value tells the view to start afresh. */
     const QUuid &session() const { return session_; }
 
@@ -97,6 +106,9 @@ public:
     std::function<void()> onHide;
     /** Called when the user wants the program to end, and has been asked. */
     std::function<void()> onQuit;
+    /** The desktop's prompt for the keyring's password, which had taken the panel's place, is gone
+        and there is something to read. */
+    std::function<void()> onShow;
     /** Without one of the two, only questions have rows. */
     AppCatalog *catalog = nullptr;
     ProjectIndex *projects = nullptr;
@@ -139,7 +151,8 @@ public:
        the disk is looked up again and takes its place when it arrives. */
     void lookUpAgain();
     /** Asks the endpoint what a query means when typing has paused for 400 ms; a row for it, if it
-        names something here, then stands before the given ones. Replaces what was under way. */
+        names something here, then stands before the given ones. Replaces what was under way. Asks
+        nothing where the user does not want names to be sent. */
     void fetchIntent(const QString &query, const Rows &baseItems);
     /** Shows the AI answer to a question as it comes, or what went wrong with it. An earlier answer
         that is still coming is appended to the same text. */
@@ -169,10 +182,12 @@ Q_SIGNALS:
     void focusSearchChanged();
     void aiModeChanged();
     void aiResponseChanged();
+    void aiAdviceChanged();
     void aiBusyChanged();
     void aiFailedChanged();
     void aiQuestionChanged();
     void statusTextChanged();
+    void hintChanged();
     void sessionChanged();
     /** The selected row's path was copied. */
     void pathCopied();
@@ -213,6 +228,8 @@ private:
     void setAiFailed(bool failed) {
         assign(aiFailed_, failed, &LauncherViewModel::aiFailedChanged);
     }
+    void showHint();
+    void noteThatNamesAreSent();
 
     Environment environment_;
     QString query_;
@@ -226,10 +243,14 @@ private:
     bool aiMode_ = false;
     QString aiQuestion_;
     QString aiResponse_;
+    QString aiAdvice_;
+    mutable QString aiText_; ///< made when asked for, where there is advice
     bool aiBusy_ = false;
     bool aiFailed_ = false;
     QString statusText_;
     std::optional<ResultItem> questioned_; ///< the row without the question in its place
+    QString hint_;
+    bool namesJustSent_ = false; ///< for the first time ever, while this question is typed
     QUuid session_ = QUuid::createUuid();
     std::vector<AIService::Task> answers_; ///< under way, or ended since
     QTimer pauseInTyping_;

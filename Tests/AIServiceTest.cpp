@@ -1,4 +1,5 @@
 #include "AIService.h"
+#include "Base/Settings.h"
 #include "Chat/ChatProtocol.h"
 #include "Chat/ServerSentEvents.h"
 #include "Fakes/FakeSecretStore.h"
@@ -68,6 +69,7 @@ struct Answer {
     QStringList elements;
     int ends = 0;
     std::optional<QString> error;
+    QString advice;
 
     QString text() const { return elements.join(QString()); }
 };
@@ -89,9 +91,10 @@ protected:
     AIService::Task stream(Answer &answer, const QString &prompt = u"why"_s) {
         return service->stream(
             prompt, [&answer](const QString &element) { answer.elements.append(element); },
-            [&answer](const std::optional<QString> &error) {
+            [&answer](const std::optional<QString> &error, const QString &advice) {
                 ++answer.ends;
                 answer.error = error;
+                answer.advice = advice;
             });
     }
 
@@ -160,7 +163,8 @@ TEST_F(AIServiceTest, aStreamIsAPostOfJsonWithTheKey) {
     EXPECT_EQ(request.path, "/v1/chat/completions");
     EXPECT_EQ(request.headers["content-type"], "application/json");
     EXPECT_EQ(request.headers["authorization"], "Bearer " + key.toUtf8());
-    EXPECT_EQ(request.body, chat::answerBody(u"llama"_s, u"why"_s));
+    EXPECT_EQ(request.body,
+              chat::answerBody(u"llama"_s, settings::aiInstruction(defaults), u"why"_s));
 }
 
 TEST_F(AIServiceTest, anIntentIsAPostOfJsonWithTheKey) {
@@ -216,13 +220,34 @@ TEST_F(AIServiceTest, everyCallReadsItsConfigurationAfresh) {
     EXPECT_EQ(bodyOf(second.requests()[0])["model"_L1], u"m2"_s);
 }
 
-TEST_F(AIServiceTest, theKeyIsSentExactlyAsStored) {
-    // Blanks at the end are no part of what a header says, so Qt 6.7 and later leave them out.
-    secrets.secrets[u"ai-api-key"_s] = u"a  b~!"_s;
+TEST_F(AIServiceTest, theKeyIsSentAsStoredInUtf8WithoutTheBlanksAndLineEndsAroundIt) {
     const ChatServer server(streamHead);
-    ask(server);
-    ASSERT_EQ(server.requests().size(), 1U);
-    EXPECT_EQ(server.requests()[0].headers["authorization"], "Bearer a  b~!");
+    for (const QString &stored : {u"a  b~!é日"_s, u"a  b~!é日\n"_s, u" \ta  b~!é日\r\n"_s}) {
+        secrets.secrets[u"ai-api-key"_s] = stored;
+        ask(server);
+    }
+    ASSERT_EQ(server.requests().size(), 3U);
+    for (const Request &request : server.requests())
+        EXPECT_EQ(request.headers["authorization"], "Bearer a  b~!é日");
+}
+
+TEST_F(AIServiceTest, aKeyOfBlanksAloneIsNone) {
+    secrets.secrets[u"ai-api-key"_s] = u" \n"_s;
+    EXPECT_EQ(ask(u"http://127.0.0.1:1"_s).elements, QStringList(chat::noKeyText()));
+}
+
+TEST_F(AIServiceTest, anInstructionOfTheUsersReplacesOurs) {
+    const ChatServer server(streamHead);
+    for (const QJsonValue &stored :
+         {QJsonValue(), QJsonValue(7), QJsonValue(u""_s), QJsonValue(u"Rhyme."_s)}) {
+        defaults.set(u"aiInstruction"_s, stored);
+        ask(server);
+    }
+    QStringList instructions;
+    for (const Request &request : server.requests())
+        instructions.append(bodyOf(request)["messages"_L1][0]["content"_L1].toString());
+    const QString ours = u"You are a concise assistant inside a macOS launcher. Answer briefly."_s;
+    EXPECT_EQ(instructions, QStringList({ours, ours, ours, u"Rhyme."_s}));
 }
 
 // Without a usable configuration
@@ -254,10 +279,10 @@ TEST_F(AIServiceTest, withoutAKeyThereIsNoIntentAndNobodyIsAsked) {
 
 TEST_F(AIServiceTest, aKeyThatWouldNotStayOneHeaderIsAnErrorAndIsNotSent) {
     const ChatServer server(streamHead);
-    for (const QString &bad : {u"sk-1\r\nX-Evil: 1"_s, u"sk-1\n"_s, u"sk-é"_s}) {
+    for (const QString &bad : {u"sk-1\r\nX-Evil: 1"_s, u"sk\t1"_s, u"sk\u2028x"_s}) {
         secrets.secrets[u"ai-api-key"_s] = bad;
         const Answer answer = ask(server);
-        EXPECT_EQ(answer.error, u"The API key holds a character that cannot be sent."_s);
+        EXPECT_EQ(answer.error, chat::unsendableKeyText());
         EXPECT_TRUE(answer.elements.isEmpty());
         EXPECT_FALSE(intent(server));
     }
@@ -267,7 +292,7 @@ TEST_F(AIServiceTest, aKeyThatWouldNotStayOneHeaderIsAnErrorAndIsNotSent) {
 TEST_F(AIServiceTest, onlyWebAddressesAreAsked) {
     for (const QString &base : {u"file:///tmp"_s, u"data:text/plain,x"_s, u"localhost:11434/v1"_s,
                                 u"api.example"_s, u"ftp://127.0.0.1"_s}) {
-        EXPECT_EQ(ask(base).error, u"The base URL is not an http or https address."_s);
+        EXPECT_TRUE(ask(base).error->startsWith(u"The base URL is not an http or https address."));
         EXPECT_FALSE(intent(base));
     }
 }
@@ -286,6 +311,52 @@ TEST_F(AIServiceDeathTest, aBaseAddressThatIsNoUrlIsFatalForAStream) {
 
 TEST_F(AIServiceTest, aBaseAddressThatIsNoUrlIsNoIntent) {
     EXPECT_FALSE(intent(u"http://[bad"_s));
+}
+
+// With a locked keyring
+
+TEST_F(AIServiceTest, aQuestionHasALockedKeyringUnlockedAndIsThenAsked) {
+    secrets.isLocked = true;
+    const ChatServer server(streamHead + chunk("a"));
+    EXPECT_EQ(ask(server).text(), u"a");
+    EXPECT_EQ(secrets.prompts, 1);
+    EXPECT_EQ(server.requests()[0].headers["authorization"], "Bearer " + key.toUtf8());
+}
+
+TEST_F(AIServiceTest, aKeyringThatStaysLockedIsSaidAndNotCalledAMissingKey) {
+    secrets.isLocked = true;
+    secrets.userUnlocks = false;
+    const ChatServer server(streamHead);
+    const Answer answer = ask(server);
+    EXPECT_EQ(answer.elements, QStringList(chat::lockedText()));
+    EXPECT_FALSE(answer.error);
+    EXPECT_EQ(answer.ends, 1);
+    EXPECT_EQ(server.connections(), 0);
+}
+
+TEST_F(AIServiceTest, whatIsResolvedWhileTypingNeverAsksForThePassword) {
+    secrets.isLocked = true;
+    const ChatServer server(response("200 OK", intentReply(u"{}"_s)));
+    EXPECT_FALSE(intent(server));
+    EXPECT_EQ(secrets.prompts, 0);
+    EXPECT_EQ(server.connections(), 0);
+}
+
+TEST_F(AIServiceTest, whoGoesAwayWhileThePasswordIsAskedForIsNotCalledBack) {
+    secrets.isLocked = true;
+    const ChatServer server(streamHead);
+    defaults.set(u"aiBaseURL"_s, server.baseURL());
+    Answer answer;
+    {
+        const AIService::Task task = stream(answer);
+        EXPECT_TRUE(task.active());
+    }
+    Answer orphan;
+    const AIService::Task task = stream(orphan);
+    service.reset();
+    EXPECT_TRUE(eventually([&] { return secrets.prompts > 0; }));
+    EXPECT_EQ(answer.ends + orphan.ends, 0);
+    EXPECT_EQ(server.connections(), 0);
 }
 
 // Calls and their tasks
@@ -387,7 +458,7 @@ TEST_F(AIServiceTest, cancellingInACallbackLeavesOutTheElementsThatHadArrivedToo
             elements.append(element);
             task = AIService::Task();
         },
-        [&](const auto &) { ++ends; });
+        [&](const auto &, const QString &) { ++ends; });
     ASSERT_TRUE(eventually([&] { return !elements.isEmpty(); }));
     const Answer next = ask(server);
     EXPECT_EQ(next.text(), u"ab");
@@ -401,7 +472,7 @@ TEST_F(AIServiceTest, aTaskMayBeDestroyedInItsLastCallback) {
     auto task = std::make_unique<AIService::Task>();
     *task = service->stream(
         u"q"_s, [](const QString &) {},
-        [&](const auto &) {
+        [&](const auto &, const QString &) {
             task.reset();
             ended = true;
         });
@@ -472,7 +543,7 @@ TEST_F(AIServiceTest, theSharedInstanceWorksOnTheInstalledStores) {
     bool ended = false;
     const AIService::Task task = AIService::shared().stream(
         u"q"_s, [&](const QString &element) { text += element; },
-        [&](const auto &) { ended = true; });
+        [&](const auto &, const QString &) { ended = true; });
     EXPECT_TRUE(eventually([&] { return ended; }));
     EXPECT_EQ(text, u"a");
 }
@@ -574,6 +645,34 @@ TEST_F(AIServiceTest, aRefusalIsOneElementThatNamesStatusAndAddress) {
     }
 }
 
+TEST_F(AIServiceTest, aRefusalComesWithWhatToDoAndTheServersOwnWordsBesideItsText) {
+    const ChatServer server(response("429 Slow down", R"({"error":{"message":"Quota of sk used"}})",
+                                     "Retry-After: 20\r\n"));
+    const Answer answer = ask(server);
+    EXPECT_EQ(answer.elements,
+              QStringList(u"HTTP 429 from %1. Check endpoint, key, and model name."_s.arg(
+                  server.baseURL())));
+    EXPECT_EQ(answer.advice, u"Too many requests. Ask again in 20 seconds.\n\nThe server says: "
+                             "Quota of sk used");
+}
+
+TEST_F(AIServiceTest, aServerThatRepeatsTheKeyDoesNotGetItOntoTheScreen) {
+    for (const char *status : {"401 No", "200 OK"}) {
+        const ChatServer server(
+            response(status, R"({"error":{"message":"Bad key )" + key.toUtf8() + "!\"}}"));
+        EXPECT_TRUE(ask(server).advice.endsWith(u"The server says: Bad key …!")) << status;
+    }
+}
+
+TEST_F(AIServiceTest, aRefusalWithoutEndIsToldAllTheSame) {
+    const ChatServer server([](Connection &connection, const Request &) {
+        connection.send("HTTP/1.1 500 Oops\r\n\r\n");
+        while (connection.send(QByteArray(4096, 'x'))) {
+        }
+    });
+    EXPECT_TRUE(ask(server).advice.endsWith(u"says: "_s + QString(500, u'x') + u'…'));
+}
+
 TEST_F(AIServiceTest, aServerThatAsksForOtherCredentialsIsARefusal) {
     for (const char *scheme :
          {"Basic realm=\"x\"", "Digest realm=\"x\", nonce=\"1\"", "Negotiate", "NTLM", "Bearer"}) {
@@ -601,7 +700,10 @@ TEST_F(AIServiceTest, aRefusedConnectionIsAnError) {
         gone = server.baseURL();
     }
     const Answer answer = ask(gone);
-    EXPECT_EQ(answer.error, u"Connection refused"_s);
+    EXPECT_EQ(answer.error,
+              u"Connection refused: nothing listens at %1. Start the server there, or correct the "
+              "Base URL in Settings."_s.arg(QUrl(gone).authority()));
+    EXPECT_TRUE(answer.advice.isEmpty());
     EXPECT_TRUE(answer.elements.isEmpty());
     EXPECT_EQ(answer.ends, 1);
     EXPECT_FALSE(intent(gone));
@@ -609,7 +711,8 @@ TEST_F(AIServiceTest, aRefusedConnectionIsAnError) {
 
 TEST_F(AIServiceTest, anUnknownHostIsAnError) {
     const Answer answer = ask(u"http://nobody.invalid/v1"_s);
-    EXPECT_EQ(answer.error, u"Host nobody.invalid not found"_s);
+    EXPECT_EQ(answer.error, u"Host nobody.invalid not found. Check the Base URL in Settings, and "
+                            "whether this machine is online."_s);
     EXPECT_FALSE(intent(u"http://nobody.invalid/v1"_s));
 }
 
@@ -697,6 +800,7 @@ TEST_F(AIServiceTest, aWebPageInsteadOfAnAnswerIsAnEmptyAnswer) {
     const Answer answer = ask(server);
     EXPECT_TRUE(answer.elements.isEmpty());
     EXPECT_FALSE(answer.error);
+    EXPECT_TRUE(answer.advice.startsWith(u"What came back is no answer of a chat endpoint."));
     EXPECT_FALSE(intent(server));
 }
 
@@ -744,7 +848,7 @@ TEST_F(AIServiceTest, aSilentServerIsAnErrorAfterTheTimeout) {
             closed.set_value(connection.waitForClose());
         });
         const Answer answer = ask(server);
-        EXPECT_EQ(answer.error, u"The request timed out."_s);
+        EXPECT_TRUE(answer.error && answer.error->startsWith(u"The request timed out: 127.0.0.1"));
         EXPECT_EQ(answer.text(),
                   beginning.endsWith('\n') && beginning.contains("data") ? u"a" : u"");
         EXPECT_TRUE(closed.get_future().get());
@@ -888,13 +992,16 @@ TEST_F(AIServiceTest, aRedirectToAnotherOriginIsARefusalAndNobodyIsAskedThere) {
             EXPECT_TRUE(answer.text().startsWith(u"HTTP "_s + QString::fromLatin1(status, 3) +
                                                  u" from "_s + server.baseURL()));
             EXPECT_FALSE(answer.error);
+            EXPECT_TRUE(answer.advice.startsWith(u"The server points to http://"_s))
+                << answer.advice.toStdString();
+            EXPECT_TRUE(answer.advice.contains(u':' + QString::number(other.port())));
             EXPECT_FALSE(intent(server));
         }
     }
     EXPECT_EQ(other.connections(), 0);
 }
 
-TEST_F(AIServiceTest, aRedirectToTheSameHostAndPortByAnotherSchemeOrNameIsARefusal) {
+TEST_F(AIServiceTest, aRedirectByAnotherNameOrSchemeIsARefusalUnlessItIsHttps) {
     quint16 port = 0;
     QByteArray target;
     const ChatServer server([&](Connection &connection, const Request &) {
@@ -902,11 +1009,14 @@ TEST_F(AIServiceTest, aRedirectToTheSameHostAndPortByAnotherSchemeOrNameIsARefus
                                  "Location: " + target + QByteArray::number(port) + "/\r\n"));
     });
     port = server.port();
-    for (const char *origin : {"https://127.0.0.1:", "http://localhost:", "http://127.0.0.2:"}) {
+    for (const char *origin : {"http://localhost:", "http://127.0.0.2:", "ftp://127.0.0.1:"}) {
         target = origin;
         EXPECT_TRUE(ask(server).text().startsWith(u"HTTP 307 from "));
     }
     EXPECT_EQ(server.requests().size(), 3U);
+    target = "https://127.0.0.1:"; // where this server speaks no TLS
+    EXPECT_TRUE(ask(server).error);
+    EXPECT_EQ(server.requests().size(), 4U);
 }
 
 TEST_F(AIServiceTest, redirectsWithoutEndAreARefusal) {
@@ -1018,6 +1128,14 @@ TEST_F(AIServiceTlsTest, anIntentOverHttp2IsTheSameIntent) {
 TEST_F(AIServiceTlsTest, aRefusalOverHttp2IsARefusal) {
     trustTheServer();
     EXPECT_TRUE(ask(baseURL + u"/refuse"_s).text().startsWith(u"HTTP 429 from "));
+}
+
+TEST_F(AIServiceTlsTest, aRedirectFromHttpToHttpsOfTheSameHostIsFollowed) {
+    trustTheServer();
+    const ChatServer plain(response("308 Permanent Redirect", "",
+                                    "Location: " + baseURL.toUtf8() + "/chat/completions\r\n"));
+    EXPECT_EQ(ask(plain).text(), u"over HTTP/2 日本");
+    EXPECT_EQ(line(), u"POST /v1/chat/completions Bearer "_s + key);
 }
 
 TEST_F(AIServiceTlsTest, aStreamResetOverHttp2KeepsTheTextAndIsAnError) {

@@ -107,7 +107,7 @@ protected:
     FakeTrayWatch tray;
     FakeAppearanceSettings appearance;
     FakeFolderDialog folderDialog;
-    AIService ai{defaults, nullptr};
+    AIService ai{defaults, &secrets};
     FakeSessionControl session;
     BootClock::time_point now{std::chrono::hours(1)};
     std::optional<AppDelegate> owned{
@@ -528,6 +528,22 @@ TEST_F(AppDelegateTest, hidingTakesAQuestionBack) {
 TEST_F(AppDelegateTest, anActionOfAnApplicationIsRun) {
     delegate.performAction(RunAction{zed.path, u"quiet"_s});
     EXPECT_EQ(workspace.calls, QStringList(u"runAction "_s + zed.path + u" quiet"_s));
+}
+
+TEST_F(AppDelegateTest, whenTheKeyringsPromptIsGoneThePanelComesBackWithTheQuestion) {
+    launch();
+    secrets.set(u"ai-api-key"_s, u"sk"_s);
+    secrets.isLocked = true;
+    secrets.userUnlocks = false;
+    delegate.show();
+    delegate.viewModel().setQuery(u"ai why"_s);
+    delegate.viewModel().submit();
+    delegate.panel()->onResignKey();
+    EXPECT_FALSE(delegate.panel()->isVisible()) << "to the prompt";
+    now += std::chrono::minutes(1); // as long as it takes to find the password
+    EXPECT_TRUE(waitUntil([&] { return delegate.panel()->isVisible(); }));
+    EXPECT_EQ(delegate.viewModel().query(), u"ai why");
+    EXPECT_TRUE(delegate.viewModel().aiMode());
 }
 
 TEST_F(AppDelegateTest, theSettingsHaveOneWindowThatIsMadeWhenItIsFirstOpened) {

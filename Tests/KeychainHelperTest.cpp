@@ -252,15 +252,64 @@ TEST_F(KeychainHelperTest, aLockedCollectionGivesNoValueAndUnlockingBringsItBack
     EXPECT_TRUE(keyBecomes(u"secret"_s));
 }
 
+TEST_F(KeychainHelperTest, aLockedKeyIsKnownToBeThere) {
+    EXPECT_FALSE(keychain().locked(keyAccount));
+    store("secret");
+    EXPECT_TRUE(keyBecomes(u"secret"_s));
+    EXPECT_FALSE(keychain().locked(keyAccount));
+    lock();
+    EXPECT_TRUE(eventually([&] { return keychain().locked(keyAccount); }));
+    EXPECT_FALSE(keychain().has(keyAccount));
+    unlock();
+    EXPECT_TRUE(eventually([&] { return !keychain().locked(keyAccount); }));
+    EXPECT_EQ(keychain().get(keyAccount), u"secret");
+}
+
+TEST_F(KeychainHelperTest, unlockingWhereNobodyCanAskForThePasswordLeavesTheKeyLocked) {
+    store("secret");
+    lock();
+    bool over = false;
+    keychain().unlock(keyAccount, [&] { over = true; });
+    EXPECT_TRUE(eventually([&] { return over; }));
+    EXPECT_TRUE(keychain().locked(keyAccount));
+    unlock();
+    EXPECT_TRUE(keyBecomes(u"secret"_s));
+}
+
+TEST_F(KeychainHelperTest, aSaveIntoALockedKeyringIsToldAsSuch) {
+    std::optional<SecretStore::Saved> saved;
+    const auto keep = [&](SecretStore::Saved how) { saved = how; };
+    keychain().save(keyAccount, u"old"_s, keep);
+    EXPECT_TRUE(eventually([&] { return saved == SecretStore::Saved::Stored; }));
+    lock();
+    keychain().save(keyAccount, u"new"_s, keep);
+    EXPECT_TRUE(eventually([&] { return saved == SecretStore::Saved::Locked; }));
+    EXPECT_EQ(keychain().get(keyAccount), std::nullopt);
+    unlock();
+    EXPECT_TRUE(keyBecomes(u"old"_s));
+}
+
+TEST_F(KeychainHelperTest, aFirstKeyForALockedKeyringIsToldAsNotStored) {
+    lock();
+    std::optional<SecretStore::Saved> saved;
+    keychain().save(keyAccount, u"new"_s, [&](SecretStore::Saved how) { saved = how; });
+    EXPECT_TRUE(eventually([&] { return saved.has_value(); }));
+    EXPECT_NE(saved, SecretStore::Saved::Stored);
+    EXPECT_EQ(keychain().get(keyAccount), std::nullopt);
+}
+
 TEST_F(KeychainHelperTest, aCollectionThatIsLockedAtStartGivesNoValueUntilItIsUnlocked) {
     store("secret");
     lock();
     EXPECT_EQ(keychain().get(keyAccount), std::nullopt);
     // Whatever else is saved or found, the answer to this stays.
     EXPECT_EQ(keychain().get(u"another"_s), std::nullopt);
+    EXPECT_TRUE(eventually([&] { return keychain().locked(keyAccount); }));
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(keychain().get(keyAccount), std::nullopt);
     unlock();
     EXPECT_TRUE(keyBecomes(u"secret"_s));
-    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(changes, 2);
 }
 
 TEST_F(KeychainHelperTest, aSaveThatCannotUnlockLeavesTheOldSecretAndNoSecondItem) {

@@ -602,7 +602,10 @@ TEST_F(LauncherViewModelAITest, aRefusedConnectionIsAnError) {
     world.defaults.set(u"aiBaseURL"_s, u"http://127.0.0.1:1"_s);
     model.askAI(u"what"_s);
     ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
-    EXPECT_TRUE(model.aiResponse().startsWith(u"Error: "_s));
+    EXPECT_EQ(model.aiText(),
+              u"Error: Connection refused: nothing listens at 127.0.0.1:1. Start the "
+              "server there, or correct the Base URL in Settings.\n\nSet your API "
+              "key in Settings (menu bar icon).");
 }
 
 TEST_F(LauncherViewModelAITest, aMissingKeyAndARefusalAreAnswersLikeAnyOther) {
@@ -618,6 +621,117 @@ TEST_F(LauncherViewModelAITest, aMissingKeyAndARefusalAreAnswersLikeAnyOther) {
     EXPECT_EQ(model.aiResponse(), QString());
     ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
     EXPECT_EQ(model.aiResponse(), chat::noKeyText());
+}
+
+TEST_F(LauncherViewModelAITest, whatToDoAboutARefusalStandsBelowItsText) {
+    serve([](Connection &connection, const Request &) {
+        connection.send("HTTP/1.1 401 No\r\nContent-Length: 10\r\n\r\nnot\x1b today");
+    });
+    model.askAI(u"what"_s);
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    const QString text =
+        u"HTTP 401 from "_s + server->baseURL() + u". Check endpoint, key, and model name."_s;
+    EXPECT_EQ(model.aiResponse(), text);
+    EXPECT_EQ(model.aiText(),
+              text + u"\n\nThe server does not accept the API key. Is it whole, still valid, and "
+                     "one for this address?\n\nThe server says: not today"_s);
+    world.secrets.secrets.clear();
+    model.askAI(u"what"_s);
+    EXPECT_EQ(model.aiText(), QString()) << "another question, nothing to say of it yet";
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(model.aiText(), chat::noKeyText());
+}
+
+TEST_F(LauncherViewModelAITest, whatIsNoAnswerIsSaidWhereTheAnswerWouldBe) {
+    serve([](Connection &connection, const Request &) {
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\n<html>");
+    });
+    model.askAI(u"what"_s);
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(model.aiResponse(), QString());
+    EXPECT_EQ(model.aiText(), u"What came back is no answer of a chat endpoint. Check the Base URL "
+                              "in Settings: most end in /v1.");
+    model.cancel();
+    EXPECT_EQ(model.aiText(), QString());
+}
+
+TEST_F(LauncherViewModelAITest, aLockedKeyringIsUnlockedByReturnOnAQuestionAndNeverByTyping) {
+    serve([](Connection &connection, const Request &) {
+        connection.send(streamHead + chunk(u"text"_s));
+    });
+    world.secrets.isLocked = true;
+    world.secrets.userUnlocks = false;
+    int shows = 0;
+    model.onShow = [&] { ++shows; };
+    for (const QString &typed : {u"ai"_s, u"ai "_s, u"ai w"_s, u"ai why"_s})
+        model.setQuery(typed);
+    outlastDebounce();
+    EXPECT_EQ(world.secrets.prompts, 0);
+    EXPECT_EQ(ids(), QStringList(u"ai-ask"_s)) << "there is a key: nothing to set up";
+    model.submit();
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(world.secrets.prompts, 1);
+    EXPECT_EQ(model.aiResponse(), chat::lockedText());
+    EXPECT_EQ(shows, 1) << "the prompt had taken the panel's place";
+    world.secrets.userUnlocks = true;
+    model.submit();
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(model.aiResponse(), u"text");
+    EXPECT_EQ(world.secrets.prompts, 2);
+    EXPECT_EQ(shows, 2);
+    model.submit();
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(shows, 2) << "nobody was asked for anything";
+}
+
+TEST_F(LauncherViewModelAITest, theFooterSaysWhatReturnDoesOnTheSetUpRow) {
+    world.secrets.secrets.clear();
+    model.setQuery(u"ai"_s);
+    EXPECT_EQ(ids(), QStringList(u"ai-setup"_s));
+    EXPECT_EQ(model.statusText(), u"Ask AI  ·  Return to send");
+    EXPECT_EQ(model.hint(), u"Return does nothing before a question is typed");
+    model.submit();
+    EXPECT_TRUE(world.actions.empty());
+    EXPECT_FALSE(model.aiMode());
+    model.setQuery(u"ai why"_s);
+    EXPECT_EQ(model.hint(), QString()) << "Return asks, as the status says";
+    model.moveSelection(1);
+    EXPECT_EQ(model.hint(), u"Return opens the settings");
+    model.setQuery(u"why"_s);
+    EXPECT_EQ(model.hint(), QString());
+}
+
+TEST_F(LauncherViewModelAITest, theFirstLineThatIsSentWithNamesIsNotedOnceInTheFooter) {
+    serveIntent({{u"action"_s, u"none"_s}});
+    const QString note = u"Names of your apps and projects go along (see Settings)"_s;
+    model.setQuery(u"ai open it"_s);
+    EXPECT_EQ(model.hint(), QString()) << "nothing is sent yet";
+    ASSERT_TRUE(waitUntil([this] { return !server->requests().empty(); }));
+    EXPECT_EQ(model.hint(), note);
+    model.setQuery(u"ai open it no"_s);
+    EXPECT_EQ(model.hint(), note) << "to be read while the line is typed on";
+    model.setQuery(u"open it"_s);
+    EXPECT_EQ(model.hint(), QString());
+    model.setQuery(u"ai open another"_s);
+    ASSERT_TRUE(waitUntil([this] { return server->requests().size() >= 2; }));
+    EXPECT_EQ(model.hint(), QString()) << "once";
+    EXPECT_EQ(world.defaults.value(u"aiNamesNoted"_s), QJsonValue(true));
+}
+
+TEST_F(LauncherViewModelAITest, whereNamesAreNotToBeSentLinesAreNotEitherAndAnswersCome) {
+    serve([](Connection &connection, const Request &) {
+        connection.send(streamHead + chunk(u"text"_s));
+    });
+    world.defaults.set(u"aiSendsNames"_s, false);
+    model.setQuery(u"ai open alpha"_s);
+    outlastDebounce();
+    EXPECT_TRUE(server->requests().empty());
+    EXPECT_TRUE(world.defaults.value(u"aiNamesNoted"_s).isUndefined());
+    model.submit();
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(model.aiResponse(), u"text");
+    ASSERT_EQ(server->requests().size(), 1U);
+    EXPECT_FALSE(server->requests()[0].body.contains("Alpha"));
 }
 
 TEST_F(LauncherViewModelAITest, controlCharactersAndOverridesOfDirectionAreNotShown) {

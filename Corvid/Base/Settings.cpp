@@ -21,6 +21,9 @@ const QString projectRootsKey = u"projectRoots"_s;
 const QString aiEnabledKey = u"aiEnabled"_s;
 const QString aiBaseURLKey = u"aiBaseURL"_s;
 const QString aiModelKey = u"aiModel"_s;
+const QString aiInstructionKey = u"aiInstruction"_s;
+const QString aiSendsNamesKey = u"aiSendsNames"_s;
+const QString aiNamesNotedKey = u"aiNamesNoted"_s;
 const QString lastProjectKey = u"lastProject"_s;
 const QString webSearchURLKey = u"webSearchURL"_s;
 const QString webSearchNameKey = u"webSearchName"_s;
@@ -49,6 +52,11 @@ std::optional<qint64> integer(const QJsonValue &value) {
     if (const qint64 number = value.toInteger(0); number == value.toInteger(1))
         return number;
     return std::nullopt;
+}
+
+/** Of a switch that is on unless somebody switched it off. */
+bool isOn(const QJsonValue &stored) {
+    return stored.isUndefined() || stored.toBool() || stored.toDouble() != 0;
 }
 
 LaunchCounts decodeLaunchCounts(const QJsonValue &stored) {
@@ -131,8 +139,7 @@ void setProjectRoots(UserDefaults &defaults, const QStringList &roots) {
 }
 
 bool aiEnabled(const UserDefaults &defaults) {
-    const QJsonValue stored = defaults.value(aiEnabledKey);
-    return stored.isUndefined() || stored.toBool() || stored.toDouble() != 0;
+    return isOn(defaults.value(aiEnabledKey));
 }
 
 void setAiEnabled(UserDefaults &defaults, bool enabled) {
@@ -153,6 +160,29 @@ QString aiModel(const UserDefaults &defaults) {
 
 void setAiModel(UserDefaults &defaults, const QString &model) {
     defaults.set(aiModelKey, model);
+}
+
+QString aiInstruction(const UserDefaults &defaults) {
+    const QString stored = defaults.value(aiInstructionKey).toString();
+    return stored.isEmpty()
+               ? u"You are a concise assistant inside a macOS launcher. Answer briefly."_s
+               : stored;
+}
+
+bool aiSendsNames(const UserDefaults &defaults) {
+    return isOn(defaults.value(aiSendsNamesKey));
+}
+
+void setAiSendsNames(UserDefaults &defaults, bool send) {
+    defaults.set(aiSendsNamesKey, send);
+}
+
+bool aiNamesNoted(const UserDefaults &defaults) {
+    return defaults.value(aiNamesNotedKey).toBool();
+}
+
+void setAiNamesNoted(UserDefaults &defaults) {
+    defaults.set(aiNamesNotedKey, true);
 }
 
 std::optional<LastProject> lastProject(const UserDefaults &defaults) {

@@ -41,6 +41,19 @@ void setAiBaseURL(UserDefaults &defaults, const QString &address);
 QString aiModel(const UserDefaults &defaults);
 void setAiModel(UserDefaults &defaults, const QString &model);
 
+/** What the model is told about how to answer; the program's own instruction when absent or
+    empty. */
+QString aiInstruction(const UserDefaults &defaults);
+
+/** Whether lines that begin with "ai " go to the endpoint while they are typed, with the names of
+    all applications and projects. True when absent; else read as aiEnabled() is. */
+bool aiSendsNames(const UserDefaults &defaults);
+void setAiSendsNames(UserDefaults &defaults, bool send);
+
+/** Whether it was said that names are sent. False when absent. */
+bool aiNamesNoted(const UserDefaults &defaults);
+void setAiNamesNoted(UserDefaults &defaults);
+
 /** The account of the AI endpoint's key in the SecretStore. */
 inline constexpr QLatin1StringView aiKeyAccount("ai-api-key");
 

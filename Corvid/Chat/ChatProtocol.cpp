@@ -1,6 +1,7 @@
 #include "Chat/ChatProtocol.h"
 
 #include "Base/Json.h"
+#include "Base/Text.h"
 #include "Base/Wipe.h"
 
 #include <QJsonDocument>
@@ -36,34 +37,51 @@ constexpr QLatin1StringView httpErrorAdvice(". Check endpoint, key, and model na
 
 } // namespace
 
-std::optional<QUrl> endpoint(const QString &baseURL) {
+std::optional<QUrl> endpoint(const QString &baseURL, QLatin1StringView path) {
     QStringView base = baseURL;
     while (base.startsWith(u'/'))
         base = base.sliced(1);
     while (base.endsWith(u'/'))
         base.chop(1);
-    const QUrl url(base.toString() + u"/chat/completions"_s, QUrl::TolerantMode);
+    const QUrl url(base.toString() + path, QUrl::TolerantMode);
     if (!url.isValid())
         return std::nullopt;
     return url;
 }
 
+QString trimmedKey(const QString &key) {
+    return key.trimmed();
+}
+
+bool canBeSent(const QString &key) {
+    return std::ranges::none_of(key, [](QChar c) {
+        return c.category() == QChar::Other_Control || c == QChar::LineSeparator ||
+               c == QChar::ParagraphSeparator;
+    });
+}
+
 std::optional<QByteArray> authorization(const QString &key) {
-    if (!std::ranges::all_of(key, [](QChar c) { return c >= u' ' && c <= u'~'; }))
+    if (!canBeSent(key))
         return std::nullopt;
-    QByteArray text = key.toLatin1();
+    QByteArray text = key.toUtf8();
     QByteArray result = "Bearer " + text;
     wipe(text);
     return result;
 }
 
-QByteArray answerBody(const QString &model, const QString &prompt) {
+QString placeholderKey() {
+    return u"no-key-needed"_s;
+}
+
+QByteArray answerBody(const QString &model, const QString &instruction, const QString &prompt) {
     return encoded(
-        {{u"model"_s, model},
-         {u"stream"_s, true},
-         {u"messages"_s,
-          messages(u"You are a concise assistant inside a macOS launcher. Answer briefly."_s,
-                   prompt)}});
+        {{u"model"_s, model}, {u"stream"_s, true}, {u"messages"_s, messages(instruction, prompt)}});
+}
+
+QByteArray testBody(const QString &model) {
+    const QJsonObject message{{u"role"_s, u"user"_s}, {u"content"_s, u"Say OK."_s}};
+    return encoded(
+        {{u"model"_s, model}, {u"stream"_s, true}, {u"messages"_s, QJsonArray{message}}});
 }
 
 QByteArray intentBody(const QString &model, const QString &query, const QStringList &apps,
@@ -106,6 +124,35 @@ std::optional<Intent> intentFromText(const QString &text) {
     const QJsonObject object = document.object();
     return Intent{object.value("action"_L1).toString(u"none"_s), object.value("app"_L1).toString(),
                   object.value("project"_L1).toString(), object.value("editor"_L1).toString()};
+}
+
+std::optional<QStringList> modelNames(const QByteArray &body) {
+    constexpr qsizetype most = 2000;
+    constexpr qsizetype longest = 200;
+    const QJsonValue list = QJsonDocument::fromJson(body).object().value("data"_L1);
+    if (!list.isArray())
+        return std::nullopt;
+    QStringList names;
+    const QJsonArray models = list.toArray();
+    for (const QJsonValue &model : models) {
+        const QString name = model["id"_L1].toString();
+        if (!name.isEmpty() && name.size() <= longest && names.size() < most &&
+            displayLine(name) == name)
+            names.append(name);
+    }
+    names.sort(Qt::CaseInsensitive);
+    return names;
+}
+
+QString lockedText() {
+    return u"The keyring is locked, so the API key in it cannot be read.\n\n"
+           "Ask again and unlock the keyring when the desktop asks for its password. Where the "
+           "desktop does not ask, unlock it in its program for passwords and keys."_s;
+}
+
+QString unsendableKeyText() {
+    return u"The API key holds a control character, such as a line break or a tab, which cannot be "
+           "sent. Copy the key again and enter it anew."_s;
 }
 
 QString noKeyText() {

@@ -31,14 +31,31 @@ namespace corvid::chat {
 /** Where requests go: the base address without slashes at its ends, and the path of the call.
     Nothing when that is no URL. A lenient reading: characters that a URL cannot hold are
     escaped. The result need not be an http address. */
-std::optional<QUrl> endpoint(const QString &baseURL);
+std::optional<QUrl> endpoint(const QString &baseURL,
+                             QLatin1StringView path = QLatin1StringView("/chat/completions"));
 
-/** The value of the Authorization header. Nothing for a key with a character that a header
-    cannot carry as it stands (a line break would begin another header). */
+/** The path of the list of models. */
+inline constexpr QLatin1StringView modelsPath("/models");
+
+/** A key as it is stored and sent: without the blanks and line ends around it that come along
+    where it is copied or piped. */
+QString trimmedKey(const QString &key);
+
+/** Whether a key holds a character that no header carries (a line break would begin another
+    one). */
+bool canBeSent(const QString &key);
+
+/** The value of the Authorization header, in UTF-8. Nothing for a key that cannot be sent. */
 std::optional<QByteArray> authorization(const QString &key);
 
-/** Asks for a streamed answer. */
-QByteArray answerBody(const QString &model, const QString &prompt);
+/** What stands for the key of a server that needs none. */
+QString placeholderKey();
+
+/** Asks for a streamed answer. The instruction tells the model how to answer. */
+QByteArray answerBody(const QString &model, const QString &instruction, const QString &prompt);
+
+/** The smallest request that shows whether an endpoint streams answers. */
+QByteArray testBody(const QString &model);
 
 /** Asks which of the named things a query means. */
 QByteArray intentBody(const QString &model, const QString &query, const QStringList &apps,
@@ -56,8 +73,18 @@ std::optional<Intent> intentFromReply(const QByteArray &body);
     stands around it. A "}" that stands only before the "{" is a fatal error, on purpose. */
 std::optional<Intent> intentFromText(const QString &text);
 
+/** The models in the reply to a request for their list, in the order of their names; at most 2,000,
+    of at most 200 characters each. Nothing when it is no such list. */
+std::optional<QStringList> modelNames(const QByteArray &body);
+
 /** The answer of a stream for which there is no key. */
 QString noKeyText();
+
+/** The answer of a stream whose key is in a keyring that stays locked. */
+QString lockedText();
+
+/** Why a key that cannot be sent is refused. */
+QString unsendableKeyText();
 
 /** The answer of a stream that the endpoint refused. Names the address as it was entered. */
 QString httpErrorText(int status, const QString &baseURL);

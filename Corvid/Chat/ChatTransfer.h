@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Chat/ChatErrors.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QObject>
@@ -18,27 +20,29 @@ class QNetworkReply;
 namespace corvid {
 
 /**
- * One POST to a chat endpoint. Lives in the thread of its network access manager, where its
+ * One request to a chat endpoint. Lives in the thread of its network access manager, where its
  * callbacks arrive, never from within the constructor. Destroying it closes the connection, and
  * nothing is called afterwards.
  *
- * The authorization goes to the origin (scheme, host, port) of the request only: of redirects,
- * 307 and 308 within the origin are followed, any other is a refusal. TLS is verified. No cookies,
+ * The authorization goes to the origin (scheme, host, port) of the request only, or to the same
+ * host by https instead of http: redirects of the status 307 and 308 to there are followed, any
+ * other is a refusal. TLS is verified. No cookies,
  * no caches, no asking for credentials.
  */
 class ChatTransfer final : public QObject {
 public:
     struct Request {
         QUrl url;
-        QByteArray authorization;
-        QByteArray body;
+        QByteArray authorization;          ///< empty: none
+        std::optional<QByteArray> body;    ///< of a POST; absent: a GET
         std::chrono::milliseconds silence; ///< the longest wait for the next byte
     };
 
-    /** How a transfer ended; neither: the whole body is here. */
+    /** How a transfer ended; neither: the whole body is here. Holds no secret. */
     struct End {
-        std::optional<int> refusal = {};   ///< an HTTP status outside 200–299
-        std::optional<QString> error = {}; ///< for people; holds no secret
+        std::optional<chat::Refusal> refusal = {};
+        std::optional<QString> error = {}; ///< for people
+        QByteArray beginning = {};         ///< the first bytes of a body that is no refusal's
     };
 
     struct Handlers {
@@ -53,17 +57,21 @@ public:
     ~ChatTransfer() override;
 
 private:
-    void post(const QUrl &url);
+    void send(const QUrl &url);
     int status() const; // 0: none yet
     void headArrived();
     bool readBody();
     void finished();
-    bool follow(int status);
+    QUrl redirect() const; // empty: none
+    bool follow();
+    void refuse();
+    void endWhole();
     void closeReply();
     void end(const End &how);
     bool complete() const;
     bool endsWithItsConnection() const;
     QString errorText() const;
+    QString withoutSecrets(QString text) const;
 
     QNetworkAccessManager &manager_;
     Request request_;
@@ -71,7 +79,9 @@ private:
     QNetworkReply *reply_ = nullptr;
     bool isNew_ = false; ///< the connection
     int redirects_ = 0;
-    qint64 received_ = 0; ///< bytes of the body
+    bool refused_ = false; ///< only what the server says of it is still to come
+    QByteArray beginning_; ///< of the body
+    qint64 received_ = 0;  ///< bytes of the body
     QTimer silence_;
 };
 

@@ -49,27 +49,30 @@ TEST(ChatProtocol, whatIsNoUrlHasNoEndpoint) {
         EXPECT_EQ(address(base), u"none") << base.toStdString();
 }
 
-TEST(ChatProtocol, theKeyIsSentExactlyAsStored) {
+TEST(ChatProtocol, theKeyIsSentInUtf8) {
     EXPECT_EQ(chat::authorization(u" sk-A~b 1 "_s), "Bearer  sk-A~b 1 ");
+    EXPECT_EQ(chat::authorization(u"é\u010a日😀"_s), "Bearer é\u010a日😀");
+}
+
+TEST(ChatProtocol, blanksAndLineEndsAroundAKeyAreNoPartOfIt) {
+    for (const QString &key : {u"a b"_s, u"a b\n"_s, u"a b\r\n"_s, u"\t a b \u00a0"_s})
+        EXPECT_EQ(chat::trimmedKey(key), u"a b");
+    EXPECT_EQ(chat::trimmedKey(u" \n"_s), u"");
 }
 
 TEST(ChatProtocol, aKeyThatWouldNotStayOneHeaderIsNotSent) {
     for (const QString &key : {u"a\nb"_s, u"a\r\nX-Evil: 1"_s, u"a\n"_s, QString(QChar(0)), u"\t"_s,
-                               u"\u007f"_s, u"é"_s, u"\u010a"_s, u"日"_s})
+                               u"\u007f"_s, u"\u0085"_s, u"a\u2028b"_s, u"a\u2029b"_s})
         EXPECT_FALSE(chat::authorization(key)) << key.toStdString();
 }
 
 TEST(ChatProtocol, anAnswerIsAskedForWithTheInstructionAndThePrompt) {
     EXPECT_EQ(
-        object(chat::answerBody(u"m"_s, u"say \"hi\"\n日本"_s)),
-        (QJsonObject{
-            {u"model"_s, u"m"_s},
-            {u"stream"_s, true},
-            {u"messages"_s,
-             QJsonArray{
-                 message(u"system"_s,
-                         u"You are a concise assistant inside a macOS launcher. Answer briefly."_s),
-                 message(u"user"_s, u"say \"hi\"\n日本"_s)}}}));
+        object(chat::answerBody(u"m"_s, u"Be brief."_s, u"say \"hi\"\n日本"_s)),
+        (QJsonObject{{u"model"_s, u"m"_s},
+                     {u"stream"_s, true},
+                     {u"messages"_s, QJsonArray{message(u"system"_s, u"Be brief."_s),
+                                                message(u"user"_s, u"say \"hi\"\n日本"_s)}}}));
 }
 
 TEST(ChatProtocol, anIntentIsAskedForWithTheNamesAndTheQuery) {
@@ -99,6 +102,33 @@ TEST(ChatProtocol, emptyListsLeaveTheirLabels) {
     const QJsonObject body = object(chat::intentBody(u""_s, u""_s, {}, {}, {}));
     EXPECT_TRUE(body["messages"_L1][0]["content"_L1].toString().endsWith(
         u"lists.\nAPPS: \nPROJECTS: \nEDITORS: "));
+}
+
+TEST(ChatProtocol, aTestIsTheSmallestRequestForAStreamedAnswer) {
+    EXPECT_EQ(object(chat::testBody(u"m"_s)),
+              (QJsonObject{{u"model"_s, u"m"_s},
+                           {u"stream"_s, true},
+                           {u"messages"_s, QJsonArray{message(u"user"_s, u"Say OK."_s)}}}));
+}
+
+TEST(ChatProtocol, modelsAreListedByName) {
+    EXPECT_EQ(chat::modelNames(R"({"data":[{"id":"b"},{"id":"A"},{"id":7},{},8,{"id":""}]})"),
+              QStringList({u"A"_s, u"b"_s}));
+    EXPECT_EQ(chat::modelNames(R"({"data":[]})"), QStringList());
+    for (const char *other : {"", "[]", "{}", R"({"data":7})", R"({"data":[{"id":"a"})"})
+        EXPECT_FALSE(chat::modelNames(other)) << other;
+}
+
+TEST(ChatProtocol, aListOfModelsIsBoundedAndHoldsNothingThatMisleads) {
+    QByteArray many =
+        R"({"data":[{"id":"\u202egnp"},{"id":"two\nlines"},{"id":")" + QByteArray(201, 'x') + "\"}";
+    for (int i = 0; i < 3000; ++i)
+        many += ",{\"id\":\"m" + QByteArray::number(i) + "\"}";
+    const std::optional<QStringList> names = chat::modelNames(many + "]}");
+    ASSERT_TRUE(names);
+    EXPECT_EQ(names->size(), 2000);
+    for (const QString &name : *names)
+        EXPECT_TRUE(name.startsWith(u'm')) << name.toStdString();
 }
 
 TEST(ChatProtocol, theTextsForPeople) {

@@ -126,6 +126,21 @@ TEST_F(AnswerTest, anAnswerShowsAsItComes) {
     EXPECT_TRUE(panelHasKeyboard());
 }
 
+TEST_F(AnswerTest, aRefusalShowsItsTextWhatToDoAndWhatTheServerSays) {
+    setOnQuestion([](Connection &connection) {
+        const QByteArray body = json({{u"error"_s, QJsonObject{{u"message"_s, u"Gone <b>"_s}}}});
+        connection.send("HTTP/1.1 401 No\r\nContent-Length: " + QByteArray::number(body.size()) +
+                        "\r\n\r\n" + body);
+    });
+    type(u"ai what is x"_s);
+    press(u"Return"_s);
+    EXPECT_EQ(
+        answerOf(u"what is x"_s, u"Gone"_s),
+        u"HTTP 401 from "_s + endpoint.baseURL() +
+            u". Check endpoint, key, and model name.⏎⏎The server does not accept the API key. "
+            "Is it whole, still valid, and one for this address?⏎⏎The server says: Gone <b>"_s);
+}
+
 TEST_F(AnswerTest, escapeEndsTheTransferAndKeepsThePanelAndASecondOneHides) {
     std::promise<bool> closed;
     setOnQuestion([&](Connection &connection) {
@@ -222,9 +237,9 @@ TEST_F(AnswerTest, theKeyGoesToTheEndpointAndNowhereElse) {
     lineWith({u"Open Frobnicator, AI"_s});
     press(u"Down"_s);
     press(u"Return"_s);
-    EXPECT_EQ(answerOf(u"what is x"_s, u"name."_s),
-              u"HTTP 401 from "_s + endpoint.baseURL() +
-                  u". Check endpoint, key, and model name."_s);
+    EXPECT_TRUE(answerOf(u"what is x"_s, u"name."_s)
+                    .startsWith(u"HTTP 401 from "_s + endpoint.baseURL() +
+                                u". Check endpoint, key, and model name."_s));
     press(u"Escape"_s);
     press(u"Up"_s);
     press(u"Return"_s);

@@ -103,17 +103,22 @@ promptingResult(GCancellable *cancellable,
 }
 
 // In the default collection, which this also makes or unlocks.
-bool makeItem(SecretService *service, const QString &account, SecretValue *value,
-              GCancellable *cancellable) {
+SecretServiceStore::Result makeItem(SecretService *service, const QString &account,
+                                    SecretValue *value, GCancellable *cancellable) {
     const AttributesPointer attributes = attributesOf(account);
     const auto result = promptingResult(cancellable, [&](auto... how) {
         secret_service_store(service, &secretSchema, attributes.get(), SECRET_COLLECTION_DEFAULT,
                              "Corvid API key", value, how...);
     });
-    return result && secret_service_store_finish(service, result.get(), nullptr);
+    GErrorHolder error;
+    if (result && secret_service_store_finish(service, result.get(), error.out()))
+        return SecretServiceStore::Result::Done;
+    // A prompt that the user dismissed is no error.
+    return result && !error.get() ? SecretServiceStore::Result::Locked
+                                  : SecretServiceStore::Result::Failed;
 }
 
-bool unlock(SecretService *service, SecretItem *item, GCancellable *cancellable) {
+bool unlockItem(SecretService *service, SecretItem *item, GCancellable *cancellable) {
     GList only = {item, nullptr, nullptr};
     const auto result = promptingResult(
         cancellable, [&](auto... how) { secret_service_unlock(service, &only, how...); });
@@ -205,7 +210,7 @@ SecretServiceStore::Answer SecretServiceStore::get(const QString &account, Start
         return {};
     }
     if (SecretItem *item = chosenFrom(items))
-        return {Result::Done, textOf(item)};
+        return {Result::Done, textOf(item), secret_item_get_locked(item) != FALSE};
     return {Result::Nothing};
 }
 
@@ -223,11 +228,28 @@ SecretServiceStore::Result SecretServiceStore::set(const QString &account, const
     explicit_bzero(text.data(), static_cast<std::size_t>(text.size()));
 
     SecretItem *item = chosenFrom(items);
-    const bool saved =
-        item ? (!secret_item_get_locked(item) || unlock(service_.get(), item, cancellable)) &&
-                   secret_item_set_secret_sync(item, value.get(), cancellable, nullptr)
-             : makeItem(service_.get(), account, value.get(), cancellable);
-    return saved ? Result::Done : Result::Failed;
+    if (!item)
+        return makeItem(service_.get(), account, value.get(), cancellable);
+    if (secret_item_get_locked(item) && !unlockItem(service_.get(), item, cancellable))
+        return Result::Locked;
+    return secret_item_set_secret_sync(item, value.get(), cancellable, nullptr) ? Result::Done
+                                                                                : Result::Failed;
+}
+
+SecretServiceStore::Result SecretServiceStore::unlock(const QString &account,
+                                                      GCancellable *cancellable) {
+    if (const Result result = connect(Start::IfNeeded, cancellable); result != Result::Done)
+        return result;
+    GErrorHolder error;
+    const ItemsPointer items = search(service_.get(), account, 0, cancellable, error);
+    if (error.get())
+        return Result::Failed;
+    SecretItem *item = chosenFrom(items);
+    if (!item)
+        return Result::Nothing;
+    const bool open =
+        !secret_item_get_locked(item) || unlockItem(service_.get(), item, cancellable);
+    return open ? Result::Done : Result::Locked;
 }
 
 } // namespace corvid

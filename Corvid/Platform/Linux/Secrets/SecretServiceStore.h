@@ -30,11 +30,13 @@ public:
     enum class Result {
         Done,    ///< saved, or found: an item whose secret may be locked or no text
         Nothing, ///< there is no service and none can be started, or it has no such item
+        Locked,  ///< the user was asked to unlock it and did not, or nobody could ask
         Failed,  ///< cancelled, or what came was an error
     };
     struct Answer {
         Result result = Result::Failed;
         std::optional<QString> secret = {};
+        bool locked = false; ///< there is an item, but its secret cannot be read now
     };
 
     /** `onChange` is called from the main context whenever an answer may be another one. */
@@ -48,6 +50,9 @@ public:
     /** Replaces the secret of the item there is, or makes one in the default collection. May
         have the desktop ask the user to unlock it, and waits for that. */
     Result set(const QString &account, const QString &secret, GCancellable *cancellable);
+
+    /** Has the desktop ask the user to unlock the item there is, and waits for that. */
+    Result unlock(const QString &account, GCancellable *cancellable);
 
 private:
     Result connect(Start start, GCancellable *cancellable);

@@ -31,9 +31,12 @@ std::optional<LockedText> locked(std::optional<QString> secret) {
 /** What the thread found out about an account. */
 struct SessionSecretStore::Report {
     std::optional<LockedText> secret; ///< as it was when the stores last answered
+    bool locked = false;              ///< likewise
     bool looked = false;              ///< at least once
     bool answered = false;            ///< the last question was
     int saves = 0;                    ///< as many as this already takes into account
+    int unlocks = 0;                  ///< likewise
+    Saved lastSave = Saved::Failed;   ///< what came of the last of the saves
 };
 
 /** The thread's work, and what is to be done. */
@@ -72,7 +75,16 @@ public:
         // the user's password.
         if (!savingAccount_ || *savingAccount_ == account)
             g_cancellable_cancel(running_.get());
-        jobs_[account] = {secret, number};
+        Job &job = jobs_[account];
+        job.secretToSave = secret;
+        job.save = number;
+        g_main_context_wakeup(context_.get());
+    }
+
+    /** A save that still waits does it. `number` counts the account's wishes. */
+    void unlock(const QString &account, int number) {
+        const std::scoped_lock lock(mutex_);
+        jobs_[account].unlock = number;
         g_main_context_wakeup(context_.get());
     }
 
@@ -96,8 +108,9 @@ public:
 private:
     using Result = SecretServiceStore::Result;
     struct Job {
-        std::optional<LockedText> secretToSave; ///< else look
-        int number = 0;
+        std::optional<LockedText> secretToSave;
+        int save = 0;   ///< its number
+        int unlock = 0; ///< number of the wish to unlock; 0: none
     };
 
     bool workOnce() {
@@ -114,8 +127,12 @@ private:
         }
         if (next) {
             const auto &[account, job] = *next;
+            if (job.unlock > 0)
+                reports_[account].unlocks = job.unlock;
             if (job.secretToSave)
-                carryOut(account, *job.secretToSave, job.number);
+                carryOut(account, *job.secretToSave, job.save);
+            else if (job.unlock > 0)
+                unlockAndLook(account);
             else
                 look(account, SecretServiceStore::Start::IfNeeded);
         } else if (std::exchange(changed_, false)) {
@@ -131,12 +148,22 @@ private:
     void carryOut(const QString &account, const LockedText &text, int number) {
         QString secret = text.copy();
         const Result saved = service_->set(account, secret, begin(account));
-        if (saved == Result::Done)
+        bool stored = saved == Result::Done;
+        if (stored)
             file_->remove(account);
         else if (saved == Result::Nothing)
-            file_->set(account, secret);
+            stored = file_->set(account, secret);
         wipe(secret);
-        reports_[account].saves = number;
+        Report &report = reports_[account];
+        report.saves = number;
+        report.lastSave = stored                    ? Saved::Stored
+                          : saved == Result::Locked ? Saved::Locked
+                                                    : Saved::Failed;
+        look(account, SecretServiceStore::Start::Never);
+    }
+
+    void unlockAndLook(const QString &account) {
+        service_->unlock(account, begin(std::nullopt));
         look(account, SecretServiceStore::Start::Never);
     }
 
@@ -149,9 +176,11 @@ private:
         Report &report = reports_[account];
         report.answered = answer.result != Result::Failed;
         if (answer.result == Result::Done)
-            report.secret = locked(std::move(answer.secret));
+            report.secret = corvid::locked(std::move(answer.secret));
         else if (report.answered || !report.looked)
-            report.secret = locked(file_->get(account));
+            report.secret = corvid::locked(file_->get(account));
+        if (report.answered)
+            report.locked = answer.locked;
         report.looked = true;
         QMetaObject::invokeMethod(
             &owner_.receiver_,
@@ -219,18 +248,33 @@ bool SessionSecretStore::has(const QString &account) const {
     return known(account).secret.has_value();
 }
 
-void SessionSecretStore::set(const QString &account, const QString &secret) {
+bool SessionSecretStore::locked(const QString &account) const {
+    return known(account).locked;
+}
+
+void SessionSecretStore::unlock(const QString &account, std::function<void()> done) {
+    Known &known = known_[account];
+    known.onUnlocked.push_back(std::move(done));
+    // Nobody is asked twice at once.
+    if (known.onUnlocked.size() == 1)
+        worker_->unlock(account, ++known.unlocks);
+}
+
+void SessionSecretStore::set(const QString &account, const QString &secret, OnSaved onSaved) {
     Known &known = known_[account];
     const LockedText latest(secret);
+    known.onSaved = std::move(onSaved);
     worker_->save(account, latest, ++known.saves);
     if (known.secret == latest)
         return;
     known.secret = latest;
-    const auto tell = [this] {
-        if (onChange)
-            onChange();
-    };
-    QMetaObject::invokeMethod(&receiver_, tell, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &receiver_, [this] { tellChange(); }, Qt::QueuedConnection);
+}
+
+void SessionSecretStore::tellChange() const {
+    if (onChange)
+        onChange();
 }
 
 void SessionSecretStore::install(const QString &account, const Report &report) {
@@ -238,11 +282,22 @@ void SessionSecretStore::install(const QString &account, const Report &report) {
     known.answered = report.answered;
     known.beingAsked = false;
     // What the stores said before the last save is outdated.
-    if (report.saves < known.saves || known.secret == report.secret)
+    if (report.saves < known.saves)
         return;
+    const bool changed = known.secret != report.secret || known.locked != report.locked;
     known.secret = report.secret;
-    if (onChange)
-        onChange();
+    known.locked = report.locked;
+    // Those who are called may ask for more, which moves what is known.
+    const OnSaved onSaved = std::exchange(known.onSaved, nullptr);
+    std::vector<std::function<void()>> onUnlocked;
+    if (report.unlocks == known.unlocks)
+        onUnlocked.swap(known.onUnlocked);
+    if (onSaved)
+        onSaved(report.lastSave);
+    if (changed)
+        tellChange();
+    for (const auto &done : onUnlocked)
+        done();
 }
 
 } // namespace corvid

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <vector>
 
 namespace corvid {
 
@@ -20,7 +21,6 @@ namespace corvid {
  * The main thread answers from its memory alone, which is locked: everything that blocks is a
  * thread's, which sleeps until the service reports a change. When a service does not answer in
  * time, what it said before still counts; it is asked again when somebody wants to know.
- *
  */
 class SessionSecretStore final : public SecretStore {
 public:
@@ -34,7 +34,10 @@ public:
 
     std::optional<QString> get(const QString &account) const override;
     bool has(const QString &account) const override;
-    void set(const QString &account, const QString &secret) override;
+    bool locked(const QString &account) const override;
+    void unlock(const QString &account, std::function<void()> done) override;
+    using SecretStore::set;
+    void set(const QString &account, const QString &secret, OnSaved onSaved) override;
 
 private:
     class Worker;
@@ -42,13 +45,18 @@ private:
 
     struct Known {
         std::optional<LockedText> secret;
+        bool locked = false;
         bool beingAsked = false;
         bool answered = false; ///< the last question was
         int saves = 0;         ///< until all are through, what the stores say is outdated
+        OnSaved onSaved;       ///< of the last save, as long as that is under way
+        int unlocks = 0;       ///< that were wished for
+        std::vector<std::function<void()>> onUnlocked; ///< of those that are not through
     };
 
     Known &known(const QString &account) const;
     void install(const QString &account, const Report &report);
+    void tellChange() const;
 
     mutable QHash<QString, Known> known_;
     QObject receiver_; ///< what the thread says is addressed to it

@@ -145,6 +145,89 @@ TEST_F(SessionSecretStoreTest, whatTheUserRefusesToUnlockIsNotStored) {
     EXPECT_FALSE(QFile::exists(home.secretsFile())) << "a weaker store was not asked for";
 }
 
+TEST_F(SessionSecretStoreTest, unlockingHasTheUserAskedOnceAndThenTheSecretIsThere) {
+    const ScriptedService service({u"--locked"_s, u"--prompt=accept"_s});
+    SessionSecretStore store;
+    EXPECT_FALSE(store.locked(keyAccount)) << "nothing is known yet";
+    EXPECT_TRUE(eventually([&] { return store.locked(keyAccount); }));
+    EXPECT_EQ(service.calls().count(u"Prompt"_s), 0);
+    QList<std::optional<QString>> seen;
+    const auto look = [&] { seen.append(store.get(keyAccount)); };
+    store.unlock(keyAccount, look);
+    store.unlock(keyAccount, look);
+    EXPECT_TRUE(seen.isEmpty());
+    EXPECT_TRUE(eventually([&] { return seen.size() == 2; }));
+    EXPECT_EQ(seen, QList<std::optional<QString>>(2, u"from the stub"_s));
+    EXPECT_FALSE(store.locked(keyAccount));
+    EXPECT_EQ(service.calls().count(u"Prompt"_s), 1);
+}
+
+TEST_F(SessionSecretStoreTest, whatTheUserDoesNotUnlockStaysLockedAndCanBeAskedForAgain) {
+    const ScriptedService service({u"--locked"_s, u"--prompt=dismiss"_s});
+    SessionSecretStore store;
+    for (int round = 1; round <= 2; ++round) {
+        bool over = false;
+        store.unlock(keyAccount, [&] { over = true; });
+        EXPECT_TRUE(eventually([&] { return over; }));
+        EXPECT_TRUE(store.locked(keyAccount));
+        EXPECT_EQ(store.get(keyAccount), std::nullopt);
+        EXPECT_EQ(service.calls().count(u"Prompt"_s), round);
+    }
+}
+
+TEST_F(SessionSecretStoreTest, unlockingWhereThereIsNothingToUnlockIsOverAtOnce) {
+    ASSERT_TRUE(FileSecretStore().set(keyAccount, u"mine"_s));
+    SessionSecretStore store;
+    bool over = false;
+    store.unlock(keyAccount, [&] { over = true; });
+    EXPECT_TRUE(eventually([&] { return over; }));
+    EXPECT_FALSE(store.locked(keyAccount));
+    EXPECT_EQ(store.get(keyAccount), u"mine");
+}
+
+TEST_F(SessionSecretStoreTest, anUnlockingThatNobodyAnswersKeepsNeitherSavesNorTheEndWaiting) {
+    const ScriptedService service({u"--locked"_s, u"--prompt=ignore"_s});
+    QElapsedTimer timer;
+    {
+        SessionSecretStore store;
+        store.unlock(keyAccount, [] {});
+        EXPECT_TRUE(asked(service, u"Prompt"_s));
+        store.set(keyAccount, u"new"_s);
+        EXPECT_TRUE(eventually([&] { return service.calls().count(u"Prompt"_s) == 2; }));
+    }
+    {
+        SessionSecretStore store;
+        store.unlock(keyAccount, [] {});
+        EXPECT_TRUE(eventually([&] { return service.calls().count(u"Prompt"_s) == 3; }));
+        timer.start();
+    }
+    EXPECT_LT(timer.elapsed(), 5'000);
+}
+
+TEST_F(SessionSecretStoreTest, whoSavesIsToldWhatCameOfIt) {
+    const auto outcome = [](SessionSecretStore &store) {
+        std::optional<SecretStore::Saved> saved;
+        store.set(keyAccount, u"new"_s, [&](SecretStore::Saved how) { saved = how; });
+        EXPECT_FALSE(saved);
+        EXPECT_TRUE(eventually([&] { return saved.has_value(); }));
+        return saved;
+    };
+    {
+        SessionSecretStore store;
+        EXPECT_EQ(outcome(store), SecretStore::Saved::Stored) << "in our own store";
+    }
+    for (const auto &[prompt, expected] :
+         {std::pair{u"--prompt=accept"_s, SecretStore::Saved::Stored},
+          std::pair{u"--prompt=dismiss"_s, SecretStore::Saved::Locked}}) {
+        const ScriptedService service({u"--locked"_s, prompt});
+        SessionSecretStore store;
+        EXPECT_EQ(outcome(store), expected) << prompt.toStdString();
+    }
+    const ScriptedService broken({u"SearchItems=('x',)"_s});
+    SessionSecretStore store;
+    EXPECT_EQ(outcome(store), SecretStore::Saved::Failed);
+}
+
 TEST_F(SessionSecretStoreTest, aNewerSaveTakesThePlaceOfOneThatWaitsForThePrompt) {
     const ScriptedService service({u"--locked"_s, u"--prompt=ignore"_s});
     SessionSecretStore store;
