@@ -271,6 +271,7 @@ void AppDelegate::openSettings() {
                                       .folderDialog = platform_.folderDialog,
                                       .keychain = keychain_,
                                       .stats = UsageStats::shared(),
+                                      .ai = platform_.ai,
                                       .panelSurface = platform_.panelSurface,
                                       .onHotkeyChanged = [this] { applyHotkey(); }});
     }

@@ -2,10 +2,10 @@
 
 #include "Base/Settings.h"
 #include "HotKeyManager.h"
-#include "KeychainHelper.h"
 #include "Panel/Style.h"
 #include "Platform/PanelSurface.h"
 #include "Platform/UserDefaults.h"
+#include "Settings/AISection.h"
 #include "Settings/FolderSection.h"
 #include "Settings/FormWidgets.h"
 #include "Settings/LearntSection.h"
@@ -13,11 +13,8 @@
 
 #include <QApplication>
 #include <QBoxLayout>
-#include <QCheckBox>
 #include <QCursor>
-#include <QGridLayout>
 #include <QKeyEvent>
-#include <QLineEdit>
 #include <QPainter>
 #include <QPushButton>
 #include <QScreen>
@@ -37,7 +34,6 @@ namespace {
 constexpr int margin = 18;
 constexpr int sectionGap = 14;
 constexpr int saveBarPadding = 10;
-constexpr int fieldGap = 8;
 
 /** Why a hot key of this name cannot be had, and what to do; empty for one that can. */
 QString hintFor(HotKeyAnswer answer, const QString &name) {
@@ -187,45 +183,21 @@ QWidget *SettingsView::makeHotkeySection() {
 }
 
 QWidget *SettingsView::makeAISection() {
-    aiEnabled_ = new QCheckBox(u"&Enable AI features (`ai` prefix)"_s);
-    auto *fields = new QWidget;
-    auto *grid = new QGridLayout(fields);
-    grid->setContentsMargins(rowPaddingX, fieldGap, rowPaddingX, fieldGap);
-    grid->setHorizontalSpacing(labelGap);
-    grid->setVerticalSpacing(fieldGap);
-    const auto addField = [grid](const QString &text) {
-        auto *field = new QLineEdit;
-        auto *label = new QLabel(text);
-        label->setBuddy(field);
-        const int row = grid->rowCount();
-        grid->addWidget(label, row, 0);
-        grid->addWidget(field, row, 1);
-        return field;
-    };
-    baseURL_ = addField(u"Base &URL"_s);
-    model_ = addField(u"&Model"_s);
-    apiKey_ = addField(u"A&PI key (stored in Keychain)"_s);
-    apiKey_->setEchoMode(QLineEdit::Password);
-    grid->setColumnStretch(1, 1);
-
-    QLabel *caption =
-        makeCaption(u"Any OpenAI-compatible endpoint: OpenAI, OpenRouter, Ollama "
-                    "(http://localhost:11434/v1), LM Studio, Groq.\n"
-                    "`ai <question>` answers inline · `ai open my web project` launches it."_s);
-    auto *section = new FormSection(u"AI — bring your own model"_s);
-    section->addRow(makeRow({aiEnabled_}));
-    section->addRow(fields);
-    section->addRow(makeRow({caption}));
-    return section;
+    ai_ = new AISection(environment_.defaults, environment_.keychain, environment_.ai,
+                        environment_.services);
+    connect(ai_, &AISection::keyNotStored, this, [this] {
+        if (!isVisible())
+            present();
+    });
+    const auto show = [this](QWidget *where) { scrollArea_->ensureWidgetVisible(where); };
+    // Its place is known once it is laid out.
+    connect(ai_, &AISection::said, this, show, Qt::QueuedConnection);
+    return ai_;
 }
 
 void SettingsView::load() {
     const UserDefaults &defaults = environment_.defaults;
-    baseURL_->setText(settings::aiBaseURL(defaults));
-    model_->setText(settings::aiModel(defaults));
-    aiEnabled_->setChecked(settings::aiEnabled(defaults));
-    apiKey_->setModified(false);
-    loadKey();
+    ai_->load();
     QString hotkey;
     if (const std::optional<HotKey> stored = settings::storedHotKey(defaults))
         hotkey = HotKeyManager::describe(stored->keyCode, stored->modifiers);
@@ -237,19 +209,12 @@ void SettingsView::load() {
 }
 
 void SettingsView::loadKey() {
-    if (apiKey_->isModified())
-        return;
-    apiKey_->setText(environment_.keychain.get(settings::aiKeyAccount).value_or(QString()));
+    ai_->loadKey();
 }
 
 void SettingsView::save() {
-    UserDefaults &defaults = environment_.defaults;
-    settings::setAiBaseURL(defaults, baseURL_->text());
-    settings::setAiModel(defaults, model_->text());
-    settings::setAiEnabled(defaults, aiEnabled_->isChecked());
-    // Nobody can tell a field that was cleared from a key that could not be read.
-    if (!apiKey_->text().isEmpty())
-        environment_.keychain.save(settings::aiKeyAccount, apiKey_->text());
+    if (!ai_->save())
+        return;
     folders_->save();
     webSearch_->save();
     saved_ = true;

@@ -1,20 +1,22 @@
 #pragma once
 
+#include "Chat/KnownServices.h"
 #include "Settings/HotKeyRecorder.h"
 
 #include <QWidget>
 
 #include <functional>
 #include <optional>
+#include <vector>
 
-class QCheckBox;
 class QLabel;
-class QLineEdit;
 class QPushButton;
 class QScrollArea;
 
 namespace corvid {
 
+class AIService;
+class AISection;
 class FolderDialog;
 class FolderSection;
 class HotKeyManager;
@@ -30,8 +32,8 @@ class WebSearchSection;
  * The settings' window, of fixed size, in the desktop's colours and font, with a form: hot key, AI
  * endpoint, project folders, web search, what was learnt. It shows what is stored each time it is
  * shown. A new hot key, changes to the folders and to search words and forgetting are stored at
- * once, the rest by "Save". No failure to store is shown. Closing hides the window. Main thread
- * only.
+ * once, the rest by "Save". No failure to store is shown but that of a key for which the keyring
+ * was not unlocked: then the form comes back with it. Closing hides the window. Main thread only.
  */
 class SettingsView final : public QWidget {
     Q_OBJECT
@@ -45,7 +47,10 @@ public:
         FolderDialog &folderDialog;
         KeychainHelper &keychain;
         UsageStats &stats;
+        AIService &ai;
         PanelSurface &panelSurface;
+        /** What is offered beside the address. */
+        std::vector<KnownService> services = knownServices();
         /** Called after a new hot key has been stored. May be empty. */
         std::function<void()> onHotkeyChanged = {};
     };
@@ -65,7 +70,8 @@ public:
     /** Shows the stored key of the AI endpoint unless somebody is entering one: for when the
         credential store answers late. */
     void loadKey();
-    /** Stores everything but an empty key, scans the projects anew and closes the window. */
+    /** Stores everything but an empty key, scans the projects anew and closes the window; does
+        nothing when the key could never be sent, which the form says. */
     void save();
 
     /** Makes the next key combination that a window of ours is given the hot key. Until then the
@@ -100,10 +106,7 @@ private:
     QLabel *hotkeyText_ = nullptr;
     QLabel *hotkeyHint_ = nullptr;
     QPushButton *recordButton_ = nullptr;
-    QCheckBox *aiEnabled_ = nullptr;
-    QLineEdit *baseURL_ = nullptr;
-    QLineEdit *model_ = nullptr;
-    QLineEdit *apiKey_ = nullptr;
+    AISection *ai_ = nullptr;
     FolderSection *folders_ = nullptr;
     WebSearchSection *webSearch_ = nullptr;
     LearntSection *learnt_ = nullptr;

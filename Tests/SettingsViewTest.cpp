@@ -24,6 +24,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTableWidget>
+#include <QToolButton>
 
 #include <gtest/gtest.h>
 
@@ -49,6 +50,7 @@ protected:
                                                  .folderDialog = folderDialog,
                                                  .keychain = world.keychain,
                                                  .stats = world.stats,
+                                                 .ai = world.ai,
                                                  .panelSurface = surface,
                                                  .onHotkeyChanged = [this] { ++hotkeyChanges; }});
         window->present();
@@ -218,8 +220,17 @@ TEST_F(SettingsViewTest, tabsGoDownTheFormAndAroundAlsoAfterARemoval) {
         }
         EXPECT_EQ(window->focusWidget(), order.first());
     };
-    const QList<QWidget *> before{button(u"Change"_s), enable(), field(u"Base URL"_s),
-                                  field(u"Model"_s), field(u"API key (stored in Keychain)"_s)};
+    const QList<QToolButton *> lists = window->findChildren<QToolButton *>();
+    ASSERT_EQ(lists.size(), 2);
+    const QList<QWidget *> before{button(u"Change"_s),
+                                  enable(),
+                                  field(u"Base URL"_s),
+                                  lists[0],
+                                  field(u"Model"_s),
+                                  lists[1],
+                                  field(u"API key (stored in Keychain)"_s),
+                                  button(u"Test"_s),
+                                  window->findChildren<QCheckBox *>().value(1)};
     table()->setCurrentCell(0, 0); // or there is nothing to remove
     const QList<QWidget *> after{button(u"Add folder..."_s),
                                  field(u"Search engine"_s),
@@ -236,7 +247,9 @@ TEST_F(SettingsViewTest, tabsGoDownTheFormAndAroundAlsoAfterARemoval) {
 
 TEST_F(SettingsViewTest, noTwoMnemonicsAreTheSame) {
     show();
-    QStringList texts{enable()->text()};
+    QStringList texts;
+    for (const QCheckBox *each : visible<QCheckBox>())
+        texts.append(each->text());
     for (const QPushButton *each : visible<QPushButton>())
         texts.append(each->text());
     for (const QLabel *each : visible<QLabel>())
@@ -246,7 +259,7 @@ TEST_F(SettingsViewTest, noTwoMnemonicsAreTheSame) {
     for (const QString &text : texts)
         if (const qsizetype mark = text.indexOf(u'&'); mark >= 0)
             mnemonics.append(text.sliced(mark + 1, 1).toLower());
-    EXPECT_EQ(mnemonics.size(), 13);
+    EXPECT_EQ(mnemonics.size(), 15);
     EXPECT_EQ(mnemonics.removeDuplicates(), 0);
 }
 
@@ -726,7 +739,7 @@ TEST_F(SettingsViewTest, saveStoresEverythingAsEnteredScansAnewAndClosesTheWindo
     EXPECT_EQ(defaults.value(u"aiBaseURL"_s), QJsonValue(u" http://host/v1/ "_s));
     EXPECT_EQ(defaults.value(u"aiModel"_s), QJsonValue(u""_s));
     EXPECT_EQ(defaults.value(u"aiEnabled"_s), QJsonValue(false));
-    EXPECT_EQ(storedKey(), u" sk ");
+    EXPECT_EQ(storedKey(), u"sk") << "without what came along where it was copied";
     EXPECT_EQ(storedRoots(), QJsonValue(QJsonArray{u"/one"_s, u"/two"_s}));
     EXPECT_TRUE(window->saved());
     EXPECT_TRUE(scanned());
@@ -754,6 +767,33 @@ TEST_F(SettingsViewTest, anEmptyKeyLeavesTheStoredOne) {
     button(u"Save"_s)->click();
     EXPECT_EQ(storedKey(), u"sk");
     EXPECT_TRUE(window->saved());
+}
+
+TEST_F(SettingsViewTest, aKeyThatCanNeverBeSentKeepsTheFormOpenAndStoresNothing) {
+    show();
+    field(u"API key (stored in Keychain)"_s)->setText(u"sk-1\tsk-2"_s);
+    button(u"Save"_s)->click();
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_FALSE(window->saved());
+    EXPECT_TRUE(defaults.value(u"aiModel"_s).isUndefined());
+}
+
+TEST_F(SettingsViewTest, theFormComesBackWithTheKeyWhenTheKeyringStaysLocked) {
+    storeKey(u"old"_s);
+    world.secrets.isLocked = true;
+    world.secrets.userUnlocks = false;
+    show();
+    field(u"API key (stored in Keychain)"_s)->setText(u"typed"_s);
+    button(u"Save"_s)->click();
+    EXPECT_FALSE(window->isVisible()) << "the desktop's prompt is not behind it";
+    EXPECT_TRUE(waitUntil([this] { return window->isVisible(); }));
+    EXPECT_EQ(field(u"API key (stored in Keychain)"_s)->text(), u"typed");
+    EXPECT_FALSE(
+        saysMoreThan(u"The API key is not stored: the keyring stayed locked."_s).isEmpty());
+    EXPECT_EQ(storedKey(), u"old");
+    window->close();
+    window->present();
+    EXPECT_EQ(field(u"API key (stored in Keychain)"_s)->text(), QString());
 }
 
 TEST_F(SettingsViewTest, theKeyNeverGetsIntoTheDefaults) {

@@ -12,14 +12,18 @@
 #include "Panel/Style.h"
 #include "Settings/FolderSection.h"
 #include "SettingsView.h"
+#include "Worlds/Wait.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QJsonArray>
+#include <QLabel>
+#include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTableWidget>
 
+#include <algorithm>
 #include <cstdio>
 
 using namespace corvid;
@@ -70,16 +74,18 @@ int main(int argc, char **argv) {
                              .folderDialog = folderDialog,
                              .keychain = world.keychain,
                              .stats = world.stats,
+                             .ai = world.ai,
                              .panelSurface = surface});
         auto *scrollArea = window.findChild<QScrollArea *>();
         QScrollBar *scrollBar = scrollArea->verticalScrollBar();
-        enum class At { Top, Folders, Bottom };
+        enum class At { Top, Folders, Bottom, AsItIs };
         const auto scene = [&](const QString &what, At at) {
             // Layouts settle with their own events; the scans of this machine's folders stay away.
             for (int i = 0; i < 5; ++i)
                 QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
             window.findChild<QTableWidget *>()->doItemsLayout();
-            scrollBar->setValue(at == At::Bottom ? scrollBar->maximum() : 0);
+            if (at != At::AsItIs)
+                scrollBar->setValue(at == At::Bottom ? scrollBar->maximum() : 0);
             if (at == At::Folders) // the last ones
                 scrollArea->ensureVisible(
                     0, window.findChild<FolderSection *>()->geometry().bottom(), 0, 0);
@@ -105,6 +111,23 @@ int main(int argc, char **argv) {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
         scene(u"settings-hot-key-taken"_s, At::Top);
         hotKeys.unregister();
+        window.close();
+
+        world.defaults.set(u"aiBaseURL"_s, u"http://127.0.0.1:1/v1"_s);
+        world.defaults.set(u"projectRoots"_s, folders(2));
+        window.present();
+        const QList<QPushButton *> buttons = window.findChildren<QPushButton *>();
+        for (QPushButton *button : buttons)
+            if (button->text() == u"&Test")
+                button->click();
+        taken = taken && waitUntil([&window] {
+                    const QList<QLabel *> labels = window.findChildren<QLabel *>();
+                    return std::any_of(labels.begin(), labels.end(), [](const QLabel *label) {
+                        return label->accessibleName().startsWith(u"Connection refused"_s);
+                    });
+                });
+        QCoreApplication::processEvents();
+        scene(u"settings-ai-test"_s, At::AsItIs);
     }
     return taken ? 0 : 1;
 }
