@@ -111,7 +111,7 @@ TEST_F(AnswerTest, anAnswerShowsAsItComes) {
     setOnQuestion([&](Connection &connection) {
         connection.send(streamHead);
         begin.get_future().wait();
-        connection.send(piece(u"The first "_s));
+        connection.send(piece(u"The first"_s));
         goOn.get_future().wait();
         connection.send(piece(u"words of it.\n<b>Plain</b> \u202etext"_s) + "data: [DONE]\n\n");
         connection.waitForClose();
@@ -120,7 +120,7 @@ TEST_F(AnswerTest, anAnswerShowsAsItComes) {
     press(u"Return"_s);
     lineWith({u"| Waiting for the answer |"_s, u"showing"_s});
     begin.set_value();
-    EXPECT_EQ(answerOf(u"what is x"_s, u"first"_s), u"The first ");
+    EXPECT_EQ(answerOf(u"what is x"_s, u"first"_s), u"The first");
     goOn.set_value();
     EXPECT_EQ(answerOf(u"what is x"_s, u"text"_s), u"The first words of it.⏎<b>Plain</b> text");
     EXPECT_TRUE(panelHasKeyboard());

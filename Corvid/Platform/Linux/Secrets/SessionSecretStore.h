@@ -3,11 +3,11 @@
 #include "Platform/Linux/Secrets/LockedText.h"
 #include "Platform/SecretStore.h"
 
-#include <QHash>
 #include <QObject>
 
 #include <chrono>
 #include <future>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -58,7 +58,7 @@ private:
     void install(const QString &account, const Report &report);
     void tellChange() const;
 
-    mutable QHash<QString, Known> known_;
+    mutable std::map<QString, Known> known_;
     QObject receiver_; ///< what the thread says is addressed to it
     std::unique_ptr<Worker> worker_;
     std::future<void> thread_; ///< runs the worker; waits for its end when destroyed
