@@ -146,7 +146,7 @@ void AnswerArea::setBusy(bool busy) {
     finishing_ = busy_ && !busy;
     busy_ = busy;
     if (finishing_)
-        answerChanged();
+        showAnswer();
     placeControls();
 }
 

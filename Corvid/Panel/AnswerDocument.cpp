@@ -147,6 +147,9 @@ void AnswerDocument::placeRow(const Line &line) {
     } else if (table_) {
         // The columns go on as they are.
         QTextTableFormat format = table_->format();
+        QTextTableFormat before = format;
+        before.setBottomMargin(0);
+        table_->setFormat(before);
         format.setTopMargin(0);
         format.setHeaderRowCount(0);
         beginTable(line, format);
@@ -158,6 +161,13 @@ void AnswerDocument::beginTable(const Line &row, QTextTableFormat format) {
     table_ = end().insertTable(1, static_cast<int>(row.cells.size()), format);
     QTextCursor behind = end();
     behind.setBlockFormat(answer::behindTable());
+}
+
+// The last part of a table has room below it.
+void AnswerDocument::endTable() {
+    QTextTableFormat format = table_->format();
+    format.setBottomMargin(style::answerSpacing);
+    table_->setFormat(format);
 }
 
 void AnswerDocument::fillLastRow(const Line &line) {
@@ -248,8 +258,10 @@ void AnswerDocument::takeAway(std::size_t index) {
         cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
         cursor.removeSelectedText();
         table_ = last.table;
-        if (table_)
+        if (table_) {
             cursor.setBlockFormat(answer::behindTable());
+            endTable();
+        }
     }
 }
 

@@ -65,6 +65,7 @@ private:
     void place(const Line &line);
     void placeRow(const Line &line);
     void beginTable(const Line &row, QTextTableFormat format);
+    void endTable();
     void fillLastRow(const Line &line);
     /** Takes away what stands at the end from the tail's element `index` on. */
     void takeAway(std::size_t index);

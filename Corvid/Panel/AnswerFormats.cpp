@@ -132,6 +132,7 @@ QTextTableFormat tableFormat(const AnswerPart &row, Kind above) {
     format.setCellPadding(cellPadding);
     format.setHeaderRowCount(1);
     format.setTopMargin(gap + (above == Kind::Code ? codePadding : 0));
+    format.setBottomMargin(gap); // that of the block behind it is nothing there
     format.setLeftMargin(insets(row) * insetWidth);
     return format;
 }

@@ -46,7 +46,7 @@ QString described(const QTextDocument &document) {
         if (const QTextTable *table = QTextCursor(block).currentTable()) {
             const QTextTableCell cell = table->cellAt(block.position());
             out << " cell " << cell.row() << ' ' << cell.column() << ' '
-                << table->format().topMargin();
+                << table->format().topMargin() << table->format().bottomMargin();
             for (const QTextLength &width : table->format().columnWidthConstraints())
                 out << ' ' << width.rawValue();
         }
