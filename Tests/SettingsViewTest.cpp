@@ -225,10 +225,10 @@ TEST_F(SettingsViewTest, tabsGoDownTheFormAndAroundAlsoAfterARemoval) {
     const QList<QWidget *> before{button(u"Change"_s),
                                   enable(),
                                   field(u"Base URL"_s),
-                                  lists[0],
                                   field(u"Model"_s),
-                                  lists[1],
                                   field(u"API key (stored in Keychain)"_s),
+                                  lists[0],
+                                  lists[1],
                                   button(u"Test"_s),
                                   window->findChildren<QCheckBox *>().value(1)};
     table()->setCurrentCell(0, 0); // or there is nothing to remove

@@ -174,7 +174,7 @@ bool aiSendsNames(const UserDefaults &defaults) {
 }
 
 void setAiSendsNames(UserDefaults &defaults, bool send) {
-    defaults.set(aiSendsNamesKey, send);
+    defaults.set(aiSendsNamesKey, send ? QJsonValue(QJsonValue::Undefined) : QJsonValue(false));
 }
 
 bool aiNamesNoted(const UserDefaults &defaults) {

@@ -116,6 +116,11 @@ void AISection::makeFields() {
     apiKey_ = addField(fields, u"A&PI key (stored in Keychain)"_s, nullptr);
     apiKey_->setEchoMode(QLineEdit::Password);
     addRow(fields);
+    // The lists are a help for those who want it: the fields follow each other.
+    setTabOrder(baseURL_, model_);
+    setTabOrder(model_, apiKey_);
+    setTabOrder(apiKey_, serviceButton);
+    setTabOrder(serviceButton, modelButton_);
 }
 
 void AISection::makeTest() {

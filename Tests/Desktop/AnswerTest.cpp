@@ -111,7 +111,7 @@ TEST_F(AnswerTest, anAnswerShowsAsItComes) {
     setOnQuestion([&](Connection &connection) {
         connection.send(streamHead);
         begin.get_future().wait();
-        connection.send(piece(u"The first"_s));
+        connection.send(piece(u"The first "_s));
         goOn.get_future().wait();
         connection.send(piece(u"words of it.\n<b>Plain</b> \u202etext"_s) + "data: [DONE]\n\n");
         connection.waitForClose();

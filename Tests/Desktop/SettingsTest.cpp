@@ -217,7 +217,7 @@ TEST_F(SettingsTest, aPlainLetterPassesAndWithCapsLockOnItIsACombination) {
     ASSERT_NO_FATAL_FAILURE(openSettings());
     press(u"space"_s);
     // Into the model's field, over what it holds.
-    xdotool({u"key"_s, u"Tab"_s, u"Tab"_s, u"Tab"_s, u"Tab"_s, u"j"_s, u"h"_s});
+    xdotool({u"key"_s, u"Tab"_s, u"Tab"_s, u"Tab"_s, u"j"_s, u"h"_s});
     press(u"Caps_Lock"_s);
     press(u"j"_s);
     press(u"Caps_Lock"_s);
