@@ -24,9 +24,9 @@ struct Digest {
 
     void add(const std::vector<AnswerPart> &more, Check check) {
         for (const AnswerPart &part : more) {
-            hash = qHashMulti(hash, static_cast<int>(part.kind), static_cast<int>(part.start),
-                              part.quotes, part.lists, part.level, part.marker, part.text,
-                              part.cells);
+            hash =
+                qHashMulti(hash, static_cast<int>(part.kind), static_cast<int>(part.start),
+                           part.quotes, part.lists, part.level, part.marker, part.text, part.cells);
             ++parts;
             check(part);
         }
@@ -34,7 +34,8 @@ struct Digest {
 };
 
 template <typename NextSize>
-Digest digestOf(const QString &text, NextSize nextSize, Check check = [](const AnswerPart &) {}) {
+Digest digestOf(
+    const QString &text, NextSize nextSize, Check check = [](const AnswerPart &) {}) {
     AnswerBlocks blocks;
     Digest digest;
     for (qsizetype at = 0; at < text.size();) {
@@ -90,7 +91,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         text = text.repeated(ServerSentEvents::maxAnswer / text.size());
     // As it is shown: no more than a portion at once.
     constexpr qsizetype portion = 2000;
-    const Digest whole = digestOf(text, [] { return portion; }, checkPart);
+    const Digest whole = digestOf(
+        text, [] { return portion; }, checkPart);
     const Digest random = digestOf(text, [&] {
         seed = seed * 1664525U + 1013904223U;
         return static_cast<qsizetype>(1 + (seed >> 16) % (isLong ? 60000 : 13));

@@ -141,6 +141,20 @@ TEST_F(AnswerTest, aRefusalShowsItsTextWhatToDoAndWhatTheServerSays) {
             "Is it whole, still valid, and one for this address?⏎⏎The server says: Gone <b>"_s);
 }
 
+TEST_F(AnswerTest, aScreenReaderFindsParagraphsWithoutMarkupAndTheButtons) {
+    setOnQuestion([](Connection &connection) {
+        connection.send(streamHead + piece(u"A **rebase**:\n\n- `git` one\n\n```sh\nls\n```\n\n"
+                                           "|a|b|\n|-|-|\n|c|d|\n\nSo [it](https://x.org) en"_s));
+        connection.waitForClose();
+    });
+    type(u"ai what is x"_s);
+    press(u"Return"_s);
+    EXPECT_EQ(answerOf(u"what is x"_s, u" en"_s), u"A rebase:⏎•\tgit one⏎ls⏎a⏎b⏎c⏎d⏎So it en");
+    for (const QString &button : {u"Copy the answer"_s, u"Copy the code"_s, u"Stop the answer"_s})
+        EXPECT_TRUE(lineWith({u"| "_s + button + u" |"_s, u"showing"_s}).startsWith(u"button"_s));
+    lineWith({u"| The answer is still coming |"_s, u"showing"_s});
+}
+
 TEST_F(AnswerTest, escapeEndsTheTransferAndKeepsThePanelAndASecondOneHides) {
     std::promise<bool> closed;
     setOnQuestion([&](Connection &connection) {
