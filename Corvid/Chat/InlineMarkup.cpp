@@ -83,7 +83,7 @@ private:
             const MD_ATTRIBUTE &href = type == MD_SPAN_A
                                            ? static_cast<MD_SPAN_A_DETAIL *>(detail)->href
                                            : static_cast<MD_SPAN_IMG_DETAIL *>(detail)->src;
-            links_.push_back({textOf(href.text, href.size), length_});
+            links_.push_back({.address = textOf(href.text, href.size)});
             links_.back().openable = openable(links_.back().address);
         }
     }
@@ -95,8 +95,9 @@ private:
         const Link link = std::exchange(links_.back(), {});
         links_.pop_back();
         // Where nothing can be opened, or there is nothing to click on, the address is text.
-        const bool empty = length_ == link.before;
-        if (link.address.isEmpty() || (!empty && !link.openable.isEmpty()))
+        const bool empty = link.text.isEmpty();
+        if (link.address.isEmpty() || link.address == link.text ||
+            (!empty && !link.openable.isEmpty()))
             return;
         append(empty ? link.address : u" ("_s + link.address + u')', link.openable);
     }
@@ -136,7 +137,8 @@ private:
     }
 
     void append(const QString &text, const QString &address) {
-        length_ += text.size();
+        for (Link &link : links_)
+            link.text += text;
         const InlineRun run{.text = text,
                             .strong = strong_ > 0,
                             .emphasised = emphasised_ > 0,
@@ -157,13 +159,12 @@ private:
 
     struct Link {
         QString address;
-        qsizetype before = 0; ///< so much text
         QString openable = {};
+        QString text = {};
     };
 
     std::vector<InlineRun> runs_;
     std::vector<Link> links_;
-    qsizetype length_ = 0; ///< of the text so far
     int strong_ = 0;
     int emphasised_ = 0;
     int struck_ = 0;

@@ -45,10 +45,17 @@ Symbol *makeControl(const QString &symbol, const QString &name, QWidget *parent)
     return control;
 }
 
+// To be there before the area has children, by whom a screen reader may come to ask for it. A
+// second time it changes nothing.
+QWidget *readable(QWidget *parent) {
+    QAccessible::installFactory(answerAccessible);
+    return parent;
+}
+
 } // namespace
 
 AnswerArea::AnswerArea(std::function<const QString &()> answer, QWidget *parent)
-    : QTextEdit(parent), answer_(std::move(answer)), content_(*document()),
+    : QTextEdit(readable(parent)), answer_(std::move(answer)), content_(*document()),
       waiting_(new ProgressIndicator(18, u"Waiting for the answer"_s, viewport())),
       growing_(new ProgressIndicator(12, u"The answer is still coming"_s, this)),
       copy_(makeControl(u"copy"_s, u"Copy the answer"_s, this)),
@@ -66,11 +73,6 @@ AnswerArea::AnswerArea(std::function<const QString &()> answer, QWidget *parent)
     viewport()->setMouseTracking(true); // for the links
     setFont(style::sized(QFont(), style::answerFontSize));
     setAccessibleName(u"Answer"_s);
-    static const bool installed = [] {
-        QAccessible::installFactory(answerAccessible);
-        return true;
-    }();
-    static_cast<void>(installed);
 
     copy_->setToolTip(u"Copy the answer (Control+C)"_s);
     connect(copy_, &Symbol::clicked, this, &AnswerArea::copyRequested);

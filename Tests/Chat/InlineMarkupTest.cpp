@@ -67,6 +67,10 @@ TEST(InlineMarkup, anAddressOfAnotherKindIsText) {
     }
 }
 
+TEST(InlineMarkup, anAddressThatCannotBeOpenedIsShownOnce) {
+    EXPECT_EQ(runs(u"see https://x.\ufffd> there"_s), u"{see https://x.\ufffd> there}");
+}
+
 TEST(InlineMarkup, anAddressIsShownByTheCharactersThatAreSent) {
     EXPECT_EQ(runs(u"[a](https://аpple.com/ü)"_s), u"{https://xn--pple-43d.com/%C3%BC a}");
 }
