@@ -44,8 +44,8 @@ void printError(const QString &line) {
 AppDelegate::AppDelegate(const Platform &platform)
     : platform_(platform), keychain_(platform.secrets),
       viewModel_({platform.defaults, UsageStats::shared(), RoleCatalog::shared(),
-                  platform.workspace, platform.pasteboard, keychain_, platform.ai,
-                   platform.session, platform.volumes}),
+                  platform.workspace, platform.pasteboard, keychain_, platform.ai, platform.session,
+                  platform.volumes}),
       catalog_(platform.workspace, platform.desktopEntries, RoleCatalog::shared()),
       projects_(platform.defaults, platform.volumes), branches_(platform.volumes),
       editorLauncher_(platform.workspace, platform.log) {}

@@ -63,7 +63,7 @@ private:
     PanelSurface::Behind behind_ = PanelSurface::Behind::Desktop;
     bool listIsStale_ = false; ///< the results changed while nobody could see them
     HeldKey heldKey_;
-    bool quitAsked_ = false;   ///< the next key, if it is the same, quits
+    bool quitAsked_ = false; ///< the next key, if it is the same, quits
     Symbol *searchSymbol_ = nullptr;
     SearchField *field_ = nullptr;
     Symbol *clear_ = nullptr;

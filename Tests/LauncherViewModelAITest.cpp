@@ -901,7 +901,8 @@ TEST_F(LauncherViewModelAITest, destroyedWithinTheDebounceItAsksNothing) {
     serveIntent(openApp(u"Alpha"_s));
     {
         LauncherViewModel other({world.defaults, world.stats, world.roles, world.workspace,
-                                 world.pasteboard, world.keychain, world.ai, world.session, world.volumes});
+                                 world.pasteboard, world.keychain, world.ai, world.session,
+                                 world.volumes});
         other.catalog = &world.catalog;
         other.projects = &world.projects;
         other.setQuery(u"ai x"_s);
@@ -919,7 +920,8 @@ TEST_F(LauncherViewModelAITest, destroyedWhileAskingItClosesTheConnection) {
         });
         {
             LauncherViewModel other({world.defaults, world.stats, world.roles, world.workspace,
-                                     world.pasteboard, world.keychain, world.ai, world.session, world.volumes});
+                                     world.pasteboard, world.keychain, world.ai, world.session,
+                                     world.volumes});
             other.catalog = &world.catalog;
             other.projects = &world.projects;
             other.setQuery(u"ai x"_s);

@@ -78,14 +78,10 @@ std::optional<AppEntry> fromJson<AppEntry>(const QJsonValue &value) {
         return std::nullopt;
     QByteArray kept = words->left(mostDescribingLetters).toUtf8();
     kept.squeeze(); // UTF-8 is made in room for the longest
-    return AppEntry{*std::move(name),
-                    *std::move(bundleID),
-                    *std::move(path),
-                    *std::move(roles),
-                    *std::move(aliases),
-                    *std::move(category),
-                    std::move(kept),
-                    decodeActions(value["actions"_L1])};
+    return AppEntry{*std::move(name),    *std::move(bundleID),
+                    *std::move(path),    *std::move(roles),
+                    *std::move(aliases), *std::move(category),
+                    std::move(kept),     decodeActions(value["actions"_L1])};
 }
 
 template <>

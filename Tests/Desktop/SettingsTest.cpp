@@ -271,7 +271,7 @@ TEST_F(SettingsOnBusTest, theKeyIsInTheKeyringAfterSaveAndInNoFileAndAnEmptyFiel
     const Keyring keyring(environment(), home.path(u"control"_s));
     const QByteArray key = "sk-typed-0123456789";
     const auto enterKey = [this](const QString &text) {
-        for (int i = 0; i < 6; ++i) // from the button on which the keyboard is at first
+        for (int i = 0; i < 4; ++i) // from the button on which the keyboard is at first
             press(u"Tab"_s);
         press(u"ctrl+a"_s);
         press(u"BackSpace"_s);

@@ -98,9 +98,8 @@ TEST(AnswerDocument, aScreenReaderFindsTheTextWithoutMarkup) {
             // Where a long paragraph is parted depends on the font; it is nothing to be heard.
             return text->text(0, text->characterCount()).remove(QChar(0x200b));
         };
-        EXPECT_TRUE(waitUntil([&] { return isRead() == expected; }))
-            << qPrintable(name) << '\n'
-            << qPrintable(isRead());
+        EXPECT_TRUE(waitUntil([&] { return isRead() == expected; })) << qPrintable(name) << '\n'
+                                                                     << qPrintable(isRead());
     }
 }
 

@@ -85,7 +85,8 @@ public:
     AIService ai{defaults, &secrets};
     int catalogUpdates = 0;
     std::vector<LauncherAction> actions;
-    LauncherViewModel model{{defaults, stats, roles, workspace, pasteboard, keychain, ai, session, volumes}};
+    LauncherViewModel model{
+        {defaults, stats, roles, workspace, pasteboard, keychain, ai, session, volumes}};
     AppCatalog catalog{workspace, desktopEntries, roles};
     ProjectIndex projects{defaults, volumes};
 

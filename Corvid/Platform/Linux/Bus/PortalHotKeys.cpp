@@ -252,7 +252,8 @@ void PortalHotKeys::answerShortcuts(const QVariant &list) {
 
 // Some desktops give the key before they say so.
 bool PortalHotKeys::isOurs(const PortalKeyEvent &event) const {
-    return (state_ == State::Binding || state_ == State::Bound) && event.session == session_ && event.shortcut == id();
+    return (state_ == State::Binding || state_ == State::Bound) && event.session == session_ &&
+           event.shortcut == id();
 }
 
 // Of its own for each combination: to the desktop a known one has the key that it has, whatever we
