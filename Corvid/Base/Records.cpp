@@ -25,7 +25,7 @@ QJsonArray encodeActions(const QList<DesktopAction> &actions) {
 QList<DesktopAction> decodeActions(const QJsonValue &value) {
     QList<DesktopAction> actions;
     const QJsonArray array = value.toArray();
-    for (const QJsonValue &element : array) {
+    for (const QJsonValue element : array) {
         const std::optional<QString> id = json::text(element["id"_L1]);
         const std::optional<QString> name = decodeName(element["name"_L1]);
         if (id && name && !name->isEmpty() && actions.size() < mostDesktopActions)
