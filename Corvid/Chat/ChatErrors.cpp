@@ -33,7 +33,7 @@ QString messageIn(const QByteArray &json) {
     for (const QJsonValue &value :
          {object["error"_L1]["message"_L1], object["error"_L1], object["message"_L1],
           object["detail"_L1], object["error"_L1]["code"_L1]}) {
-        if (const QString text = value.toString().trimmed(); !text.isEmpty())
+        if (QString text = value.toString().trimmed(); !text.isEmpty())
             return text;
     }
     return {};

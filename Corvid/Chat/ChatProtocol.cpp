@@ -134,7 +134,7 @@ std::optional<QStringList> modelNames(const QByteArray &body) {
         return std::nullopt;
     QStringList names;
     const QJsonArray models = list.toArray();
-    for (const QJsonValue &model : models) {
+    for (const QJsonValue model : models) {
         const QString name = model["id"_L1].toString();
         if (!name.isEmpty() && name.size() <= longest && names.size() < most &&
             displayLine(name) == name)

@@ -157,7 +157,7 @@ void AnswerDocument::placeRow(const Line &line) {
     fillLastRow(line);
 }
 
-void AnswerDocument::beginTable(const Line &row, QTextTableFormat format) {
+void AnswerDocument::beginTable(const Line &row, const QTextTableFormat &format) {
     table_ = end().insertTable(1, static_cast<int>(row.cells.size()), format);
     QTextCursor behind = end();
     behind.setBlockFormat(answer::behindTable());

@@ -64,7 +64,7 @@ private:
     std::vector<Line> linesOf(const AnswerPart &part);
     void place(const Line &line);
     void placeRow(const Line &line);
-    void beginTable(const Line &row, QTextTableFormat format);
+    void beginTable(const Line &row, const QTextTableFormat &format);
     void endTable();
     void fillLastRow(const Line &line);
     /** Takes away what stands at the end from the tail's element `index` on. */

@@ -46,8 +46,8 @@ public:
     QRectF across(const QTextBlock &block, qreal top, qreal bottom) const {
         const qreal inset = block.blockFormat().indent() * insetWidth;
         const bool mirrored = block.textDirection() == Qt::RightToLeft;
-        return QRectF(QPointF(left_ + (mirrored ? 0 : inset), top),
-                      QPointF(right_ - (mirrored ? inset : 0), bottom));
+        return {QPointF(left_ + (mirrored ? 0 : inset), top),
+                QPointF(right_ - (mirrored ? inset : 0), bottom)};
     }
     const QAbstractTextDocumentLayout &layout() const { return layout_; }
 
