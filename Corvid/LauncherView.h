@@ -19,7 +19,8 @@ class Symbol;
 
 /**
  * The whole content of the panel: search bar, result list or AI answer, and footer on a dark card.
- * Observes the view model and decides nothing itself. Main thread only.
+ * Observes the view model and decides nothing itself. Main thread only. Longer than other units:
+ * each signal of the view model and each key of the panel has its line here.
  */
 class LauncherView final : public QWidget {
     Q_OBJECT

@@ -40,6 +40,9 @@ struct KeyPress {
  * The one observable object behind the launcher panel: the query, the list it yields, the
  * selection, and what the keys do. Main thread only. Every published field has a signal that
  * follows each change of its value. Nothing here fails.
+ *
+ * Longer than other units: list, selection, keys and answer change each other. What can be decided
+ * without the rest of them is in Search/ and Chat/.
  */
 class LauncherViewModel final : public QObject {
     Q_OBJECT
