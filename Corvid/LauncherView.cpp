@@ -128,8 +128,11 @@ void LauncherView::observe() {
     connect(answer_, &AnswerArea::retryRequested, &viewModel_, &LauncherViewModel::askAgain);
     connect(answer_, &AnswerArea::linkClicked, &viewModel_, &LauncherViewModel::openAddress);
     connect(clear_, &Symbol::clicked, &viewModel_, &LauncherViewModel::reset);
-    connect(list_, &ResultList::clicked, &viewModel_,
-            [this](const QModelIndex &row) { viewModel_.choose(row.row()); });
+    connect(list_, &ResultList::clicked, &viewModel_, [this](const QModelIndex &row) {
+        // The second click of two may come when the first has hidden the panel already.
+        if (isVisible())
+            viewModel_.choose(row.row());
+    });
 
     connect(&viewModel_, &LauncherViewModel::queryChanged, this, &LauncherView::showQuery);
     connect(&viewModel_, &LauncherViewModel::resultsChanged, this, &LauncherView::showResults);

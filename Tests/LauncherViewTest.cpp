@@ -460,6 +460,14 @@ TEST_F(LauncherViewTest, aClickSubmitsThatRowThoughAnotherWasSelected) {
     EXPECT_EQ(world.model.selected(), 2);
 }
 
+TEST_F(LauncherViewTest, aClickThatComesWhenAnotherHasHiddenThePanelChoosesNothing) {
+    type(u"foo"_s);
+    click(2);
+    view.hide();
+    click(2);
+    EXPECT_EQ(world.actions.size(), 1U);
+}
+
 TEST_F(LauncherViewTest, neitherADragNorAnotherButtonNorTheSecondClickSelectsOrSubmits) {
     type(u"foo"_s);
     mouse(QEvent::MouseMove, 3);
