@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <memory>
 #include <optional>
@@ -65,13 +66,16 @@ public:
         }
         EXPECT_TRUE(manager_.waitForStarted());
         // While one starts it may leave a window alone until the next event wakes it. These
-        // windows stay: a later one with the number of one that is gone may be taken for it.
+        // windows stay: a later one with the number of one that is gone may be taken for it. Each
+        // is awaited: one that comes late would take the focus from the test's own.
         for (int attempt = 0; attempt < 40; ++attempt) {
             QProcess &window = *warmUp_.emplace_back(std::make_unique<QProcess>());
             makeDependent(window);
             window.setProcessEnvironment(environment());
             window.start(helper(), {u"warm"_s, u"Up"_s, u"--managed"_s});
-            if (window.waitForReadyRead(500))
+            if (std::all_of(warmUp_.begin(), warmUp_.end(), [](const auto &each) {
+                    return each->bytesAvailable() > 0 || each->waitForReadyRead(500);
+                }))
                 return;
         }
         ADD_FAILURE() << "no window manager";
