@@ -2,7 +2,6 @@
 
 #include "LauncherView.h"
 #include "Panel/SearchField.h"
-#include "Panel/Shapes.h"
 #include "Panel/Style.h"
 #include "Platform/PanelSurface.h"
 
@@ -96,9 +95,12 @@ QRect LauncherPanel::card() const {
 
 void LauncherPanel::paintEvent(QPaintEvent *event) {
     QPainter painter(this);
-    // Qt does not always do it: what goes to a fresh buffer lies over what was painted before.
+    // Qt does not always do it: what goes to a fresh buffer lies over what was painted before. All
+    // of it is filled, as far as is painted now: the part alone may end within a pixel.
     painter.setCompositionMode(QPainter::CompositionMode_Clear);
-    painter.fillRect(event->rect(), Qt::transparent);
+    painter.fillRect(rect(), Qt::transparent);
+    if (std::exchange(shadowIsDue_, false))
+        QMetaObject::invokeMethod(this, &LauncherPanel::castShadow, Qt::QueuedConnection);
     // The card covers it, but for the corners: most repaints need not draw it.
     const int corners = qCeil(2 * style::cardRadius);
     const QRect belowCorners = card().adjusted(0, corners, 0, -corners);
@@ -122,7 +124,8 @@ void LauncherPanel::position() {
 
 void LauncherPanel::present(quint32 time) {
     grip_.reset();
-    fitBackdrop();
+    view_->setBehind(surface_.behind());
+    shadowIsDue_ = surface_.castsShadow();
     winId(); // there is no window to prepare before it was first asked for
     surface_.prepare(*windowHandle(), style::cardRadius, time);
     {
@@ -138,14 +141,13 @@ void LauncherPanel::present(quint32 time) {
     }
 }
 
-// Without a compositor translucent corners are black, so the window itself is cut to shape.
-void LauncherPanel::fitBackdrop() {
-    const PanelSurface::Behind behind = surface_.behind();
-    if (behind == PanelSurface::Behind::Nothing)
-        setMask(continuousRoundedRect(rect(), style::cardRadius).toFillPolygon().toPolygon());
-    else
-        clearMask();
-    view_->setBehind(behind);
+void LauncherPanel::castShadow() {
+    if (!isVisible())
+        return;
+    surface_.castShadow(
+        *windowHandle(),
+        {[this](qreal scale) { return CardShadow::picture(size(), style::cardRadius, scale); },
+         CardShadow::room()});
 }
 
 // Presses come here that nothing on the card has a use for.

@@ -66,7 +66,7 @@ protected:
 
 private:
     bool hasSheet() const;
-    void fitBackdrop();
+    void castShadow();
     /** The card's place in the window. */
     QRect card() const;
 
@@ -76,6 +76,7 @@ private:
     std::optional<QPoint> grip_; ///< where in the window the pointer holds it
     bool dragged_ = false;       ///< it has moved since
     CardShadow shadow_;
+    bool shadowIsDue_ = false; ///< once it has been painted
     LauncherView *view_;
 };
 

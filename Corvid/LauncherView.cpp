@@ -41,8 +41,8 @@ QLabel *makeFooterLabel(const QString &text) {
 }
 
 QColor cardOver(PanelSurface::Behind behind) {
-    constexpr qreal opacities[]{1, 0.94, 0.82}; // by what it lets through
-    return style::faded({30, 31, 36}, opacities[static_cast<std::size_t>(behind)]);
+    // What is not blurred would be read through the card, however faint it were.
+    return style::faded({30, 31, 36}, behind == PanelSurface::Behind::BlurredDesktop ? 0.82 : 1);
 }
 
 } // namespace

@@ -69,7 +69,7 @@ TEST_F(LauncherPanelTest, lateWordOfAKeyboardThatItHasAgainIsNot) {
 TEST_F(LauncherPanelTest, itsCardSuitsWhatIsBehindItAtEachShow) {
     const std::pair<PanelSurface::Behind, int> rows[]{
         {PanelSurface::Behind::Nothing, 255},
-        {PanelSurface::Behind::Desktop, 240},
+        {PanelSurface::Behind::Desktop, 255}, // else it would be read through the card
         {PanelSurface::Behind::BlurredDesktop, 209},
     };
     for (const auto &[behind, alpha] : rows) {
@@ -77,7 +77,6 @@ TEST_F(LauncherPanelTest, itsCardSuitsWhatIsBehindItAtEachShow) {
         surface.whatIsBehind = behind;
         panel.present(0);
         EXPECT_EQ(paintedCard().alpha(), alpha);
-        EXPECT_EQ(panel.mask().isEmpty(), behind != PanelSurface::Behind::Nothing);
     }
 }
 

@@ -71,27 +71,30 @@ QMargins CardShadow::room() {
     return room;
 }
 
+QImage CardShadow::picture(const QSize &card, qreal radius, qreal scale) {
+    const QRect inside({room().left(), room().top()}, card);
+    const QSize whole = card.grownBy(room());
+    QImage image((QSizeF(whole) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
+    QPainter canvas(&image);
+    canvas.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+    for (const Layer &layer : layers) {
+        const QImage shadow = rendered(layer, whole, inside, radius);
+        canvas.drawImage(QRect(QPoint(), shadow.size() * layer.coarseness), shadow);
+    }
+    canvas.setCompositionMode(QPainter::CompositionMode_DestinationOut);
+    canvas.fillPath(continuousRoundedRect(QRectF(inside), radius), Qt::black);
+    return image;
+}
+
 void CardShadow::draw(QPainter &painter, const QRect &card, qreal radius) {
     const qreal scale = painter.device()->devicePixelRatio();
-    const QRect whole = card.marginsAdded(room());
     if (card_ != card.size() || image_.devicePixelRatio() != scale) {
-        const QRect inside = card.translated(-whole.topLeft());
-        QImage image((QSizeF(whole.size()) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
-        image.setDevicePixelRatio(scale);
-        image.fill(Qt::transparent);
-        QPainter canvas(&image);
-        canvas.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-        for (const Layer &layer : layers) {
-            const QImage shadow = rendered(layer, whole.size(), inside, radius);
-            canvas.drawImage(QRect(QPoint(), shadow.size() * layer.coarseness), shadow);
-        }
-        canvas.setCompositionMode(QPainter::CompositionMode_DestinationOut);
-        canvas.fillPath(continuousRoundedRect(QRectF(inside), radius), Qt::black);
-        canvas.end();
-        image_ = image.convertToFormat(QImage::Format_Alpha8);
+        image_ = picture(card.size(), radius, scale).convertToFormat(QImage::Format_Alpha8);
         card_ = card.size();
     }
-    painter.drawImage(whole.topLeft(), image_);
+    painter.drawImage(card.marginsAdded(room()).topLeft(), image_);
 }
 
 } // namespace corvid

@@ -45,7 +45,8 @@ SearchField::SearchField(QWidget *parent) : QLineEdit(parent) {
     setFont(style::sized(QFont(), 21, QFont::Light));
     connect(&blink_, &QTimer::timeout, this, [this] {
         caretIsLit_ = !caretIsLit_;
-        update(caretRect());
+        // At a broken scale its edges colour the pixels around it, too.
+        update(caretRect().adjusted(-1, -1, 1, 1));
     });
     connect(this, &QLineEdit::textChanged, this, &SearchField::announce);
     connect(this, &QLineEdit::cursorPositionChanged, this, &SearchField::showCaret);

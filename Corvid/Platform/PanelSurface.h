@@ -2,7 +2,11 @@
 
 #include "Platform/Port.h"
 
+#include <QImage>
+#include <QMargins>
 #include <QRect>
+
+#include <functional>
 
 class QScreen;
 class QWindow;
@@ -22,8 +26,8 @@ public:
     /** May be another one at each show. */
     virtual Behind behind() const = 0;
 
-    /** Whether the card's shadow is the window system's matter. Where it is not, the window is
-        larger than the card and shows its shadow around it. */
+    /** Whether the card's shadow is this surface's matter. Where it is not, the window is larger
+        than the card and shows its shadow around it. */
     virtual bool castsShadow() const { return true; }
 
     /** What docks and bars leave of a screen, in the device-independent pixels that the window's
@@ -31,10 +35,10 @@ public:
     virtual QRect visibleFrame(const QScreen &screen) const = 0;
 
     /** Readies the window, just before each show: above everything, on every desktop, in no task
-        bar, pager or window cycling, and entitled to the keyboard. The radius of its rounded
-        corners is in device-independent pixels. `time` is the window system's time of what the
-        user did to summon it, in its own milliseconds; 0 means now. Nothing here fails: a window
-        system that refuses a wish shows a plainer panel. */
+        bar, pager or window cycling, and entitled to the keyboard; cut to its rounded corners where
+        nothing is behind it. Their radius is in device-independent pixels. `time` is the window
+       system's time of what the user did to summon it, in its own milliseconds; 0 means now.
+       Nothing here fails: a window system that refuses a wish shows a plainer panel. */
     virtual void prepare(QWindow &panel, qreal cornerRadius, quint32 time) = 0;
 
     /** Says that the user wants an ordinary window of ours, shown or not, which is going to be
@@ -45,6 +49,15 @@ public:
         painted. Its top left corner belongs at `origin`, which Qt forgets on some window systems;
         the card lies at `card` in it. Device-independent pixels. */
     virtual void appeared(QWindow & /*panel*/, const QPoint & /*origin*/, const QRect & /*card*/) {}
+
+    /** The card's shadow alone, with nothing where the card lies. */
+    struct Shadow {
+        std::function<QImage(qreal scale)> picture; ///< takes a while
+        QMargins room; ///< how far it reaches beyond the card, in device-independent pixels
+    };
+    /** Casts the shadow of a shown window, which is the card, until it is withdrawn. After each
+        show, once the window has been painted: it must not wait for its shadow. */
+    virtual void castShadow(QWindow & /*panel*/, const Shadow & /*shadow*/) {}
 
     /** Moves the shown window along with the pointer, which has taken hold of it at `grip` in the
         window, and is now at `inWindow` in it and at `onDesktop`. Where it goes the next time it is

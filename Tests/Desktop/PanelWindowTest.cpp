@@ -1,6 +1,7 @@
 // Keyboard, stacking and clicks elsewhere, under window managers that differ in all of these.
 
 #include "DesktopTest.h"
+#include "Worlds/CompositorClaim.h"
 
 #include <QPoint>
 #include <QRegion>
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <optional>
 #include <xcb/xcb.h>
 
 using namespace corvid::test;
@@ -194,23 +196,12 @@ TEST_P(PanelWindowTest, isCutToItsCardExactlyWhereNoCompositorRuns) {
     press(u"Escape"_s);
     ASSERT_TRUE(becomesHidden());
 
-    // What makes one, to all other programs.
-    xcb_connection_t *compositor = xcb_connect(server.display().constData(), nullptr);
-    const char name[] = "_NET_WM_CM_S0";
-    xcb_intern_atom_reply_t *atom = xcb_intern_atom_reply(
-        compositor, xcb_intern_atom(compositor, 0, sizeof name - 1, name), nullptr);
-    const xcb_window_t window = xcb_generate_id(compositor);
-    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(compositor)).data;
-    xcb_create_window(compositor, 0, window, screen->root, 0, 0, 1, 1, 0,
-                      XCB_WINDOW_CLASS_INPUT_ONLY, screen->root_visual, 0, nullptr);
-    xcb_set_selection_owner(compositor, window, atom->atom, XCB_CURRENT_TIME);
-    std::free(xcb_get_input_focus_reply(compositor, xcb_get_input_focus(compositor), nullptr));
-    std::free(atom);
+    std::optional<CompositorClaim> compositor(std::in_place, server.display());
     summon();
     EXPECT_FALSE(isCut());
     press(u"Escape"_s);
     ASSERT_TRUE(becomesHidden());
-    xcb_disconnect(compositor);
+    compositor.reset();
     summon();
     EXPECT_TRUE(isCut());
 }

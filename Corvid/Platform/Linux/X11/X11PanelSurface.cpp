@@ -9,6 +9,7 @@
 #include <QScreen>
 #include <QWindow>
 
+#include <xcb/shape.h>
 #include <xcb/xinput.h>
 
 #include <algorithm>
@@ -22,6 +23,15 @@ QRect nativeGeometry(const QScreen &screen) {
     // Qt does not scale a screen's position, only its size.
     return {screen.geometry().topLeft(),
             (QSizeF(screen.geometry().size()) * screen.devicePixelRatio()).toSize()};
+}
+
+QPoint nativePlace(const QWindow &window) {
+    const QPoint origin = window.screen()->geometry().topLeft();
+    return (QPointF(window.position() - origin) * window.devicePixelRatio()).toPoint() + origin;
+}
+
+QRectF nativeRect(const QWindow &window) {
+    return {QPointF(), QSizeF(window.size()) * window.devicePixelRatio()};
 }
 
 QRect scaledDown(const QRect &native, const QScreen &screen) {
@@ -95,6 +105,7 @@ X11PanelSurface::X11PanelSurface()
                                  {&atoms_.clientList, "_NET_CLIENT_LIST"},
                                  {&atoms_.strutPartial, "_NET_WM_STRUT_PARTIAL"},
                                  {&atoms_.compositor, compositor.constData()},
+                                 {&atoms_.foreignShadow, "_COMPTON_SHADOW"},
                              });
 }
 
@@ -108,8 +119,11 @@ PanelSurface::Behind X11PanelSurface::behind() const {
     const x11::Reply<xcb_get_property_reply_t> blurred(
         xcb_get_property_reply(connection_, blur, nullptr));
     if (!owned || owned->owner == XCB_NONE)
-        return Behind::Nothing;
-    return blurred && blurred->type != XCB_ATOM_NONE ? Behind::BlurredDesktop : Behind::Desktop;
+        behind_ = Behind::Nothing;
+    else
+        behind_ =
+            blurred && blurred->type != XCB_ATOM_NONE ? Behind::BlurredDesktop : Behind::Desktop;
+    return behind_;
 }
 
 QRect X11PanelSurface::visibleFrame(const QScreen &screen) const {
@@ -163,7 +177,10 @@ void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) 
         xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, atoms_.startupId,
                             atoms_.utf8, 8, static_cast<std::uint32_t>(startupId_.size()),
                             startupId_.constData());
+    // picom's follows the window instead of the card.
+    x11::setNumbers(connection_, window, atoms_.foreignShadow, XCB_ATOM_CARDINAL, {0});
     askForBlur(panel, cornerRadius);
+    cutCorners(panel, cornerRadius);
 }
 
 // A window manager that is slow forgets the states of a hidden window only after it was prepared to
@@ -177,6 +194,36 @@ void X11PanelSurface::appeared(QWindow &panel, const QPoint & /*origin*/, const 
     x11::tellManager(connection_, root_, window, atoms_.state,
                      {add, atoms_.above, atoms_.sticky, fromApplication});
     x11::tellManager(connection_, root_, window, atoms_.desktop, {everyDesktop, fromApplication});
+}
+
+void X11PanelSurface::castShadow(QWindow &panel, const Shadow &shadow) {
+    if (behind_ == Behind::Nothing) {
+        shadow_.reset();
+        return;
+    }
+    const qreal scale = panel.devicePixelRatio();
+    if (!shadow_ || shadowScale_ != scale) {
+        const QPoint card = (QPointF(shadow.room.left(), shadow.room.top()) * scale).toPoint();
+        shadow_ = std::make_unique<X11ShadowWindow>(shadow.picture(scale),
+                                                    QRect(card, nativeRect(panel).size().toSize()));
+        shadowScale_ = scale;
+    }
+    if (!followed_) {
+        const auto follow = [this, &panel] {
+            if (shadow_)
+                shadow_->moveTo(nativePlace(panel));
+        };
+        QObject::connect(&panel, &QWindow::xChanged, &panel, follow);
+        QObject::connect(&panel, &QWindow::yChanged, &panel, follow);
+        followed_ = true;
+    }
+    shadow_->moveTo(nativePlace(panel));
+    shadow_->show();
+}
+
+void X11PanelSurface::withdraw(QWindow & /*panel*/) {
+    if (shadow_)
+        shadow_->hide();
 }
 
 // Not by the window manager, which would keep the keyboard to itself meanwhile.
@@ -210,16 +257,28 @@ bool X11PanelSurface::nativeEventFilter(const QByteArray & /*type*/, void *messa
 }
 
 void X11PanelSurface::askForBlur(const QWindow &panel, qreal cornerRadius) const {
-    const qreal ratio = panel.devicePixelRatio();
-    const QRectF card(QPointF(), QSizeF(panel.size()) * ratio);
     std::vector<std::uint32_t> rectangles;
-    for (const QRect &rectangle : roundedRegion(card, cornerRadius * ratio)) {
+    for (const QRect &rectangle :
+         roundedRegion(nativeRect(panel), cornerRadius * panel.devicePixelRatio())) {
         for (const int number :
              {rectangle.x(), rectangle.y(), rectangle.width(), rectangle.height()})
             rectangles.push_back(static_cast<std::uint32_t>(number));
     }
     x11::setNumbers(connection_, static_cast<xcb_window_t>(panel.winId()), atoms_.blurRegion,
                     XCB_ATOM_CARDINAL, rectangles);
+}
+
+// Without a compositor translucent corners are black. Qt would cut in its own pixels, which shows
+// where they are larger than the screen's.
+void X11PanelSurface::cutCorners(const QWindow &panel, qreal cornerRadius) {
+    const auto window = static_cast<xcb_window_t>(panel.winId());
+    if (behind_ == Behind::Nothing)
+        x11::shape(connection_, window, XCB_SHAPE_SK_BOUNDING,
+                   roundedRegion(nativeRect(panel), cornerRadius * panel.devicePixelRatio()));
+    else if (isCut_)
+        xcb_shape_mask(connection_, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, window, 0, 0,
+                       XCB_NONE);
+    isCut_ = behind_ == Behind::Nothing;
 }
 
 QRect withoutStruts(const QRect &screen, const QSize &desktop, const std::vector<Strut> &struts) {

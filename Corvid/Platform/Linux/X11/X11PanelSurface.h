@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/ClickMonitor.h"
+#include "Platform/Linux/X11/X11ShadowWindow.h"
 #include "Platform/PanelSurface.h"
 
 #include <QAbstractNativeEventFilter>
@@ -8,6 +9,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 struct xcb_connection_t;
@@ -29,22 +31,30 @@ public:
     void appeared(QWindow &panel, const QPoint &origin, const QRect &card) override;
     void drag(QWindow &panel, const QPoint &grip, const QPoint &inWindow,
               const QPoint &onDesktop) override;
+    void castShadow(QWindow &panel, const Shadow &shadow) override;
+    void withdraw(QWindow &panel) override;
     void claimKeyboard(QWindow &window) override;
     bool hasKeyboard(const QWindow &panel) const override;
 
 private:
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
     void askForBlur(const QWindow &panel, qreal cornerRadius) const;
+    void cutCorners(const QWindow &panel, qreal cornerRadius);
 
     xcb_connection_t *connection_;
     std::uint32_t root_;
     struct {
         std::uint32_t startupId, utf8, state, skipTaskbar, skipPager, above, sticky, desktop,
-            blurRegion, clientList, strutPartial, compositor;
+            blurRegion, clientList, strutPartial, compositor, foreignShadow;
     } atoms_{};
     QByteArray startupId_;
     /** The panel's window while Qt does not know yet that it lost the keyboard; else 0. */
     std::uint32_t untold_ = 0;
+    bool isCut_ = false;
+    mutable Behind behind_ = Behind::Desktop; ///< as it was asked for last
+    std::unique_ptr<X11ShadowWindow> shadow_;
+    qreal shadowScale_ = 0; ///< that it was drawn at
+    bool followed_ = false; ///< the panel, wherever it goes
 };
 
 /** What a dock or a bar keeps for itself along one or more edges of the whole desktop, in native

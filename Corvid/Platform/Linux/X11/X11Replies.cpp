@@ -2,6 +2,7 @@
 
 #include <QGuiApplication>
 
+#include <xcb/shape.h>
 #include <xcb/xinput.h>
 
 #include <cstdlib>
@@ -126,6 +127,18 @@ xcb_timestamp_t serverTime(xcb_connection_t *connection, xcb_window_t hiddenWind
             return change.time;
     }
     return XCB_CURRENT_TIME;
+}
+
+void shape(xcb_connection_t *connection, std::uint32_t window, std::uint8_t kind,
+           const QRegion &region) {
+    std::vector<xcb_rectangle_t> rectangles;
+    for (const QRect &rectangle : region)
+        rectangles.push_back({static_cast<std::int16_t>(rectangle.x()),
+                              static_cast<std::int16_t>(rectangle.y()),
+                              static_cast<std::uint16_t>(rectangle.width()),
+                              static_cast<std::uint16_t>(rectangle.height())});
+    xcb_shape_rectangles(connection, XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_UNSORTED, window, 0,
+                         0, static_cast<std::uint32_t>(rectangles.size()), rectangles.data());
 }
 
 } // namespace corvid::x11

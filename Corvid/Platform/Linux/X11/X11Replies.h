@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QRegion>
 #include <QScopedPointer>
 
 #include <xcb/xcb.h>
@@ -88,5 +89,10 @@ xcb_window_t makeHiddenWindow(xcb_connection_t *connection, xcb_window_t root);
 /** The server's present time, in milliseconds; XCB_CURRENT_TIME when the connection is lost. Waits
     for the server. Events that arrive meanwhile are dropped. */
 xcb_timestamp_t serverTime(xcb_connection_t *connection, xcb_window_t hiddenWindow);
+
+/** Limits a window to a region: the part of it that is there at all or, by XCB_SHAPE_SK_INPUT, that
+    takes clicks. */
+void shape(xcb_connection_t *connection, std::uint32_t window, std::uint8_t kind,
+           const QRegion &region);
 
 } // namespace corvid::x11
