@@ -11,7 +11,6 @@
 #include "Worlds/Wait.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QImage>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
@@ -23,6 +22,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ctime>
 #include <limits>
 
 using namespace corvid;
@@ -783,7 +783,13 @@ TEST_F(LauncherViewTest, whatIsTypedWhileTheAnswerHasTheFocusGoesToTheField) {
 }
 
 TEST_F(LauncherViewTest, namesOfAHundredThousandCharactersAreDrawnLikeAnyOther) {
-    const auto quickestGrabNs = [](const QString &name) {
+    // Of this thread alone, whatever else the machine does.
+    const auto ownNs = [] {
+        timespec time{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return qint64{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+    };
+    const auto quickestGrabNs = [&ownNs](const QString &name) {
         LauncherWorld named(
             {{name, u"a"_s, u"/a"_s, {}, {}, {}}, {name, u"b"_s, u"/b"_s, {}, {}, {}}}, {});
         named.workspace.setGenericIcon(drawableIcon());
@@ -796,10 +802,9 @@ TEST_F(LauncherViewTest, namesOfAHundredThousandCharactersAreDrawnLikeAnyOther) 
         drawn.grab(); // whatever is only done once
         qint64 quickest = std::numeric_limits<qint64>::max();
         for (int round = 0; round < 5; ++round) {
-            QElapsedTimer timer;
-            timer.start();
+            const qint64 begun = ownNs();
             drawn.grab();
-            quickest = std::min(quickest, timer.nsecsElapsed());
+            quickest = std::min(quickest, ownNs() - begun);
         }
         return quickest;
     };
