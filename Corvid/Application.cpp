@@ -29,6 +29,7 @@
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/WindowSystem.h"
 #include "RoleCatalog.h"
+#include "Settings/FlatStyle.h"
 #include "UsageStats.h"
 
 #include <QApplication>
@@ -71,6 +72,7 @@ void introduce(const QApplication &application) {
     // Desktops look up the name and icon of a window by this.
     QApplication::setDesktopFileName(QStringLiteral("app.corvid.Launcher"));
     QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setStyle(new FlatStyle);
     // The session's autostart starts us. If the session manager did so too, the second process
     // would make the first one show its panel at every login.
     QObject::connect(

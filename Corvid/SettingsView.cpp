@@ -6,6 +6,7 @@
 #include "Platform/PanelSurface.h"
 #include "Platform/UserDefaults.h"
 #include "Settings/AISection.h"
+#include "Settings/FlatStyle.h"
 #include "Settings/FolderSection.h"
 #include "Settings/FormWidgets.h"
 #include "Settings/LearntSection.h"
@@ -124,7 +125,8 @@ void SettingsView::present() {
         }
         centred_ = true;
     }
-    winId(); // makes the window if need be
+    winId();                                  // makes the window if need be
+    windowHandle()->installEventFilter(this); // counts once
     environment_.panelSurface.claimKeyboard(*windowHandle());
     setWindowState(windowState() & ~Qt::WindowMinimized);
     show();
@@ -156,7 +158,7 @@ QWidget *SettingsView::makeForm() {
 }
 
 QWidget *SettingsView::makeHotkeySection() {
-    hotkeyText_ = new QLabel;
+    hotkeyText_ = new PlaceholderLabel;
     hotkeyText_->setTextFormat(Qt::PlainText);
     hotkeyText_->setAccessibleDescription(u"Hotkey"_s); // its name is what it says
     recordButton_ = makeButton({});
@@ -199,9 +201,13 @@ void SettingsView::load() {
     const UserDefaults &defaults = environment_.defaults;
     ai_->load();
     QString hotkey;
+    QString inUse;
     if (const std::optional<HotKey> stored = settings::storedHotKey(defaults))
         hotkey = HotKeyManager::describe(stored->keyCode, stored->modifiers);
+    else if (const std::optional<HotKey> registered = environment_.hotKeys.registered())
+        inUse = HotKeyManager::describe(registered->keyCode, registered->modifiers).trimmed();
     hotkeyText_->setText(hotkey);
+    hotkeyText_->setPlaceholder(inUse);
     folders_->load();
     webSearch_->load();
     learnt_->load();
@@ -274,6 +280,7 @@ void SettingsView::showEvent(QShowEvent *event) {
 // Recording goes on, but a user who closed the window wants the hot key to work.
 void SettingsView::hideEvent(QHideEvent *event) {
     QWidget::hideEvent(event);
+    underlineMnemonics(false);
     if (!event->spontaneous())
         environment_.hotKeys.resume();
 }
@@ -285,8 +292,28 @@ void SettingsView::paintEvent(QPaintEvent * /*event*/) {
 void SettingsView::keyPressEvent(QKeyEvent *event) {
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
         saveButton_->click();
+    else if (event->key() == Qt::Key_Escape)
+        recording() ? stopRecording() : void(close());
     else
         QWidget::keyPressEvent(event);
+}
+
+// Before a field takes it. Alt may be let go of in another window.
+bool SettingsView::eventFilter(QObject *watched, QEvent *event) {
+    if (event->type() == QEvent::FocusOut)
+        underlineMnemonics(false);
+    if (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) {
+        if (static_cast<const QKeyEvent *>(event)->key() == Qt::Key_Alt)
+            underlineMnemonics(event->type() == QEvent::KeyPress);
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void SettingsView::underlineMnemonics(bool underlined) {
+    FlatStyle::underlineMnemonics(underlined);
+    const QList<QWidget *> controls = findChildren<QWidget *>();
+    for (QWidget *control : controls)
+        control->update();
 }
 
 } // namespace corvid

@@ -23,6 +23,7 @@ class HotKeyManager;
 class KeychainHelper;
 class LearntSection;
 class PanelSurface;
+class PlaceholderLabel;
 class ProjectIndex;
 class UsageStats;
 class UserDefaults;
@@ -87,9 +88,11 @@ protected:
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    void underlineMnemonics(bool underlined);
     QWidget *makeForm();
     QWidget *makeHotkeySection();
     QWidget *makeAISection();
@@ -103,7 +106,7 @@ private:
     bool centred_ = false;
 
     QScrollArea *scrollArea_ = nullptr;
-    QLabel *hotkeyText_ = nullptr;
+    PlaceholderLabel *hotkeyText_ = nullptr;
     QLabel *hotkeyHint_ = nullptr;
     QPushButton *recordButton_ = nullptr;
     AISection *ai_ = nullptr;

@@ -1,3 +1,5 @@
+#include "Settings/FlatStyle.h"
+
 #include <QApplication>
 #include <QTemporaryDir>
 
@@ -14,5 +16,6 @@ int main(int argc, char **argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
+    QApplication::setStyle(new corvid::FlatStyle);
     return RUN_ALL_TESTS();
 }

@@ -343,6 +343,9 @@ TEST_F(SettingsViewTest, aFreshInstallationShowsTheDefaultsAndNoHotKey) {
     EXPECT_EQ(field(u"API key (stored in Keychain)"_s)->text(), QString());
     EXPECT_TRUE(enable()->isChecked());
     EXPECT_EQ(rows(), world.projects.roots());
+    const auto *inUse = qobject_cast<PlaceholderLabel *>(hotkeyText());
+    ASSERT_TRUE(inUse);
+    EXPECT_EQ(inUse->placeholder(), u"⌥ Space") << "the one in use";
 }
 
 TEST_F(SettingsViewTest, withoutStoredFoldersTheDefaultOnesThatExistAreShown) {
@@ -693,6 +696,14 @@ TEST_F(SettingsViewTest, theNumberOfProjectsFollowsTheIndex) {
     EXPECT_TRUE(waitUntil([this] { return says(u"3 projects indexed"_s); }));
 }
 
+TEST_F(SettingsViewTest, removingTheLastFolderLeavesNoProjects) {
+    show();
+    EXPECT_TRUE(says(u"2 projects indexed"_s));
+    remove(u"/one"_s)->click();
+    remove(u"/two"_s)->click();
+    EXPECT_TRUE(waitUntil([this] { return says(u"0 projects indexed"_s); }));
+}
+
 // --- What was learnt
 
 TEST_F(SettingsViewTest, whatWasLearntIsForgottenAfterAskingInPlace) {
@@ -819,6 +830,39 @@ TEST_F(SettingsViewTest, returnSavesWhereverTheKeyboardIs) {
     }
     EXPECT_FALSE(window->recording());
     EXPECT_EQ(rows(), (QStringList{u"/one"_s, u"/two"_s}));
+}
+
+TEST_F(SettingsViewTest, escapeEndsTheRecordingFirstAndThenClosesWithoutSaving) {
+    show();
+    field(u"Model"_s)->setText(u"entered"_s);
+    button(u"Change"_s)->click();
+    EXPECT_TRUE(window->recording());
+    press(field(u"Model"_s), KEY_ESC, Qt::Key_Escape);
+    EXPECT_FALSE(window->recording());
+    EXPECT_TRUE(window->isVisible());
+    press(field(u"Model"_s), KEY_ESC, Qt::Key_Escape);
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_TRUE(defaults.value(u"aiModel"_s).isUndefined());
+}
+
+TEST_F(SettingsViewTest, mnemonicsAreUnderlinedWhileAltIsHeld) {
+    const auto underlined = [] {
+        return QApplication::style()->styleHint(QStyle::SH_UnderlineShortcut) != 0;
+    };
+    show();
+    EXPECT_FALSE(underlined());
+    field(u"Model"_s)->setFocus(); // which would keep the release to itself
+    const auto send = [this](QEvent::Type type) {
+        QKeyEvent event(type, Qt::Key_Alt, Qt::NoModifier);
+        QCoreApplication::sendEvent(window->windowHandle(), &event);
+    };
+    send(QEvent::KeyPress);
+    EXPECT_TRUE(underlined());
+    send(QEvent::KeyRelease);
+    EXPECT_FALSE(underlined());
+    send(QEvent::KeyPress);
+    window->close(); // and Alt is let go of elsewhere
+    EXPECT_FALSE(underlined());
 }
 
 TEST_F(SettingsViewTest, closingWithoutSaveStoresNothing) {

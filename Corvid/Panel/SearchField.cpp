@@ -25,6 +25,8 @@ QPointer<SearchField> currentField;
 // Qt draws the caret in the colour of the text; ours is drawn by ourselves.
 class WithoutCaret final : public QProxyStyle {
 public:
+    WithoutCaret() : QProxyStyle(QStringLiteral("Fusion")) {} // the desktop's would be loaded
+
     int pixelMetric(PixelMetric metric, const QStyleOption *option,
                     const QWidget *widget) const override {
         return metric == PM_TextCursorWidth ? 0 : QProxyStyle::pixelMetric(metric, option, widget);

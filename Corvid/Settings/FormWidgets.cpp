@@ -98,6 +98,20 @@ void ElidedLabel::paintEvent(QPaintEvent * /*event*/) {
                           palette(), isEnabled(), shown, foregroundRole());
 }
 
+void PlaceholderLabel::setPlaceholder(const QString &text) {
+    placeholder_ = text;
+    update();
+}
+
+void PlaceholderLabel::paintEvent(QPaintEvent *event) {
+    QLabel::paintEvent(event);
+    if (!text().isEmpty())
+        return;
+    QPainter painter(this);
+    style()->drawItemText(&painter, contentsRect(), Qt::AlignLeading | Qt::AlignVCenter, palette(),
+                          isEnabled(), placeholder_, QPalette::PlaceholderText);
+}
+
 QWidget *makeRow(std::initializer_list<QWidget *> children) {
     auto *row = new QWidget;
     auto *layout = new QHBoxLayout(row);

@@ -48,6 +48,23 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 };
 
+/** A text in whose place, while it is empty, another one stands in a paler colour. */
+class PlaceholderLabel final : public QLabel {
+    Q_OBJECT
+
+public:
+    using QLabel::QLabel;
+
+    void setPlaceholder(const QString &text);
+    const QString &placeholder() const { return placeholder_; }
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    QString placeholder_;
+};
+
 /** A row of a section, its children side by side; labels take the room that is left. */
 QWidget *makeRow(std::initializer_list<QWidget *> children);
 

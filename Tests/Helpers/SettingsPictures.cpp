@@ -10,6 +10,7 @@
 #include "Fakes/LauncherWorld.h"
 #include "HotKeyManager.h"
 #include "Panel/Style.h"
+#include "Settings/FlatStyle.h"
 #include "Settings/FolderSection.h"
 #include "SettingsView.h"
 #include "Worlds/Wait.h"
@@ -47,6 +48,7 @@ int main(int argc, char **argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
+    QApplication::setStyle(new FlatStyle);
     if (argc != 2) {
         std::fputs("usage: corvid_settings_pictures <folder>\n", stderr);
         return 2;
