@@ -10,10 +10,10 @@
 #include "Platform/Linux/Bus/BusInstance.h"
 #include "Platform/Linux/Bus/BusReturn.h"
 #include "Platform/Linux/Bus/BusSessionControl.h"
-#include "Platform/Linux/Bus/PortalAppearance.h"
 #include "Platform/Linux/Bus/PortalFolderDialog.h"
 #include "Platform/Linux/Bus/SessionTrayWatch.h"
 #include "Platform/Linux/ClipboardPasteboard.h"
+#include "Platform/Linux/DesktopSettings.h"
 #include "Platform/Linux/Icons/PictureHelper.h"
 #include "Platform/Linux/JsonUserDefaults.h"
 #include "Platform/Linux/Launching/GioDesktopEntries.h"
@@ -137,6 +137,9 @@ End run(const Start &start, bool busIsSilent, char **argv, Instance &instance,
 
     // The toolkit gets no arguments: it would take some out of a query's text.
     int argc = 1;
+    // Else the toolkit loads GTK to ask for fonts and colours, which weighs more than all of the
+    // rest. What counts of it is had from makeAppearance(). KDE's comes with the toolkit itself.
+    QApplication::setDesktopSettingsAware(desktopsettings::isKde());
     QApplication application(argc, argv);
     introduce(application);
     signals.loopBegins();
@@ -160,14 +163,14 @@ End run(const Start &start, bool busIsSilent, char **argv, Instance &instance,
     AIService::installSecrets(&secrets);
     BusSessionControl sessionControl;
     SessionTrayWatch tray;
-    PortalAppearance appearance;
+    const std::unique_ptr<AppearanceSettings> appearance = makeAppearance();
     PortalFolderDialog folderDialog;
     const std::unique_ptr<HotKeyBackend> hotKeys = makeHotKeys(session, windowSystem);
     HotKeyManager::installBackend(hotKeys.get());
 
     AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
                           *windowSystem.surface, windowSystem.clickMonitor.get(),
-                          HotKeyManager::shared(), instance, tray, appearance, folderDialog,
+                          HotKeyManager::shared(), instance, tray, *appearance, folderDialog,
                           AIService::shared(), sessionControl});
     const auto finishLaunching = [&] {
         delegate.applicationDidFinishLaunching(commandLine, std::move(cachedLists));

@@ -49,6 +49,14 @@ QStringList names() {
     return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
 }
 
+QString familyOf(const QString &font) {
+    const QString name = font.trimmed();
+    const qsizetype space = name.lastIndexOf(u' ');
+    bool endsInSize = false;
+    name.sliced(space + 1).toDouble(&endsInSize);
+    return endsInSize && space > 0 ? name.left(space) : name;
+}
+
 bool isKde() {
     return names().contains("KDE"_L1, Qt::CaseInsensitive);
 }

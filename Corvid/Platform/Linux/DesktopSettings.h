@@ -11,6 +11,9 @@ QStringList names();
 /** Whether the session says that it is KDE's. Any thread. */
 bool isKde();
 
+/** The family in the name of a font with its size: "Cantarell 11" has "Cantarell". Any thread. */
+QString familyOf(const QString &font);
+
 /** The name of the user's icon theme: KDE's own setting under KDE, else the desktop-wide one,
     else KDE's or GTK's configuration file, else "hicolor". Reads files; background only. */
 QString iconTheme();

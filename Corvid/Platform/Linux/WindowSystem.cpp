@@ -1,11 +1,13 @@
 #include "Platform/Linux/WindowSystem.h"
 
+#include "Platform/Linux/Bus/PortalAppearance.h"
 #include "Platform/Linux/Bus/PortalHotKeys.h"
 #include "Platform/Linux/QtInternals.h"
 #include "Platform/Linux/Wayland/LayerPanelSurface.h"
 #include "Platform/Linux/X11/X11HotKeys.h"
 #include "Platform/Linux/X11/X11PanelSurface.h"
 #include "Platform/Linux/X11/X11Replies.h"
+#include "Platform/Linux/X11/XSettings.h"
 
 #include <QGuiApplication>
 
@@ -81,6 +83,13 @@ WindowSystem makeWindowSystem() {
     auto surface = std::make_unique<LayerPanelSurface>(std::move(shell));
     auto covers = surface->covers();
     return {std::move(surface), std::move(covers), std::move(tokens), nullptr};
+}
+
+std::unique_ptr<AppearanceSettings> makeAppearance() {
+    auto portal = std::make_unique<PortalAppearance>();
+    if (x11::connectionOfQt())
+        return std::make_unique<XSettingsAppearance>(std::move(portal));
+    return portal;
 }
 
 std::unique_ptr<HotKeyBackend> makeHotKeys(Session session, const WindowSystem &windowSystem) {

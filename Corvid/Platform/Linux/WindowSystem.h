@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Appearance.h"
 #include "Platform/ClickMonitor.h"
 #include "Platform/HotKeyBackend.h"
 #include "Platform/Linux/PlatformChoice.h"
@@ -30,6 +31,9 @@ struct WindowSystem {
 
 /** To be gone before the application object. */
 WindowSystem makeWindowSystem();
+
+/** How the desktop wants programs to look. To be gone before the application object. */
+std::unique_ptr<AppearanceSettings> makeAppearance();
 
 /** How the session lets us have a key. To be gone before the application object and the window
     system. */

@@ -43,15 +43,6 @@ ColorScheme colorSchemeOf(const QVariant &value) {
                          : ColorScheme::NoPreference;
 }
 
-// "Cantarell 11" → "Cantarell"
-QString familyOf(const QVariant &value) {
-    const QString font = exactly<QString>(value).value_or(QString()).trimmed();
-    const qsizetype space = font.lastIndexOf(u' ');
-    bool endsInSize = false;
-    font.sliced(space + 1).toDouble(&endsInSize);
-    return endsInSize && space > 0 ? font.left(space) : font;
-}
-
 void apply(Appearance &appearance, const QString &names, const QString &key,
            const QVariant &value) {
     if (names == portalnames::appearance) {
@@ -69,7 +60,8 @@ void apply(Appearance &appearance, const QString &names, const QString &key,
         // KDE's font reaches Qt by itself; what its portal says of another desktop's is no choice
         // of the user's.
         else if (key == "font-name"_L1 && !desktopsettings::isKde())
-            appearance.fontFamily = familyOf(value);
+            appearance.fontFamily =
+                desktopsettings::familyOf(exactly<QString>(value).value_or(QString()));
     }
 }
 
