@@ -146,22 +146,22 @@ void AIService::send(quint64 id, const ChatTransfer::Request &request,
         Qt::QueuedConnection);
 }
 
-AIService::Task AIService::stream(const QString &prompt, OnElement onElement,
-                                  OnFinished onFinished) {
+AIService::Task AIService::stream(const QString &prompt, OnElement onElement, OnFinished onFinished,
+                                  const std::vector<chat::Turn> &before) {
     const quint64 id =
         add({.onElement = std::move(onElement), .onFinished = std::move(onFinished)});
     if (secrets_ && secrets_->locked(settings::aiKeyAccount)) {
-        secrets_->unlock(settings::aiKeyAccount, [self = QPointer(this), id, prompt] {
+        secrets_->unlock(settings::aiKeyAccount, [self = QPointer(this), id, prompt, before] {
             if (self && self->calls_.contains(id))
-                self->ask(id, prompt);
+                self->ask(id, prompt, before);
         });
     } else {
-        ask(id, prompt);
+        ask(id, prompt, before);
     }
     return {this, id};
 }
 
-void AIService::ask(quint64 id, const QString &prompt) {
+void AIService::ask(quint64 id, const QString &prompt, const std::vector<chat::Turn> &before) {
     const Config config = this->config();
     const std::optional<QUrl> url = chat::endpoint(config.baseURL);
     if (config.hasKey && !url)
@@ -204,8 +204,8 @@ void AIService::ask(quint64 id, const QString &prompt) {
         finish(elements, {}, isAnswer ? QString() : chat::adviceOnNoAnswer(end.beginning));
     };
     send(id,
-         {*url, *config.authorization, chat::answerBody(config.model, config.instruction, prompt),
-          timeouts_.stream},
+         {*url, *config.authorization,
+          chat::answerBody(config.model, config.instruction, prompt, before), timeouts_.stream},
          {onBytes, onEnd});
 }
 

@@ -15,6 +15,7 @@
 #include <optional>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace corvid {
 
@@ -100,8 +101,10 @@ public:
     /** Asks a question. A missing key and a refusal of the endpoint are answers of one element; an
         answer without end is cut off with a last element that says so. A base address that is no
         URL is a fatal error. Where the keyring is locked the desktop asks for its password first;
-        a keyring that stays locked is an answer of one element, too. */
-    [[nodiscard]] Task stream(const QString &prompt, OnElement onElement, OnFinished onFinished);
+        a keyring that stays locked is an answer of one element, too. `before`: what was said
+        before, which goes along. */
+    [[nodiscard]] Task stream(const QString &prompt, OnElement onElement, OnFinished onFinished,
+                              const std::vector<chat::Turn> &before = {});
 
     /** Asks which of the named things a query means. Every failure is no intent. */
     [[nodiscard]] Task intent(const QString &query, const QStringList &apps,
@@ -135,7 +138,7 @@ private:
 
     Config config() const;
     quint64 add(Call call);
-    void ask(quint64 id, const QString &prompt);
+    void ask(quint64 id, const QString &prompt, const std::vector<chat::Turn> &before);
     /** Why a request cannot be sent; nothing when it can. */
     static std::optional<QString> obstacle(const std::optional<QUrl> &url,
                                            const std::optional<QByteArray> &authorization);

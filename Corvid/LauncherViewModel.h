@@ -1,16 +1,15 @@
 #pragma once
 
-#include "AIService.h"
-#include "Search/ForgottenRow.h"
+#include "Chat/Conversation.h"
+#include "Chat/IntentLookup.h"
+#include "Model/RowList.h"
+#include "Model/UsersTerminal.h"
 #include "Search/Query.h"
-#include "Search/QueryRows.h"
 
 #include <QObject>
-#include <QTimer>
 #include <QUuid>
 
 #include <functional>
-#include <vector>
 
 namespace corvid {
 
@@ -41,8 +40,8 @@ struct KeyPress {
  * selection, and what the keys do. Main thread only. Every published field has a signal that
  * follows each change of its value. Nothing here fails.
  *
- * Longer than other units: list, selection, keys and answer change each other. What can be decided
- * without the rest of them is in Search/ and Chat/.
+ * Here is what joins them: the list with its selection is RowList's, what is asked and answered
+ * Conversation's.
  */
 class LauncherViewModel final : public QObject {
     Q_OBJECT
@@ -66,38 +65,35 @@ public:
     const QString &query() const { return query_; }
     /** Every change runs refresh(). */
     void setQuery(const QString &query);
-    const Rows &results() const { return results_; }
+    const Rows &results() const { return list_.rows(); }
     /** Index of the highlighted row. */
-    int selected() const { return selected_; }
-    void setSelected(int index);
+    int selected() const { return list_.selected(); }
+    void setSelected(int index) { list_.select(index); }
     /** The search field shall take the focus; the view clears it when it has done so. */
     bool focusSearch() const { return focusSearch_; }
     void setFocusSearch(bool wanted) {
         assign(focusSearch_, wanted, &LauncherViewModel::focusSearchChanged);
     }
-    /** An AI answer is being shown. */
-    bool aiMode() const { return aiMode_; }
-    void setAiMode(bool on) { assign(aiMode_, on, &LauncherViewModel::aiModeChanged); }
-    const QString &aiResponse() const { return aiResponse_; }
-    void setAiResponse(const QString &text) {
-        assign(aiResponse_, text, &LauncherViewModel::aiResponseChanged);
-    }
-    /** What else there is to say of the answer or of its failure; empty mostly. */
-    const QString &aiAdvice() const { return aiAdvice_; }
-    void setAiAdvice(const QString &text) {
-        assign(aiAdvice_, text, &LauncherViewModel::aiAdviceChanged);
-    }
-    /** The answer and below it the advice, as people see them. */
-    const QString &aiText() const;
+    /** An AI answer is being shown. This and what follows of it is Conversation's. */
+    bool aiMode() const { return conversation_.shown(); }
+    void setAiMode(bool on) { conversation_.setShown(on); }
+    const QString &aiResponse() const { return conversation_.response(); }
+    void setAiResponse(const QString &text) { conversation_.setResponse(text); }
+    /** The answer, and below it what else there is to say of it, as people see them. */
+    const QString &aiText() const { return conversation_.text(); }
     /** An answer is streaming. */
-    bool aiBusy() const { return aiBusy_; }
-    void setAiBusy(bool busy) { assign(aiBusy_, busy, &LauncherViewModel::aiBusyChanged); }
+    bool aiBusy() const { return conversation_.busy(); }
+    void setAiBusy(bool busy) { conversation_.setBusy(busy); }
     /** What is shown as the answer is no answer but says what went wrong. */
-    bool aiFailed() const { return aiFailed_; }
-    const QString &aiQuestion() const { return aiQuestion_; }
-    void setAiQuestion(const QString &question) {
-        assign(aiQuestion_, question, &LauncherViewModel::aiQuestionChanged);
-    }
+    bool aiFailed() const { return conversation_.failed(); }
+    const QString &aiQuestion() const { return conversation_.question(); }
+    void setAiQuestion(const QString &question) { conversation_.setQuestion(question); }
+    /** The row that Return carries out though an answer covers the list. Null where no answer does,
+        and where Return does nothing, asks the typed question or the one shown once more. */
+    const ResultItem *coveredRow() const;
+    /** Whether the arrow keys choose a row: of the list, or the covered one while the typed text is
+        no question. They scroll the answer otherwise. */
+    bool choosesRows() const;
     /** Hint line under the list. */
     const QString &statusText() const { return statusText_; }
     /** What else Return does, or what is to be known, beside that line; empty mostly. */
@@ -124,22 +120,24 @@ public:
         is still listed. A question's rows come from no list and stay as they are. */
     void refreshInPlace();
     /** Moves the selection by a step, wrapping at both ends. */
-    void moveSelection(int delta);
+    void moveSelection(int delta) { list_.move(delta); }
     /** Selects that row, or the first or the last one where it lies beyond them. */
-    void selectNearest(int row);
+    void selectNearest(int row) { list_.selectNearest(row); }
     /** Return: records the choice and carries it out. `window`: of an application's row. What ends
-        the session is carried out by a second Return alone: the first puts a question in the
-        place of the row's title. */
+        the session is carried out by a second Return alone: the first puts a question in the place
+        of the row's title. */
     void submit(OpenApp::Window window = OpenApp::Window::Running);
     /** The same for a row that is pointed at, by a click or its number, which never answers a
         question. */
     void choose(int row);
     /** Takes back a question in the place of a row's title, if there is one, as every key but
         Return does, and every change of the query, of the selection and of the selected row. */
-    void withdrawQuestion();
+    void withdrawQuestion() { list_.withdrawQuestion(); }
     /** The shortcuts with Command; Shift+Return, which opens an application's row in a new window
-        and any other as Return does; and Shift+Delete, which forgets what was learnt about the
-        selected row, until Command+Z puts it back. True when the key was consumed. */
+        and any other as Return does, and in an answer asks on; and Shift+Delete, which forgets what
+        was learnt about the selected row, until Command+Z puts it back. In an answer, which covers
+        the rows, the number of a row chooses it and opens it the second time. True when the key was
+        consumed. */
     bool handleKeyEvent(const KeyPress &key);
     /** Has the list follow what was forgotten, if a row still offers to put it back, and takes that
         offer away. The selection stays with its row. */
@@ -151,7 +149,7 @@ public:
     /** Begins a new showing. */
     void reset();
     /** The panel comes into sight, with the list as it is or after reset(): what the rows tell of
-       the disk is looked up again and takes its place when it arrives. */
+        the disk is looked up again and takes its place when it arrives. */
     void lookUpAgain();
     /** Asks the endpoint what a query means when typing has paused for 400 ms; a row for it, if it
         names something here, then stands before the given ones. Replaces what was under way. Asks
@@ -160,18 +158,27 @@ public:
     /** Shows the AI answer to a question as it comes, or what went wrong with it. An earlier answer
         that is still coming is appended to the same text. */
     void askAI(const QString &question);
+    /** Asks what is typed, with "ai" before it or not, as a further question: the turns of this
+        showing go along. */
+    void askOn();
     /** Ends the answer that is coming. What has come stays; without any, as Escape does. */
-    void stopAnswer();
-    /** Asks the question of the answer shown once more. */
+    void stopAnswer() { conversation_.stop(); }
+    /** Asks the question of the answer shown once more, with what went along with it. */
     void askAgain();
     /** Opens a link of the answer, and asks to be hidden. */
-    void openAddress(const QString &address);
+    void openAddress(const QString &address) { perform(OpenURL{address}); }
     /** Copies a part of the answer, or all of it where none is given. */
-    void copyAnswer(const QString &part = {});
+    void copyAnswer(const QString &part = {}) {
+        const QString &text = part.isEmpty() ? aiResponse() : part;
+        if (!text.isEmpty() && onAction)
+            onAction(CopyAI{text});
+    }
     /** Puts an icon that has arrived into the rows that show this path. */
-    void updateIcon(const QString &path, const Image &icon);
+    void updateIcon(const QString &path, const Image &icon) { list_.updateIcon(path, icon); }
     /** Likewise the branch of a project. */
-    void updateBranch(const QString &projectPath, const QString &branch);
+    void updateBranch(const QString &projectPath, const QString &branch) {
+        list_.updateBranch(projectPath, branch);
+    }
 
     /** Whether AI is switched on; so unless the user switched it off. */
     bool aiEnabled() const;
@@ -214,51 +221,31 @@ private:
     Rows listedRows();
     void publish(Rows rows, int selected);
     void refreshAroundSelection();
-    /** Null where the selection is no row. */
-    const ResultItem *selectedRow() const;
     std::optional<QString> selectedPath() const;
     void submitSelection(OpenApp::Window window);
     void submitRow(ResultItem row, OpenApp::Window window);
-    bool askBefore(const ResultItem &row);
-    std::optional<QString> usageKeyOf(const ResultItem &row) const;
     void forgetSelected();
-    void record(const ResultItem &row);
     void perform(const LauncherAction &action);
-    void hide();
-    void findTerminal();
-    void cancelIntent();
-    void endAnswers();
-    void setAiFailed(bool failed) {
-        assign(aiFailed_, failed, &LauncherViewModel::aiFailedChanged);
+    void hide() {
+        if (onHide)
+            onHide();
     }
     void showHint();
     void noteThatNamesAreSent();
 
     Environment environment_;
     QString query_;
-    Query parsedQuery_;                ///< what `query_` asks for
-    std::optional<AppEntry> terminal_; ///< the user's, as it was found last
-    bool terminalSought_ = false;      ///< in this showing
-    Rows results_;
-    ForgottenRow forgotten_;
-    int selected_ = 0;
+    Query parsedQuery_; ///< what `query_` asks for
+    UsersTerminal terminal_;
+    RowList list_;
     bool focusSearch_ = false;
-    bool aiMode_ = false;
-    QString aiQuestion_;
-    QString aiResponse_;
-    QString aiAdvice_;
-    mutable QString aiText_; ///< made when asked for, where there is advice
-    bool aiBusy_ = false;
-    bool aiFailed_ = false;
     QString statusText_;
-    std::optional<ResultItem> questioned_; ///< the row without the question in its place
     QString hint_;
     bool namesJustSent_ = false; ///< for the first time ever, while this question is typed
     QUuid session_ = QUuid::createUuid();
-    std::vector<AIService::Task> answers_; ///< under way, or ended since
-    QTimer pauseInTyping_;
-    AIService::Task intent_;
     PathLookup paths_;
+    IntentLookup intents_;
+    Conversation conversation_;
 };
 
 } // namespace corvid

@@ -1,5 +1,6 @@
 // The view model's use of AI, with the real client against a real server on this machine.
 
+#include "Base/Settings.h"
 #include "Chat/ChatProtocol.h"
 #include "Fakes/LauncherWorld.h"
 #include "Worlds/ChatServer.h"
@@ -893,6 +894,163 @@ TEST_F(LauncherViewModelAITest, copyingGivesTheAnswerOrThePartThatIsGiven) {
     EXPECT_EQ(std::get<CopyAI>(world.actions[0]).text, u"the answer");
     EXPECT_EQ(std::get<CopyAI>(world.actions[1]).text, u"answer");
     EXPECT_EQ(world.hides, 0);
+}
+
+// Asking on
+
+TEST_F(LauncherViewModelAITest, shiftReturnInAnAnswerAsksWhatIsTypedWithTheTurnsBeforeIt) {
+    serve([](Connection &connection, const Request &) {
+        connection.send(streamHead + chunk(u"re"_s) + "data: [DONE]\n\n");
+    });
+    const KeyPress shiftReturn{false, true, {}, true};
+    world.defaults.set(u"aiSendsNames"_s, false);
+    model.setQuery(u"ai why"_s);
+    model.submit();
+    EXPECT_EQ(model.hint(), QString()) << "there is nothing to ask on about yet";
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(model.hint(), u"Shift+Return asks on, 1 turn goes along");
+    EXPECT_EQ(model.statusText(), u"Ask AI  ·  Return to send");
+    model.setQuery(u"ai and then"_s);
+    EXPECT_TRUE(model.handleKeyEvent(shiftReturn));
+    EXPECT_EQ(model.aiQuestion(), u"and then");
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(model.hint(), u"Shift+Return asks on, 2 turns go along");
+    model.setQuery(u" Alpha "_s);
+    EXPECT_TRUE(model.handleKeyEvent(shiftReturn));
+    EXPECT_EQ(model.aiQuestion(), u"Alpha") << "in an answer it opens nothing";
+    EXPECT_TRUE(world.actions.empty());
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    const std::vector<Request> requests = server->requests();
+    ASSERT_EQ(requests.size(), 3U);
+    EXPECT_EQ(messageOf(requests[2], 1), u"why");
+    EXPECT_EQ(messageOf(requests[2], 2), u"re");
+    EXPECT_EQ(messageOf(requests[2], 3), u"and then");
+    EXPECT_EQ(messageOf(requests[2], 5), u"Alpha");
+}
+
+TEST_F(LauncherViewModelAITest, shiftReturnThatIsHeldOrHasNothingToAskAsksNothing) {
+    serve([](Connection &connection, const Request &) {
+        connection.send(streamHead + chunk(u"re"_s) + "data: [DONE]\n\n");
+    });
+    model.setQuery(u"ai why"_s);
+    EXPECT_TRUE(model.handleKeyEvent({false, true, {}, true})) << "outside of an answer, as Return";
+    EXPECT_TRUE(model.handleKeyEvent({false, true, {}, true, false, true}));
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    for (const QString &nothing : {u"ai"_s, u"  "_s}) {
+        model.setQuery(nothing);
+        EXPECT_TRUE(model.handleKeyEvent({false, true, {}, true}));
+        EXPECT_FALSE(model.aiBusy());
+    }
+    EXPECT_EQ(server->requests().size(), 1U);
+}
+
+TEST_F(LauncherViewModelAITest, theNumberOfTurnsIsToldInAnAnswerAloneAndANewShowingHasNone) {
+    serve([](Connection &connection, const Request &) {
+        connection.send(streamHead + chunk(u"re"_s) + "data: [DONE]\n\n");
+    });
+    model.askAI(u"why"_s);
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_NE(model.hint(), QString());
+    model.cancel();
+    EXPECT_EQ(model.hint(), QString());
+    model.askAI(u"what"_s);
+    EXPECT_EQ(model.hint(), u"Shift+Return asks on, 1 turn goes along");
+    model.reset();
+    EXPECT_EQ(model.hint(), QString());
+    model.setAiMode(true);
+    model.setAiResponse(QString(Conversation::mostAlong + 1, u'x'));
+    EXPECT_EQ(model.hint(), u"Shift+Return asks on without this answer, which is too long");
+}
+
+TEST_F(LauncherViewModelAITest, theNoteThatNamesWereSentStandsUntilTheAnswerIsThere) {
+    Feed feed;
+    serve([&](Connection &connection, const Request &request) {
+        if (request.body.contains("\"stream\""))
+            feed.serve(connection);
+        else
+            connection.send(intentReply({{u"action"_s, u"none"_s}}));
+    });
+    model.setQuery(u"ai why"_s);
+    ASSERT_TRUE(waitUntil([this] { return !server->requests().empty(); }));
+    model.submit();
+    feed.push(u"re"_s);
+    ASSERT_TRUE(waitUntil([this] { return model.aiResponse() == u"re"; }));
+    EXPECT_EQ(model.hint(), u"Names of your apps and projects go along (see Settings)");
+    feed.end();
+    ASSERT_TRUE(waitUntil([this] { return !model.aiBusy(); }));
+    EXPECT_EQ(model.hint(), u"Shift+Return asks on, 1 turn goes along");
+}
+
+// Typing over an answer
+
+TEST_F(LauncherViewModelAITest, theRowThatReturnOpensIsToldWhileAnAnswerCoversTheList) {
+    model.setQuery(u"Alpha"_s);
+    EXPECT_EQ(model.coveredRow(), nullptr) << "the list is seen";
+    model.setAiMode(true);
+    ASSERT_TRUE(model.coveredRow());
+    EXPECT_EQ(model.coveredRow()->title, u"Alpha");
+    EXPECT_TRUE(model.choosesRows());
+    model.setQuery(u"no such thing"_s);
+    ASSERT_EQ(ids(), QStringList({u"web-search"_s, u"ai-fallback"_s}));
+    EXPECT_EQ(model.coveredRow()->id, u"web-search");
+    EXPECT_EQ(model.hint(), u"↑↓ choose another");
+    model.moveSelection(1);
+    EXPECT_EQ(model.coveredRow()->id, u"ai-fallback") << "it asks what nobody has asked yet";
+    model.setAiQuestion(u"no such thing"_s);
+    EXPECT_EQ(model.coveredRow(), nullptr) << "it would ask the same once more";
+    EXPECT_FALSE(model.choosesRows());
+    EXPECT_EQ(model.hint(), QString());
+}
+
+TEST_F(LauncherViewModelAITest, forAQuestionTheRowIsToldOnlyWhereReturnDoesNotAskIt) {
+    serveIntent(openApp(u"Beta"_s));
+    model.setAiMode(true);
+    model.setQuery(u"ai launch it"_s);
+    EXPECT_EQ(model.coveredRow(), nullptr);
+    ASSERT_TRUE(waitUntil([this] { return firstId() == u"ai-intent-app"; }));
+    ASSERT_TRUE(model.coveredRow());
+    EXPECT_EQ(model.coveredRow()->title, u"Open Beta");
+    EXPECT_FALSE(model.choosesRows()) << "the arrows are the answer's";
+    model.setQuery(u"ai"_s);
+    EXPECT_EQ(model.coveredRow(), nullptr) << "Return does nothing";
+    model.setQuery(u"ai why"_s);
+    EXPECT_EQ(model.coveredRow(), nullptr);
+}
+
+TEST_F(LauncherViewModelAITest, theRowOfTheLastProjectIsToldWhateverIsSelected) {
+    settings::setLastProject(world.defaults,
+                             {locations::home() + u"/Code/web"_s, u"/apps/Code.desktop"_s});
+    model.setQuery(u"last project"_s);
+    model.setAiMode(true);
+    model.setSelected(0);
+    ASSERT_TRUE(model.coveredRow());
+    EXPECT_EQ(model.coveredRow()->id, u"last-project");
+    EXPECT_FALSE(model.choosesRows());
+    model.submit();
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenLastProject{}});
+}
+
+TEST_F(LauncherViewModelAITest, inAnAnswerTheNumberOfARowChoosesItAndThenOpensIt) {
+    model.setQuery(u"a"_s);
+    ASSERT_GE(model.results().size(), 2U);
+    model.setAiMode(true);
+    const QString second = model.results()[1].id;
+    EXPECT_TRUE(model.handleKeyEvent({true, false, u"2"_s}));
+    EXPECT_TRUE(world.actions.empty()) << "nobody has seen it";
+    ASSERT_TRUE(model.coveredRow());
+    EXPECT_EQ(model.coveredRow()->id, second);
+    EXPECT_TRUE(model.handleKeyEvent({true, false, u"2"_s}));
+    EXPECT_EQ(world.actions.size(), 1U);
+}
+
+TEST_F(LauncherViewModelAITest, inAnAnswerNoPathIsShownOfARowThatIsNotSeen) {
+    model.setQuery(u"Alpha"_s);
+    model.setAiMode(true);
+    EXPECT_TRUE(model.handleKeyEvent({true, true, {}}));
+    EXPECT_EQ(world.workspace.revealed, QStringList(u"/apps/Alpha.desktop"_s));
+    model.setQuery(u"ai why"_s);
+    EXPECT_TRUE(model.handleKeyEvent({true, true, {}}));
+    EXPECT_EQ(world.workspace.revealed.size(), 1);
 }
 
 // Lifetime

@@ -14,9 +14,19 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QJsonArray messages(const QString &instruction, const QString &text) {
-    return {QJsonObject{{u"role"_s, u"system"_s}, {u"content"_s, instruction}},
-            QJsonObject{{u"role"_s, u"user"_s}, {u"content"_s, text}}};
+QJsonObject messageOf(const QString &role, const QString &text) {
+    return {{u"role"_s, role}, {u"content"_s, text}};
+}
+
+QJsonArray messages(const QString &instruction, const QString &text,
+                    const std::vector<Turn> &before = {}) {
+    QJsonArray result{messageOf(u"system"_s, instruction)};
+    for (const Turn &turn : before) {
+        result.append(messageOf(u"user"_s, turn.question));
+        result.append(messageOf(u"assistant"_s, turn.answer));
+    }
+    result.append(messageOf(u"user"_s, text));
+    return result;
 }
 
 QByteArray encoded(const QJsonObject &body) {
@@ -73,15 +83,17 @@ QString placeholderKey() {
     return u"no-key-needed"_s;
 }
 
-QByteArray answerBody(const QString &model, const QString &instruction, const QString &prompt) {
-    return encoded(
-        {{u"model"_s, model}, {u"stream"_s, true}, {u"messages"_s, messages(instruction, prompt)}});
+QByteArray answerBody(const QString &model, const QString &instruction, const QString &prompt,
+                      const std::vector<Turn> &before) {
+    return encoded({{u"model"_s, model},
+                    {u"stream"_s, true},
+                    {u"messages"_s, messages(instruction, prompt, before)}});
 }
 
 QByteArray testBody(const QString &model) {
-    const QJsonObject message{{u"role"_s, u"user"_s}, {u"content"_s, u"Say OK."_s}};
-    return encoded(
-        {{u"model"_s, model}, {u"stream"_s, true}, {u"messages"_s, QJsonArray{message}}});
+    return encoded({{u"model"_s, model},
+                    {u"stream"_s, true},
+                    {u"messages"_s, QJsonArray{messageOf(u"user"_s, u"Say OK."_s)}}});
 }
 
 QByteArray intentBody(const QString &model, const QString &query, const QStringList &apps,
@@ -165,7 +177,8 @@ QString httpErrorText(int status, const QString &baseURL) {
 }
 
 bool isFailureText(const QString &text) {
-    return text == noKeyText() || (text.startsWith("HTTP "_L1) && text.endsWith(httpErrorAdvice));
+    return text == noKeyText() || text == lockedText() ||
+           (text.startsWith("HTTP "_L1) && text.endsWith(httpErrorAdvice));
 }
 
 } // namespace corvid::chat

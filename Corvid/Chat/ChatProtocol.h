@@ -8,6 +8,7 @@
 #include <QUrl>
 
 #include <optional>
+#include <vector>
 
 namespace corvid {
 
@@ -51,8 +52,16 @@ std::optional<QByteArray> authorization(const QString &key);
 /** What stands for the key of a server that needs none. */
 QString placeholderKey();
 
-/** Asks for a streamed answer. The instruction tells the model how to answer. */
-QByteArray answerBody(const QString &model, const QString &instruction, const QString &prompt);
+/** A question and the answer to it. */
+struct Turn {
+    QString question;
+    QString answer;
+};
+
+/** Asks for a streamed answer. The instruction tells the model how to answer; the turns are what
+    was said before, the oldest first. */
+QByteArray answerBody(const QString &model, const QString &instruction, const QString &prompt,
+                      const std::vector<Turn> &before = {});
 
 /** The smallest request that shows whether an endpoint streams answers. */
 QByteArray testBody(const QString &model);
@@ -89,7 +98,7 @@ QString unsendableKeyText();
 /** The answer of a stream that the endpoint refused. Names the address as it was entered. */
 QString httpErrorText(int status, const QString &baseURL);
 
-/** Whether an element of an answer is one of these two texts. */
+/** Whether an element of an answer is one of these texts, which are no answers. */
 bool isFailureText(const QString &text);
 
 } // namespace corvid::chat
