@@ -2,8 +2,10 @@
 
 #include "LauncherViewModel.h"
 #include "Panel/AnswerArea.h"
+#include "Panel/Footer.h"
 #include "Panel/PanelKeys.h"
 #include "Panel/ResultList.h"
+#include "Panel/RowStrip.h"
 #include "Panel/SearchField.h"
 #include "Panel/Shapes.h"
 #include "Panel/Style.h"
@@ -11,9 +13,8 @@
 
 #include <QBoxLayout>
 #include <QCoreApplication>
+#include <QFrame>
 #include <QKeyEvent>
-#include <QLabel>
-#include <QLinearGradient>
 #include <QPainter>
 
 #include <limits>
@@ -33,18 +34,6 @@ QFrame *makeDivider() {
     return divider;
 }
 
-QLabel *makeFooterLabel(const QString &text) {
-    auto *label = new QLabel(text);
-    label->setTextFormat(Qt::PlainText);
-    label->setFont(style::sized(QFont(), 11));
-    return label;
-}
-
-QColor cardOver(PanelSurface::Behind behind) {
-    // What is not blurred would be read through the card, however faint it were.
-    return style::faded({30, 31, 36}, behind == PanelSurface::Behind::BlurredDesktop ? 0.82 : 1);
-}
-
 } // namespace
 
 LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
@@ -55,6 +44,8 @@ LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
     list_ = new ResultList(listArea_);
     list->addWidget(list_);
     answer_ = new AnswerArea([this]() -> const QString & { return viewModel_.aiText(); }, this);
+    strip_ = new RowStrip(this);
+    footer_ = new Footer(this);
 
     auto *stack = new QVBoxLayout(this);
     stack->setContentsMargins(0, 0, 0, 0);
@@ -63,8 +54,9 @@ LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
     stack->addWidget(makeDivider());
     stack->addWidget(listArea_, 1);
     stack->addWidget(answer_, 1);
+    stack->addWidget(strip_);
     stack->addWidget(makeDivider());
-    stack->addLayout(makeFooter());
+    stack->addWidget(footer_);
     setFocusProxy(field_);
     observe();
     applyStyle();
@@ -98,22 +90,6 @@ QLayout *LauncherView::makeSearchBar() {
     return bar;
 }
 
-QLayout *LauncherView::makeFooter() {
-    status_ = makeFooterLabel({});
-    auto *footer = new QHBoxLayout;
-    footer->setContentsMargins(style::barPaddingX, style::footerPaddingY, style::barPaddingX,
-                               style::footerPaddingY);
-    footer->addWidget(status_);
-    hint_ = makeFooterLabel({});
-    hint_->hide();
-    // Rather cut off than wider than the panel.
-    hint_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    footer->addWidget(hint_, 1);
-    footer->addStretch();
-    footer->addWidget(makeFooterLabel(u"Corvid"_s));
-    return footer;
-}
-
 void LauncherView::observe() {
     // Of the application, since a widget gets its keys straight from there.
     qApp->installEventFilter(this);
@@ -133,13 +109,17 @@ void LauncherView::observe() {
         if (isVisible())
             viewModel_.choose(row.row());
     });
+    connect(strip_, &RowStrip::clicked, &viewModel_, [this] {
+        if (isVisible())
+            viewModel_.choose(viewModel_.selected());
+    });
 
     connect(&viewModel_, &LauncherViewModel::queryChanged, this, &LauncherView::showQuery);
     connect(&viewModel_, &LauncherViewModel::resultsChanged, this, &LauncherView::showResults);
     connect(&viewModel_, &LauncherViewModel::rowChanged, this, [this](int row) {
-        if (listIsStale_)
-            return;
-        list_->setRow(row, viewModel_.results()[static_cast<std::size_t>(row)]);
+        if (!listIsStale_)
+            list_->setRow(row, viewModel_.results()[static_cast<std::size_t>(row)]);
+        showStrip();
     });
     connect(&viewModel_, &LauncherViewModel::pathCopied, list_, &ResultList::confirmCopy);
     connect(&viewModel_, &LauncherViewModel::focusSearchChanged, this, [this] {
@@ -153,10 +133,8 @@ void LauncherView::observe() {
             list_->select(viewModel_.selected());
     });
     connect(&viewModel_, &LauncherViewModel::statusTextChanged, this, &LauncherView::showStatus);
-    connect(&viewModel_, &LauncherViewModel::hintChanged, this, [this] {
-        hint_->setText(u"·  "_s + viewModel_.hint());
-        hint_->setVisible(!viewModel_.hint().isEmpty());
-    });
+    connect(&viewModel_, &LauncherViewModel::hintChanged, this,
+            [this] { footer_->setHint(viewModel_.hint()); });
     connect(&viewModel_, &LauncherViewModel::aiModeChanged, this, &LauncherView::showMode);
     connect(&viewModel_, &LauncherViewModel::aiQuestionChanged, this, &LauncherView::showAnswer);
     connect(&viewModel_, &LauncherViewModel::aiResponseChanged, answer_,
@@ -165,6 +143,10 @@ void LauncherView::observe() {
     connect(&viewModel_, &LauncherViewModel::aiAdviceChanged, answer_, &AnswerArea::answerChanged);
     connect(&viewModel_, &LauncherViewModel::aiBusyChanged, this,
             [this] { answer_->setBusy(viewModel_.aiBusy()); });
+    for (const auto signal :
+         {&LauncherViewModel::resultsChanged, &LauncherViewModel::selectedChanged,
+          &LauncherViewModel::aiModeChanged, &LauncherViewModel::aiQuestionChanged})
+        connect(&viewModel_, signal, this, &LauncherView::showStrip);
     connect(&viewModel_, &LauncherViewModel::displayFlushRequested, this, [this] {
         if (window()->isVisible())
             QCoreApplication::sendPostedEvents(window(), QEvent::UpdateRequest);
@@ -183,6 +165,10 @@ void LauncherView::showResults() {
         list_->setRows(viewModel_.results(), viewModel_.selected());
 }
 
+void LauncherView::showStrip() {
+    strip_->showRow(viewModel_.coveredRow());
+}
+
 void LauncherView::showEvent(QShowEvent *event) {
     QWidget::showEvent(event);
     askToQuit(Asking::No);
@@ -192,13 +178,13 @@ void LauncherView::showEvent(QShowEvent *event) {
 
 void LauncherView::showStatus() {
     if (quitAsked_)
-        status_->setText(u"Press Control+Q again to quit Corvid"_s);
+        footer_->setStatus(u"Press Control+Q again to quit Corvid"_s);
     else if (!viewModel_.statusText().isEmpty())
-        status_->setText(viewModel_.statusText());
+        footer_->setStatus(viewModel_.statusText());
     else if (viewModel_.aiMode())
-        status_->setText(u"Esc to go back"_s);
+        footer_->setStatus(u"Esc to go back"_s);
     else
-        status_->setText(u"↑↓ navigate  ⏎ open  esc close"_s);
+        footer_->setStatus(u"↑↓ navigate  ⏎ open  esc close"_s);
 }
 
 void LauncherView::showMode() {
@@ -224,13 +210,12 @@ void LauncherView::showAnswerKind() {
     answer_->setKind(viewModel_.aiFailed() ? AnswerArea::Kind::Failure : AnswerArea::Kind::Answer);
 }
 
-// While an answer is shown the arrows scroll it: moving a selection that nobody sees would make
-// Return a gamble.
+// Moving a selection that nobody sees would make Return a gamble.
 void LauncherView::step(int lines) {
-    if (viewModel_.aiMode())
-        answer_->scrollBy(lines);
-    else
+    if (viewModel_.choosesRows())
         viewModel_.moveSelection(lines);
+    else
+        answer_->scrollBy(lines);
 }
 
 void LauncherView::turnPage(int pages) {
@@ -352,37 +337,13 @@ void LauncherView::keyPressEvent(QKeyEvent *event) {
 
 void LauncherView::applyStyle() {
     setFont(style::font());
-    QPalette colours;
-    colours.setColor(QPalette::Base, Qt::transparent);
-    colours.setColor(QPalette::Text, style::primary());
-    colours.setColor(QPalette::PlaceholderText, style::tertiary());
-    colours.setColor(QPalette::WindowText, style::tertiary()); // of the footer
-    colours.setColor(QPalette::Mid, style::divider());
-    colours.setColor(QPalette::Highlight, style::accent());
-    colours.setColor(QPalette::HighlightedText, Qt::white);
-    setPalette(colours);
-    update();
-}
-
-void LauncherView::setBehind(PanelSurface::Behind behind) {
-    behind_ = behind;
+    setPalette(style::panelPalette());
     update();
 }
 
 void LauncherView::paintEvent(QPaintEvent * /*event*/) {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(cardOver(behind_));
-    painter.drawPath(continuousRoundedRect(rect(), style::cardRadius));
-
-    QLinearGradient outline(0, 0, 0, height());
-    outline.setColorAt(0, style::white(0.22));
-    outline.setColorAt(1, style::white(0.04));
-    painter.setPen(QPen(outline, 1));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawPath(continuousRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5),
-                                           style::cardRadius - 0.5));
+    paintCard(painter, rect(), behind_);
 }
 
 } // namespace corvid

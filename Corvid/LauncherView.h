@@ -6,21 +6,22 @@
 #include <QWidget>
 
 class QKeyEvent;
-class QLabel;
 
 namespace corvid {
 
 class AnswerArea;
+class Footer;
 class LauncherViewModel;
 struct KeyPress;
 class ResultList;
+class RowStrip;
 class SearchField;
 class Symbol;
 
 /**
  * The whole content of the panel: search bar, result list or AI answer, and footer on a dark card.
- * Observes the view model and decides nothing itself. Main thread only. Longer than other units:
- * each signal of the view model and each key of the panel has its line here.
+ * While an answer covers the list a strip above the footer shows the row that Return would open.
+ * Observes the view model and decides nothing itself. Main thread only.
  */
 class LauncherView final : public QWidget {
     Q_OBJECT
@@ -30,7 +31,10 @@ public:
     explicit LauncherView(LauncherViewModel &viewModel, QWidget *parent = nullptr);
 
     /** What the card lets through, and so how opaque it is. */
-    void setBehind(PanelSurface::Behind behind);
+    void setBehind(PanelSurface::Behind behind) {
+        behind_ = behind;
+        update();
+    }
 
     /** Takes over changed colours and fonts. */
     void applyStyle();
@@ -44,10 +48,10 @@ protected:
 
 private:
     QLayout *makeSearchBar();
-    QLayout *makeFooter();
     void observe();
     void showQuery();
     void showResults();
+    void showStrip();
     void showStatus();
     void showMode();
     void showAnswer();
@@ -71,8 +75,8 @@ private:
     QWidget *listArea_ = nullptr;
     ResultList *list_ = nullptr;
     AnswerArea *answer_ = nullptr;
-    QLabel *status_ = nullptr;
-    QLabel *hint_ = nullptr; ///< beside the status, when there is something to say
+    RowStrip *strip_ = nullptr;
+    Footer *footer_ = nullptr;
 };
 
 } // namespace corvid

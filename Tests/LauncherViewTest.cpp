@@ -91,12 +91,17 @@ protected:
         return nullptr;
     }
     Symbol *clearButton() const { return named<Symbol>(u"Clear"_s); }
+    /** What the strip says of its row. */
+    QString textOf(int role) const {
+        return strip->model()->data(strip->model()->index(0, 0), role).toString();
+    }
 
     LauncherWorld world{manyApps(), {}};
     LauncherView view{world.model};
     SearchField *field = view.findChild<SearchField *>();
     ResultList *list = view.findChild<ResultList *>();
     AnswerArea *answer = view.findChild<AnswerArea *>();
+    ResultList *strip = named<ResultList>(u"Return opens"_s);
 };
 
 } // namespace
@@ -756,7 +761,7 @@ TEST_F(LauncherViewTest, theCopyControlIsThereOnceThereIsAnAnswerAndCopiesIt) {
 }
 
 TEST_F(LauncherViewTest, arrowsAndPagesScrollTheAnswerAndLeaveTheSelection) {
-    type(u"foo"_s);
+    type(u"ai foo"_s);
     world.model.setAiMode(true);
     world.model.setAiResponse(u"line\n"_s.repeated(200));
     QScrollBar *bar = answer->verticalScrollBar();
@@ -770,6 +775,69 @@ TEST_F(LauncherViewTest, arrowsAndPagesScrollTheAnswerAndLeaveTheSelection) {
     press(Qt::Key_PageUp);
     press(Qt::Key_Up);
     EXPECT_EQ(bar->value(), 0);
+    EXPECT_EQ(world.model.selected(), 0);
+}
+
+TEST_F(LauncherViewTest, whileAnAnswerCoversTheListTheRowThatReturnOpensStandsAboveTheFooter) {
+    world.workspace.running = {u"id.foo1"_s};
+    type(u"ai foo"_s);
+    world.model.setAiMode(true);
+    EXPECT_FALSE(strip->isVisible()) << "Return asks";
+    world.model.setQuery(u"foo"_s);
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(strip->isVisible());
+    EXPECT_FALSE(list->isVisible());
+    EXPECT_TRUE(answer->isVisible());
+    EXPECT_EQ(textOf(Qt::DisplayRole), u"foo0");
+    const QRect place(strip->mapTo(&view, QPoint()), strip->size());
+    const QRect read(answer->mapTo(&view, QPoint()), answer->size());
+    EXPECT_EQ(place.width(), 644) << "as wide as in the list";
+    EXPECT_EQ(place.height(), 46);
+    EXPECT_GT(place.top(), read.bottom());
+    press(Qt::Key_Down);
+    EXPECT_EQ(textOf(Qt::DisplayRole), u"foo1");
+    EXPECT_EQ(textOf(Qt::AccessibleTextRole), u"foo1, App, running");
+    EXPECT_EQ(strip->currentIndex().row(), 0) << "highlighted, as what Return opens is";
+    press(Qt::Key_Return);
+    ASSERT_TRUE(waitUntil([&] { return world.actions.size() == 1; }));
+    EXPECT_EQ(std::get<OpenApp>(world.actions[0]).app.name, u"foo1");
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(strip->isVisible()) << "the list is seen";
+}
+
+TEST_F(LauncherViewTest, theStripFollowsWhatArrivesForItsRow) {
+    type(u"foo"_s);
+    world.model.setAiMode(true);
+    const auto *rows = static_cast<const ResultListModel *>(strip->model());
+    const Image icon = drawableIcon();
+    world.model.updateIcon(makeApp(u"foo0"_s).path, icon);
+    EXPECT_EQ(rows->row(rows->index(0)).icon, icon);
+}
+
+TEST_F(LauncherViewTest, aClickOnTheStripOpensItsRow) {
+    type(u"foo"_s);
+    world.model.setAiMode(true);
+    press(Qt::Key_Down);
+    QCoreApplication::processEvents();
+    const QPointF at = strip->viewport()->rect().center();
+    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+        QMouseEvent event(type, at, strip->viewport()->mapToGlobal(at), Qt::LeftButton,
+                          Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(strip->viewport(), &event);
+    }
+    EXPECT_EQ(world.actions, std::vector<LauncherAction>{OpenApp{makeApp(u"foo1"_s)}});
+}
+
+TEST_F(LauncherViewTest, whileTheStripShowsPagesHomeAndEndStillScrollTheAnswer) {
+    type(u"foo"_s);
+    world.model.setAiMode(true);
+    world.model.setAiResponse(u"line\n"_s.repeated(200));
+    QScrollBar *bar = answer->verticalScrollBar();
+    ASSERT_TRUE(waitUntil([&] { return bar->maximum() > 0; }));
+    press(Qt::Key_Home);
+    EXPECT_EQ(bar->value(), 0);
+    press(Qt::Key_PageDown);
+    EXPECT_GT(bar->value(), 0);
     EXPECT_EQ(world.model.selected(), 0);
 }
 

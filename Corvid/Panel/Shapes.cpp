@@ -1,5 +1,10 @@
 #include "Panel/Shapes.h"
 
+#include "Panel/Style.h"
+
+#include <QLinearGradient>
+#include <QPainter>
+
 #include <algorithm>
 #include <array>
 
@@ -19,6 +24,11 @@ const std::array<Curve, 3> corner = {{
     {{0.37282383, 0.16905956}, {0.16905956, 0.37282383}, {0.07491139, 0.63149379}},
     {{0, 0.86840694}, {0, 1.08849296}, {0, reach}},
 }};
+
+QColor cardOver(PanelSurface::Behind behind) {
+    // What is not blurred would be read through the card, however faint it were.
+    return style::faded({30, 31, 36}, behind == PanelSurface::Behind::BlurredDesktop ? 0.82 : 1);
+}
 
 } // namespace
 
@@ -46,6 +56,21 @@ QPainterPath continuousRoundedRect(const QRectF &rect, qreal radius) {
     turn(rect.topLeft(), {0, 1});
     path.closeSubpath();
     return path;
+}
+
+void paintCard(QPainter &painter, const QRect &card, PanelSurface::Behind behind) {
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(cardOver(behind));
+    painter.drawPath(continuousRoundedRect(card, style::cardRadius));
+
+    QLinearGradient outline(0, 0, 0, card.height());
+    outline.setColorAt(0, style::white(0.22));
+    outline.setColorAt(1, style::white(0.04));
+    painter.setPen(QPen(outline, 1));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawPath(continuousRoundedRect(QRectF(card).adjusted(0.5, 0.5, -0.5, -0.5),
+                                           style::cardRadius - 0.5));
 }
 
 } // namespace corvid

@@ -99,6 +99,18 @@ QColor accent() {
     return colour;
 }
 
+QPalette panelPalette() {
+    QPalette colours;
+    colours.setColor(QPalette::Base, Qt::transparent);
+    colours.setColor(QPalette::Text, primary());
+    colours.setColor(QPalette::PlaceholderText, tertiary());
+    colours.setColor(QPalette::WindowText, tertiary()); // of the footer
+    colours.setColor(QPalette::Mid, divider());
+    colours.setColor(QPalette::Highlight, accent());
+    colours.setColor(QPalette::HighlightedText, Qt::white);
+    return colours;
+}
+
 QPalette windowPalette(const QPalette &desktop) {
     const bool darken = appearance().colorScheme == ColorScheme::Dark && !isDark(desktop);
     QPalette palette = darken ? darkPalette() : desktop;

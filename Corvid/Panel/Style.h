@@ -30,6 +30,8 @@ inline constexpr int titleFontSize = 14;
 inline constexpr int titleLineHeight = 18;
 inline constexpr int subtitleLineHeight = 14;
 
+inline constexpr int stripPaddingY = 6;
+
 inline constexpr int answerPadding = 18;
 inline constexpr int answerSpacing = 8;
 inline constexpr int answerFontSize = 14;
@@ -79,6 +81,8 @@ inline QColor link() {
 /** The desktop's accent colour, darkened where white text could not be read on it. */
 QColor accent();
 
+/** The colours of the panel's widgets. */
+QPalette panelPalette();
 /** The colours of a window on a desktop whose programs have these ones: dark where the user wants
     that and they are not, with the user's accent colour. */
 QPalette windowPalette(const QPalette &desktop);

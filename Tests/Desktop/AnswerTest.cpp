@@ -216,6 +216,33 @@ TEST_F(AnswerTest, whileAServerIsSilentThePanelDoesWhatItAlwaysDoes) {
     EXPECT_EQ(startedWith(), asItsEntrySays);
 }
 
+TEST_F(AnswerTest, shiftReturnAsksOnAndWhatIsTypedOverAnAnswerIsSeenBeforeReturnOpensIt) {
+    setOnQuestion([](Connection &connection) {
+        connection.send(streamHead + piece(u"Because."_s) + "data: [DONE]\n\n");
+        connection.waitForClose();
+    });
+    type(u"ai why"_s);
+    press(u"Return"_s);
+    EXPECT_EQ(answerOf(u"why"_s, u"Because"_s), u"Because.");
+    lineWith({u"| ·  Shift+Return asks on, 1 turn goes along |"_s, u"showing"_s});
+    press(u"ctrl+a"_s);
+    type(u"really"_s);
+    press(u"shift+Return"_s);
+    EXPECT_EQ(answerOf(u"really"_s, u"Because"_s), u"Because.");
+    const QJsonArray said =
+        QJsonDocument::fromJson(endpoint.requests().back().body).object()[u"messages"_s].toArray();
+    ASSERT_EQ(said.size(), 4);
+    EXPECT_EQ(said[1][u"content"_s], u"why"_s);
+    EXPECT_EQ(said[2][u"content"_s], u"Because."_s);
+    EXPECT_EQ(said[3][u"content"_s], u"really"_s);
+    press(u"ctrl+a"_s);
+    type(u"frobnicator"_s);
+    lineWith({u"| Return opens |"_s, u"showing"_s});
+    lineWith({u"| Frobnicator, App"_s, u"showing"_s, u"selected"_s});
+    press(u"Return"_s);
+    EXPECT_EQ(startedWith(), asItsEntrySays);
+}
+
 TEST_F(AnswerTest, anApplicationThatIsMeantComesOnTopAndReturnOpensIt) {
     setIntent({{u"action"_s, u"open_app"_s}, {u"app"_s, u"Frobnicator"_s}});
     type(u"ai launch the frobbing one"_s);

@@ -164,6 +164,7 @@ bool take(LauncherView &view, const QString &file) {
     QImage card((QSizeF(view.size()) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
     card.setDevicePixelRatio(scale);
     card.fill(Qt::transparent);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest); // texts have changed
     view.render(&card, {}, {}, QWidget::DrawChildren);
     painter.drawImage(QPointF(surroundings.left(), surroundings.top()), card);
     painter.end();
@@ -228,6 +229,10 @@ int main(int argc, char **argv) {
     world.model.setAiResponse(answer);
     world.model.setAiBusy(false);
     taken = taken && take(view, folder.filePath(u"answer.png"_s));
+    world.model.setQuery(u"f"_s);
+    for (const AppEntry &app : world.catalog.apps())
+        world.model.updateIcon(app.path, world.workspace.icon(app.path));
+    taken = taken && take(view, folder.filePath(u"typed-over-answer.png"_s));
     world.model.setAiMode(false);
 
     view.setBehind(PanelSurface::Behind::Nothing);
