@@ -1,11 +1,11 @@
 #include "Catalog/ApplicationScan.h"
 
+#include "Base/FolderNames.h"
 #include "Base/NameOrder.h"
 #include "Base/Text.h"
 #include "Catalog/DesktopEntryMapping.h"
 #include "Catalog/PropertyList.h"
 
-#include <QDir>
 #include <QSet>
 
 #include <map>
@@ -64,10 +64,9 @@ std::vector<AppEntry> scanAll(const QStringList &bundleFolders,
     }
     for (qsizetype i = bundleFolders.size(); i-- > 0;) {
         const QString &folder = bundleFolders[i];
-        const QStringList names = QDir(folder).entryList(QDir::AllEntries | QDir::Hidden |
-                                                             QDir::System | QDir::NoDotAndDotDot,
-                                                         QDir::Name | QDir::Reversed);
-        for (const QString &name : names) {
+        const QStringList names = namesInFolder(folder);
+        for (qsizetype last = names.size(); last-- > 0;) {
+            const QString &name = names[last];
             if (stop.stop_requested())
                 break;
             if (!name.endsWith(bundleSuffix))

@@ -1,11 +1,11 @@
 #include "Platform/Linux/Launching/AppImages.h"
 
+#include "Base/FolderNames.h"
 #include "Base/Locations.h"
 #include "Base/Text.h"
 #include "Platform/Linux/MountedVolumes.h"
 
 #include <QCollator>
-#include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -66,9 +66,12 @@ std::vector<DesktopEntry> appImages(const QStringList &folders, const QSet<QStri
     versions.setNumericMode(true);
     std::map<QString, QString> newest; // path by id
     for (const QString &folder : folders) {
-        const QDir::Filters programs = QDir::Files | QDir::Executable | QDir::NoSymLinks;
-        for (const QString &name : QDir(folder).entryList({u'*' + suffix}, programs, QDir::Name)) {
+        for (const QString &name : namesInFolder(folder)) {
             const QString path = folder + u'/' + name;
+            const QFileInfo file(path);
+            if (name.startsWith(u'.') || !name.endsWith(suffix, Qt::CaseInsensitive) ||
+                file.isSymLink() || !file.isFile() || !file.isExecutable())
+                continue;
             if (launchedFiles.contains(name) ||
                 launchedFiles.contains(QFileInfo(path).canonicalFilePath()))
                 continue;

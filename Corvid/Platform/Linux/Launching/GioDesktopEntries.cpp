@@ -1,5 +1,6 @@
 #include "Platform/Linux/Launching/GioDesktopEntries.h"
 
+#include "Base/FolderNames.h"
 #include "Base/Locations.h"
 #include "Base/Text.h"
 #include "Platform/Linux/KeyFiles.h"
@@ -7,7 +8,6 @@
 #include "Platform/Linux/Launching/ExecLine.h"
 #include "Platform/Linux/Launching/ProgramName.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QSet>
 #include <QStandardPaths>
@@ -54,8 +54,9 @@ std::vector<EntryFile> entryFiles(const QString &root, const FolderWatch *watch)
         if (canonical.isEmpty() || seen.contains(canonical))
             continue;
         seen.insert(canonical);
-        const QDir::Filters everything = QDir::AllEntries | QDir::NoDotAndDotDot;
-        for (const QString &name : QDir(folder.path).entryList(everything, QDir::Name)) {
+        for (const QString &name : namesInFolder(folder.path)) {
+            if (name.startsWith(u'.'))
+                continue;
             const QString path = folder.path + u'/' + name;
             if (name.endsWith(entrySuffix))
                 files.push_back({folder.idPrefix + name.chopped(entrySuffix.size()), path});
