@@ -19,8 +19,10 @@ public:
         if (ended_)
             return false;
         // Asked at every key stroke for every row whose icon has not arrived yet.
-        if (!taken_.contains(path) && !urgent_.contains(path))
+        if (!passed_.contains(path)) {
+            passed_.insert(path);
             urgent_.append(path);
+        }
         return true;
     }
 
@@ -28,10 +30,12 @@ public:
     std::optional<QString> take() {
         const std::scoped_lock lock(mutex_);
         while (!ended_ && !(urgent_.isEmpty() && paths_.isEmpty())) {
-            QString path = urgent_.isEmpty() ? paths_.takeFirst() : urgent_.takeFirst();
-            if (taken_.contains(path))
+            if (!urgent_.isEmpty())
+                return urgent_.takeFirst();
+            QString path = paths_.takeFirst();
+            if (passed_.contains(path))
                 continue;
-            taken_.insert(path);
+            passed_.insert(path);
             return path;
         }
         ended_ = true;
@@ -47,7 +51,7 @@ private:
     std::mutex mutex_;
     QStringList paths_;
     QStringList urgent_;
-    QSet<QString> taken_;
+    QSet<QString> passed_; ///< those that are urgent or handed out
     bool ended_ = false;
 };
 
