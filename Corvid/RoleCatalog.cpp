@@ -72,8 +72,10 @@ RoleCatalog::Taxonomy readTaxonomy() {
 RoleCatalog::RoleCatalog(Taxonomy known)
     : taxonomy(std::move(known)), categoryMap(rolesByCategory()) {
     for (const auto &[name, role] : taxonomy.roles) {
-        for (const QString &word : QStringList(role.label) + role.aliases)
-            words_.emplace_back(folded(word), name);
+        for (const QString &word : QStringList(role.label) + role.aliases) {
+            const QString text = folded(word);
+            words_.push_back({text, unitMask(text), name});
+        }
     }
 }
 
@@ -84,18 +86,21 @@ const RoleCatalog &RoleCatalog::shared() {
 
 std::optional<QString> RoleCatalog::roleMatching(const QString &query) const {
     const QString wanted = withoutSurroundingBlanks(folded(query));
-    const auto found = std::ranges::find(words_, wanted, &Word::first);
-    return found == words_.end() ? std::nullopt : std::optional(found->second);
+    const auto found = std::ranges::find(words_, wanted, &Word::text);
+    return found == words_.end() ? std::nullopt : std::optional(found->role);
 }
 
 QStringList RoleCatalog::rolesFuzzy(const QString &query) const {
     const QString wanted = folded(query);
+    const std::uint64_t mask = unitMask(wanted);
     QStringList found;
-    for (const auto &[word, role] : words_) {
-        if (!wanted.isEmpty() && word.contains(wanted))
-            found.append(role);
+    if (wanted.isEmpty())
+        return found;
+    for (const Word &word : words_) {
+        if ((mask & ~word.mask) == 0 && (found.isEmpty() || found.last() != word.role) &&
+            word.text.contains(wanted))
+            found.append(word.role);
     }
-    found.removeDuplicates();
     return found;
 }
 

@@ -5,9 +5,9 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstdint>
 #include <map>
 #include <optional>
-#include <utility>
 #include <vector>
 
 namespace corvid {
@@ -55,8 +55,14 @@ public:
     QStringList rolesFuzzy(const QString &query) const;
 
 private:
-    using Word = std::pair<QString, QString>; ///< a folded label or alias, and its role
-    // Folded here once: both questions are asked on every key stroke.
+    /** A folded label or alias. */
+    struct Word {
+        QString text;
+        std::uint64_t mask; ///< as unitMask() tells
+        QString role;
+    };
+    // Folded here once: both questions are asked on every key stroke. Those of a role stand
+    // together.
     std::vector<Word> words_;
 };
 

@@ -91,11 +91,10 @@ qint64 matchScore(const FoldedView &query, const FoldedView &text, const Tiers &
 
 qint64 usageBoost(qint64 count) {
     constexpr qint64 pointsPerLaunch = 15;
-    constexpr qint64 mostPoints = 150;
     qint64 points = 0;
     if (__builtin_mul_overflow(pointsPerLaunch, count, &points))
         qFatal("a launch count of %lld overflows the usage boost", static_cast<long long>(count));
-    return std::min(points, mostPoints);
+    return std::min(points, mostUsageBoost);
 }
 
 std::optional<InQuery> parseInQuery(const QString &query) {

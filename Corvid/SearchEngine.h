@@ -17,6 +17,11 @@ namespace corvid::SearchEngine {
     adjacent characters gives k² + 2k, and short targets up to 30 more. */
 std::optional<qint64> fuzzy(const QString &query, const QString &target);
 
+/** The most that fuzzy() yields for a query of so many characters. */
+constexpr qint64 mostFuzzy(qint64 queryCount) {
+    return queryCount * queryCount + 2 * queryCount + 30;
+}
+
 struct InQuery {
     QString project;
     QString editor;
@@ -40,6 +45,7 @@ inline constexpr Tiers projectNameTiers{1000, 750, 550, 280};
 /** The score of one folded query in one folded name, without allocation. */
 qint64 matchScore(const FoldedView &query, const FoldedView &text, const Tiers &tiers);
 
+inline constexpr qint64 mostUsageBoost = 150;
 /** What `count` launches add: 15 each, 150 at most. Overflow is a fatal stop. */
 qint64 usageBoost(qint64 count);
 

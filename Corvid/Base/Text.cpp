@@ -36,6 +36,13 @@ QString folded(const QString &text) {
     return text.toLower().normalized(QString::NormalizationForm_C);
 }
 
+std::uint64_t unitMask(QStringView text) {
+    std::uint64_t mask = 0;
+    for (const QChar unit : text)
+        mask |= std::uint64_t{1} << (unit.unicode() % 64);
+    return mask;
+}
+
 QString nameFrom(const QString &text) {
     constexpr int mostCharacters = 256;
     constexpr qsizetype mostUnits = 1024; // one character may have any number of combining marks

@@ -13,6 +13,10 @@ namespace corvid {
     and decomposed spellings are equal. */
 QString folded(const QString &text);
 
+/** A bit for each class of UTF-16 units that occurs. A text can only hold another one, in one piece
+    or letter by letter, when its mask has all bits of the other's. */
+std::uint64_t unitMask(QStringView text);
+
 /** A name from outside, cut where nobody has ever seen one go on: behind 256 characters (extended
     grapheme clusters) or 1,024 UTF-16 units. Copies nothing in the usual case. */
 QString nameFrom(const QString &text);

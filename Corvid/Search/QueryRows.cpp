@@ -8,6 +8,8 @@
 #include "Search/SearchWordRows.h"
 
 #include <algorithm>
+#include <tuple>
+#include <utility>
 
 namespace corvid {
 
@@ -48,30 +50,52 @@ struct Match {
     std::size_t index;
 };
 
-// Keeps the first `most` by descending score and kind, and equal ones in the order they come in.
-void offer(std::vector<Match> &best, std::size_t most, const Match &match) {
-    const auto rank = [](const Match &one) { return std::pair(-one.score, one.kind); };
-    if (best.size() == most) {
-        if (rank(best.back()) <= rank(match))
-            return;
-        best.pop_back();
-    }
-    best.insert(std::ranges::upper_bound(best, rank(match), {}, rank), match);
-}
+/** Keeps the first `most` by descending score, kind and index. */
+class Best {
+public:
+    explicit Best(std::size_t most) : most_(most) {}
 
-// The best of `count` items; a score below 1 is no match.
+    void offer(const Match &match) {
+        if (!keeps(match))
+            return;
+        if (matches_.size() == most_)
+            matches_.pop_back();
+        matches_.insert(std::ranges::upper_bound(matches_, rank(match), {}, rank), match);
+        if (matches_.size() == most_)
+            atLeast_ = matches_.back().score + 1;
+    }
+    bool keeps(const Match &match) const {
+        return matches_.size() < most_ || rank(match) < rank(matches_.back());
+    }
+    /** The lowest score with which another match of the same kind is kept that stands behind those
+        here in its list. */
+    qint64 atLeast() const { return atLeast_; }
+    const std::vector<Match> &matches() const { return matches_; }
+
+private:
+    static std::tuple<qint64, Match::Kind, std::size_t> rank(const Match &match) {
+        return {-match.score, match.kind, match.index};
+    }
+
+    std::size_t most_;
+    std::vector<Match> matches_;
+    qint64 atLeast_ = 1;
+};
+
+// The best of `count` items; a score below 1 is no match. `score` is told how high a score has to
+// be to count.
 template <typename Score>
 std::vector<Match> bestOf(std::size_t most, std::size_t count, const Score &score) {
-    std::vector<Match> best;
+    Best best(most);
     for (std::size_t i = 0; i < count; ++i) {
-        if (const qint64 value = score(i); value >= 1)
-            offer(best, most, {value, {}, i});
+        if (const qint64 value = score(i, best.atLeast()); value >= 1)
+            best.offer({value, {}, i});
     }
-    return best;
+    return best.matches();
 }
 
 Rows recentApplications(const RowSources &from) {
-    const auto launches = [&from](std::size_t i) { return from.appIndex.launches(i); };
+    const auto launches = [&from](std::size_t i, qint64) { return from.appIndex.launches(i); };
     Rows rows;
     for (const Match &app : bestOf(mostRecentApplications, from.apps.size(), launches))
         rows.push_back(appRow(app.index, from));
@@ -81,15 +105,19 @@ Rows recentApplications(const RowSources &from) {
 std::optional<std::size_t> findEditor(const QString &text, const RowSources &from) {
     const PreparedQuery query(text);
     const std::vector<std::size_t> &editors = from.codeEditors();
-    auto best = bestOf(1, editors.size(),
-                       [&](std::size_t i) { return from.appIndex.score(query, editors[i]); });
+    const auto best = bestOf(1, editors.size(), [&](std::size_t i, qint64 atLeast) {
+        return from.appIndex.score(query, editors[i], atLeast);
+    });
     if (!best.empty())
         return editors[best.front().index];
     // No code editor matches: any other application that has a role will do.
-    best = bestOf(1, from.apps.size(), [&](std::size_t i) {
-        return from.apps[i].roles.isEmpty() ? 0 : from.appIndex.score(query, i);
+    Best other(1);
+    from.appIndex.forEachCandidate(query, [&](std::size_t i) {
+        const qint64 score = from.appIndex.score(query, i, other.atLeast());
+        if (score >= 1 && !from.apps[i].roles.isEmpty())
+            other.offer({score, Match::Kind::App, i});
     });
-    return best.empty() ? std::nullopt : std::optional(best.front().index);
+    return other.matches().empty() ? std::nullopt : std::optional(other.matches().front().index);
 }
 
 Rows projectsInEditor(const SearchEngine::InQuery &in, const RowSources &from) {
@@ -99,9 +127,14 @@ Rows projectsInEditor(const SearchEngine::InQuery &in, const RowSources &from) {
         editor = from.terminal;
     const QString badge = u"Open in "_s + (editor ? editor->name : u"default editor"_s);
     const PreparedQuery query(in.project);
-    const auto score = [&](std::size_t i) { return from.projectIndex.score(query, i); };
+    Best best(mostProjectsInEditor);
+    from.projectIndex.forEachCandidate(query, [&](std::size_t i) {
+        const qint64 score = from.projectIndex.score(query, i, best.atLeast());
+        if (score >= 1)
+            best.offer({score, Match::Kind::Project, i});
+    });
     Rows rows;
-    for (const Match &project : bestOf(mostProjectsInEditor, from.projects.size(), score))
+    for (const Match &project : best.matches())
         rows.push_back(projectRow(from.projects[project.index], badge, editor, from));
     if (index) {
         ResultItem alone = appRow(*index, from);
@@ -135,25 +168,33 @@ std::optional<std::size_t> latchedApplication(const QString &text, const RowSour
 std::vector<Match> bestMatches(const QString &text, const RowSources &from) {
     const PreparedQuery query(text);
     const std::optional<std::size_t> latched = latchedApplication(text, from);
-    std::vector<bool> hasRole(from.apps.size());
-    const QStringList roles = from.roles.rolesFuzzy(text);
-    for (const QString &role : roles) {
-        for (const std::size_t index : from.appIndex.withRole(role))
-            hasRole[index] = true;
-    }
-    std::vector<Match> best;
-    for (std::size_t i = 0; i < from.apps.size(); ++i) {
-        const qint64 score = from.appIndex.score(query, i) + (latched == i ? latchBonus : 0);
+    Best best(mostSearchRows);
+    const auto scoreOf = [&](std::size_t app) {
+        return from.appIndex.score(query, app) + (latched == app ? latchBonus : 0);
+    };
+    from.appIndex.forEachCandidate(query, [&](std::size_t i) {
+        const qint64 score = from.appIndex.score(query, i, best.atLeast());
+        if (score >= 1 && latched != i)
+            best.offer({score, Match::Kind::App, i});
+    });
+    if (const qint64 score = latched ? scoreOf(*latched) : 0; score >= 1)
+        best.offer({score, Match::Kind::App, *latched});
+    from.projectIndex.forEachCandidate(query, [&](std::size_t i) {
+        const qint64 score = from.projectIndex.score(query, i, best.atLeast() + projectHandicap);
         if (score >= 1)
-            offer(best, mostSearchRows, {score, Match::Kind::App, i});
-        else if (hasRole[i])
-            offer(best, mostSearchRows, {roleScore, Match::Kind::AppOfRole, i});
+            best.offer({score - projectHandicap, Match::Kind::Project, i});
+    });
+    // Roles last: mostly enough is found without them.
+    if (!best.keeps({roleScore, Match::Kind::AppOfRole, 0}))
+        return best.matches();
+    std::vector<char> isOffered(from.apps.size());
+    for (const QString &role : from.roles.rolesFuzzy(text)) {
+        for (const std::size_t index : from.appIndex.withRole(role)) {
+            if (std::exchange(isOffered[index], 1) == 0 && scoreOf(index) < 1)
+                best.offer({roleScore, Match::Kind::AppOfRole, index});
+        }
     }
-    for (std::size_t i = 0; i < from.projects.size(); ++i) {
-        if (const qint64 score = from.projectIndex.score(query, i); score >= 1)
-            offer(best, mostSearchRows, {score - projectHandicap, Match::Kind::Project, i});
-    }
-    return best;
+    return best.matches();
 }
 
 Rows search(const QString &text, const RowSources &from) {

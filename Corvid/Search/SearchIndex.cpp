@@ -1,5 +1,6 @@
 #include "Search/SearchIndex.h"
 
+#include "Search/Spelling.h"
 #include "Search/Words.h"
 
 #include <algorithm>
@@ -8,11 +9,9 @@ namespace corvid {
 
 namespace {
 
-std::uint64_t characterMask(QStringView foldedUnits) {
-    std::uint64_t mask = 0;
-    for (const QChar unit : foldedUnits)
-        mask |= std::uint64_t{1} << (unit.unicode() % 64);
-    return mask;
+std::uint64_t maskWithoutAccents(QStringView text) {
+    QString memory;
+    return unitMask(spelling::withoutAccents(text, memory));
 }
 
 std::uint32_t hashOfKey(const QString &key) {
@@ -22,12 +21,13 @@ std::uint32_t hashOfKey(const QString &key) {
 } // namespace
 
 PreparedQuery::PreparedQuery(const QString &query)
-    : text(query.trimmed()), mask(characterMask(text.units())) {}
+    : text(query.trimmed()), mask(unitMask(text.units())),
+      mostFuzzy(SearchEngine::mostFuzzy(text.view().size())) {}
 
 void NameTable::append(const QString &name) {
     const FoldedText text(name);
     const FoldedView view = text.view();
-    masks_.push_back(characterMask(view.units));
+    masks_.push_back(unitMask(view.units) | maskWithoutAccents(view.units));
     units_.insert(units_.end(), view.units.begin(), view.units.end());
     unitStarts_.push_back(static_cast<std::uint32_t>(units_.size()));
     bounds_.insert(bounds_.end(), view.bounds.begin(), view.bounds.end());
@@ -105,13 +105,6 @@ void SearchIndex::updateUsage(const UsageStats &stats) {
         for (const KeyPlace &place : placesOf(count.key()))
             if (keys_[place.index] == count.key())
                 launches_[place.index] = count.value();
-}
-
-qint64 SearchIndex::score(const PreparedQuery &query, std::size_t index) const {
-    qint64 best = names_.score(query, index, nameTiers_);
-    for (std::size_t alias = aliasStarts_[index]; alias < aliasStarts_[index + 1]; ++alias)
-        best = std::max(best, aliases_.score(query, alias, SearchEngine::appAliasTiers));
-    return best < 1 ? best : best + SearchEngine::usageBoost(launches(index));
 }
 
 std::optional<std::size_t> SearchIndex::indexOf(const QString &key) const {

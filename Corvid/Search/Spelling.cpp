@@ -11,39 +11,39 @@ namespace {
 constexpr char16_t firstInTable = 0xc0;
 constexpr char16_t endOfTable = 0x2000;
 
-/** For each letter the one below its accents, and 0 for an accent. Looked up for each letter of
-    every name, for which Unicode's own tables are too slow. */
-class PlainLetters {
-public:
-    PlainLetters() {
-        for (char16_t c = firstInTable; c < endOfTable; ++c)
-            letters_[c - firstInTable] = plainLetter(QChar(c));
-    }
-    char16_t operator[](QChar c) const {
-        const char16_t unit = c.unicode();
-        return unit < firstInTable || unit >= endOfTable ? unit : letters_[unit - firstInTable];
-    }
+char16_t withoutAccent(QChar c) {
+    if (c.unicode() >= 0x300 && c.unicode() <= 0x36f)
+        return 0;
+    while (c.decompositionTag() == QChar::Canonical)
+        c = c.decomposition().front();
+    return c.unicode();
+}
 
-private:
-    static char16_t plainLetter(QChar c) {
-        if (c.unicode() >= 0x300 && c.unicode() <= 0x36f)
-            return 0;
-        while (c.decompositionTag() == QChar::Canonical)
-            c = c.decomposition().front();
-        return c.unicode();
-    }
-
-    std::array<char16_t, endOfTable - firstInTable> letters_;
-};
+/** The letter below the accents of one from the table on, and 0 for an accent. Asked for each such
+    letter of every name, for which Unicode's own tables are too slow. */
+char16_t plainLetter(char16_t c) {
+    static const auto letters = [] {
+        std::array<char16_t, endOfTable - firstInTable> made;
+        for (char16_t letter = firstInTable; letter < endOfTable; ++letter)
+            made[letter - firstInTable] = withoutAccent(QChar(letter));
+        return made;
+    }();
+    return c < endOfTable ? letters[c - firstInTable] : c;
+}
 
 } // namespace
 
-void removeAccents(QStringView text, QString &plain) {
-    static const PlainLetters letters;
-    plain.resize(0);
-    for (const QChar c : text)
-        if (const char16_t letter = letters[c]; letter != 0)
-            plain += QChar(letter);
+QStringView withoutAccents(QStringView text, QString &memory) {
+    const auto isPlain = [](QChar c) { return c.unicode() < firstInTable; };
+    if (std::all_of(text.begin(), text.end(), isPlain))
+        return text;
+    memory.resize(0);
+    for (const QChar c : text) {
+        const char16_t letter = isPlain(c) ? c.unicode() : plainLetter(c.unicode());
+        if (letter != 0)
+            memory += QChar(letter);
+    }
+    return memory;
 }
 
 bool isOneSlip(QStringView one, QStringView other) {

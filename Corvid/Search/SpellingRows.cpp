@@ -1,10 +1,10 @@
 #include "Search/SpellingRows.h"
 
+#include "Base/Text.h"
 #include "Search/Spelling.h"
 #include "Search/Words.h"
 
 #include <algorithm>
-#include <bit>
 #include <tuple>
 
 namespace corvid {
@@ -16,18 +16,24 @@ constexpr qsizetype fewestLetters = 4;
 /** What is looked for, without accents. */
 struct Misspelt {
     explicit Misspelt(words::Phrase phrase) : wanted(std::move(phrase.words)) {
-        QString letters;
-        for (const words::Wanted &word : wanted)
-            letters += word.units;
-        for (const QChar letter : std::as_const(letters)) {
-            const std::uint64_t bit = PreparedQuery(letter).mask;
-            twice |= mask & bit;
-            mask |= bit;
+        for (const words::Wanted &word : wanted) {
+            for (const QChar &letter : word.units) {
+                const std::uint64_t bit = unitMask(QStringView(&letter, 1));
+                twice |= mask & bit;
+                mask |= bit;
+            }
         }
     }
 
+    /** False for most of the names that do not hold it: one slip puts one letter in at most, and
+        not a second time. */
+    bool mayBeIn(std::uint64_t nameMask) const {
+        const std::uint64_t missing = mask & ~nameMask;
+        return (missing & (missing - 1)) == 0 && (missing & twice) == 0;
+    }
+
     std::vector<words::Wanted> wanted;
-    std::uint64_t mask = 0;  ///< of its letters, as that of a PreparedQuery
+    std::uint64_t mask = 0;  ///< of its letters, as unitMask() tells
     std::uint64_t twice = 0; ///< of those that occur twice and more
 };
 
@@ -54,7 +60,7 @@ std::optional<Spelt> speltIn(QStringView text, const Misspelt &query) {
         int fewest = 2;
         bool otherBeginning = false;
         words::forEach(text, [&](QStringView word) {
-            if (fewest == 0)
+            if (fewest == 0 || word.size() + 1 < wanted.units.size())
                 return;
             if (word == wanted.units || (wanted.mayBegin && word.startsWith(wanted.units)))
                 fewest = 0;
@@ -78,12 +84,17 @@ public:
     explicit SpellingSearch(std::vector<Misspelt> queries) : queries_(std::move(queries)) {}
 
     void in(const SearchIndex &index, bool isProject) {
-        for (std::size_t i = 0; i < index.size(); ++i) {
-            hasAccents_ = (index.wordMask(i) & words::notAscii) != 0;
+        const std::span<const std::uint64_t> names = index.names().masks();
+        const std::span<const std::uint64_t> aliases = index.aliases().masks();
+        for (std::size_t i = 0; i < names.size(); ++i) {
             std::optional<Spelt> best;
-            tryName(best, index.names(), i, false);
-            for (std::size_t alias = index.firstAlias(i); alias < index.endOfAliases(i); ++alias)
-                tryName(best, index.aliases(), alias, true);
+            if (mayBeIn(names[i]))
+                tryName(best, index.names(), i, false);
+            if (!aliases.empty()) {
+                for (std::size_t at = index.firstAlias(i); at < index.endOfAliases(i); ++at)
+                    if (mayBeIn(aliases[at]))
+                        tryName(best, index.aliases(), at, true);
+            }
             if (!best)
                 continue;
             best->launches = index.launches(i);
@@ -95,18 +106,18 @@ public:
     const std::vector<Spelt> &found() const { return found_; }
 
 private:
+    bool mayBeIn(std::uint64_t nameMask) const {
+        for (const Misspelt &query : queries_)
+            if (query.mayBeIn(nameMask))
+                return true;
+        return false;
+    }
     void tryName(std::optional<Spelt> &best, const NameTable &names, std::size_t at, bool isAlias) {
         for (const Misspelt &query : queries_) {
-            // One slip puts one letter in at most, and not a second time.
-            const std::uint64_t missing = query.mask & ~names.mask(at);
-            if (!hasAccents_ && ((query.twice & missing) != 0 || std::popcount(missing) > 1))
+            if (!query.mayBeIn(names.mask(at)))
                 continue;
-            QStringView text = names.at(at).units;
-            if (hasAccents_) {
-                spelling::removeAccents(text, plain_);
-                text = plain_;
-            }
-            std::optional<Spelt> spelt = speltIn(text, query);
+            const QStringView plain = spelling::withoutAccents(names.at(at).units, memory_);
+            std::optional<Spelt> spelt = speltIn(plain, query);
             if (!spelt)
                 continue;
             spelt->isAlias = isAlias;
@@ -126,15 +137,14 @@ private:
 
     std::vector<Misspelt> queries_;
     std::vector<Spelt> found_;
-    QString plain_;
-    bool hasAccents_ = false;
+    QString memory_; ///< of names without their accents
 };
 
 } // namespace
 
 Rows spellingRows(const Query &query, const RowSources &from) {
-    QString plain;
-    spelling::removeAccents(folded(query.text), plain);
+    QString memory;
+    const QString plain = spelling::withoutAccents(folded(query.text), memory).toString();
     std::vector<Misspelt> queries;
     for (words::Phrase &phrase : words::phrasesOf(plain))
         queries.emplace_back(std::move(phrase));

@@ -66,16 +66,21 @@ struct PlacedFit {
 };
 
 PlacedFit fitOf(const words::Wanted &word, const Texts &in) {
-    PlacedFit best{word.fitIn(in.index.names().at(in.entry).units), Place::Name};
+    PlacedFit best{{}, Place::Name};
     const auto improve = [&best](const Fit &fit, Place place) {
         if (fit.kind < best.fit.kind)
             best = {fit, place};
     };
+    const auto lookIn = [&](const NameTable &names, std::size_t index, Place place) {
+        if ((word.mask & ~names.mask(index)) == 0)
+            improve(word.fitIn(names.at(index).units), place);
+    };
+    lookIn(in.index.names(), in.entry, Place::Name);
     if (best.fit.kind == Fit::Whole)
         return best;
     const std::size_t end = in.index.endOfAliases(in.entry);
     for (std::size_t i = in.index.firstAlias(in.entry); i < end; ++i)
-        improve(word.fitIn(in.index.aliases().at(i).units), Place::Alias);
+        lookIn(in.index.aliases(), i, Place::Alias);
     improve(word.fitIn(in.description), Place::Description);
     return best;
 }
@@ -100,10 +105,11 @@ std::optional<Rank> rankOf(const words::Phrase &phrase, const Texts &in) {
 template <typename DescriptionOf>
 void collect(Finds &finds, const std::vector<words::Phrase> &phrases, const SearchIndex &index,
              bool isProject, const DescriptionOf &descriptionOf) {
-    for (std::size_t i = 0; i < index.size(); ++i) {
+    const std::span<const std::uint64_t> wordMasks = index.wordMasks();
+    for (std::size_t i = 0; i < wordMasks.size(); ++i) {
         std::optional<Rank> best;
         for (const words::Phrase &phrase : phrases) {
-            if ((phrase.mask & ~index.wordMask(i)) != 0)
+            if ((phrase.mask & ~wordMasks[i]) != 0)
                 continue;
             const std::optional<Rank> rank = rankOf(phrase, {index, i, descriptionOf(i)});
             if (rank && (!best || rank->isBefore(*best)))

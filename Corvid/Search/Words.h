@@ -53,10 +53,9 @@ struct Fit {
     qsizetype at = 0;
 };
 
-/** A bit for the beginning of each word. A text can only have a word, whole or by its beginning,
-    when it has the word's bit. The highest bit says that something in it is not ASCII. */
+/** Two bits for the beginning of each word. A text can only have a word, whole or by its beginning,
+    when it has the word's bits. */
 std::uint64_t maskOf(QStringView text);
-inline constexpr std::uint64_t notAscii = std::uint64_t{1} << 63;
 
 /** A word that is looked for. */
 struct Wanted {
@@ -70,6 +69,8 @@ struct Wanted {
     QByteArray bytes; ///< in UTF-8
     bool mayBegin;    ///< whether it finds words that go on behind it
     qsizetype ending; ///< the letters that make it the plural of an English word; 0 for none
+    /** A text can only have it when its unitMask() has all bits of this. */
+    std::uint64_t mask;
 };
 
 /** What is looked for: all of its words, in any order, "and" aside, which others write "&".

@@ -63,6 +63,7 @@ TEST(SearchIndex, preparedScoresEqualThePureOnesOnRandomNames) {
     FakeUserDefaults defaults;
     UsageStats stats(defaults);
     int matches = 0;
+    int leftOut = 0;
     for (int round = 0; round < 200; ++round) {
         std::vector<AppEntry> apps;
         std::vector<ProjectEntry> projects;
@@ -94,10 +95,17 @@ TEST(SearchIndex, preparedScoresEqualThePureOnesOnRandomNames) {
                 ASSERT_EQ(projectIndex.score(prepared, at), pureScore(query, projects[at], stats))
                     << qPrintable(query) << " in " << qPrintable(projects[at].name);
                 matches += pure > 0;
+                const qint64 atLeast = text.pick(1200);
+                if (const qint64 asked = appIndex.score(prepared, at, atLeast); asked != pure) {
+                    ASSERT_LT(asked, pure);
+                    ASSERT_LT(pure, atLeast) << "what counts is told as it is";
+                    ++leftOut;
+                }
             }
         }
     }
     EXPECT_GT(matches, 1000) << "the random names hardly ever match: nothing was compared";
+    EXPECT_GT(leftOut, 1000) << "nothing is saved where only high scores count";
 }
 
 TEST(SearchIndex, usageIsTakenOverWhenItChangesAndDroppedWhenItGoes) {

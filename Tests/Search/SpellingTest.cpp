@@ -10,9 +10,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 QString plain(const QString &text) {
-    QString result;
-    spelling::removeAccents(text, result);
-    return result;
+    QString memory = u"from before"_s;
+    return spelling::withoutAccents(text, memory).toString();
 }
 
 // Every text that is one slip from this one, by making all of them.
