@@ -280,10 +280,7 @@ bool LauncherViewModel::handleKeyEvent(const KeyPress &key) {
     const int row = characters.toInt(); // 0 for what is no number
     if (row < 1 || row > 9 || row > static_cast<int>(results().size()))
         return false;
-    if (aiMode() && selected() != row - 1)
-        setSelected(row - 1);
-    else
-        choose(row - 1);
+    choose(row - 1);
     return true;
 }
 
