@@ -122,6 +122,11 @@ void tellOpacity(wl_resource *surface, wl_resource *buffer) {
                                              wl_shm_buffer_get_width(pixels) / 2 * 4 + alpha]));
 }
 
+void tellGone(wl_resource *surface) {
+    if (wide.erase(surface) > 0)
+        say("hidden");
+}
+
 void note(wl_resource *target, std::string_view request, const wl_argument *arguments) {
     const std::string_view interface = wl_resource_get_class(target);
     const auto object = [&](int at) { return reinterpret_cast<wl_resource *>(arguments[at].o); };
@@ -132,9 +137,11 @@ void note(wl_resource *target, std::string_view request, const wl_argument *argu
     else if (request == "unset" ||
              (interface == "ext_background_effect_surface_v1" && request == "destroy"))
         say("no blur");
-    else if (interface == "wl_surface" && request == "attach")
+    else if (interface == "wl_surface" && request == "attach") {
         buffers[target] = object(0);
-    else if (interface == "wl_surface" && request == "commit") {
+        if (!object(0)) // so Qt 6.11 hides a surface, which it keeps
+            tellGone(target);
+    } else if (interface == "wl_surface" && request == "commit") {
         if (wl_resource *buffer = std::exchange(buffers[target], nullptr)) {
             tellOpacity(target, buffer);
             if (manners.count("--keeps-pixels") > 0)
@@ -174,8 +181,7 @@ int take(const void * /*self*/, void *target, std::uint32_t /*opcode*/, const wl
 
 void forget(wl_resource *resource) {
     regions.erase(resource);
-    if (wide.erase(resource) > 0)
-        say("hidden");
+    tellGone(resource);
     if (buffers.erase(resource) > 0)
         kept = nullptr; // its client destroys it, too
     managers.erase(resource);

@@ -38,7 +38,7 @@ public:
     QByteArray take(std::size_t length) {
         if (length > left())
             return {};
-        const QByteArray result = bytes_.mid(place_, static_cast<qsizetype>(length));
+        QByteArray result = bytes_.mid(place_, static_cast<qsizetype>(length));
         place_ += static_cast<qsizetype>(length);
         return result;
     }
@@ -68,19 +68,18 @@ QHash<QByteArray, QString> textsInXSettings(const QByteArray &published) {
         const std::optional<QByteArray> name = length ? reader.text(*length) : std::nullopt;
         if (!name || !reader.number<std::uint32_t>()) // the serial number of its last change
             break;
-        if (type == Text) {
-            const std::optional<std::uint32_t> size = reader.number<std::uint32_t>();
-            const std::optional<QByteArray> value = size ? reader.text(*size) : std::nullopt;
-            if (!value)
-                break;
-            result.insert(*name, QString::fromUtf8(*value));
-        } else if (type == Integer || type == Colour) {
-            const std::size_t size = type == Integer ? 4 : 8;
-            if (reader.take(size).isEmpty())
-                break;
-        } else {
+        if (!type || *type > Colour)
             break;
+        if (*type != Text) {
+            if (reader.take(*type == Colour ? 8 : 4).isEmpty())
+                break;
+            continue;
         }
+        const std::optional<std::uint32_t> size = reader.number<std::uint32_t>();
+        const std::optional<QByteArray> value = size ? reader.text(*size) : std::nullopt;
+        if (!value)
+            break;
+        result.insert(*name, QString::fromUtf8(*value));
     }
     return result;
 }
