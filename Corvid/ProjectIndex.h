@@ -7,6 +7,7 @@
 #include <QObject>
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace corvid {
@@ -39,8 +40,13 @@ public:
     std::function<void()> onUpdate;
 
     /** The folders that a scan starts from: those that the user has stored, exactly as stored,
-        otherwise those of the default ones that exist. Paths; possibly none. */
+        otherwise those of the default ones that exist, be it in other letter case where there is
+        one such folder alone. Paths; possibly none. */
     QStringList roots() const;
+
+    /** Where projects were looked for, as a sentence, for somebody who misses them. Absent while
+        there are any or a scan is under way. */
+    std::optional<QString> whyThereAreNone() const;
 
     using CachedList = List::Cached;
 
@@ -63,6 +69,7 @@ Q_SIGNALS:
     void scanningChanged();
 
 private:
+    List::Scan scanOfRoots() const;
     void setScanning(bool scanning);
 
     const UserDefaults &defaults_;

@@ -147,6 +147,56 @@ TEST_F(ProjectIndexTest, defaultRootsThatDoNotExistAreLeftOut) {
         << "a file exists as well";
 }
 
+TEST_F(ProjectIndexTest, aDefaultRootIsFoundInOtherLetterCaseWhereOnlyOneFolderIsMeant) {
+    for (const QString &name : {u"projects"_s, u"github"_s, u"CODE"_s, u"Src"_s, u"SRC"_s})
+        ASSERT_TRUE(QDir().mkpath(at(name)));
+    EXPECT_EQ(ProjectIndex(defaults_, volumes_).roots(),
+              (QStringList{at(u"CODE"_s), at(u"projects"_s), at(u"github"_s)}))
+        << "once for two default ones, and none of two";
+}
+
+TEST_F(ProjectIndexTest, otherLetterCaseCountsForNothingBesideTheUsualOne) {
+    for (const QString &name : {u"Projects"_s, u"projects"_s, u"code"_s, u"CODE"_s})
+        ASSERT_TRUE(QDir().mkpath(at(name)));
+    EXPECT_EQ(ProjectIndex(defaults_, volumes_).roots(),
+              (QStringList{at(u"code"_s), at(u"Projects"_s)}));
+}
+
+TEST_F(ProjectIndexTest, projectsBelowADefaultRootInOtherLetterCaseAreFound) {
+    project(u"projects/web"_s);
+    ProjectIndex index(defaults_, volumes_);
+    index.load();
+    EXPECT_TRUE(waitUntil([&] { return names(index) == QStringList{u"web"_s}; }));
+}
+
+TEST_F(ProjectIndexTest, whoMissesProjectsIsToldWhereTheyWereLookedFor) {
+    ProjectIndex index(defaults_, volumes_);
+    const auto why = [&] {
+        index.load();
+        EXPECT_EQ(index.whyThereAreNone(), std::nullopt) << "not known yet";
+        EXPECT_TRUE(waitUntil([&] { return !index.scanning(); }));
+        return index.whyThereAreNone();
+    };
+    EXPECT_EQ(why(), u"No projects: there is no ~/Developer, ~/Code, ~/code, ~/Projects, ~/dev, "
+                     "~/src or ~/Github."_s);
+    ASSERT_TRUE(QDir().mkpath(at(u"src"_s)));
+    EXPECT_EQ(why(), u"No projects were found in ~/src."_s);
+    ASSERT_TRUE(QDir().mkpath(at(u"projects"_s)));
+    EXPECT_EQ(why(), u"No projects were found in ~/projects and ~/src."_s);
+    QJsonArray many;
+    for (int i = 1; i <= 9; ++i)
+        many.append(u"/srv/%1"_s.arg(i));
+    storeRoots(many);
+    EXPECT_EQ(why(), u"No projects were found in /srv/1, /srv/2, /srv/3, /srv/4, /srv/5, /srv/6 "
+                     "and 3 more."_s);
+    storeRoots(QJsonArray{u"/srv/\n"_s + QString(100, u'x') + u"/end"_s});
+    EXPECT_EQ(why(), u"No projects were found in /srv/ xxxxxxxxxxxxxx…"_s + QString(35, u'x') +
+                         u"/end."_s);
+    project(u"src/web"_s);
+    storeRoots({});
+    EXPECT_EQ(why(), std::nullopt);
+}
+
 TEST_F(ProjectIndexTest, aDefaultRootOnAnotherKindOfVolumeThanTheHomeFolderCountsAsExisting) {
     // To ask a mount whose server is gone would take for ever.
     volumes_.known[locations::home()] = {true, false};

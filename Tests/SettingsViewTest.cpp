@@ -704,6 +704,20 @@ TEST_F(SettingsViewTest, removingTheLastFolderLeavesNoProjects) {
     EXPECT_TRUE(waitUntil([this] { return says(u"0 projects indexed"_s); }));
 }
 
+TEST_F(SettingsViewTest, whoMissesProjectsIsToldWhereTheyWereLookedForBesideTheButton) {
+    const QTemporaryDir root;
+    defaults.set(u"projectRoots"_s, QJsonArray{root.path()});
+    show();
+    const QString why = u"No projects were found in %1."_s.arg(root.path());
+    EXPECT_FALSE(says(why));
+    window->save(); // which scans
+    EXPECT_TRUE(waitUntil([this] { return !world.projects.scanning(); }));
+    window->present();
+    EXPECT_TRUE(says(u"0 projects indexed"_s));
+    EXPECT_TRUE(says(why));
+    EXPECT_TRUE(button(u"Add folder..."_s)->isVisibleTo(&*window));
+}
+
 // --- What was learnt
 
 TEST_F(SettingsViewTest, whatWasLearntIsForgottenAfterAskingInPlace) {

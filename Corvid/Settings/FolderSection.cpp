@@ -42,12 +42,15 @@ QFileDialog *makeOwnDialog(QWidget *parent) {
 
 FolderSection::FolderSection(UserDefaults &defaults, ProjectIndex &projects, FolderDialog &dialog)
     : FormSection(u"Project folders"_s), defaults_(defaults), projects_(projects), dialog_(dialog),
-      addButton_(makeButton(u"&Add folder..."_s)), projectCount_(new QLabel) {
+      addButton_(makeButton(u"&Add folder..."_s)), projectCount_(new QLabel),
+      whyNone_(makeCaption()), lastRow_(makeRowOver(whyNone_, {addButton_, projectCount_})) {
     connect(addButton_, &QPushButton::clicked, this, &FolderSection::add);
     projectCount_->setForegroundRole(QPalette::PlaceholderText);
     projectCount_->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);
-    addRow(makeRow({addButton_, projectCount_}));
+    whyNone_->hide();
+    addRow(lastRow_);
     connect(&projects_, &ProjectIndex::projectsChanged, this, &FolderSection::showProjectCount);
+    connect(&projects_, &ProjectIndex::scanningChanged, this, &FolderSection::showProjectCount);
 }
 
 void FolderSection::load() {
@@ -99,7 +102,7 @@ void FolderSection::remove(const QString &folder) {
 }
 
 void FolderSection::showFolders() {
-    while (row(0) != addButton_->parentWidget())
+    while (row(0) != lastRow_)
         removeRow(0);
     // Tab goes down the form: to the new buttons after what precedes the one that adds.
     QWidget *last = addButton_->previousInFocusChain();
@@ -118,6 +121,9 @@ void FolderSection::showFolders() {
 
 void FolderSection::showProjectCount() {
     projectCount_->setText(QString::number(projects_.projects().size()) + u" projects indexed"_s);
+    const std::optional<QString> why = projects_.whyThereAreNone();
+    setCaption(whyNone_, why.value_or(QString()));
+    whyNone_->setVisible(why.has_value());
 }
 
 } // namespace corvid

@@ -39,6 +39,8 @@ private:
     QStringList folders_;
     QPushButton *addButton_;
     QLabel *projectCount_;
+    QLabel *whyNone_;  ///< empty while there are projects
+    QWidget *lastRow_; ///< with the three
 };
 
 } // namespace corvid

@@ -122,6 +122,17 @@ QWidget *makeRow(std::initializer_list<QWidget *> children) {
     return row;
 }
 
+QWidget *makeRowOver(QWidget *below, std::initializer_list<QWidget *> children) {
+    below->setContentsMargins(rowPaddingX, 0, rowPaddingX, rowPaddingY);
+    auto *both = new QWidget;
+    auto *lines = new QVBoxLayout(both);
+    lines->setContentsMargins(0, 0, 0, 0);
+    lines->setSpacing(0);
+    lines->addWidget(makeRow(children));
+    lines->addWidget(below);
+    return both;
+}
+
 QPushButton *makeButton(const QString &text) {
     auto *button = new QPushButton(text);
     button->setFocusPolicy(Qt::StrongFocus);
@@ -144,9 +155,13 @@ QLabel *makeCaption(const QString &text) {
     return caption;
 }
 
-void setCaption(QLabel *caption, const QString &text) {
+QString brokenAtBlanks(QString text) {
     static const QRegularExpression joints(u"(?<=[:/]|--)(?=\\S)"_s);
-    caption->setText(QString(text).replace(joints, u"\u2060"_s)); // a word joiner
+    return text.replace(joints, u"\u2060"_s); // a word joiner
+}
+
+void setCaption(QLabel *caption, const QString &text) {
+    caption->setText(brokenAtBlanks(text));
     caption->setAccessibleName(text);
 }
 

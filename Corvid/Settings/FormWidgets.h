@@ -68,12 +68,17 @@ private:
 /** A row of a section, its children side by side; labels take the room that is left. */
 QWidget *makeRow(std::initializer_list<QWidget *> children);
 
+/** A row with what belongs to it below, both in one part of the card. */
+QWidget *makeRowOver(QWidget *below, std::initializer_list<QWidget *> children);
+
 /** A button that Tab reaches in every style. */
 QPushButton *makeButton(const QString &text);
 
 /** An explanation in small letters, as many lines high as it needs. */
 QLabel *makeCaption(const QString &text = {});
-/** Gives a caption another text. No line ends within an address or an option. */
+/** A text that is broken into lines at blanks, and not within an address or an option. */
+QString brokenAtBlanks(QString text);
+/** Gives a caption another text, so broken. */
 void setCaption(QLabel *caption, const QString &text);
 
 } // namespace corvid
