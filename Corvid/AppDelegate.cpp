@@ -12,6 +12,7 @@
 #include "Platform/SessionControl.h"
 #include "Platform/Workspace.h"
 #include "Program/Benchmark.h"
+#include "Program/StartNotice.h"
 #include "Program/StatusItem.h"
 #include "RoleCatalog.h"
 #include "SettingsView.h"
@@ -59,8 +60,12 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, 
     makePanel();
     connectParts();
     viewModel_.refresh();
+    // Lists that take long to read have been there for long.
+    const bool hadLists = !lists.apps.isQuick || !lists.projects.isQuick;
     catalog_.load(std::move(lists.apps));
     projects_.load(std::move(lists.projects));
+    const bool isFirst = !hadLists && catalog_.apps().empty() && projects_.projects().empty() &&
+                         settings::nothingStored(platform_.defaults);
     catalogRefresh_.emplace(platform_.desktopEntries, catalog_, projects_, platform_.now);
     // A process that answers on standard error and shows nothing must not take the hot key from
     // the one that people use, nor a place in the tray.
@@ -68,6 +73,9 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, 
         statusItem_ = std::make_unique<StatusItem>(
             platform_.tray, StatusItem::Actions{[this] { show(); }, [this] { openSettings(); },
                                                 [] { QCoreApplication::exit(); }});
+        startNotice_ = std::make_unique<StartNotice>(
+            platform_.defaults, platform_.notifier,
+            isFirst ? StartNotice::Start::First : StartNotice::Start::Later, [this] { show(); });
         applyHotkey();
     }
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { platform_.hotKeys.unregister(); });
@@ -117,6 +125,11 @@ void AppDelegate::connectParts() {
         else
             viewModel_.refreshInPlace();
     };
+    viewModel_.onTakeHotKey = [this](const HotKey &hotKey) {
+        settings::setHotKey(platform_.defaults, hotKey);
+        applyHotkey();
+    };
+    connect(&platform_.hotKeys, &HotKeyManager::answerChanged, this, &AppDelegate::sayHowToShow);
     connect(&branches_, &ProjectBranches::arrived, &viewModel_, &LauncherViewModel::updateBranch);
     platform_.secrets.onChange = [delegate = QPointer(this)] {
         if (!delegate)
@@ -221,6 +234,17 @@ void AppDelegate::applyHotkey() {
         if (delegate->panel_->isVisible())
             hotKeys.expectKeyboard();
     });
+}
+
+void AppDelegate::sayHowToShow() {
+    const HotKeyHelp help = platform_.hotKeys.help();
+    viewModel_.setHotKeyHelp(help);
+    if (!startNotice_ || !help.answer)
+        return;
+    if (isIdle())
+        startNotice_->hotKeyAnswered(help);
+    else
+        startNotice_->seen();
 }
 
 void AppDelegate::performAction(const LauncherAction &action) {

@@ -28,11 +28,13 @@ class DesktopEntries;
 class FolderDialog;
 class HotKeyManager;
 class Instance;
+class Notifier;
 class PanelSurface;
 class Pasteboard;
 class SecretStore;
 class SessionControl;
 class SettingsView;
+class StartNotice;
 class StatusItem;
 class SystemLog;
 class TrayWatch;
@@ -68,6 +70,7 @@ public:
         FolderDialog &folderDialog;
         AIService &ai;
         SessionControl &session;
+        Notifier &notifier;
         std::function<BootClock::time_point()> now = BootClock::now;
     };
 
@@ -128,6 +131,7 @@ private:
     void bringUp(quint32 time = 0);
     /** Fulfils the wishes at once; benchmark and query follow when the catalogs have loaded. */
     void obey(const CommandLine &commandLine);
+    void sayHowToShow();
     void openLastProject();
     void dumpQuery(const QString &query);
 
@@ -141,6 +145,7 @@ private:
     EditorLauncher editorLauncher_;
     std::unique_ptr<LauncherPanel> panel_;
     std::unique_ptr<StatusItem> statusItem_;
+    std::unique_ptr<StartNotice> startNotice_; ///< null in a process that only answers
     std::unique_ptr<SettingsView> settingsWindow_;
     std::optional<BootClock::time_point> lastHideTime_;
     bool stickyShowing_ = false; ///< until it is hidden, the panel stays without the keyboard

@@ -8,6 +8,7 @@
 #include "Front/InstanceCall.h"
 #include "HotKeyManager.h"
 #include "Platform/Linux/Bus/BusInstance.h"
+#include "Platform/Linux/Bus/BusNotifier.h"
 #include "Platform/Linux/Bus/BusReturn.h"
 #include "Platform/Linux/Bus/BusSessionControl.h"
 #include "Platform/Linux/Bus/PortalFolderDialog.h"
@@ -165,13 +166,14 @@ End run(const Start &start, bool busIsSilent, char **argv, Instance &instance,
     SessionTrayWatch tray;
     const std::unique_ptr<AppearanceSettings> appearance = makeAppearance();
     PortalFolderDialog folderDialog;
+    BusNotifier notifier(windowSystem.entitlePanel);
     const std::unique_ptr<HotKeyBackend> hotKeys = makeHotKeys(session, windowSystem);
     HotKeyManager::installBackend(hotKeys.get());
 
     AppDelegate delegate({defaults, workspace, pasteboard, secrets, log, desktopEntries, volumes,
                           *windowSystem.surface, windowSystem.clickMonitor.get(),
                           HotKeyManager::shared(), instance, tray, *appearance, folderDialog,
-                          AIService::shared(), sessionControl});
+                          AIService::shared(), sessionControl, notifier});
     const auto finishLaunching = [&] {
         delegate.applicationDidFinishLaunching(commandLine, std::move(cachedLists));
     };

@@ -2,7 +2,10 @@
 
 #include "Base/VirtualKeys.h"
 
+#include <QSignalBlocker>
+
 #include <utility>
+#include <vector>
 
 namespace corvid {
 
@@ -14,20 +17,32 @@ struct Modifier {
     ModifierFlag flag;
     quint32 bit; ///< of HotKey::modifiers
     QChar symbol;
+    QLatin1StringView name; ///< as on a keyboard
 };
 
 // In the order in which they are shown.
 constexpr Modifier modifierTable[]{
-    {ModifierFlag::Control, HotKey::control, u'⌃'},
-    {ModifierFlag::Option, HotKey::option, u'⌥'},
-    {ModifierFlag::Shift, HotKey::shift, u'⇧'},
-    {ModifierFlag::Command, HotKey::command, u'⌘'},
+    {ModifierFlag::Control, HotKey::control, u'⌃', "Ctrl"_L1},
+    {ModifierFlag::Option, HotKey::option, u'⌥', "Alt"_L1},
+    {ModifierFlag::Shift, HotKey::shift, u'⇧', "Shift"_L1},
+    {ModifierFlag::Command, HotKey::command, u'⌘', "Super"_L1},
 };
+
+// What is tried in place of a combination that is taken. Few desktops use any of them.
+const std::vector<HotKey> alternatives{{49, HotKey::command},
+                                       {49, HotKey::control | HotKey::option},
+                                       {49, HotKey::option | HotKey::shift},
+                                       {49, HotKey::command | HotKey::shift}};
+
+QString usNameOf(quint32 keyCode) {
+    const VirtualKey *const key = findKey(&VirtualKey::code, keyCode);
+    return key && key->name ? QString::fromUtf8(key->name) : u"Key "_s + QString::number(keyCode);
+}
 
 } // namespace
 
 HotKeyManager::~HotKeyManager() {
-    onAnswerChange = nullptr;
+    const QSignalBlocker nobodyHears(this);
     unregister();
 }
 
@@ -65,7 +80,13 @@ void HotKeyManager::grab() {
                 setAnswer(answer);
         });
     };
-    backend_.grab(*registered_, {pressed, answered});
+    const auto foundFree = [=, this, releases = releases_](const HotKey &hotKey) {
+        later([=, this] {
+            if (releases == releases_)
+                free_ = hotKey;
+        });
+    };
+    backend_.grab(*registered_, {pressed, answered, foundFree, alternatives});
 }
 
 void HotKeyManager::unregister() {
@@ -91,12 +112,36 @@ void HotKeyManager::resume() {
 void HotKeyManager::release() {
     ++releases_;
     backend_.release();
+    free_.reset();
     setAnswer(std::nullopt);
 }
 
 void HotKeyManager::setAnswer(std::optional<HotKeyAnswer> answer) {
-    if (answer != std::exchange(answer_, answer) && onAnswerChange)
-        onAnswerChange();
+    if (answer != std::exchange(answer_, answer))
+        Q_EMIT answerChanged();
+}
+
+HotKeyHelp HotKeyManager::help() const {
+    if (!registered_)
+        return {};
+    const bool isTrouble = answer_ && answer_ != HotKeyAnswer::Obtained;
+    HotKeyHelp help = hotKeyHelp(nameOf(*registered_), answer_,
+                                 isTrouble ? backend_.desktop() : Desktop::Unknown);
+    if (answer_ == HotKeyAnswer::Taken && free_) {
+        help.free = free_;
+        help.freeName = nameOf(*free_);
+    }
+    return help;
+}
+
+QString HotKeyManager::nameOf(const HotKey &hotKey) const {
+    QString name;
+    for (const Modifier &modifier : modifierTable) {
+        if (hotKey.modifiers & modifier.bit)
+            name += modifier.name + u'+';
+    }
+    const QString key = backend_.keyName(hotKey.keyCode);
+    return name + (key.isEmpty() ? usNameOf(hotKey.keyCode) : key);
 }
 
 quint32 HotKeyManager::carbonFlags(ModifierFlags flags) {
@@ -112,9 +157,7 @@ QString HotKeyManager::describe(quint32 keyCode, quint32 modifiers) {
         if (modifiers & modifier.bit)
             text += modifier.symbol;
     }
-    const VirtualKey *const key = findKey(&VirtualKey::code, keyCode);
-    return text + u' ' +
-           (key && key->name ? QString::fromUtf8(key->name) : u"Key "_s + QString::number(keyCode));
+    return text + u' ' + usNameOf(keyCode);
 }
 
 } // namespace corvid

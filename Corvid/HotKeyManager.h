@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/HotKeyHelp.h"
 #include "Platform/HotKeyBackend.h"
 
 #include <QObject>
@@ -15,14 +16,15 @@ namespace corvid {
  * Registering never fails visibly: a combination that another program holds is just never
  * pressed.
  */
-class HotKeyManager {
+class HotKeyManager final : public QObject {
+    Q_OBJECT
+
 public:
     using Handler = std::function<void()>;
 
     /** The backend must outlive the registration. */
     explicit HotKeyManager(HotKeyBackend &backend) : backend_(backend) {}
-    Q_DISABLE_COPY_MOVE(HotKeyManager)
-    ~HotKeyManager();
+    ~HotKeyManager() override;
 
     /** The process-wide instance, on the backend that the platform installs before anything asks
         for it; asking earlier is a fatal programming error. */
@@ -52,8 +54,12 @@ public:
         yet or nothing is registered. */
     std::optional<HotKeyAnswer> answer() const { return answer_; }
 
-    /** Called when answer() has changed; not from the destructor. */
-    std::function<void()> onAnswerChange;
+    /** The same in words, and what to do where it cannot be had: by the registered combination's
+        name. Empty while nothing is registered. */
+    HotKeyHelp help() const;
+
+    /** The combination's name on the user's own keyboard: "Alt+Space". */
+    QString nameOf(const HotKey &hotKey) const;
 
     /** The time of the press that the handler was last called for, in the window system's own
         milliseconds; 0 when there was none or it has no time. Focus is asked for with it. */
@@ -64,6 +70,10 @@ public:
 
     /** A combination as text: the modifiers' symbols, a space, the key's name. */
     static QString describe(quint32 keyCode, quint32 modifiers);
+
+Q_SIGNALS:
+    /** answer() has changed; not from the destructor. */
+    void answerChanged();
 
 private:
     void grab();
@@ -77,6 +87,7 @@ private:
     Handler handler_;
     bool paused_ = false;
     std::optional<HotKeyAnswer> answer_;
+    std::optional<HotKey> free_; ///< could be had in place of one that is taken
     quint32 lastPressTime_ = 0;
     NextKeys nextKeys_ = NextKeys::WhoHasTheKeyboard; ///< after the press being handled
     quint64 releases_ = 0; ///< so that an answer to what was released since is recognized

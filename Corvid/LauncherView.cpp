@@ -2,6 +2,7 @@
 
 #include "LauncherViewModel.h"
 #include "Panel/AnswerArea.h"
+#include "Panel/FirstLines.h"
 #include "Panel/Footer.h"
 #include "Panel/PanelKeys.h"
 #include "Panel/ResultList.h"
@@ -10,6 +11,7 @@
 #include "Panel/Shapes.h"
 #include "Panel/Style.h"
 #include "Panel/Symbol.h"
+#include "ProjectIndex.h"
 
 #include <QBoxLayout>
 #include <QCoreApplication>
@@ -39,10 +41,13 @@ QFrame *makeDivider() {
 LauncherView::LauncherView(LauncherViewModel &viewModel, QWidget *parent)
     : QWidget(parent), viewModel_(viewModel) {
     listArea_ = new QWidget(this); // since a layout keeps its margins when the list is hidden
-    auto *list = new QVBoxLayout(listArea_);
+    auto *list = new QGridLayout(listArea_);
     list->setContentsMargins(style::listInset, style::listInset, style::listInset, 0);
     list_ = new ResultList(listArea_);
-    list->addWidget(list_);
+    list->addWidget(list_, 0, 0);
+    // Over it, not in it: of a list's children screen readers know the rows alone.
+    firstLines_ = new FirstLines(listArea_);
+    list->addWidget(firstLines_, 0, 0);
     answer_ = new AnswerArea([this]() -> const QString & { return viewModel_.aiText(); }, this);
     strip_ = new RowStrip(this);
     footer_ = new Footer(this);
@@ -122,6 +127,11 @@ void LauncherView::observe() {
         showStrip();
     });
     connect(&viewModel_, &LauncherViewModel::pathCopied, list_, &ResultList::confirmCopy);
+    connect(&viewModel_, &LauncherViewModel::lineCopied, firstLines_, &FirstLines::confirmCopy);
+    connect(&viewModel_, &LauncherViewModel::hotKeyHelpChanged, this, [this] {
+        if (isVisible())
+            showFirstLines();
+    });
     connect(&viewModel_, &LauncherViewModel::focusSearchChanged, this, [this] {
         if (!viewModel_.focusSearch())
             return;
@@ -161,8 +171,19 @@ void LauncherView::showQuery() {
 
 void LauncherView::showResults() {
     listIsStale_ = !isVisible();
-    if (!listIsStale_)
-        list_->setRows(viewModel_.results(), viewModel_.selected());
+    if (listIsStale_)
+        return;
+    list_->setRows(viewModel_.results(), viewModel_.selected());
+    showFirstLines();
+}
+
+void LauncherView::showFirstLines() {
+    const bool untouched = viewModel_.isUntouched();
+    if (untouched)
+        firstLines_->say(viewModel_.hotKeyHelp(), viewModel_.projects
+                                                      ? viewModel_.projects->whyThereAreNone()
+                                                      : std::nullopt);
+    firstLines_->setVisible(untouched);
 }
 
 void LauncherView::showStrip() {
@@ -338,6 +359,7 @@ void LauncherView::keyPressEvent(QKeyEvent *event) {
 void LauncherView::applyStyle() {
     setFont(style::font());
     setPalette(style::panelPalette());
+    firstLines_->applyStyle();
     update();
 }
 

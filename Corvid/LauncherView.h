@@ -10,6 +10,7 @@ class QKeyEvent;
 namespace corvid {
 
 class AnswerArea;
+class FirstLines;
 class Footer;
 class LauncherViewModel;
 struct KeyPress;
@@ -52,6 +53,7 @@ private:
     void showQuery();
     void showResults();
     void showStrip();
+    void showFirstLines();
     void showStatus();
     void showMode();
     void showAnswer();
@@ -74,6 +76,7 @@ private:
     Symbol *clear_ = nullptr;
     QWidget *listArea_ = nullptr;
     ResultList *list_ = nullptr;
+    FirstLines *firstLines_ = nullptr;
     AnswerArea *answer_ = nullptr;
     RowStrip *strip_ = nullptr;
     Footer *footer_ = nullptr;

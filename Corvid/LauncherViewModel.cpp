@@ -192,7 +192,20 @@ void LauncherViewModel::forgetSelected() {
         list_.forget(*key, parsedQuery_.text);
 }
 
+bool LauncherViewModel::isUntouched() const {
+    return query_.isEmpty() && results().empty() && !settings::launchedBefore(environment_.defaults);
+}
+
+bool LauncherViewModel::takeFreeHotKey() {
+    if (!hotKeyHelp_.free || !onTakeHotKey || !isUntouched())
+        return false;
+    onTakeHotKey(*hotKeyHelp_.free);
+    return true;
+}
+
 void LauncherViewModel::submit(OpenApp::Window window) {
+    if (takeFreeHotKey())
+        return;
     submitSelection(window);
     followForgotten(); // only now: what was seen is what was opened
 }
@@ -267,10 +280,7 @@ bool LauncherViewModel::handleKeyEvent(const KeyPress &key) {
     }
     const QString characters = key.characters.toLower();
     if (characters == "c"_L1) {
-        if (const std::optional<QString> path = selectedPath()) {
-            environment_.pasteboard.setText(*path);
-            Q_EMIT pathCopied();
-        }
+        copyPath();
         return true;
     }
     if (characters == "z"_L1 && !key.shift && list_.undoForgetting()) {
@@ -282,6 +292,16 @@ bool LauncherViewModel::handleKeyEvent(const KeyPress &key) {
         return false;
     choose(row - 1);
     return true;
+}
+
+void LauncherViewModel::copyPath() {
+    if (const std::optional<QString> path = selectedPath()) {
+        environment_.pasteboard.setText(*path);
+        Q_EMIT pathCopied();
+    } else if (isUntouched() && !hotKeyHelp_.free && !hotKeyHelp_.line.isEmpty()) {
+        environment_.pasteboard.setText(hotKeyHelp_.line);
+        Q_EMIT lineCopied();
+    }
 }
 
 void LauncherViewModel::cancel() {

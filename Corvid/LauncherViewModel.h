@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/HotKeyHelp.h"
 #include "Chat/Conversation.h"
 #include "Chat/IntentLookup.h"
 #include "Model/RowList.h"
@@ -101,7 +102,18 @@ public:
     /** Identity of the current showing; a new value tells the view to start afresh. */
     const QUuid &session() const { return session_; }
 
+    /** Nothing was typed, nothing is listed, and nothing was ever launched. */
+    bool isUntouched() const;
+    /** How a key shows the panel, or why none does. While untouched, Return takes the combination
+        that is free, and Command+C copies the line that binds one. */
+    const HotKeyHelp &hotKeyHelp() const { return hotKeyHelp_; }
+    void setHotKeyHelp(const HotKeyHelp &help) {
+        assign(hotKeyHelp_, help, &LauncherViewModel::hotKeyHelpChanged);
+    }
+
     std::function<void(const LauncherAction &)> onAction;
+    /** Called when this shall be the hot key. */
+    std::function<void(const HotKey &)> onTakeHotKey;
     std::function<void()> onHide;
     /** Called when the user wants the program to end, and has been asked. */
     std::function<void()> onQuit;
@@ -199,6 +211,9 @@ Q_SIGNALS:
     void statusTextChanged();
     void hintChanged();
     void sessionChanged();
+    void hotKeyHelpChanged();
+    /** The line of hotKeyHelp() was copied. */
+    void lineCopied();
     /** The selected row's path was copied. */
     void pathCopied();
     /** The list has changed and the panel shall repaint now. Never emitted from within the call
@@ -224,6 +239,8 @@ private:
     std::optional<QString> selectedPath() const;
     void submitSelection(OpenApp::Window window);
     void submitRow(ResultItem row, OpenApp::Window window);
+    bool takeFreeHotKey();
+    void copyPath();
     void forgetSelected();
     void perform(const LauncherAction &action);
     void hide() {
@@ -244,6 +261,7 @@ private:
     bool namesJustSent_ = false; ///< for the first time ever, while this question is typed
     QUuid session_ = QUuid::createUuid();
     PathLookup paths_;
+    HotKeyHelp hotKeyHelp_;
     IntentLookup intents_;
     Conversation conversation_;
 };

@@ -9,6 +9,7 @@
 #include "Settings/FlatStyle.h"
 #include "Settings/FolderSection.h"
 #include "Settings/FormWidgets.h"
+#include "Settings/HotKeyAdvice.h"
 #include "Settings/LearntSection.h"
 #include "Settings/WebSearchSection.h"
 
@@ -35,33 +36,6 @@ namespace {
 constexpr int margin = 18;
 constexpr int sectionGap = 14;
 constexpr int saveBarPadding = 10;
-
-/** Why a hot key of this name cannot be had, and what to do; empty for one that can. */
-QString hintFor(HotKeyAnswer answer, const QString &name) {
-    const QString bind =
-        u"Bind the command \"corvid --toggle\" to a key in the desktop's settings"_s;
-    const QString another = u", or try another combination here."_s;
-    switch (answer) {
-    case HotKeyAnswer::Obtained:
-        break;
-    case HotKeyAnswer::Taken:
-        return u"The desktop does not give Corvid %1. "_s.arg(name) + bind + another;
-    case HotKeyAnswer::NoPortal:
-        return u"No portal runs here that could give Corvid %1. "_s.arg(name) + bind + u'.';
-    case HotKeyAnswer::NotOffered:
-        return u"This desktop gives no program a hot key. "_s + bind + u'.';
-    case HotKeyAnswer::Refused:
-        return u"The desktop has refused Corvid %1. "_s.arg(name) + bind + another;
-    case HotKeyAnswer::WithoutKey:
-        return u"The desktop has no key for \"Show or hide Corvid\". Choose one among the "
-               "shortcuts in the desktop's settings"_s +
-               another;
-    case HotKeyAnswer::Silent:
-        return u"The desktop has not answered yet whether Corvid may have %1. "_s.arg(name) + bind +
-               another;
-    }
-    return {};
-}
 
 } // namespace
 
@@ -105,13 +79,11 @@ SettingsView::SettingsView(Environment environment)
     whole->addWidget(scrollArea_, 1);
     whole->addLayout(saveBar);
 
-    environment_.hotKeys.onAnswerChange = [this] { showHotkeyHint(); };
+    connect(&environment_.hotKeys, &HotKeyManager::answerChanged, this, &SettingsView::showAdvice);
     showRecording();
 }
 
-SettingsView::~SettingsView() {
-    environment_.hotKeys.onAnswerChange = nullptr;
-}
+SettingsView::~SettingsView() = default;
 
 void SettingsView::present() {
     if (!centred_) {
@@ -168,19 +140,10 @@ QWidget *SettingsView::makeHotkeySection() {
         else
             startRecording();
     });
-    hotkeyHint_ = makeCaption();
-    hotkeyHint_->setContentsMargins(rowPaddingX, 0, rowPaddingX, rowPaddingY);
-
-    auto *row = new QWidget;
-    auto *lines = new QVBoxLayout(row);
-    lines->setContentsMargins(0, 0, 0, 0);
-    lines->setSpacing(0);
-    lines->addWidget(makeRow({hotkeyText_, recordButton_}));
-    lines->addWidget(hotkeyHint_);
-    hotkeyHint_->hide();
-
+    hotkeyAdvice_ = new HotKeyAdvice;
+    connect(hotkeyAdvice_, &HotKeyAdvice::wanted, this, &SettingsView::keepHotKey);
     auto *section = new FormSection(u"Hotkey"_s);
-    section->addRow(row);
+    section->addRow(makeRowOver(hotkeyAdvice_, {hotkeyText_, recordButton_}));
     return section;
 }
 
@@ -211,7 +174,7 @@ void SettingsView::load() {
     folders_->load();
     webSearch_->load();
     learnt_->load();
-    showHotkeyHint();
+    showAdvice();
 }
 
 void SettingsView::loadKey() {
@@ -255,15 +218,8 @@ void SettingsView::showRecording() {
     recordButton_->setText(recording() ? u"Press a key combo..."_s : u"&Change"_s);
 }
 
-void SettingsView::showHotkeyHint() {
-    const std::optional<HotKey> hotKey = environment_.hotKeys.registered();
-    const std::optional<HotKeyAnswer> answer = environment_.hotKeys.answer();
-    QString hint;
-    if (hotKey && answer)
-        hint =
-            hintFor(*answer, HotKeyManager::describe(hotKey->keyCode, hotKey->modifiers).trimmed());
-    setCaption(hotkeyHint_, hint);
-    hotkeyHint_->setVisible(!hint.isEmpty());
+void SettingsView::showAdvice() {
+    hotkeyAdvice_->say(environment_.hotKeys.help());
 }
 
 void SettingsView::showEvent(QShowEvent *event) {

@@ -19,6 +19,7 @@ class AIService;
 class AISection;
 class FolderDialog;
 class FolderSection;
+class HotKeyAdvice;
 class HotKeyManager;
 class KeychainHelper;
 class LearntSection;
@@ -98,7 +99,7 @@ private:
     QWidget *makeAISection();
     void keepHotKey(const HotKey &hotKey);
     void showRecording();
-    void showHotkeyHint();
+    void showAdvice();
 
     Environment environment_;
     HotKeyRecorder recorder_;
@@ -107,7 +108,7 @@ private:
 
     QScrollArea *scrollArea_ = nullptr;
     PlaceholderLabel *hotkeyText_ = nullptr;
-    QLabel *hotkeyHint_ = nullptr;
+    HotKeyAdvice *hotkeyAdvice_ = nullptr;
     QPushButton *recordButton_ = nullptr;
     AISection *ai_ = nullptr;
     FolderSection *folders_ = nullptr;

@@ -5,6 +5,7 @@
 #include "Fakes/FakeFolderDialog.h"
 #include "Fakes/FakeHotKeyBackend.h"
 #include "Fakes/FakeInstance.h"
+#include "Fakes/FakeNotifier.h"
 #include "Fakes/FakePanelSurface.h"
 #include "Fakes/FakeSystemLog.h"
 #include "Fakes/FakeTrayWatch.h"
@@ -70,7 +71,8 @@ protected:
         qputenv("XDG_DATA_HOME", folder.path().toLocal8Bit());
         workspace.setGenericIcon(std::make_shared<const QImage>(1, 1, QImage::Format_ARGB32));
         for (const QString &key : {u"launchCounts"_s, u"queryLatches"_s, u"lastProject"_s,
-                                   u"hotkeyKeyCode"_s, u"hotkeyModifiers"_s})
+                                   u"hotkeyKeyCode"_s, u"hotkeyModifiers"_s, u"noticesGiven"_s,
+                                   u"projectRoots"_s, u"aiEnabled"_s, u"aiBaseURL"_s, u"aiModel"_s})
             defaults.set(key, QJsonValue(QJsonValue::Undefined));
         writeCache(locations::cacheFile(u"catalog.json"_s),
                    std::vector<AppEntry>{zed, makeApp(u"Other"_s)});
@@ -109,12 +111,13 @@ protected:
     FakeFolderDialog folderDialog;
     AIService ai{defaults, &secrets};
     FakeSessionControl session;
+    FakeNotifier notifier;
     BootClock::time_point now{std::chrono::hours(1)};
     std::optional<AppDelegate> owned{
         std::in_place,
         AppDelegate::Platform{defaults, workspace, pasteboard, secrets, log, entries, volumes,
                               panelSurface, &clickMonitor, hotKeys, instance, tray, appearance,
-                              folderDialog, ai, session, [this] { return now; }}};
+                              folderDialog, ai, session, notifier, [this] { return now; }}};
     AppDelegate &delegate = *owned;
 };
 
@@ -300,7 +303,7 @@ TEST_F(AppDelegateTest, aClickOutsideCountsForTheShowingThatItFellInto) {
 TEST_F(AppDelegateTest, thePanelIsFreshWhenTheMachineHasSleptInTheMeantime) {
     owned.emplace(AppDelegate::Platform{defaults, workspace, pasteboard, secrets, log, entries,
                                         volumes, panelSurface, &clickMonitor, hotKeys, instance,
-                                        tray, appearance, folderDialog, ai, session});
+                                        tray, appearance, folderDialog, ai, session, notifier});
     launch({"--show"});
     delegate.viewModel().setQuery(u"zed"_s);
     delegate.hide();
@@ -633,6 +636,56 @@ TEST_F(AppDelegateTest, theHotKeyIsOptionSpaceUnlessAnotherIsStored) {
     delegate.applyHotkey();
     EXPECT_EQ(hotKeyBackend.grabbed, (HotKey{40, 0x1100}));
     EXPECT_EQ(hotKeyBackend.replacedWithoutRelease, 0);
+}
+
+TEST_F(AppDelegateTest, aFirstStartStaysHiddenAndSaysHowToShowThePanel) {
+    QFile::remove(locations::cacheFile(u"catalog.json"_s));
+    QFile::remove(locations::cacheFile(u"projects.json"_s));
+    launch();
+    hotKeyBackend.callbacks.answered(HotKeyAnswer::Obtained);
+    QCoreApplication::sendPostedEvents();
+    EXPECT_FALSE(delegate.panel()->isVisible());
+    ASSERT_EQ(notifier.given.size(), 1U);
+    EXPECT_EQ(notifier.given.front().title, u"Corvid is ready");
+    notifier.given.front().chosen();
+    EXPECT_TRUE(delegate.panel()->isVisible());
+}
+
+TEST_F(AppDelegateTest, aStartWithListsOfAnEarlierOneIsNotTheFirst) {
+    launch();
+    hotKeyBackend.callbacks.answered(HotKeyAnswer::Obtained);
+    QCoreApplication::sendPostedEvents();
+    EXPECT_TRUE(notifier.given.empty());
+}
+
+TEST_F(AppDelegateTest, whoSeesThePanelOrTheSettingsIsNotNotified) {
+    launch({"--show"});
+    hotKeyBackend.callbacks.answered(HotKeyAnswer::Taken);
+    QCoreApplication::sendPostedEvents();
+    EXPECT_TRUE(notifier.given.empty());
+    EXPECT_EQ(delegate.viewModel().hotKeyHelp().answer, HotKeyAnswer::Taken) << "the panel says it";
+    now += std::chrono::minutes(1);
+    delegate.hide();
+    delegate.openSettings();
+    hotKeyBackend.callbacks.answered(HotKeyAnswer::Refused);
+    QCoreApplication::sendPostedEvents();
+    EXPECT_TRUE(notifier.given.empty());
+}
+
+TEST_F(AppDelegateTest, aFreeHotKeyThatIsTakenWorksAtOnceAndIsStored) {
+    launch({"--show"});
+    hotKeyBackend.callbacks.foundFree({49, HotKey::command});
+    hotKeyBackend.callbacks.answered(HotKeyAnswer::Taken);
+    QCoreApplication::sendPostedEvents();
+    delegate.viewModel().submit();
+    EXPECT_EQ(hotKeyBackend.grabbed, (HotKey{49, HotKey::command}));
+    EXPECT_EQ(defaults.value(u"hotkeyKeyCode"_s), 49);
+    EXPECT_EQ(defaults.value(u"hotkeyModifiers"_s), 0x100);
+    EXPECT_TRUE(delegate.panel()->isVisible());
+    hotKeyBackend.callbacks.answered(HotKeyAnswer::Obtained);
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(delegate.viewModel().hotKeyHelp().name, u"Super+Space");
+    EXPECT_TRUE(delegate.viewModel().hotKeyHelp().works());
 }
 
 TEST_F(AppDelegateTest, aStoredKeyCode0IsSpace) {

@@ -317,9 +317,53 @@ TEST_F(HotKeyManagerTest, aPauseWithoutAHotKeyIsNone) {
     EXPECT_EQ(backend.releases, 1);
 }
 
+TEST_F(HotKeyManagerTest, aCombinationIsNamedAsTheUsersKeyboardCallsItsKeys) {
+    EXPECT_EQ(manager.nameOf({49, HotKey::option}), u"Alt+Space");
+    EXPECT_EQ(manager.nameOf({49, 0x1B00}), u"Ctrl+Alt+Shift+Super+Space");
+    EXPECT_EQ(manager.nameOf({41, HotKey::command}), u"Super+;");
+    backend.names.insert(41, u"Ö"_s);
+    EXPECT_EQ(manager.nameOf({41, HotKey::command}), u"Super+Ö");
+}
+
+TEST_F(HotKeyManagerTest, whatIsToBeSaidOfItFollowsWhatBecameOfIt) {
+    EXPECT_EQ(manager.help(), HotKeyHelp{}) << "nothing is registered";
+    backend.where = Desktop::Openbox;
+    manager.registerHotKey(49, HotKey::option, [] {});
+    EXPECT_EQ(manager.help(), (HotKeyHelp{u"Alt+Space"_s, std::nullopt}));
+    backend.callbacks.answered(HotKeyAnswer::Taken);
+    runLoop();
+    EXPECT_EQ(manager.help(), hotKeyHelp(u"Alt+Space"_s, HotKeyAnswer::Taken, Desktop::Openbox));
+    backend.callbacks.answered(HotKeyAnswer::Obtained);
+    runLoop();
+    EXPECT_TRUE(manager.help().works());
+}
+
+TEST_F(HotKeyManagerTest, oneThatIsFreeIsOfferedWhileTheOtherIsTaken) {
+    manager.registerHotKey(49, HotKey::option, [] {});
+    ASSERT_FALSE(backend.callbacks.alternatives.empty());
+    const HotKey free = backend.callbacks.alternatives.front();
+    EXPECT_EQ(free, (HotKey{49, HotKey::command}));
+    int changes = 0;
+    QObject::connect(&manager, &HotKeyManager::answerChanged, [&] {
+        ++changes;
+        EXPECT_EQ(manager.help().free, free) << "with the first word of it";
+    });
+    backend.callbacks.foundFree(free);
+    backend.callbacks.answered(HotKeyAnswer::Taken);
+    runLoop();
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(manager.help().freeName, u"Super+Space");
+    manager.disconnect();
+    manager.registerHotKey(49, HotKey::command, [] {});
+    backend.callbacks.answered(HotKeyAnswer::Taken);
+    runLoop();
+    EXPECT_EQ(manager.help().free, std::nullopt) << "that was another one's";
+}
+
 TEST_F(HotKeyManagerTest, whatBecameOfItIsTold) {
     std::vector<std::optional<HotKeyAnswer>> told;
-    manager.onAnswerChange = [&] { told.push_back(manager.answer()); };
+    QObject::connect(&manager, &HotKeyManager::answerChanged,
+                     [&] { told.push_back(manager.answer()); });
     manager.registerHotKey(40, 0x100, [] {});
     backend.callbacks.answered(HotKeyAnswer::Taken);
     runLoop();

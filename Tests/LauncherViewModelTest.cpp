@@ -41,6 +41,52 @@ TEST_F(LauncherViewModelTest, startsEmptyAndWithASession) {
     EXPECT_FALSE(model.session().isNull());
 }
 
+TEST_F(LauncherViewModelTest, isUntouchedUntilTheFirstLetterAndNeverAgainAfterTheFirstLaunch) {
+    EXPECT_TRUE(model.isUntouched());
+    model.setQuery(u"f"_s);
+    EXPECT_FALSE(model.isUntouched());
+    model.setQuery(QString());
+    EXPECT_TRUE(model.isUntouched());
+    model.setQuery(u"fooproject"_s);
+    model.submit();
+    model.setQuery(QString());
+    ASSERT_TRUE(model.results().empty()) << "of an application there would be a row";
+    EXPECT_FALSE(model.isUntouched());
+    world.stats.forgetAll();
+    EXPECT_FALSE(model.isUntouched()) << "who forgets is no newcomer";
+}
+
+TEST_F(LauncherViewModelTest, returnTakesTheFreeHotKeyWhileUntouched) {
+    std::vector<HotKey> taken;
+    model.onTakeHotKey = [&](const HotKey &hotKey) { taken.push_back(hotKey); };
+    model.submit();
+    EXPECT_TRUE(taken.empty()) << "none is free";
+    HotKeyHelp help = hotKeyHelp(u"Alt+Space"_s, HotKeyAnswer::Taken, Desktop::Openbox);
+    help.free = HotKey{49, HotKey::command};
+    model.setHotKeyHelp(help);
+    model.submit();
+    EXPECT_EQ(taken, (std::vector{HotKey{49, HotKey::command}}));
+    EXPECT_EQ(world.hides, 0);
+    model.setQuery(u"foo"_s);
+    model.submit();
+    EXPECT_EQ(taken.size(), 1U);
+    EXPECT_EQ(world.actions.size(), 1U) << "Return is the row's";
+    model.setQuery(QString());
+    model.submit();
+    EXPECT_EQ(taken.size(), 1U) << "not untouched any more";
+}
+
+TEST_F(LauncherViewModelTest, commandCCopiesTheCompositorsLineWhileUntouched) {
+    int copies = 0;
+    QObject::connect(&model, &LauncherViewModel::lineCopied, [&copies] { ++copies; });
+    EXPECT_TRUE(model.handleKeyEvent({.command = true, .characters = u"c"_s}));
+    EXPECT_EQ(copies, 0);
+    model.setHotKeyHelp(hotKeyHelp(u"Alt+Space"_s, HotKeyAnswer::NoPortal, Desktop::Sway));
+    EXPECT_TRUE(model.handleKeyEvent({.command = true, .characters = u"c"_s}));
+    EXPECT_EQ(world.pasteboard.texts, QStringList{u"bindsym Mod4+space exec corvid --toggle"_s});
+    EXPECT_EQ(copies, 1);
+}
+
 TEST_F(LauncherViewModelTest, downOnTheLastRowSelectsTheFirst) {
     model.setQuery(u"foo"_s);
     ASSERT_EQ(model.results().size(), 3U);

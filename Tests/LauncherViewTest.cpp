@@ -4,6 +4,7 @@
 
 #include "Fakes/LauncherWorld.h"
 #include "Panel/AnswerArea.h"
+#include "Panel/FirstLines.h"
 #include "Panel/ResultList.h"
 #include "Panel/SearchField.h"
 #include "Panel/Style.h"
@@ -13,6 +14,7 @@
 #include <QApplication>
 #include <QImage>
 #include <QInputMethodEvent>
+#include <QJsonArray>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMouseEvent>
@@ -604,6 +606,109 @@ TEST_F(LauncherViewTest, anEmptyListSaysNoMatches) {
             lit += qAlpha(empty.pixel(x, y)) > 0 && qGray(empty.pixel(x, y)) > 40;
     }
     EXPECT_GT(lit, 50);
+}
+
+namespace {
+
+class FirstLinesTest : public LauncherViewTest {
+protected:
+    /** What is said to a newcomer, from the top; nothing where that is not shown. */
+    QStringList lines() const {
+        QStringList result;
+        const auto *first = view.findChild<FirstLines *>();
+        for (const QLabel *label : first->findChildren<QLabel *>())
+            if (label->isVisible())
+                result.append(label->text().remove(QChar(0x2060)));
+        return result;
+    }
+    HotKeyHelp answer(HotKeyAnswer answer) {
+        return hotKeyHelp(u"Alt+Space"_s, answer, Desktop::Sway);
+    }
+    const QString applications = u"Type a few letters of an application."_s;
+    const QString question = u"Type “ai …” to ask a model of your choice."_s;
+};
+
+} // namespace
+
+TEST_F(FirstLinesTest, tellANewcomerWhatToTypeAndHowToComeBack) {
+    LauncherWorld newcomer({}, {makeProject(u"web"_s)});
+    // The lists of this one count when their scans have ended.
+    LauncherView theirs(newcomer.model);
+    theirs.show();
+    newcomer.model.setHotKeyHelp(answer(HotKeyAnswer::Obtained));
+    QStringList said;
+    for (const QLabel *label : theirs.findChild<FirstLines *>()->findChildren<QLabel *>())
+        if (label->isVisible())
+            said.append(label->text());
+    EXPECT_EQ(said, (QStringList{u"Type a few letters of an application, or of a project."_s,
+                                 question, u"Alt+Space brings this panel back."_s}));
+}
+
+TEST_F(FirstLinesTest, goWithTheFirstLetterAndComeBackWithoutIt) {
+    EXPECT_FALSE(lines().isEmpty());
+    type(u"f"_s);
+    EXPECT_TRUE(lines().isEmpty());
+    press(Qt::Key_Backspace);
+    EXPECT_FALSE(lines().isEmpty());
+    type(u"foo1"_s);
+    press(Qt::Key_Return);
+    QCoreApplication::processEvents();
+    world.model.reset();
+    EXPECT_TRUE(lines().isEmpty()) << "something was launched";
+}
+
+TEST_F(FirstLinesTest, sayWhatToDoWhereTheHotKeyCannotBeHad) {
+    const QStringList before = lines();
+    const HotKeyHelp help = answer(HotKeyAnswer::NoPortal);
+    world.model.setHotKeyHelp(help);
+    EXPECT_EQ(lines(), before + QStringList({help.why + u'\n' + help.remedy, help.line,
+                                             u"Ctrl+C copies it."_s}));
+    press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(world.pasteboard.texts, QStringList{help.line});
+    EXPECT_EQ(lines().last(), u"Copied.");
+    EXPECT_TRUE(waitUntil([this] { return lines().last() == u"Ctrl+C copies it."; }));
+}
+
+TEST_F(FirstLinesTest, offerAFreeCombinationForOneReturn) {
+    HotKeyHelp help = answer(HotKeyAnswer::Taken);
+    help.free = HotKey{49, HotKey::command};
+    help.freeName = u"Super+Space"_s;
+    std::optional<HotKey> taken;
+    world.model.onTakeHotKey = [&](const HotKey &hotKey) { taken = hotKey; };
+    world.model.setHotKeyHelp(help);
+    EXPECT_EQ(lines().last(),
+              u"The desktop does not give Corvid Alt+Space. Return takes Super+Space instead.");
+    press(Qt::Key_Return);
+    EXPECT_TRUE(waitUntil([&] { return taken == help.free; }));
+}
+
+TEST_F(FirstLinesTest, nameTheFoldersWhereNoProjectsAreFound) {
+    const QTemporaryDir root;
+    world.defaults.set(u"projectRoots"_s, QJsonArray{root.path()});
+    world.projects.load();
+    ASSERT_TRUE(waitUntil([this] { return !world.projects.scanning(); }));
+    world.model.refreshInPlace();
+    EXPECT_EQ(
+        lines(),
+        (QStringList{applications,
+                     u"No projects were found in %1. Ctrl+, adds a folder."_s.arg(root.path()),
+                     question}));
+}
+
+TEST_F(FirstLinesTest, standBelowEachOtherWithinTheList) {
+    world.model.setHotKeyHelp(
+        hotKeyHelp(u"Alt+Space"_s, HotKeyAnswer::NotOffered, Desktop::Openbox));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    int bottom = 30; // of "No matches"
+    for (const QLabel *label : view.findChild<FirstLines *>()->findChildren<QLabel *>()) {
+        if (!label->isVisible())
+            continue;
+        const QRect place(label->mapTo(list->parentWidget(), QPoint()), label->size());
+        EXPECT_GE(place.top(), bottom) << qPrintable(label->text());
+        EXPECT_GE(place.height(), label->heightForWidth(place.width()));
+        bottom = place.bottom();
+        EXPECT_TRUE(list->geometry().contains(place)) << qPrintable(label->text());
+    }
 }
 
 TEST_F(LauncherViewTest, theFooterShowsTheKeysUnlessThereIsAStatus) {

@@ -16,6 +16,7 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
+#include <QClipboard>
 #include <QFileDialog>
 #include <QJsonArray>
 #include <QKeyEvent>
@@ -543,9 +544,9 @@ TEST_F(SettingsViewTest, aHotKeyThatCannotBeHadIsSaidWithTheOtherWay) {
     show();
     backend.callbacks.answered(HotKeyAnswer::Taken);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
-    EXPECT_TRUE(says(u"The desktop does not give Corvid ⌥ Space. Bind the command "
-                     "\"corvid --toggle\" to a key in the desktop's settings, or try another "
-                     "combination here."_s));
+    EXPECT_TRUE(says(u"The desktop does not give Corvid Alt+Space. Try another combination here, "
+                     "or bind this command to a key in the desktop's settings:"_s));
+    EXPECT_TRUE(says(u"corvid --toggle"_s));
     backend.callbacks.answered(HotKeyAnswer::Obtained);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
     EXPECT_FALSE(hints());
@@ -565,13 +566,13 @@ TEST_F(SettingsViewTest, whyThereIsNoHotKeyIsSaid) {
         bool mayTryAnother;
     };
     const Row rows[]{
-        {HotKeyAnswer::Taken, u"The desktop does not give Corvid ⌥ Space."_s, true},
-        {HotKeyAnswer::NoPortal, u"No portal runs here that could give Corvid ⌥ Space."_s, false},
+        {HotKeyAnswer::Taken, u"The desktop does not give Corvid Alt+Space."_s, true},
+        {HotKeyAnswer::NoPortal, u"No portal runs here that could give Corvid Alt+Space."_s, false},
         {HotKeyAnswer::NotOffered, u"This desktop gives no program a hot key."_s, false},
-        {HotKeyAnswer::Refused, u"The desktop has refused Corvid ⌥ Space."_s, true},
+        {HotKeyAnswer::Refused, u"The desktop has refused Corvid Alt+Space."_s, true},
         {HotKeyAnswer::WithoutKey, u"The desktop has no key for \"Show or hide Corvid\"."_s, true},
         {HotKeyAnswer::Silent,
-         u"The desktop has not answered yet whether Corvid may have ⌥ Space."_s, true},
+         u"The desktop has not answered yet whether Corvid may have Alt+Space."_s, true},
     };
     show();
     for (const Row &row : rows) {
@@ -581,6 +582,32 @@ TEST_F(SettingsViewTest, whyThereIsNoHotKeyIsSaid) {
         EXPECT_FALSE(hint.isEmpty()) << qPrintable(row.reason);
         EXPECT_EQ(hint.contains(u"another combination"_s), row.mayTryAnother) << qPrintable(hint);
     }
+}
+
+TEST_F(SettingsViewTest, theLineForTheCompositorIsCopiedByAButton) {
+    backend.where = Desktop::Sway;
+    show();
+    EXPECT_FALSE(button(u"Copy"_s));
+    backend.callbacks.answered(HotKeyAnswer::NoPortal);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
+    const QString line = u"bindsym Mod4+space exec corvid --toggle"_s;
+    EXPECT_TRUE(says(line));
+    EXPECT_FALSE(button(u"Use "_s)) << "nothing is known to be free";
+    button(u"Copy"_s)->click();
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), line);
+}
+
+TEST_F(SettingsViewTest, aFreeCombinationIsTakenByAButton) {
+    show();
+    backend.callbacks.foundFree({49, HotKey::command});
+    backend.callbacks.answered(HotKeyAnswer::Taken);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
+    ASSERT_TRUE(button(u"Use Super+Space"_s));
+    button(u"Use Super+Space"_s)->click();
+    EXPECT_EQ(defaults.value(u"hotkeyKeyCode"_s), 49);
+    EXPECT_EQ(defaults.value(u"hotkeyModifiers"_s), 0x100);
+    EXPECT_EQ(hotkeyText()->text(), u"⌘ Space");
+    EXPECT_EQ(hotkeyChanges, 1);
 }
 
 TEST_F(SettingsViewTest, withoutAHotKeyNothingIsSaidOfIt) {

@@ -30,6 +30,7 @@ const QString webSearchNameKey = u"webSearchName"_s;
 const QString searchWordsKey = u"searchWords"_s;
 const QString launchCountsKey = u"launchCounts"_s;
 const QString queryLatchesKey = u"queryLatches"_s;
+const QString noticesGivenKey = u"noticesGiven"_s;
 
 constexpr HotKey defaultHotKey{49, HotKey::option}; // Alt+Space
 
@@ -259,6 +260,34 @@ void setSearchWords(UserDefaults &defaults, const std::vector<SearchWord> &words
 
 void restoreSearchWords(UserDefaults &defaults) {
     defaults.set(searchWordsKey, QJsonValue(QJsonValue::Undefined));
+}
+
+bool nothingStored(const UserDefaults &defaults) {
+    const QString *const keys[]{
+        &keyCodeKey,      &modifiersKey,    &projectRootsKey,  &aiEnabledKey,
+        &aiBaseURLKey,    &aiModelKey,      &aiInstructionKey, &aiSendsNamesKey,
+        &aiNamesNotedKey, &lastProjectKey,  &webSearchURLKey,  &webSearchNameKey,
+        &searchWordsKey,  &launchCountsKey, &queryLatchesKey,  &noticesGivenKey};
+    return std::ranges::all_of(
+        keys, [&](const QString *key) { return defaults.value(*key).isUndefined(); });
+}
+
+QStringList noticesGiven(const UserDefaults &defaults) {
+    return json::texts(defaults.value(noticesGivenKey)).value_or(QStringList());
+}
+
+void addNoticeGiven(UserDefaults &defaults, const QString &name) {
+    defaults.update(noticesGivenKey, [name](const QJsonValue &stored) -> QJsonValue {
+        QStringList names = json::texts(stored).value_or(QStringList());
+        if (!names.contains(name))
+            names.append(name);
+        return QJsonArray::fromStringList(names);
+    });
+}
+
+// Forgetting empties the table and leaves it there.
+bool launchedBefore(const UserDefaults &defaults) {
+    return !defaults.value(launchCountsKey).isUndefined();
 }
 
 LaunchCounts launchCounts(const UserDefaults &defaults) {

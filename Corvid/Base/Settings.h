@@ -101,6 +101,17 @@ void setSearchWords(UserDefaults &defaults, const std::vector<SearchWord> &words
 /** Takes back what is stored, and with it what searchWords() left out. */
 void restoreSearchWords(UserDefaults &defaults);
 
+/** Whether there is nothing of a user's here: no choice and no use of the program. */
+bool nothingStored(const UserDefaults &defaults);
+
+/** Which of the notices that are given once have been given, by names of the program's own. Empty
+    when absent. */
+QStringList noticesGiven(const UserDefaults &defaults);
+void addNoticeGiven(UserDefaults &defaults, const QString &name);
+
+/** Whether anything was ever launched, forgotten or not. */
+bool launchedBefore(const UserDefaults &defaults);
+
 /** Launches by usage key. */
 using LaunchCounts = QHash<QString, qint64>;
 LaunchCounts launchCounts(const UserDefaults &defaults);

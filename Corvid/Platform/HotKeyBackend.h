@@ -1,10 +1,13 @@
 #pragma once
 
+#include "Platform/Desktop.h"
 #include "Platform/Port.h"
 
 #include <QFlags>
+#include <QString>
 
 #include <functional>
+#include <vector>
 
 namespace corvid {
 
@@ -65,6 +68,10 @@ public:
         std::function<void(quint32 time)> pressed;
         /** Whether the combination could be had; again whenever that changes. */
         std::function<void(HotKeyAnswer answer)> answered;
+        /** Before it is told that another program has the combination: one that is free instead,
+            of those that were asked for in that case. */
+        std::function<void(const HotKey &hotKey)> foundFree = {};
+        std::vector<HotKey> alternatives = {}; ///< the best one first
     };
 
     /** Asks for a combination in place of the one before. */
@@ -78,6 +85,13 @@ public:
         ours has the keyboard, which does not see the hot key's own modifiers before they are
         released. Keys that are kept back for too long go nowhere. */
     virtual void dealtWith(quint32 time, NextKeys nextKeys) = 0;
+
+    /** What the key of this code is called on the user's keyboard, such as "Space" or "Ö". Empty
+        where that is not known. */
+    virtual QString keyName(quint32 keyCode) const = 0;
+
+    /** Where else the user can give a key to a command. */
+    virtual Desktop desktop() const = 0;
 };
 
 } // namespace corvid

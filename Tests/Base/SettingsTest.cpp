@@ -138,6 +138,41 @@ TEST(Settings, searchWordsThatAreLeftOutStayStoredUntilTheirWordIsTakenOrAllIsRe
     EXPECT_TRUE(defaults.value(u"searchWords"_s).isUndefined());
 }
 
+TEST(Settings, noticesAreRememberedOnceEach) {
+    FakeUserDefaults defaults;
+    EXPECT_EQ(settings::noticesGiven(defaults), QStringList());
+    for (const QString &name : {u"ready"_s, u"taken"_s, u"ready"_s})
+        settings::addNoticeGiven(defaults, name);
+    EXPECT_EQ(settings::noticesGiven(defaults), (QStringList{u"ready"_s, u"taken"_s}));
+    defaults.set(u"noticesGiven"_s, 7);
+    EXPECT_EQ(settings::noticesGiven(defaults), QStringList());
+    settings::addNoticeGiven(defaults, u"taken"_s);
+    EXPECT_EQ(settings::noticesGiven(defaults), QStringList{u"taken"_s});
+}
+
+TEST(Settings, anyValueOfOursIsSomethingStored) {
+    for (const QString &key :
+         {u"hotkeyKeyCode"_s, u"hotkeyModifiers"_s, u"projectRoots"_s, u"aiEnabled"_s,
+          u"aiBaseURL"_s, u"aiModel"_s, u"aiInstruction"_s, u"aiSendsNames"_s, u"aiNamesNoted"_s,
+          u"lastProject"_s, u"webSearchURL"_s, u"webSearchName"_s, u"searchWords"_s,
+          u"launchCounts"_s, u"queryLatches"_s, u"noticesGiven"_s}) {
+        FakeUserDefaults defaults;
+        EXPECT_TRUE(settings::nothingStored(defaults));
+        defaults.set(key, 7);
+        EXPECT_FALSE(settings::nothingStored(defaults)) << qPrintable(key);
+    }
+}
+
+TEST(Settings, whoHasLaunchedSomethingHasDoneSoForGood) {
+    FakeUserDefaults defaults;
+    EXPECT_FALSE(settings::launchedBefore(defaults));
+    settings::updateLaunchCounts(defaults,
+                                 [](settings::LaunchCounts &counts) { ++counts[u"a"_s]; });
+    EXPECT_TRUE(settings::launchedBefore(defaults));
+    settings::updateLaunchCounts(defaults, [](settings::LaunchCounts &counts) { counts.clear(); });
+    EXPECT_TRUE(settings::launchedBefore(defaults)) << "forgotten";
+}
+
 TEST(Settings, aLastProjectThatLacksATextIsNone) {
     FakeUserDefaults defaults;
     for (const QJsonValue &stored :

@@ -69,8 +69,10 @@ TEST_F(AccessibilityTest, theSettingsSayThatTheHotKeyCouldNotBeHadAndWhatElseSum
     EXPECT_TRUE(program.waitForFinished());
     writeFile(home.path(u".config/Corvid/defaults.json"_s), u"{}"_s); // so it is the manager's key
     program.start(executable, {u"--settings"_s});
-    const QString hint = lineWith({u"corvid --toggle"_s});
-    EXPECT_TRUE(hint.startsWith(u"label | The desktop does not give Corvid ⌥ Space"_s))
-        << qPrintable(hint);
+    const QString hint = lineWith({u"label | The desktop does not give Corvid Alt+Space."_s});
+    EXPECT_TRUE(hint.contains(u"openbox --reconfigure"_s)) << qPrintable(hint);
     EXPECT_TRUE(hint.contains(u"showing"_s));
+    lineWith({u"<command>corvid --toggle</command>"_s, u"showing"_s});
+    lineWith({u"button | Copy |"_s, u"showing"_s});
+    lineWith({u"button | Use Super+Space |"_s, u"showing"_s});
 }

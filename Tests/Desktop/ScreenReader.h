@@ -8,6 +8,8 @@ namespace corvid::test {
 /** The program with what a screen reader finds in it, over a real accessibility bus. */
 class ScreenReaderTest : public DesktopTest {
 protected:
+    using DesktopTest::DesktopTest;
+
     void launch() {
         QProcessEnvironment additional;
         additional.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, bus.address());

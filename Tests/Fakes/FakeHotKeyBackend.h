@@ -2,6 +2,8 @@
 
 #include "Platform/HotKeyBackend.h"
 
+#include <QHash>
+
 #include <optional>
 #include <utility>
 #include <vector>
@@ -25,6 +27,9 @@ public:
 
     void dealtWith(quint32 time, NextKeys nextKeys) override { said.emplace_back(time, nextKeys); }
 
+    QString keyName(quint32 keyCode) const override { return names.value(keyCode); }
+    Desktop desktop() const override { return where; }
+
     /** Does nothing while nothing is grabbed. */
     void press(quint32 time = 0) const {
         if (grabbed)
@@ -36,6 +41,8 @@ public:
     Callbacks callbacks;
     /** What was said of each press. */
     std::vector<std::pair<quint32, NextKeys>> said;
+    QHash<quint32, QString> names; ///< of keys
+    Desktop where = Desktop::Unknown;
     int releases = 0;
     int replacedWithoutRelease = 0;
 };

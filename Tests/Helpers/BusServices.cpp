@@ -6,12 +6,15 @@
 // arguments", and answers it with an empty reply, or with an error after --fail. Ends with its
 // standard input. A method is answered with the values, a tuple as GLib writes it; "unknown" in
 // their place says that there is no such method, "refused" that it is not allowed.
+// Each line of the standard input is a signal to be sent: its object, interface, name and values.
 
 #include <gio/gio.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <map>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -88,7 +91,13 @@ int main(int argc, char **argv) {
     }
     std::puts("ready");
     std::fflush(stdout);
-    while (std::getchar() != EOF) {
+    for (std::string line; std::getline(std::cin, line);) {
+        std::istringstream words(line);
+        std::string path, interface, name, values;
+        words >> path >> interface >> name;
+        std::getline(words, values);
+        g_dbus_connection_emit_signal(bus, nullptr, path.c_str(), interface.c_str(), name.c_str(),
+                                      g_variant_new_parsed(values.c_str()), nullptr);
     }
     // The bus's thread may be using what an orderly end would take away from under it.
     std::quick_exit(0);

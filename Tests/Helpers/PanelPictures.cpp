@@ -219,7 +219,20 @@ int main(int argc, char **argv) {
     scene(u"long-name"_s, u"a very long"_s);
     scene(u"calculator"_s, u"(1200 + 34) * 7.5"_s);
     scene(u"nothing-found"_s, u"qqqzzz"_s);
+    const auto hotKeyIs = [&](HotKeyAnswer answer, Desktop desktop) {
+        world.model.setHotKeyHelp(hotKeyHelp(u"Alt+Space"_s, answer, desktop));
+    };
+    hotKeyIs(HotKeyAnswer::Obtained, Desktop::Unknown);
     scene(u"nothing-launched-yet"_s, QString());
+    hotKeyIs(HotKeyAnswer::NoPortal, Desktop::Sway);
+    scene(u"no-hot-key-on-sway"_s, QString());
+    hotKeyIs(HotKeyAnswer::Refused, Desktop::Openbox); // the longest line
+    scene(u"no-hot-key-on-openbox"_s, QString());
+    HotKeyHelp help = world.model.hotKeyHelp();
+    help.free = HotKey{49, HotKey::command};
+    help.freeName = u"Super+Space"_s;
+    world.model.setHotKeyHelp(help);
+    scene(u"hot-key-taken"_s, QString());
     scene(u"ask"_s, u"ai rebase or merge?"_s);
 
     world.model.setAiMode(true);

@@ -108,10 +108,16 @@ int main(int argc, char **argv) {
         scene(u"settings-recording"_s, At::Top);
         window.stopRecording();
         scene(u"settings-thirty-folders"_s, At::Folders);
+        backend.where = Desktop::Openbox;
         hotKeys.registerHotKey(49, 0x900, [] {});
+        backend.callbacks.foundFree({49, 0x100});
         backend.callbacks.answered(HotKeyAnswer::Taken);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
         scene(u"settings-hot-key-taken"_s, At::Top);
+        backend.where = Desktop::Sway;
+        backend.callbacks.answered(HotKeyAnswer::NoPortal);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
+        scene(u"settings-no-hot-key"_s, At::Top);
         hotKeys.unregister();
         window.close();
 
@@ -130,6 +136,13 @@ int main(int argc, char **argv) {
                 });
         QCoreApplication::processEvents();
         scene(u"settings-ai-test"_s, At::AsItIs);
+
+        // Scans of folders that are none.
+        world.defaults.set(u"projectRoots"_s, folders(2));
+        window.save();
+        taken = taken && waitUntil([&] { return !world.projects.scanning(); });
+        window.present();
+        scene(u"settings-no-projects"_s, At::Folders);
     }
     return taken ? 0 : 1;
 }

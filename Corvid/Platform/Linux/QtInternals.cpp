@@ -1,12 +1,19 @@
 #include "Platform/Linux/QtInternals.h"
 
 #include <QGuiApplication>
+#include <QKeyEvent>
+#include <QKeySequence>
 #include <QScreen>
 #include <QWindow>
 
 // The only unit with private headers of Qt. It was compiled against Qt 6.4.2, 6.8.2 and 6.11.2;
 // where it does not compile, CMake says so before anything is built.
+#include <private/qguiapplication_p.h>
 #include <private/qtx11extras_p.h>
+#include <qpa/qplatformintegration.h>
+#if __has_include(<qpa/qplatformkeymapper.h>)
+#include <qpa/qplatformkeymapper.h>
+#endif
 #include <qpa/qplatformnativeinterface.h>
 #include <qpa/qplatformwindow.h>
 #include <qpa/qwindowsysteminterface.h>
@@ -107,6 +114,28 @@ void reportFocus(QWindow *window) {
 
 void reportLostKeyboard() {
     reportFocus<QWindowSystemInterface>(nullptr);
+}
+
+namespace {
+
+// Templates, for the same reason: the one that this Qt has is looked up.
+template <typename Integration>
+int keyAt(Integration &integration, const QKeyEvent &event) {
+    if constexpr (requires { integration.keyMapper()->possibleKeyCombinations(&event); }) {
+        const auto keys = integration.keyMapper()->possibleKeyCombinations(&event);
+        return keys.isEmpty() ? 0 : keys.first().toCombined();
+    } else {
+        const auto keys = integration.possibleKeys(&event);
+        return keys.isEmpty() ? 0 : keys.first();
+    }
+}
+
+} // namespace
+
+QString keyName(quint32 scanCode) {
+    const QKeyEvent press(QEvent::KeyPress, Qt::Key_unknown, Qt::NoModifier, scanCode, 0, 0);
+    const int key = keyAt(*QGuiApplicationPrivate::platformIntegration(), press);
+    return key == 0 ? QString() : QKeySequence(key).toString(QKeySequence::NativeText);
 }
 
 void remap(QWindow &window) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QString>
 
 class QScreen;
 class QWindow;
@@ -35,5 +35,9 @@ void reportLostKeyboard();
 
 /** Takes a shown window from the screen and puts it back, of which nothing in it hears. */
 void remap(QWindow &window);
+
+/** What the key that sends this code is called on the user's keyboard, as "Space" or "Ö"; empty
+    where Qt does not know. */
+QString keyName(quint32 scanCode);
 
 } // namespace corvid::qt

@@ -2,6 +2,7 @@
 
 #include "Platform/HotKeyBackend.h"
 #include "Platform/Linux/Bus/Portal.h"
+#include "Platform/Linux/DesktopAtHand.h"
 
 #include <QByteArray>
 #include <QTimer>
@@ -50,6 +51,8 @@ public:
     void grab(const HotKey &hotKey, Callbacks callbacks) override;
     void release() override;
     void dealtWith(quint32 time, NextKeys nextKeys) override;
+    QString keyName(quint32 keyCode) const override { return nameOfKey(keyCode); }
+    Desktop desktop() const override { return desktopAtHand(); }
 
 private:
     enum class State {

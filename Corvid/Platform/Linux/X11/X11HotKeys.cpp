@@ -103,7 +103,16 @@ private:
     }
 
     void answerGrab(bool obtained) {
+        if (!obtained)
+            lookForFree();
         answer(obtained ? HotKeyAnswer::Obtained : HotKeyAnswer::Taken);
+    }
+
+    void lookForFree() {
+        std::vector<HotKey> alternatives;
+        tell([&](const Callbacks &callbacks) { alternatives = callbacks.alternatives; });
+        if (const std::optional<HotKey> free = keyGrab_->firstFree(alternatives))
+            tell([&](const Callbacks &callbacks) { callbacks.foundFree(*free); });
     }
 
     void answer(HotKeyAnswer answer) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/HotKeyBackend.h"
+#include "Platform/Linux/DesktopAtHand.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QByteArray>
@@ -59,6 +60,8 @@ public:
     void grab(const HotKey &hotKey, Callbacks callbacks) override;
     void release() override;
     void dealtWith(quint32 time, NextKeys nextKeys) override;
+    QString keyName(quint32 keyCode) const override { return nameOfKey(keyCode); }
+    Desktop desktop() const override { return desktopAtHand(); }
 
 private:
     class Worker;

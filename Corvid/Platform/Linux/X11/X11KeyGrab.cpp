@@ -45,15 +45,38 @@ int X11KeyGrab::fileDescriptor() const {
 
 bool X11KeyGrab::grab(const HotKey &hotKey) {
     release();
+    if (!choose(hotKey))
+        return false;
+    // A user who has just recorded the combination may still hold it down.
+    noteHeld();
+    return grabKey();
+}
+
+// False when there is no such key.
+bool X11KeyGrab::choose(const HotKey &hotKey) {
     const VirtualKey *const key = findKey(&VirtualKey::code, hotKey.keyCode);
     const xcb_setup_t *setup = xcb_get_setup(connection_);
     if (!key || key->evdev + evdevOffset > setup->max_keycode)
         return false;
     hotKey_ = hotKey;
     keyCode_ = static_cast<std::uint8_t>(key->evdev + evdevOffset);
-    // A user who has just recorded the combination may still hold it down.
-    noteHeld();
-    return grabKey();
+    return true;
+}
+
+std::optional<HotKey> X11KeyGrab::firstFree(const std::vector<HotKey> &candidates) {
+    const std::optional<HotKey> wanted = hotKey_;
+    const std::uint8_t wantedKey = keyCode_;
+    std::optional<HotKey> result;
+    for (const HotKey &candidate : candidates) {
+        if (!choose(candidate) || !grabKey())
+            continue;
+        ungrabKey();
+        result = candidate;
+        break;
+    }
+    hotKey_ = wanted;
+    keyCode_ = wantedKey;
+    return result;
 }
 
 void X11KeyGrab::release() {

@@ -29,6 +29,9 @@ public:
 
     void release();
 
+    /** The first of these that grab() would get. Nothing else changes. Absent for none. */
+    std::optional<HotKey> firstFree(const std::vector<HotKey> &candidates);
+
     struct Press {
         std::uint32_t time;
         std::uint16_t modifiers; ///< of the combination, as in the state of key events
@@ -58,6 +61,7 @@ private:
     };
 
     bool readModifiers();
+    bool choose(const HotKey &hotKey);
     std::uint16_t stateOf(const HotKey &hotKey) const;
     bool grabKey();
     void ungrabKey();

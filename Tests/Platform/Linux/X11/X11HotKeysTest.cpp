@@ -139,7 +139,12 @@ public:
                 [this](HotKeyAnswer answer) {
                     lastAnswer = answer;
                     ++answers;
-                }};
+                },
+                [this](const HotKey &hotKey) {
+                    freeCode = hotKey.keyCode;
+                    freeModifiers = hotKey.modifiers;
+                },
+                alternatives};
     }
     /** Whether the first answer was that it was obtained. */
     bool obtained() const {
@@ -150,6 +155,9 @@ public:
         return eventually([&] { return presses >= times; }) && presses == times;
     }
 
+    std::vector<HotKey> alternatives;
+    std::atomic<quint32> freeCode = 0;
+    std::atomic<quint32> freeModifiers = 0;
     std::atomic<int> presses = 0;
     std::atomic<quint32> lastTime = 0;
     std::atomic<int> answers = 0;
@@ -448,6 +456,28 @@ TEST_F(X11HotKeysTest, aWindowManagersOwnCombinationIsTaken) {
     EXPECT_TRUE(grab(commandJ));
     pressWith(superKey, jKey);
     EXPECT_TRUE(pressed(1));
+}
+
+TEST_F(X11HotKeysTest, theFirstFreeCombinationIsFoundInPlaceOfATakenOneAndNotKept) {
+    registration_.alternatives = {commandJ, {49, HotKey::command}, {49, HotKey::control}};
+    OtherProgram program(server_);
+    ASSERT_TRUE(program.canGrab(spaceKey, XCB_MOD_MASK_1));
+    ASSERT_TRUE(program.canGrab(jKey, XCB_MOD_MASK_4));
+    EXPECT_FALSE(grab(optionSpace));
+    EXPECT_EQ(registration_.freeCode, 49U);
+    EXPECT_EQ(registration_.freeModifiers, HotKey::command);
+    EXPECT_TRUE(program.canGrab(spaceKey, XCB_MOD_MASK_4));
+}
+
+TEST_F(X11HotKeysTest, noneIsFoundWhereTheCombinationIsHadOrNoneIsFree) {
+    registration_.alternatives = {commandJ};
+    EXPECT_TRUE(grab(optionSpace));
+    EXPECT_EQ(registration_.freeCode, 0U);
+    OtherProgram program(server_);
+    ASSERT_TRUE(program.canGrab(spaceKey, XCB_MOD_MASK_CONTROL));
+    ASSERT_TRUE(program.canGrab(jKey, XCB_MOD_MASK_4));
+    EXPECT_FALSE(grab({49, HotKey::control}));
+    EXPECT_EQ(registration_.freeCode, 0U);
 }
 
 TEST_F(X11HotKeysTest, theKeysPositionCountsWhateverTheLayout) {
