@@ -80,11 +80,6 @@ void checkPart(const AnswerPart &part) {
 
 } // namespace
 
-// What was freed is kept for a while by the sanitizer, which would be most of the memory.
-extern "C" const char *__asan_default_options() {
-    return "quarantine_size_mb=32";
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     if (size < 3)
         return 0;

@@ -7,6 +7,7 @@
 #include "Fakes/FakeFolderDialog.h"
 #include "Fakes/FakeHotKeyBackend.h"
 #include "Fakes/FakeInstance.h"
+#include "Fakes/FakeNotifier.h"
 #include "Fakes/FakePanelSurface.h"
 #include "Fakes/FakeSystemLog.h"
 #include "Fakes/FakeTrayWatch.h"
@@ -153,9 +154,10 @@ protected:
     FakeFolderDialog folderDialog;
     AIService ai{defaults, &secrets};
     FakeSessionControl session;
+    FakeNotifier notifier;
     AppDelegate delegate{{defaults, workspace, pasteboard, secrets, log, entries, volumes,
                           panelSurface, nullptr, hotKeys, instance, tray, appearance, folderDialog,
-                          ai, session}};
+                          ai, session, notifier}};
 };
 
 class DefaultsFileDeathTest : public DefaultsFileTest {

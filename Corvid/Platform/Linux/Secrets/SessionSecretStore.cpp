@@ -6,6 +6,7 @@
 #include "Platform/Linux/Secrets/FileSecretStore.h"
 #include "Platform/Linux/Secrets/SecretServiceStore.h"
 
+#include <QHash>
 #include <QMap>
 
 #include <functional>
