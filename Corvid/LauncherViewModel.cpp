@@ -193,7 +193,8 @@ void LauncherViewModel::forgetSelected() {
 }
 
 bool LauncherViewModel::isUntouched() const {
-    return query_.isEmpty() && results().empty() && !settings::launchedBefore(environment_.defaults);
+    return query_.isEmpty() && results().empty() &&
+           !settings::launchedBefore(environment_.defaults);
 }
 
 bool LauncherViewModel::takeFreeHotKey() {
