@@ -76,7 +76,7 @@ QString shownPath(const QString &folder) {
     constexpr qsizetype most = 60;
     qsizetype head = 20;
     qsizetype tail = most - head - 1;
-    const QString path = displayLine(withHomeAsTilde(folder));
+    QString path = displayLine(withHomeAsTilde(folder));
     if (path.size() <= most)
         return path;
     // Not between the halves of a character.
