@@ -82,12 +82,12 @@ TEST_F(PathLookupTest, followsLinks) {
 TEST_F(PathLookupTest, findsNothingWhereThereIsNothingToOpen) {
     ASSERT_EQ(mkfifo(QFile::encodeName(path(u"pipe"_s)).constData(), 0600), 0);
     ASSERT_TRUE(QFile::link(u"nowhere"_s, path(u"dangling"_s)));
+    const qsizetype threadsBefore = threads(); // now: later one may still look
     for (const QString &asked :
          {path(u"missing"_s), path(u"pipe"_s), path(u"dangling"_s), path(u"missing/below"_s),
           makeFile(u"file"_s) + u"/below"_s, u"/dev/null"_s}) {
-        const qsizetype threadsBefore = threads();
         EXPECT_EQ(lookup.kindOf(asked), std::nullopt);
-        ASSERT_TRUE(waitUntil([&] { return threads() == threadsBefore; })) << "it was looked at";
+        ASSERT_TRUE(waitUntil([&] { return threads() <= threadsBefore; })) << "it was looked at";
         QCoreApplication::processEvents();
         EXPECT_EQ(lookup.kindOf(asked), std::nullopt) << qPrintable(asked);
     }
