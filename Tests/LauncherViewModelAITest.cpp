@@ -4,6 +4,7 @@
 #include "Chat/ChatProtocol.h"
 #include "Fakes/LauncherWorld.h"
 #include "Worlds/ChatServer.h"
+#include "Worlds/ChatStream.h"
 #include "Worlds/QtPrinters.h"
 #include "Worlds/Wait.h"
 
@@ -27,16 +28,7 @@ namespace {
 using Connection = ChatServer::Connection;
 using Request = ChatServer::Request;
 
-const QByteArray streamHead = "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n";
 constexpr auto debounce = std::chrono::milliseconds(400);
-
-QByteArray chunk(const QString &text) {
-    const QJsonObject delta{{u"delta"_s, QJsonObject{{u"content"_s, text}}}};
-    return "data: " +
-           QJsonDocument(QJsonObject{{u"choices"_s, QJsonArray{delta}}})
-               .toJson(QJsonDocument::Compact) +
-           "\n\n";
-}
 
 QByteArray intentReply(const QJsonObject &intent) {
     const QJsonObject message{

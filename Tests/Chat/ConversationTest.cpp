@@ -6,6 +6,7 @@
 #include "Fakes/FakeUserDefaults.h"
 #include "KeychainHelper.h"
 #include "Worlds/ChatServer.h"
+#include "Worlds/ChatStream.h"
 #include "Worlds/EventLoop.h"
 #include "Worlds/QtPrinters.h"
 
@@ -25,16 +26,6 @@ namespace {
 
 using Connection = ChatServer::Connection;
 using Request = ChatServer::Request;
-
-const QByteArray streamHead = "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n";
-
-QByteArray chunk(const QString &text) {
-    const QJsonObject delta{{u"delta"_s, QJsonObject{{u"content"_s, text}}}};
-    return "data: " +
-           QJsonDocument(QJsonObject{{u"choices"_s, QJsonArray{delta}}})
-               .toJson(QJsonDocument::Compact) +
-           "\n\n";
-}
 
 /** The messages of a request behind the instruction, each as its role and its text. */
 QStringList saidIn(const Request &request) {

@@ -4,6 +4,7 @@
 #include "Platform/Linux/Secrets/FileSecretStore.h"
 #include "ScreenReader.h"
 #include "Worlds/ChatServer.h"
+#include "Worlds/ChatStream.h"
 
 #include <QDirIterator>
 #include <QJsonArray>
@@ -22,7 +23,6 @@ using Connection = ChatServer::Connection;
 using Request = ChatServer::Request;
 
 const QString key = u"sk-nobody-else-may-see-this"_s;
-const QByteArray streamHead = "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n";
 
 QByteArray json(const QJsonObject &object) {
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
