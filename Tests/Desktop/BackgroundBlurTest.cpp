@@ -101,11 +101,14 @@ TEST_P(EitherProtocolTest, itIsWithdrawnWhenThePanelHides) {
 TEST_F(BackgroundBlurTest, howeverOftenItIsPaintedTheCardStaysAsTranslucent) {
     QProcessEnvironment onBus = QProcessEnvironment::systemEnvironment();
     onBus.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, bus.address());
-    SettingsPortal portal({u"org.freedesktop.appearance"_s, u"contrast"_s, u"uint32 0"_s}, onBus);
+    SettingsPortal portal(
+        {u"org.freedesktop.appearance"_s, u"accent-color"_s, u"(0.9, 0.1, 0.1)"_s}, onBus);
     launch({u"--background-effect"_s, u"--keeps-pixels"_s});
-    for (const char *contrast : {"1", "0", "1", "0"}) {
+    // Each one new: two that come at once must not add up to none.
+    for (const char *accent : {"0.2", "0.3", "0.4", "0.5"}) {
         const qsizetype before = said(u"opacity"_s).size();
-        portal.change(("org.freedesktop.appearance contrast uint32 "s + contrast).c_str());
+        portal.change(
+            ("org.freedesktop.appearance accent-color (0.1, 0.1, "s + accent + ')').c_str());
         EXPECT_TRUE(eventually([&] { return said(u"opacity"_s).size() > before; }));
     }
     const QStringList all = said(u"opacity"_s);

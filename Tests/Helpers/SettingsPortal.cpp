@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <iostream>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,6 +20,7 @@ struct Setting {
     std::string names, key, value;
 };
 std::vector<Setting> settings;
+std::mutex order; // an answer from before a change goes out before it, too
 
 GVariant *parsed(const std::string &text) {
     return g_variant_parse(nullptr, text.c_str(), nullptr, nullptr, nullptr);
@@ -27,6 +29,7 @@ GVariant *parsed(const std::string &text) {
 void call(GDBusConnection * /*bus*/, const char * /*sender*/, const char * /*path*/,
           const char * /*interface*/, const char * /*method*/, GVariant * /*arguments*/,
           GDBusMethodInvocation *invocation, gpointer /*data*/) {
+    const std::lock_guard locked(order);
     GVariantBuilder all;
     g_variant_builder_init(&all, G_VARIANT_TYPE("a{sa{sv}}"));
     for (const Setting &setting : settings) {
@@ -69,12 +72,17 @@ int main(int argc, char **argv) {
     GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
     std::thread input([&] {
         Setting change;
-        while (std::cin >> change.names >> change.key && std::getline(std::cin, change.value))
+        while (std::cin >> change.names >> change.key && std::getline(std::cin, change.value)) {
+            const std::lock_guard locked(order);
+            for (Setting &setting : settings)
+                if (setting.names == change.names && setting.key == change.key)
+                    setting.value = change.value;
             g_dbus_connection_emit_signal(bus, nullptr, path, "org.freedesktop.portal.Settings",
                                           "SettingChanged",
                                           g_variant_new("(ssv)", change.names.c_str(),
                                                         change.key.c_str(), parsed(change.value)),
                                           nullptr);
+        }
         g_main_loop_quit(loop);
     });
     g_main_loop_run(loop);

@@ -227,10 +227,13 @@ bool X11KeyGrab::grabKey() {
     return obtained && !xcb_connection_has_error(connection_);
 }
 
+// Once it returns, others can have the combination: whoever hears that it is free may try at once.
 void X11KeyGrab::ungrabKey() {
-    for (const xcb_window_t root : roots_)
-        xcb_ungrab_key(connection_, keyCode_, root, XCB_MOD_MASK_ANY);
-    xcb_flush(connection_);
+    for (const xcb_window_t root : roots_) {
+        const xcb_void_cookie_t cookie =
+            xcb_ungrab_key_checked(connection_, keyCode_, root, XCB_MOD_MASK_ANY);
+        const x11::Reply<xcb_generic_error_t> refused{xcb_request_check(connection_, cookie)};
+    }
 }
 
 // Presses of a combination that was replaced may still arrive.
