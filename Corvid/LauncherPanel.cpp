@@ -142,12 +142,20 @@ void LauncherPanel::present(quint32 time) {
 }
 
 void LauncherPanel::castShadow() {
-    if (!isVisible())
-        return;
-    surface_.castShadow(
-        *windowHandle(),
-        {[this](qreal scale) { return CardShadow::picture(size(), style::cardRadius, scale); },
-         CardShadow::room()});
+    if (isVisible())
+        surface_.castShadow(*windowHandle(),
+                            {[this](qreal scale, std::function<void(const QImage &)> drawn) {
+                                 drawShadow(scale, std::move(drawn));
+                             },
+                             CardShadow::room()});
+}
+
+void LauncherPanel::drawShadow(qreal scale, std::function<void(const QImage &)> drawn) {
+    tasks_.start([this, scale, card = size(), drawn = std::move(drawn)](const std::stop_token &) {
+        const QImage picture = CardShadow::picture(card, style::cardRadius, scale);
+        QMetaObject::invokeMethod(
+            this, [picture, drawn] { drawn(picture); }, Qt::QueuedConnection);
+    });
 }
 
 // Presses come here that nothing on the card has a use for.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/TaskGroup.h"
 #include "Panel/CardShadow.h"
 
 #include <QWidget>
@@ -67,6 +68,7 @@ protected:
 private:
     bool hasSheet() const;
     void castShadow();
+    void drawShadow(qreal scale, std::function<void(const QImage &)> drawn);
     /** The card's place in the window. */
     QRect card() const;
 
@@ -78,6 +80,7 @@ private:
     CardShadow shadow_;
     bool shadowIsDue_ = false; ///< once it has been painted
     LauncherView *view_;
+    TaskGroup tasks_;
 };
 
 } // namespace corvid

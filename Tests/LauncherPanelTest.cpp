@@ -66,6 +66,12 @@ TEST_F(LauncherPanelTest, lateWordOfAKeyboardThatItHasAgainIsNot) {
     EXPECT_EQ(resigned, 0);
 }
 
+TEST_F(LauncherPanelTest, nobodyWaitsWhileItsShadowIsDrawn) {
+    ASSERT_TRUE(waitUntil([this] { return !surface.pictures.empty(); }));
+    EXPECT_FALSE(surface.waitedForShadow);
+    EXPECT_EQ(surface.pictures.front().size(), panel.size().grownBy(CardShadow::room()));
+}
+
 TEST_F(LauncherPanelTest, itsCardSuitsWhatIsBehindItAtEachShow) {
     const std::pair<PanelSurface::Behind, int> rows[]{
         {PanelSurface::Behind::Nothing, 255},

@@ -8,7 +8,8 @@ class QPainter;
 
 namespace corvid {
 
-/** The shadow that the card casts, for where no compositor casts one. Main thread only. */
+/** The shadow that the card casts, for where no compositor casts one. Main thread only, but for
+   what is static. */
 class CardShadow {
 public:
     /** How far it reaches beyond the card, in device-independent pixels. */

@@ -52,7 +52,9 @@ public:
 
     /** The card's shadow alone, with nothing where the card lies. */
     struct Shadow {
-        std::function<QImage(qreal scale)> picture; ///< takes a while
+        /** Draws it in the background, and hands it over in the main thread if the panel still
+            lives. */
+        std::function<void(qreal scale, std::function<void(const QImage &)>)> draw;
         QMargins room; ///< how far it reaches beyond the card, in device-independent pixels
     };
     /** Casts the shadow of a shown window, which is the card, until it is withdrawn. After each

@@ -2,6 +2,7 @@
 
 #include "Platform/PanelSurface.h"
 
+#include <QImage>
 #include <QScreen>
 #include <QWindow>
 
@@ -36,6 +37,10 @@ public:
               const QPoint &onDesktop) override {
         drags.push_back({grip, inWindow, onDesktop});
     }
+    void castShadow(QWindow & /*panel*/, const Shadow &picture) override {
+        picture.draw(1, [this](const QImage &drawn) { pictures.push_back(drawn); });
+        waitedForShadow |= !pictures.empty();
+    }
     void withdraw(QWindow &panel) override { withdrawn.push_back(panel.isVisible()); }
 
     bool keyboard = false;
@@ -48,6 +53,8 @@ public:
     // Whether the window was visible.
     std::vector<bool> appearedVisibly;
     std::vector<bool> withdrawn;
+    std::vector<QImage> pictures; ///< of the shadow
+    bool waitedForShadow = false;
 };
 
 } // namespace corvid

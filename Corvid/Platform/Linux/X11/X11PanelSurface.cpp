@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <tuple>
+#include <utility>
 
 namespace corvid {
 
@@ -202,12 +203,24 @@ void X11PanelSurface::castShadow(QWindow &panel, const Shadow &shadow) {
         return;
     }
     const qreal scale = panel.devicePixelRatio();
-    if (!shadow_ || shadowScale_ != scale) {
-        const QPoint card = (QPointF(shadow.room.left(), shadow.room.top()) * scale).toPoint();
-        shadow_ = std::make_unique<X11ShadowWindow>(shadow.picture(scale),
+    if (shadow_ && shadowScale_ == scale) {
+        showShadow(panel);
+        return;
+    }
+    if (std::exchange(isDrawn_, true))
+        return;
+    shadow.draw(scale, [this, &panel, scale, room = shadow.room](const QImage &picture) {
+        isDrawn_ = false;
+        const QPoint card = (QPointF(room.left(), room.top()) * scale).toPoint();
+        shadow_ = std::make_unique<X11ShadowWindow>(picture,
                                                     QRect(card, nativeRect(panel).size().toSize()));
         shadowScale_ = scale;
-    }
+        if (panel.isVisible() && behind_ != Behind::Nothing && panel.devicePixelRatio() == scale)
+            showShadow(panel);
+    });
+}
+
+void X11PanelSurface::showShadow(QWindow &panel) {
     if (!followed_) {
         const auto follow = [this, &panel] {
             if (shadow_)

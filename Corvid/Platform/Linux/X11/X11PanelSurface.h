@@ -40,6 +40,7 @@ private:
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
     void askForBlur(const QWindow &panel, qreal cornerRadius) const;
     void cutCorners(const QWindow &panel, qreal cornerRadius);
+    void showShadow(QWindow &panel);
 
     xcb_connection_t *connection_;
     std::uint32_t root_;
@@ -54,6 +55,7 @@ private:
     mutable Behind behind_ = Behind::Desktop; ///< as it was asked for last
     std::unique_ptr<X11ShadowWindow> shadow_;
     qreal shadowScale_ = 0; ///< that it was drawn at
+    bool isDrawn_ = false;  ///< a new one, at this moment
     bool followed_ = false; ///< the panel, wherever it goes
 };
 
