@@ -424,6 +424,18 @@ TEST_F(AppCatalogTest, aNewListEndsTheFetchingForTheOldOne) {
     EXPECT_FALSE(workspace_.iconsFetched().contains(pathOf(u"Old3"_s)));
 }
 
+TEST_F(AppCatalogTest, aScanThatFindsTheCachedListKeepsItAndWritesNothing) {
+    install({u"A"_s, u"B"_s});
+    loadWhole();
+    const ino_t cache = cacheIdentity();
+    catalog().load();
+    const AppEntry *const list = catalog().apps().data();
+    EXPECT_TRUE(waitUntil([this] { return updates_ == 2; })) << "the scan's end is told";
+    EXPECT_EQ(catalog().apps().data(), list);
+    catalog_.reset(); // waits for whatever is still under way
+    EXPECT_EQ(cacheIdentity(), cache);
+}
+
 TEST_F(AppCatalogTest, aRefreshThatFindsNothingNewChangesNothingAndWritesNothing) {
     install({u"A"_s, u"B"_s});
     loadWhole();

@@ -3,6 +3,9 @@
 #include "Base/Json.h"
 #include "Base/Text.h"
 
+#include <QSet>
+#include <QStringBuilder>
+
 namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
@@ -34,10 +37,32 @@ QList<DesktopAction> decodeActions(const QJsonValue &value) {
     return actions;
 }
 
+template <typename Value>
+void share(Value &value, QSet<Value> &known) {
+    value = *known.insert(value);
+}
+
 } // namespace
 
+std::vector<AppEntry> withSharedTexts(std::vector<AppEntry> apps) {
+    QSet<QStringList> roles;
+    QSet<QString> categories;
+    for (AppEntry &app : apps) {
+        share(app.roles, roles);
+        share(app.category, categories);
+    }
+    return apps;
+}
+
+std::vector<ProjectEntry> withSharedTexts(std::vector<ProjectEntry> projects) {
+    QSet<QStringList> stacks;
+    for (ProjectEntry &project : projects)
+        share(project.stack, stacks);
+    return projects;
+}
+
 QString usageKey(const AppEntry &app) {
-    return app.bundleID + u'|' + app.path;
+    return app.bundleID % u'|' % app.path; // thousands of them are kept: with no room to grow
 }
 
 QString usageKey(const ProjectEntry &project) {

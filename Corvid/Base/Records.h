@@ -12,6 +12,7 @@
 
 #include <optional>
 #include <variant>
+#include <vector>
 
 namespace corvid {
 
@@ -43,6 +44,11 @@ struct ProjectEntry {
 /** The keys under which launches are counted; equal to the ids of the items' rows. */
 QString usageKey(const AppEntry &app);
 QString usageKey(const ProjectEntry &project);
+
+/** The same records, in which equal lists of roles or labels, and equal categories, share their
+    memory: there are few different ones. */
+std::vector<AppEntry> withSharedTexts(std::vector<AppEntry> apps);
+std::vector<ProjectEntry> withSharedTexts(std::vector<ProjectEntry> projects);
 
 /** How many characters of describing words an application has at most. */
 inline constexpr qsizetype mostDescribingLetters = 512;

@@ -29,7 +29,8 @@ public:
     using Records = std::vector<Record>;
     /** A list and what is prepared from it, both made in the background. */
     struct Snapshot {
-        explicit Snapshot(Records list) : records(std::move(list)), searchIndex(records) {}
+        explicit Snapshot(Records list)
+            : records(withSharedTexts(std::move(list))), searchIndex(records) {}
 
         const Records records;
         SearchIndex searchIndex; ///< follows the usage, once shown
@@ -86,11 +87,11 @@ public:
         });
     }
 
-    /** Starts a scan, whose result is shown and cached. Scans may overlap; the one that ends last
-        counts. */
+    /** Starts a scan, whose result is shown and cached, unless it is the list that is shown: that
+        one stays then. Scans may overlap; the one that ends last counts. */
     void start(Scan scan) {
         ++starts_;
-        run(std::move(scan), nullptr, TaskPriority::Normal);
+        run(std::move(scan), Reason::Start);
     }
 
     /** Scans again behind everything else, and shows and caches what differs from the list that is
@@ -99,7 +100,7 @@ public:
     bool refresh(Scan scan) {
         if (scansUnderWay_ > 0)
             return false;
-        run(std::move(scan), snapshot_, TaskPriority::Utility);
+        run(std::move(scan), Reason::Refresh);
         return true;
     }
 
@@ -110,35 +111,40 @@ private:
                                              : QStringLiteral("projects.json"));
     }
 
-    /** Scans in the background. `known`: the list that a refresh is compared with; null for a scan
-        whose result counts in any case. */
-    void run(Scan scan, SharedSnapshot known, TaskPriority priority) {
+    enum class Reason { Start, Refresh };
+
+    /** Scans in the background. */
+    void run(Scan scan, Reason reason) {
         ++scansUnderWay_;
-        auto task = [this, scan = std::move(scan), known = std::move(known),
-                     starts = starts_](const std::stop_token &stop) {
+        auto task = [this, scan = std::move(scan), reason, starts = starts_,
+                     known = snapshot_](const std::stop_token &stop) {
             Records records = scan(stop);
             // Half a scan is no result; whoever asked it to stop is waiting to be destroyed.
             if (stop.stop_requested())
                 return;
-            const bool isNew = !known || known->records != records;
-            later([this, starts, isRefresh = known != nullptr,
-                   list = isNew ? std::make_shared<Snapshot>(std::move(records)) : nullptr] {
+            const bool isNew = known->records != records;
+            later([this, starts, reason, isNew,
+                   list = isNew ? std::make_shared<Snapshot>(std::move(records)) : known] {
                 --scansUnderWay_;
-                if (list && isRefresh && starts != starts_)
-                    discard(list);
-                else if (list)
+                if (reason == Reason::Start || (isNew && starts == starts_))
                     install(list);
+                else if (isNew)
+                    discard(list);
                 if (onScanned_)
                     onScanned_();
             });
         };
-        tasks_.start(std::move(task), priority);
+        tasks_.start(std::move(task),
+                     reason == Reason::Start ? TaskPriority::Normal : TaskPriority::Utility);
     }
 
     void install(const SharedSnapshot &list) {
         ++generation_;
+        const bool isShown = list == snapshot_;
         replace(list, Source::Scan);
-        write(list);
+        // An empty list may be what is shown of a file that could not be read.
+        if (!isShown || list->records.empty())
+            write(list);
     }
 
     /** Runs it in the main thread, called from any. */
@@ -148,7 +154,8 @@ private:
     }
 
     void replace(SharedSnapshot list, Source source) {
-        discard(std::exchange(snapshot_, std::move(list)));
+        if (list != snapshot_)
+            discard(std::exchange(snapshot_, std::move(list)));
         onReplaced_(source);
     }
 

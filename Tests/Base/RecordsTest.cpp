@@ -22,6 +22,27 @@ TEST(Records, usageKeyOfAProjectIsItsPath) {
     EXPECT_EQ(usageKey(web), u"/home/x/Code/web");
 }
 
+TEST(Records, equalListsShareTheirMemoryOnceAskedTo) {
+    const auto copyOf = [](const QStringList &texts) {
+        QStringList copies;
+        for (const QString &text : texts)
+            copies.append(QString(text.constData(), text.size()));
+        return copies;
+    };
+    AppEntry other = editor;
+    other.roles = copyOf(editor.roles);
+    other.category = copyOf({editor.category}).constFirst();
+    ProjectEntry twin = web;
+    twin.stack = copyOf(web.stack);
+    const std::vector<AppEntry> apps = withSharedTexts({editor, other});
+    EXPECT_EQ(apps, (std::vector{editor, other}));
+    EXPECT_EQ(apps[0].roles.constData(), apps[1].roles.constData());
+    EXPECT_EQ(apps[0].category.constData(), apps[1].category.constData());
+    const std::vector<ProjectEntry> projects = withSharedTexts({web, twin});
+    EXPECT_EQ(projects, (std::vector{web, twin}));
+    EXPECT_EQ(projects[0].stack.constData(), projects[1].stack.constData());
+}
+
 TEST(Records, codingKeysAreTheFieldNames) {
     EXPECT_EQ(toJson(editor).keys(), (QStringList{u"aliases"_s, u"bundleID"_s, u"category"_s,
                                                   u"name"_s, u"path"_s, u"roles"_s}));

@@ -11,6 +11,7 @@
 #include <QFileInfo>
 #include <QSet>
 #include <QStandardPaths>
+#include <QStringBuilder>
 
 #include <gio/gdesktopappinfo.h>
 
@@ -57,7 +58,7 @@ std::vector<EntryFile> entryFiles(const QString &root, const FolderWatch *watch)
         for (const QString &name : namesInFolder(folder.path)) {
             if (name.startsWith(u'.'))
                 continue;
-            const QString path = folder.path + u'/' + name;
+            const QString path = folder.path % u'/' % name; // kept, so with no room to grow
             if (name.endsWith(entrySuffix))
                 files.push_back({folder.idPrefix + name.chopped(entrySuffix.size()), path});
             else if (folder.depth < deepestFolder && QFileInfo(path).isDir())
