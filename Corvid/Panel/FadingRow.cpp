@@ -28,7 +28,9 @@ void paintFading(QPainter &painter, const QRect &row, const QRect &shown,
         QLinearGradient gradient(0, end, 0, end + inward);
         gradient.setColorAt(0, Qt::transparent);
         gradient.setColorAt(1, Qt::black);
-        to.fillRect(row, gradient);
+        to.fillRect(QRect(QPoint(row.left(), std::min(end, end + inward)),
+                          QSize(row.width(), std::abs(inward))),
+                    gradient);
     };
     if (row.top() < shown.top())
         fade(shown.top(), length);

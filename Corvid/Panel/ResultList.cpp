@@ -36,7 +36,7 @@ public:
         const auto &list = *static_cast<const ResultList *>(option.widget);
         const ResultItem &item = static_cast<const ResultListModel *>(index.model())->row(index);
         const auto paint = [&](QPainter &to) {
-            paintRow(to, option, item, list.saysCopied(index.row()));
+            painter_.paint(to, option, item, list.saysCopied(index.row()));
         };
         const QRect shown = list.viewport()->rect();
         if (option.rect.top() >= shown.top() && option.rect.bottom() <= shown.bottom()) {
@@ -47,6 +47,9 @@ public:
             paintFading(*painter, option.rect, shown, paint);
         }
     }
+
+private:
+    mutable RowPainter painter_;
 };
 
 } // namespace

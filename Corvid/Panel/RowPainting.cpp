@@ -7,8 +7,10 @@
 
 #include <QPainter>
 #include <QStyleOptionViewItem>
+#include <QTextOption>
 
 #include <algorithm>
+#include <memory>
 
 namespace corvid {
 
@@ -31,19 +33,14 @@ QString symbolOf(const ResultItem &item) {
     return {};
 }
 
-// Names come from outside. They must neither break the row nor pass for another name, and a very
-// long one must not take long: no more of it is laid out than any row could show.
-QString elided(const QFontMetrics &metrics, const QString &text, int width) {
-    constexpr qsizetype mostCharacters = 1000;
-    return metrics.elidedText(displayLine(text.left(mostCharacters)), Qt::ElideRight, width);
-}
-
 /** The painting of one row, step by step. */
 class RowPainting {
 public:
+    using Kind = RowLines::Kind;
+
     RowPainting(QPainter &painter, const QStyleOptionViewItem &option, const ResultItem &item,
-                bool saysCopied)
-        : painter_(painter), option_(option), item_(item), saysCopied_(saysCopied),
+                bool saysCopied, RowLines &lines)
+        : painter_(painter), option_(option), item_(item), saysCopied_(saysCopied), lines_(lines),
           row_(option.rect), selected_(option.state.testFlag(QStyle::State_Selected)),
           secondary_(selected_ ? style::white(0.85) : style::secondary()),
           icon_(placed(style::rowPaddingX, (style::rowHeight - style::rowIconSize) / 2,
@@ -111,17 +108,15 @@ private:
 
     // Returns its width.
     int paintBadge(int right) {
-        painter_.setFont(style::sized(option_.font, 10, QFont::Medium));
-        const QFontMetrics metrics = painter_.fontMetrics();
-        const QString text = elided(metrics, item_.badge, row_.width() / 2);
-        const int width = metrics.horizontalAdvance(text) + 2 * 7;
-        const int height = metrics.height() + 2 * 3;
+        const RowLines::Line &text = lines_.line(Kind::Badge, item_.badge, row_.width() / 2);
+        const int width = text.width + 2 * 7;
+        const int height = QFontMetrics(lines_.font(Kind::Badge)).height() + 2 * 3;
         const QRect badge = placed(right - width, (style::rowHeight - height) / 2, width, height);
         painter_.setPen(Qt::NoPen);
         painter_.setBrush(style::divider());
         painter_.drawPath(continuousRoundedRect(badge, 6));
         painter_.setPen(secondary_);
-        painter_.drawText(badge, Qt::AlignCenter | Qt::TextSingleLine, text);
+        lines_.draw(painter_, Kind::Badge, badge.adjusted(7, 0, -7, 0), text);
         return width;
     }
 
@@ -129,16 +124,15 @@ private:
         constexpr int left = style::rowPaddingX + style::rowIconSize + style::iconToText;
         constexpr int top =
             (style::rowHeight - style::titleLineHeight - style::subtitleLineHeight) / 2;
-        painter_.setFont(style::sized(option_.font, style::titleFontSize, QFont::Medium));
         painter_.setPen(selected_ ? QColor(Qt::white) : style::primary());
-        drawElided(placed(left, top, right - left, style::titleLineHeight), item_.title);
-        painter_.setFont(style::sized(option_.font, 11, QFont::Normal));
+        drawLine(Kind::Title, placed(left, top, right - left, style::titleLineHeight), item_.title);
         painter_.setPen(secondary_);
         constexpr int second = top + style::titleLineHeight;
         int width = right - left;
         if (!item_.branch.isEmpty())
             width = paintBranch(left, second, width);
-        drawElided(placed(left, second, width, style::subtitleLineHeight), item_.subtitle);
+        drawLine(Kind::Detail, placed(left, second, width, style::subtitleLineHeight),
+                 item_.subtitle);
     }
 
     // Behind the subtitle, which gives way. Returns how much of the line is left to it.
@@ -146,35 +140,32 @@ private:
         constexpr int gap = 10;
         constexpr int symbol = 10;
         constexpr int symbolToName = 3;
-        const QFontMetrics metrics = painter_.fontMetrics();
         // An advance is rounded, and what is but a fraction too wide would be cut.
-        const auto widthOf = [&](const QString &text) {
-            return metrics.horizontalAdvance(text) + 1;
-        };
-        const QString name = elided(metrics, item_.branch, width / 2 - symbol);
-        const int nameWidth = widthOf(name);
-        const int subtitle = std::min(widthOf(elided(metrics, item_.subtitle, width)),
-                                      width - gap - symbol - symbolToName - nameWidth);
+        const int wholeSubtitle = lines_.line(Kind::Detail, item_.subtitle, width).width + 1;
+        const RowLines::Line &name = lines_.line(Kind::Detail, item_.branch, width / 2 - symbol);
+        const int nameWidth = name.width + 1;
+        const int subtitle =
+            std::min(wholeSubtitle, width - gap - symbol - symbolToName - nameWidth);
         int x = left + subtitle + gap;
         painter_.setOpacity(secondary_.alphaF());
         drawSymbol(painter_, u"branch"_s,
                    placed(x, top + (style::subtitleLineHeight - symbol) / 2, symbol, symbol));
         painter_.setOpacity(1);
         x += symbol + symbolToName;
-        painter_.drawText(placed(x, top, nameWidth, style::subtitleLineHeight),
-                          Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine, name);
+        lines_.draw(painter_, Kind::Detail, placed(x, top, nameWidth, style::subtitleLineHeight),
+                    name);
         return subtitle;
     }
 
-    void drawElided(const QRect &line, const QString &text) {
-        painter_.drawText(line, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
-                          elided(painter_.fontMetrics(), text, line.width()));
+    void drawLine(Kind kind, const QRect &place, const QString &text) {
+        lines_.draw(painter_, kind, place, lines_.line(kind, text, place.width()));
     }
 
     QPainter &painter_;
     const QStyleOptionViewItem &option_;
     const ResultItem &item_;
     const bool saysCopied_;
+    RowLines &lines_;
     const QRect row_;
     const bool selected_;
     const QColor secondary_;
@@ -183,9 +174,50 @@ private:
 
 } // namespace
 
-void paintRow(QPainter &painter, const QStyleOptionViewItem &option, const ResultItem &item,
-              bool saysCopied) {
-    RowPainting(painter, option, item, saysCopied).paintAll();
+void RowLines::setLook(const QFont &font, Qt::LayoutDirection direction) {
+    if (font == font_ && direction == direction_)
+        return;
+    font_ = font;
+    direction_ = direction;
+    fonts_ = {style::sized(font, style::titleFontSize, QFont::Medium),
+              style::sized(font, 11, QFont::Normal), style::sized(font, 10, QFont::Medium)};
+    lines_.clear();
+}
+
+// Names come from outside. They must neither break the row nor pass for another name, and a very
+// long one must not take long: no more of it is laid out than any row could show.
+const RowLines::Line &RowLines::line(Kind kind, const QString &text, int width) {
+    constexpr qsizetype mostCharacters = 1000;
+    Key key{text.left(mostCharacters), kind, width};
+    if (const Line *known = lines_.object(key))
+        return *known;
+    const QFontMetrics metrics(font(kind));
+    const QString shown = metrics.elidedText(displayLine(key.text), Qt::ElideRight, width);
+    auto line = std::make_unique<Line>(Line{QStaticText(shown), metrics.horizontalAdvance(shown)});
+    line->text.setTextFormat(Qt::PlainText);
+    QTextOption option;
+    option.setTextDirection(direction_);
+    option.setWrapMode(QTextOption::NoWrap);
+    line->text.setTextOption(option);
+    line->text.prepare({}, font(kind));
+    const Line &result = *line;
+    lines_.insert(key, line.release());
+    return result;
+}
+
+void RowLines::draw(QPainter &painter, Kind kind, const QRect &place, const Line &line) const {
+    painter.setFont(font(kind));
+    const QSizeF room = place.size() - line.text.size();
+    painter.drawStaticText(
+        place.topLeft() +
+            QPointF(direction_ == Qt::RightToLeft ? room.width() : 0, room.height() / 2),
+        line.text);
+}
+
+void RowPainter::paint(QPainter &painter, const QStyleOptionViewItem &option,
+                       const ResultItem &item, bool saysCopied) {
+    lines_.setLook(option.font, option.direction);
+    RowPainting(painter, option, item, saysCopied, lines_).paintAll();
 }
 
 } // namespace corvid
