@@ -16,6 +16,7 @@
 #include <QApplication>
 #include <QBoxLayout>
 #include <QCursor>
+#include <QIcon>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPushButton>
@@ -45,6 +46,8 @@ SettingsView::SettingsView(Environment environment)
       environment_(std::move(environment)),
       recorder_([this](const HotKey &hotKey) { keepHotKey(hotKey); }) {
     setWindowTitle(u"Corvid Settings"_s);
+    // Where a window's frame and the task bar show one; Wayland takes it from the desktop entry.
+    setWindowIcon(QIcon::fromTheme(u"app.corvid.Launcher"_s));
     setAttribute(Qt::WA_QuitOnClose, false);
     setFixedSize(480, 420);
     applyStyle();
