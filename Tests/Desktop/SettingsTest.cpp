@@ -170,9 +170,6 @@ TEST_F(SettingsTest, theWindowHasTheProgramsIcon) {
     const QString icon = u"/app.corvid.Launcher.svg"_s;
     ASSERT_TRUE(QFile::copy(QStringLiteral(CORVID_BUILD_FOLDER "/../packaging/icons") + icon,
                             icons + u"/scalable/apps"_s + icon));
-    writeFile(icons + u"/index.theme"_s,
-              u"[Icon Theme]\nName=Hicolor\nDirectories=scalable/apps\n\n"
-              "[scalable/apps]\nSize=64\nMinSize=8\nMaxSize=512\nType=Scalable\n"_s);
     openSettings();
     EXPECT_TRUE(run(u"xprop"_s, {u"-name"_s, settings, u"_NET_WM_ICON"_s}).contains(u"Icon ("_s));
 }
