@@ -43,11 +43,12 @@ constexpr int saveBarPadding = 10;
 // As it is installed; empty where it is not. Qt would need a plug-in to draw it.
 QIcon programIcon() {
     QIcon icon;
-    QSvgRenderer drawing(
+    const QString file =
         QStandardPaths::locate(QStandardPaths::GenericDataLocation,
-                               u"icons/hicolor/scalable/apps/app.corvid.Launcher.svg"_s));
-    if (!drawing.isValid())
+                               u"icons/hicolor/scalable/apps/app.corvid.Launcher.svg"_s);
+    if (file.isEmpty())
         return icon;
+    QSvgRenderer drawing(file);
     for (const int size : {16, 24, 32, 48, 64, 128}) {
         QPixmap picture(size, size);
         picture.fill(Qt::transparent);
