@@ -16,12 +16,15 @@
 #include <QApplication>
 #include <QBoxLayout>
 #include <QCursor>
+#include <QIcon>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QStandardPaths>
+#include <QSvgRenderer>
 #include <QWindow>
 
 #include <algorithm>
@@ -37,6 +40,26 @@ constexpr int margin = 18;
 constexpr int sectionGap = 14;
 constexpr int saveBarPadding = 10;
 
+// As it is installed; empty where it is not. Qt would need a plug-in to draw it.
+QIcon programIcon() {
+    QIcon icon;
+    const QString file =
+        QStandardPaths::locate(QStandardPaths::GenericDataLocation,
+                               u"icons/hicolor/scalable/apps/app.corvid.Launcher.svg"_s);
+    if (file.isEmpty())
+        return icon;
+    QSvgRenderer drawing(file);
+    for (const int size : {16, 24, 32, 48, 64, 128}) {
+        QPixmap picture(size, size);
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        drawing.render(&painter);
+        painter.end();
+        icon.addPixmap(picture);
+    }
+    return icon;
+}
+
 } // namespace
 
 SettingsView::SettingsView(Environment environment)
@@ -45,6 +68,8 @@ SettingsView::SettingsView(Environment environment)
       environment_(std::move(environment)),
       recorder_([this](const HotKey &hotKey) { keepHotKey(hotKey); }) {
     setWindowTitle(u"Corvid Settings"_s);
+    // Where a window's frame and the task bar show one; Wayland takes it from the desktop entry.
+    setWindowIcon(programIcon());
     setAttribute(Qt::WA_QuitOnClose, false);
     setFixedSize(480, 420);
     applyStyle();

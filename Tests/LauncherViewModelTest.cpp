@@ -83,7 +83,7 @@ TEST_F(LauncherViewModelTest, commandCCopiesTheCompositorsLineWhileUntouched) {
     EXPECT_EQ(copies, 0);
     model.setHotKeyHelp(hotKeyHelp(u"Alt+Space"_s, HotKeyAnswer::NoPortal, Desktop::Sway));
     EXPECT_TRUE(model.handleKeyEvent({.command = true, .characters = u"c"_s}));
-    EXPECT_EQ(world.pasteboard.texts, QStringList{u"bindsym Mod4+space exec corvid --toggle"_s});
+    EXPECT_EQ(world.pasteboard.texts, QStringList{u"bindsym Mod1+space exec corvid --toggle"_s});
     EXPECT_EQ(copies, 1);
 }
 

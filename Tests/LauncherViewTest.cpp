@@ -397,6 +397,35 @@ TEST_F(LauncherViewTest, aRowThatTheListsEndCutsFadesThereAndNoOther) {
     EXPECT_LT(strongest(0, 2), 60) << "at the upper end";
 }
 
+TEST_F(LauncherViewTest, atABrokenScaleTheCaretIsInTheAccentColourAlone) {
+    const auto expectAccent = [this] {
+        constexpr qreal scale = 1.5;
+        QImage picture((QSizeF(field->size()) * scale).toSize(),
+                       QImage::Format_ARGB32_Premultiplied);
+        picture.setDevicePixelRatio(scale);
+        picture.fill(Qt::transparent);
+        field->render(&picture, {}, {}, QWidget::DrawChildren);
+        int lit = 0;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                const QRgb pixel = picture.pixel(x, y);
+                lit += qAlpha(pixel) > 0;
+                EXPECT_GE(qBlue(pixel), 2 * qRed(pixel)) << x << ' ' << y;
+            }
+        }
+        EXPECT_GT(lit, 0);
+    };
+    field->setPlaceholderText({});
+    view.activateWindow();
+    ASSERT_TRUE(waitUntil([this] { return field->hasFocus(); }));
+    expectAccent();
+    QInputMethodEvent composing(u"か"_s, {{QInputMethodEvent::Cursor, 1, 1, {}}});
+    QApplication::sendEvent(field, &composing);
+    QInputMethodEvent ended;
+    QApplication::sendEvent(field, &ended);
+    expectAccent();
+}
+
 TEST_F(LauncherViewTest, hoveringShowsTheRowThatAClickTakesAndSelectsNothing) {
     type(u"foo"_s);
     const auto ground = [this](int row) {

@@ -590,7 +590,7 @@ TEST_F(SettingsViewTest, theLineForTheCompositorIsCopiedByAButton) {
     EXPECT_FALSE(button(u"Copy"_s));
     backend.callbacks.answered(HotKeyAnswer::NoPortal);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
-    const QString line = u"bindsym Mod4+space exec corvid --toggle"_s;
+    const QString line = u"bindsym Mod1+space exec corvid --toggle"_s;
     EXPECT_TRUE(says(line));
     EXPECT_FALSE(button(u"Use "_s)) << "nothing is known to be free";
     button(u"Copy"_s)->click();

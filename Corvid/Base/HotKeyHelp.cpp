@@ -31,7 +31,8 @@ struct Binding {
     QString line;
 };
 
-// All of them bind Super+Space: what Alt+Space does already, the desktop's own settings say.
+// What each leaves free in the configuration that it comes with: sway and river have a use for
+// Super+Space, and sway complains of a second one; openbox and labwc have one for Alt+Space.
 Binding bindingOn(Desktop desktop) {
     const QString command = u"corvid --toggle"_s;
     switch (desktop) {
@@ -39,7 +40,7 @@ Binding bindingOn(Desktop desktop) {
         break;
     case Desktop::Sway:
         return {u"Add this line to ~/.config/sway/config, and reload it:"_s,
-                u"bindsym Mod4+space exec corvid --toggle"_s};
+                u"bindsym Mod1+space exec corvid --toggle"_s};
     case Desktop::Hyprland:
         return {u"Add this line to ~/.config/hypr/hyprland.conf:"_s,
                 u"bind = SUPER, SPACE, exec, corvid --toggle"_s};
@@ -48,7 +49,7 @@ Binding bindingOn(Desktop desktop) {
                 u"Mod+Space { spawn \"corvid\" \"--toggle\"; }"_s};
     case Desktop::River:
         return {u"Add this line to ~/.config/river/init, and run it:"_s,
-                u"riverctl map normal Super Space spawn 'corvid --toggle'"_s};
+                u"riverctl map normal Alt Space spawn 'corvid --toggle'"_s};
     case Desktop::Labwc:
         return {u"Add this line to <keyboard> in ~/.config/labwc/rc.xml, and run "
                 "labwc --reconfigure:"_s,

@@ -22,7 +22,8 @@ constexpr int caretHeight = 24;
 
 QPointer<SearchField> currentField;
 
-// Qt draws the caret in the colour of the text; ours is drawn by ourselves.
+// Qt draws the caret in the colour of the text; ours is drawn by ourselves. One of no width would
+// still colour a pixel at a broken scale, so it is hidden as well.
 class WithoutCaret final : public QProxyStyle {
 public:
     WithoutCaret() : QProxyStyle(QStringLiteral("Fusion")) {} // the desktop's would be loaded
@@ -33,6 +34,17 @@ public:
     }
 };
 
+/** Of an input method's event, which may hide the caret: the same, and it does. */
+QList<QInputMethodEvent::Attribute> hidingCaret(const QInputMethodEvent &event) {
+    QList<QInputMethodEvent::Attribute> attributes = event.attributes();
+    int place = static_cast<int>(event.preeditString().size());
+    for (const QInputMethodEvent::Attribute &attribute : event.attributes())
+        if (attribute.type == QInputMethodEvent::Cursor)
+            place = attribute.start;
+    attributes.append({QInputMethodEvent::Cursor, place, 0, {}}); // the last one counts
+    return attributes;
+}
+
 } // namespace
 
 SearchField::SearchField(QWidget *parent) : QLineEdit(parent) {
@@ -41,9 +53,11 @@ SearchField::SearchField(QWidget *parent) : QLineEdit(parent) {
     setTextMargins(0, 0, 0, 0);
     setFixedHeight(34);
     setContextMenuPolicy(Qt::NoContextMenu);
-    auto *caretless = new WithoutCaret;
-    caretless->setParent(this);
-    setStyle(caretless);
+    auto *ownStyle = new WithoutCaret;
+    ownStyle->setParent(this);
+    setStyle(ownStyle);
+    QInputMethodEvent caretless({}, hidingCaret({}));
+    QLineEdit::inputMethodEvent(&caretless);
     setFont(style::sized(QFont(), 21, QFont::Light));
     connect(&blink_, &QTimer::timeout, this, [this] {
         caretIsLit_ = !caretIsLit_;
@@ -106,7 +120,11 @@ void SearchField::deleteToStart() {
 void SearchField::inputMethodEvent(QInputMethodEvent *event) {
     // Before the field changes its text: beginning to compose over a selection deletes that.
     composing_ = !event->preeditString().isEmpty();
-    QLineEdit::inputMethodEvent(event);
+    QInputMethodEvent caretless(event->preeditString(), hidingCaret(*event));
+    caretless.setCommitString(event->commitString(), event->replacementStart(),
+                              event->replacementLength());
+    QLineEdit::inputMethodEvent(&caretless);
+    event->setAccepted(caretless.isAccepted());
     announce();
 }
 

@@ -40,8 +40,11 @@ QString textOf(const HotKeyHelp &help, bool isFirst) {
             isFirst ? u"show Corvid, and press Return."_s : u"take it in Corvid's settings."_s;
         return help.why + u" %1 is free: "_s.arg(help.freeName) + way;
     }
-    const QString text = help.why + u' ' + help.remedy;
-    return help.line.isEmpty() ? text : text + u'\n' + help.line;
+    if (help.line.isEmpty())
+        return help.why + u' ' + help.remedy;
+    // A notification has room for few words, and nothing can be copied from it.
+    return help.why + (isFirst ? u" Click here, or run corvid: it says what to do."_s
+                               : u" Corvid's settings say what to do."_s);
 }
 
 } // namespace

@@ -45,10 +45,10 @@ TEST(HotKeyHelpTest, eachReasonIsASentenceOfItsOwn) {
 TEST(HotKeyHelpTest, everyDesktopHasTheLineOfItsOwn) {
     const std::pair<Desktop, QString> lines[]{
         {Desktop::Unknown, u"corvid --toggle"_s},
-        {Desktop::Sway, u"bindsym Mod4+space exec corvid --toggle"_s},
+        {Desktop::Sway, u"bindsym Mod1+space exec corvid --toggle"_s},
         {Desktop::Hyprland, u"bind = SUPER, SPACE, exec, corvid --toggle"_s},
         {Desktop::Niri, u"Mod+Space { spawn \"corvid\" \"--toggle\"; }"_s},
-        {Desktop::River, u"riverctl map normal Super Space spawn 'corvid --toggle'"_s},
+        {Desktop::River, u"riverctl map normal Alt Space spawn 'corvid --toggle'"_s},
         {Desktop::Labwc, u"<keybind key=\"W-space\"><action name=\"Execute\" "
                          "command=\"corvid --toggle\"/></keybind>"_s},
         {Desktop::Openbox, u"<keybind key=\"W-space\"><action name=\"Execute\"><command>"

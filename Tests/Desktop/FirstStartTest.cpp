@@ -1,6 +1,7 @@
 // The first minute with the program: what the desktop is asked to tell, what the empty panel says,
 // and how somebody without a hot key and without a tray gets on.
 
+#include "Base/HotKeyHelp.h"
 #include "ScreenReader.h"
 #include "Worlds/EventuallyAfter.h"
 #include "Worlds/KeyGrabs.h"
@@ -163,17 +164,38 @@ TEST(FirstStartOnSwayTest, theLineToBindAKeyIsNamedAndWorks) {
     program.setProcessEnvironment(environment);
     program.start(executable, {});
 
-    const QString line = u"bindsym Mod4+space exec corvid --toggle"_s;
     EXPECT_TRUE(notifications.firstNotice().contains(
         u"'Corvid is ready, without a hot key', 'No portal runs here that could give Corvid "
-        "Alt+Space. Add this line to ~/.config/sway/config, and reload it:\\n"_s +
-        line))
+        "Alt+Space. Click here, or run corvid: it says what to do.'"_s))
         << qPrintable(notifications.firstNotice());
+    const QString line = u"bindsym Mod1+space exec corvid --toggle"_s;
     sway.tell(QString(line).replace(u"exec corvid"_s, u"exec "_s + executable));
     const auto panelIsVisible = [&] { return qRed(sway.picture().pixel(400, 560)) < 128; };
     // Its card is dark, the desktop is not once it is painted.
     EXPECT_TRUE(eventually([&] { return !panelIsVisible(); }));
-    EXPECT_TRUE(eventuallyAfter([&] { sway.press(u"space"_s, u"logo"_s); }, panelIsVisible));
+    EXPECT_TRUE(eventuallyAfter([&] { sway.press(u"space"_s, u"alt"_s); }, panelIsVisible));
     program.terminate();
     EXPECT_TRUE(program.waitForFinished(30'000));
+}
+
+TEST(FirstStartOnSwayTest, theLineReplacesNothingInTheConfigurationThatSwayComesWith) {
+    const Sway sway;
+    const QByteArray itsOwn = readFile(u"/etc/sway/config"_s).toUtf8();
+    ASSERT_FALSE(itsOwn.isEmpty());
+    const QString line =
+        corvid::hotKeyHelp({}, corvid::HotKeyAnswer::NoPortal, corvid::Desktop::Sway).line + u'\n';
+    const auto wordsAbout = [&](const QString &added) {
+        const QString file = sway.path(u"theirs.conf"_s);
+        writeFile(file, QString::fromUtf8(itsOwn) + u'\n' + added);
+        Sway::giveAway(file);
+        QProcess validation;
+        Sway::prepare(validation);
+        validation.setProcessEnvironment(sway.environment());
+        validation.setProcessChannelMode(QProcess::MergedChannels);
+        validation.start(u"sway"_s, {u"--debug"_s, u"--validate"_s, u"--config"_s, file});
+        EXPECT_TRUE(validation.waitForFinished(60'000));
+        return validation.readAll();
+    };
+    EXPECT_FALSE(wordsAbout(line).contains("Overwriting binding"));
+    EXPECT_TRUE(wordsAbout(line + line.chopped(1) + u"x\n"_s).contains("Overwriting binding"));
 }

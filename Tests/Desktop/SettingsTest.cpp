@@ -164,6 +164,16 @@ private:
 
 } // namespace
 
+TEST_F(SettingsTest, theWindowHasTheProgramsIcon) {
+    const QString icons = home.path(u".local/share/icons/hicolor"_s);
+    QDir().mkpath(icons + u"/scalable/apps"_s);
+    const QString icon = u"/app.corvid.Launcher.svg"_s;
+    ASSERT_TRUE(QFile::copy(QStringLiteral(CORVID_BUILD_FOLDER "/../packaging/icons") + icon,
+                            icons + u"/scalable/apps"_s + icon));
+    openSettings();
+    EXPECT_TRUE(run(u"xprop"_s, {u"-name"_s, settings, u"_NET_WM_ICON"_s}).contains(u"Icon ("_s));
+}
+
 TEST_F(SettingsTest, aHotKeyWithSuperIsRecordedSavedAndSummonsThePanel) {
     ASSERT_NO_FATAL_FAILURE(openSettings());
     record(u"super+j"_s, 38, 0x100);

@@ -21,7 +21,7 @@ namespace {
 // The shadow darkens it, but only what is not a shadow has any green.
 const QString magenta = u"output * bg #ff00ff solid_color"_s;
 const QStringList bindings{magenta, u"default_border none"_s,
-                           u"bindsym Mod4+space exec %1 --toggle"_s.arg(executable),
+                           u"bindsym Mod1+space exec %1 --toggle"_s.arg(executable),
                            u"bindsym Mod4+q kill"_s, u"focus_on_window_activation focus"_s};
 
 /** The smallest rectangle around all that has any green; empty when nothing has. */
@@ -86,7 +86,7 @@ protected:
         other.start(executable, {option});
         return other.waitForFinished() ? other.exitCode() : -1;
     }
-    void toggle() const { sway.press(u"space"_s, u"logo"_s); }
+    void toggle() const { sway.press(u"space"_s, u"alt"_s); }
     void summon() {
         toggle();
         EXPECT_TRUE(appears());

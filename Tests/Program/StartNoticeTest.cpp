@@ -51,14 +51,13 @@ TEST_F(StartNoticeTest, aLaterStartSaysNothingWhereTheKeyWorks) {
     EXPECT_TRUE(notifier.given.empty());
 }
 
-TEST_F(StartNoticeTest, aFirstStartWithoutAKeySaysWhyAndWhatToDoInstead) {
+TEST_F(StartNoticeTest, aFirstStartWithoutAKeySaysWhyAndWhereToFindWhatToDo) {
     start(Start::First);
     answer(HotKeyAnswer::NoPortal);
     ASSERT_EQ(notifier.given.size(), 1U);
     EXPECT_EQ(last().title, u"Corvid is ready, without a hot key");
-    EXPECT_EQ(last().text, u"No portal runs here that could give Corvid Alt+Space. Add this line "
-                           "to ~/.config/sway/config, and reload it:\n"
-                           "bindsym Mod4+space exec corvid --toggle");
+    EXPECT_EQ(last().text, u"No portal runs here that could give Corvid Alt+Space. Click here, or "
+                           "run corvid: it says what to do.");
     answer(HotKeyAnswer::Obtained);
     EXPECT_EQ(notifier.given.size(), 1U) << "the user has put it right";
 }
@@ -92,6 +91,8 @@ TEST_F(StartNoticeTest, eachReasonIsToldOnceForGoodWhenItHasArrived) {
     EXPECT_EQ(notifier.given.size(), 2U);
     answer(HotKeyAnswer::Refused);
     EXPECT_EQ(notifier.given.size(), 3U) << "another reason";
+    EXPECT_EQ(last().text,
+              u"The desktop has refused Corvid Alt+Space. Corvid's settings say what to do.");
     EXPECT_EQ(settings::noticesGiven(defaults), QStringList{u"taken"_s});
 }
 

@@ -39,20 +39,31 @@ void BusNotifier::meetServer() {
                     });
 }
 
-// Whether a text is markup there, and whether there are buttons. Nobody is asked twice at a time.
+// Who it is, whether a text is markup there, and whether there are buttons. Nobody is asked twice
+// at a time.
 void BusNotifier::askServer() {
     server_->forgetCalls();
-    server_->send(server_->method(serverPath, serverName, u"GetCapabilities"_s),
+    server_->send(server_->method(serverPath, serverName, u"GetServerInformation"_s),
                   [this](const QDBusMessage &reply) {
-                      if (const auto capabilities =
-                              exactly<QStringList>(reply.arguments().value(0)))
-                          post(*capabilities);
+                      askCapabilities(reply.arguments().value(0).toString());
                   });
 }
 
-void BusNotifier::post(const QStringList &capabilities) {
+void BusNotifier::askCapabilities(const QString &server) {
+    server_->send(server_->method(serverPath, serverName, u"GetCapabilities"_s),
+                  [this, server](const QDBusMessage &reply) {
+                      if (const auto capabilities =
+                              exactly<QStringList>(reply.arguments().value(0)))
+                          post(server, *capabilities);
+                  });
+}
+
+void BusNotifier::post(const QString &server, const QStringList &capabilities) {
     const bool isMarkup = capabilities.contains("body-markup"_L1);
-    const QStringList buttons{u"default"_s, notification_.button, u"show"_s, notification_.button};
+    QStringList buttons{u"show"_s, notification_.button};
+    // What a click on the whole does. Xfce makes a button of that, too: a second one alike.
+    if (server != "Xfce Notify Daemon"_L1)
+        buttons = QStringList{u"default"_s, notification_.button} + buttons;
     const QVariantMap hints{{u"desktop-entry"_s, u"app.corvid.Launcher"_s}};
     constexpr qint32 usualTime = -1;
     const auto notify = server_->method(

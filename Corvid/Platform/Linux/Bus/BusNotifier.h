@@ -28,7 +28,9 @@ public:
 private:
     void meetServer();
     void askServer();
-    void post(const QStringList &capabilities);
+    void askCapabilities(const QString &server);
+    /** `server`: what it calls itself. */
+    void post(const QString &server, const QStringList &capabilities);
     void invoked(const QDBusMessage &signal);
     /** Whether a signal is about what we have posted. */
     bool isOurs(const QDBusMessage &signal) const;

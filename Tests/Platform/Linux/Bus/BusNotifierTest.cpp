@@ -63,6 +63,15 @@ TEST_F(BusNotifierTest, whereThereAreNoButtonsAndNoMarkupThereAreNone) {
         << qPrintable(lastCall());
 }
 
+TEST_F(BusNotifierTest, whereEveryChoiceBecomesAButtonThereIsOneAllTheSame) {
+    serve(NotificationService::withButtons +
+          QStringList{
+              u"--answer=GetServerInformation=('Xfce Notify Daemon', 'Xfce', '0.9.7', '1.2')"_s});
+    notify();
+    ASSERT_TRUE(isDelivered());
+    EXPECT_TRUE(lastCall().contains(u", ['show', 'Do it'], "_s)) << qPrintable(lastCall());
+}
+
 TEST_F(BusNotifierTest, theButtonAndTheNotificationItselfAreOneChoice) {
     serve();
     notify();
