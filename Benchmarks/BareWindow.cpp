@@ -3,12 +3,13 @@
 //
 //   BareWindow [--show]
 //
-// Alt+K on X11 and SIGUSR1 show and hide the window. Every change of the text gives the list nine
-// other rows.
+// Alt+K on X11 and SIGUSR1 show and hide the window, Escape hides it. Every change of the text
+// gives the list nine other rows.
 
 #include <QAbstractNativeEventFilter>
 #include <QApplication>
 #include <QBoxLayout>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QListView>
 #include <QSocketNotifier>
@@ -55,6 +56,12 @@ public:
             hide();
         else
             present();
+    }
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override {
+        if (event->key() == Qt::Key_Escape)
+            hide();
     }
 
 private:

@@ -1,161 +1,292 @@
-// What a person waits for, seen from outside: key presses go in through the X server, and the time
-// until the window's pixels have changed is taken from the X server's own reports of damage.
+// What a person waits for, seen from outside and in one turn of one program: keys go in through the
+// X server or a Wayland compositor's virtual keyboard, and the time until the window's pixels have
+// changed is taken from the X server's reports of damage or the compositor's copies of its frames.
+// It knows nothing of the program, so it does for any launcher.
 //
-//   PanelBench <window title> <rounds> <soak rounds> <program> [argument]...
+//   PanelBench x11|wayland [option]... -- <program> [argument]...
 //
-// on the display of the environment, with a window manager on it. The program shows and hides its
-// window on Alt+K. Prints one line of JSON:
+//   --hidden          the program shows nothing when it starts
+//   --hotkey A+B      on X11: it shows itself at this key, by Linux's numbers: modifier, key
+//   --toggle COMMAND  shows it; "%p" stands for its process. On Wayland (sway) a key is bound to it
+//   --rounds N        so many showings by each of these, after one that does not count
+//   --typed           types into it in each round
+//   --counted         counts what it says to the X server, through a relay: no times, then
+//   --memory          at the end, hidden for a second, looks at its memory
+//   --idle            at the end, hidden and left alone, looks for ten seconds at its wakeups
 //
-//   hotkey, key, start   milliseconds, median and p95: from the press (from exec) to the end of the
-//                        last change of pixels within the window
-//   pss                  MB, resident and hidden
-//   wakeups, cpu         of all threads in 10 s hidden and idle; cpu in ms
-//   early, late          after the first hundred soak rounds of show, type, hide, and after the
-//                        last: PSS in MB, file descriptors, threads. A round counts only once the
-//                        panel shows what is found for the letters
+// on the display or the compositor of the environment, where nothing else is shown. Prints one line
+// of JSON: for "start" (exec to painted), "hotkey", "toggle" and "key" a list of
+// [milliseconds, the program's processor time of them in milliseconds], or with --counted of
+// [requests, round trips]; for "memory" [PSS, private and dirty] in MB, empty without the rights;
+// for "idle" [wakeups of all threads, milliseconds of processor time].
 
+#include "Compositor.h"
+#include "Relay.h"
 #include "Screen.h"
+
+#include <functional>
+#include <future>
+#include <map>
 
 using namespace corvid::bench;
 
 namespace {
 
-constexpr xcb_keycode_t keyBackspace = 22;
-constexpr xcb_keycode_t letters[] = {54, 32, 40, 26}; // c o d e
+constexpr int letters[] = {KEY_C, KEY_O, KEY_D, KEY_E};
 constexpr auto idleTime = 10s;
-constexpr int soakWarmUp = 100;
-// Below the field: what stands there tells what was typed, and no caret blinks.
-constexpr xcb_rectangle_t rows{60, 100, 200, 200};
+// Threads that wait for more work have ended by then.
+constexpr auto untilIdle = 35s;
 
-/** Presses the hot key until the window is there; the first key of a fresh display is lost. */
-xcb_window_t firstShow(Display &display, const std::string &title) {
-    const Clock::time_point deadline = Clock::now() + 2 * longestWait;
-    while (Clock::now() < deadline) {
-        display.tap(keyK, true);
-        display.settled(500ms);
-        if (const auto window = display.named(title); window && display.isViewable(*window))
-            return *window;
+struct Options {
+    bool onWayland = false;
+    bool hidden = false;
+    bool typed = false;
+    bool counted = false;
+    bool memory = false;
+    bool idle = false;
+    int rounds = 0;
+    int modifier = 0;
+    int key = 0; ///< none: no hot key
+    std::string toggle;
+    char **command = nullptr;
+};
+
+Options parsed(char **argument) {
+    const std::map<std::string, bool Options::*> flags{{"--hidden", &Options::hidden},
+                                                       {"--typed", &Options::typed},
+                                                       {"--counted", &Options::counted},
+                                                       {"--memory", &Options::memory},
+                                                       {"--idle", &Options::idle}};
+    Options options;
+    options.onWayland = *argument && std::strcmp(*argument, "wayland") == 0;
+    for (++argument; *argument; ++argument) {
+        const std::string name = *argument;
+        if (name == "--") {
+            options.command = argument + 1;
+            return options;
+        }
+        if (const auto flag = flags.find(name); flag != flags.end()) {
+            options.*(flag->second) = true;
+            continue;
+        }
+        const char *value = *++argument;
+        if (!value)
+            break;
+        if (name == "--rounds")
+            options.rounds = std::atoi(value);
+        else if (name == "--toggle")
+            options.toggle = value;
+        else if (name != "--hotkey" ||
+                 std::sscanf(value, "%d+%d", &options.modifier, &options.key) != 2)
+            break;
     }
-    fail("the window does not appear");
+    fail("usage: see Benchmarks/PanelBench.cpp");
 }
 
-void hide(Display &display, xcb_window_t window) {
-    display.tap(keyK, true);
-    Display::await("the window does not hide", [&] { return !display.isViewable(window); });
-    display.settled(quiet);
+void run(const std::string &command) {
+    if (std::system(command.c_str()) != 0)
+        fail(command.c_str());
 }
 
-double showTime(Display &display, xcb_window_t window) {
-    const Clock::time_point pressed = display.tap(keyK, true);
-    const auto painted = display.settled();
-    if (!painted || !display.isViewable(window))
-        fail("the hot key shows nothing");
-    Display::await("no keyboard focus", [&] { return display.hasFocus(window); });
-    display.settled(quiet);
-    return Milliseconds(*painted - pressed).count();
-}
+/** Of what is counted or timed: see the head of this file. */
+using Sample = std::pair<double, double>;
+/** Has the program show itself; answers when that was asked for. */
+using Summon = std::function<Clock::time_point()>;
 
-double keyTime(Display &display, xcb_keycode_t key) {
-    const Clock::time_point pressed = display.tap(key);
-    const auto painted = display.settled();
-    if (!painted)
-        fail("a key changes nothing");
-    return Milliseconds(*painted - pressed).count();
-}
+/** Screen: a Display or a Compositor. */
+template <typename Screen>
+class Turn {
+public:
+    Turn(Screen &screen, const Options &options, const Relay *relay)
+        : screen_(screen), options_(options), relay_(relay) {}
 
-// Until nothing changes any more: icons that arrive after the first picture count.
-double startTime(Display &display, const std::string &title, char *const *command) {
-    display.settled(quiet);
-    const Program program(command, "--show");
-    const auto painted = display.settled();
-    if (!painted || !display.named(title))
-        fail("the program shows nothing");
-    return Milliseconds(*painted - program.started()).count();
+    void play() {
+        screen_.press(KEY_LEFTSHIFT); // the first key of a fresh display is lost
+        screen_.settled(quiet);
+        const Sample before = spent();
+        program_.emplace(options_.command);
+        if (!options_.hidden)
+            note("start", program_->started(), shown(), before);
+        const std::vector<std::pair<std::string, Summon>> summons = waysToSummon();
+        if (options_.typed && summons.empty())
+            type();
+        hide();
+        for (const auto &[name, summon] : summons)
+            warmUp(summon);
+        for (int round = 0; round < options_.rounds; ++round)
+            for (const auto &[name, summon] : summons) {
+                const Sample spentBefore = spent();
+                const Clock::time_point asked = summon();
+                const Clock::time_point painted = shown();
+                command_ = {}; // has ended, too
+                note(name, asked, painted, spentBefore);
+                if (options_.typed && name == summons.front().first)
+                    type();
+                hide();
+            }
+        if (options_.idle)
+            noteIdle();
+        if (options_.memory)
+            noteMemory();
+    }
+
+    void print() {
+        std::printf("{");
+        const char *separator = "";
+        for (const auto &[name, samples] : samples_) {
+            std::printf("%s\"%s\": [", std::exchange(separator, ", "), name.c_str());
+            for (std::size_t i = 0; i < samples.size(); ++i)
+                std::printf("%s[%.3f, %.3f]", i ? ", " : "", samples[i].first, samples[i].second);
+            std::printf("]");
+        }
+        std::printf("}\n");
+    }
+
+private:
+    std::vector<std::pair<std::string, Summon>> waysToSummon() {
+        std::vector<std::pair<std::string, Summon>> ways;
+        std::string toggle = options_.toggle;
+        if (const std::size_t mark = toggle.find("%p"); mark != std::string::npos)
+            toggle.replace(mark, 2, std::to_string(program_->id()));
+        if constexpr (std::is_same_v<Screen, Compositor>) {
+            if (!toggle.empty()) {
+                run("swaymsg -q -- bindsym Mod4+space exec '" + toggle + "'");
+                ways.emplace_back("hotkey", [this] { return screen_.press(KEY_SPACE, true); });
+            }
+        } else if (options_.key) {
+            ways.emplace_back("hotkey",
+                              [this] { return screen_.press(options_.key, options_.modifier); });
+        }
+        if (!toggle.empty())
+            ways.emplace_back("toggle", [this, toggle] {
+                const Clock::time_point asked = Clock::now();
+                // It may still run when the window is there already.
+                command_ = std::async(std::launch::async, run, toggle);
+                return asked;
+            });
+        return ways;
+    }
+
+    /** A showing that does not count; of what starts hidden nobody knows when it begins to hear. */
+    void warmUp(const Summon &summon) {
+        for (int attempt = 0; attempt < 5; ++attempt) {
+            summon();
+            const auto painted = shownWithin(longestWait);
+            command_ = {};
+            if (painted)
+                return hide();
+        }
+        fail("no window appears");
+    }
+
+    Clock::time_point shown() {
+        const auto painted = shownWithin(4 * longestWait);
+        if (!painted)
+            fail("no window appears");
+        return *painted;
+    }
+    /** Waits until a window is there and at rest; answers when it last changed. What is left of a
+        window before, or a caret, changes pixels, too, and is not taken for it. */
+    std::optional<Clock::time_point> shownWithin(Clock::duration patience) {
+        const Clock::time_point deadline = Clock::now() + patience;
+        std::optional<Clock::time_point> last;
+        while (Clock::now() < deadline) {
+            if (const auto changed = screen_.settled(quiet))
+                last = changed;
+            if (last && screen_.showsWindow())
+                return last;
+        }
+        return std::nullopt;
+    }
+
+    void hide() {
+        const Clock::time_point deadline = Clock::now() + 4 * longestWait;
+        while (!screen_.isBare()) {
+            if (Clock::now() > deadline)
+                fail("the window does not hide");
+            screen_.press(KEY_ESC);
+            screen_.settled(500ms);
+        }
+        screen_.settled(quiet);
+    }
+
+    void type() {
+        const Clock::time_point deadline = Clock::now() + 500ms;
+        while (!screen_.hasKeyboard() && Clock::now() < deadline)
+            std::this_thread::sleep_for(1ms);
+        screen_.settled(quiet);
+        const auto key = [this](int number) {
+            const Sample before = spent();
+            const Clock::time_point pressed = screen_.press(number);
+            const auto painted = screen_.settled(longestWait);
+            if (!painted)
+                fail("a key changes nothing");
+            note("key", pressed, *painted, before);
+        };
+        for (const int letter : letters)
+            key(letter);
+        for (std::size_t deleted = 0; deleted < std::size(letters); ++deleted)
+            key(KEY_BACKSPACE);
+    }
+
+    /** So far: of the processor's time, or of what was said to the server. */
+    Sample spent() const {
+        if (relay_)
+            return {relay_->requests(), relay_->roundTrips()};
+        return {0, program_ ? program_->cpu() : 0};
+    }
+    void note(const std::string &name, Clock::time_point asked, Clock::time_point painted,
+              const Sample &before) {
+        const auto [first, second] = spent();
+        const double milliseconds = Milliseconds(painted - asked).count();
+        samples_[name].emplace_back(relay_ ? first - before.first : milliseconds,
+                                    second - before.second);
+    }
+
+    void noteMemory() {
+        std::this_thread::sleep_for(1s);
+        auto &samples = samples_["memory"];
+        const auto pss = program_->pss();
+        const auto dirty = program_->privateDirty();
+        if (pss && dirty)
+            samples.emplace_back(*pss, *dirty);
+    }
+    void noteIdle() {
+        std::this_thread::sleep_for(untilIdle);
+        const long switches = program_->contextSwitches();
+        const double cpu = program_->cpu();
+        std::this_thread::sleep_for(idleTime);
+        samples_["idle"].emplace_back(program_->contextSwitches() - switches,
+                                      program_->cpu() - cpu);
+    }
+
+    Screen &screen_;
+    const Options &options_;
+    const Relay *relay_;
+    std::optional<Program> program_;
+    std::future<void> command_; ///< that shows it
+    std::map<std::string, std::vector<Sample>> samples_;
+};
+
+template <typename Screen>
+void play(Screen &screen, const Options &options, const Relay *relay) {
+    Turn turn(screen, options, relay);
+    turn.play();
+    turn.print();
 }
 
 } // namespace
 
-int main(int argc, char **argv) {
-    if (argc < 5)
-        fail("usage: PanelBench <window title> <rounds> <soak rounds> <program> [argument]...");
-    const std::string title = argv[1];
-    const int rounds = std::atoi(argv[2]);
-    const int soakRounds = std::atoi(argv[3]);
-    char **command = argv + 4;
-
-    Display display;
-    std::vector<double> starts;
-    std::vector<double> shows;
-    std::vector<double> keys;
-    for (int i = 0; i < std::max(1, rounds / 5); ++i)
-        starts.push_back(startTime(display, title, command));
-
-    const Program program(command);
-    const xcb_window_t window = firstShow(display, title);
-    hide(display, window);
-    for (int i = 0; i < rounds; ++i) {
-        shows.push_back(showTime(display, window));
-        for (const xcb_keycode_t letter : letters)
-            keys.push_back(keyTime(display, letter));
-        for (std::size_t deleted = 0; deleted < std::size(letters); ++deleted)
-            keys.push_back(keyTime(display, keyBackspace));
-        hide(display, window);
+int main(int /*argc*/, char **argv) {
+    const Options options = parsed(argv + 1);
+    if (options.onWayland) {
+        Compositor compositor;
+        play(compositor, options, nullptr);
+    } else {
+        Display display;
+        std::optional<Relay> relay;
+        if (options.counted)
+            relay.emplace(xcb_get_file_descriptor(display.connection()));
+        play(display, options, relay ? &*relay : nullptr);
     }
-    std::this_thread::sleep_for(1s);
-    const double pss = program.pss();
-    const long switches = program.contextSwitches();
-    const double cpu = program.cpu();
-    std::this_thread::sleep_for(idleTime);
-    const long wakeups = program.contextSwitches() - switches;
-    const double idleCpu = program.cpu() - cpu;
-
-    const auto [showMedian, showP95] = summary(shows);
-    const auto [keyMedian, keyP95] = summary(keys);
-    const auto [startMedian, startP95] = summary(starts);
-    std::printf("{\"hotkey\": [%.2f, %.2f], \"key\": [%.2f, %.2f], \"start\": [%.2f, %.2f], "
-                "\"pss\": %.1f, \"wakeups\": %ld, \"cpu\": %.2f",
-                showMedian, showP95, keyMedian, keyP95, startMedian, startP95, pss, wakeups,
-                idleCpu);
-
-    if (soakRounds > 0) {
-        std::vector<uint8_t> found; // for the letters
-        const auto round = [&] {
-            display.tap(keyK, true);
-            Display::await("the hot key shows nothing",
-                           [&] { return display.isViewable(window) && display.hasFocus(window); });
-            const bool first = found.empty();
-            std::vector<uint8_t> unasked;
-            if (first) {
-                display.settled(quiet);
-                unasked = display.pixels(window, rows);
-            }
-            for (const xcb_keycode_t letter : letters)
-                display.tap(letter);
-            if (first) {
-                display.settled();
-                found = display.pixels(window, rows);
-                if (found == unasked)
-                    fail("the letters change no row");
-            }
-            Display::await("what is typed does not reach the panel",
-                           [&] { return display.pixels(window, rows) == found; });
-            // A panel that is back within seconds still holds what was typed.
-            for (std::size_t deleted = 0; deleted < std::size(letters); ++deleted)
-                display.tap(keyBackspace);
-            display.tap(keyK, true);
-            Display::await("the window does not hide", [&] { return !display.isViewable(window); });
-        };
-        const auto state = [&](const char *when) {
-            std::this_thread::sleep_for(1s);
-            std::printf(R"(, "%s": {"pss": %.1f, "fds": %ld, "threads": %ld})", when, program.pss(),
-                        program.fileDescriptors(), program.threads());
-        };
-        for (int i = 0; i < soakWarmUp; ++i)
-            round();
-        state("early");
-        for (int i = soakWarmUp; i < soakRounds; ++i)
-            round();
-        state("late");
-    }
-    std::printf("}\n");
 }

@@ -6,12 +6,15 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <csignal>
+#include <ctime>
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -35,6 +38,7 @@ inline constexpr auto quiet = 60ms;
 /** The program that is measured; ended with the object. */
 class Program {
 public:
+    /** Looked for in $PATH. */
     explicit Program(char *const *command, const char *more = nullptr) {
         std::vector<char *> arguments;
         for (; *command; ++command)
@@ -46,17 +50,23 @@ public:
         started_ = Clock::now();
         id_ = fork();
         if (id_ == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGTERM); // also where the benchmark fails
             const int null = open("/dev/null", O_WRONLY);
             dup2(null, STDOUT_FILENO);
             dup2(null, STDERR_FILENO);
             setenv("CORVID_TRACEABLE", "1", 1); // its memory is to be measured
-            execv(arguments.front(), arguments.data());
+            execvp(arguments.front(), arguments.data());
             _exit(127);
         }
     }
     ~Program() {
         kill(id_, SIGTERM);
-        waitpid(id_, nullptr, 0);
+        const Clock::time_point deadline = Clock::now() + longestWait;
+        while (waitpid(id_, nullptr, WNOHANG) == 0) {
+            if (Clock::now() > deadline)
+                kill(id_, SIGKILL);
+            std::this_thread::sleep_for(1ms);
+        }
     }
     Program(const Program &) = delete;
     Program &operator=(const Program &) = delete;
@@ -64,13 +74,10 @@ public:
     pid_t id() const { return id_; }
     Clock::time_point started() const { return started_; }
 
-    double pss() const {
-        std::ifstream file(folder() / "smaps_rollup");
-        for (std::string line; std::getline(file, line);)
-            if (line.rfind("Pss:", 0) == 0)
-                return std::stod(line.substr(4)) / 1024;
-        fail("no memory figures");
-    }
+    /** MB; its share of what it has in common with others included. Absent where the rights are. */
+    std::optional<double> pss() const { return memory("Pss:"); }
+    /** MB; of its own, and changed. */
+    std::optional<double> privateDirty() const { return memory("Private_Dirty:"); }
     long fileDescriptors() const { return entries("fd"); }
     long threads() const { return entries("task"); }
 
@@ -84,16 +91,15 @@ public:
         }
         return sum;
     }
-    /** Milliseconds of processor time so far, by the scheduler's nanoseconds. */
+    /** Milliseconds of processor time so far, of all threads there were. */
     double cpu() const {
-        double sum = 0;
-        for (const auto &task : std::filesystem::directory_iterator(folder() / "task")) {
-            std::ifstream file(task.path() / "schedstat");
-            double nanoseconds = 0;
-            file >> nanoseconds;
-            sum += nanoseconds / 1e6;
-        }
-        return sum;
+        clockid_t clock = 0;
+        timespec time{};
+        if (clock_getcpuclockid(id_, &clock) != 0 || clock_gettime(clock, &time) != 0)
+            fail("the program is gone");
+        return Milliseconds(std::chrono::seconds(time.tv_sec) +
+                            std::chrono::nanoseconds(time.tv_nsec))
+            .count();
     }
 
     /** The same of the main thread alone. */
@@ -107,6 +113,13 @@ public:
 private:
     std::filesystem::path folder() const {
         return std::filesystem::path("/proc") / std::to_string(id_);
+    }
+    std::optional<double> memory(const std::string &name) const {
+        std::ifstream file(folder() / "smaps_rollup");
+        for (std::string line; std::getline(file, line);)
+            if (line.rfind(name, 0) == 0)
+                return std::stod(line.substr(name.size())) / 1024;
+        return std::nullopt;
     }
     long entries(const char *name) const {
         const std::filesystem::directory_iterator all(folder() / name);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Content.h"
 #include "Program.h"
 
 #include <limits>
@@ -13,8 +14,7 @@
 
 namespace corvid::bench {
 
-inline constexpr xcb_keycode_t keyAlt = 64;
-inline constexpr xcb_keycode_t keyK = 45;
+inline constexpr int codeOffset = 8; ///< from Linux's number of a key to the X server's
 
 struct Free {
     void operator()(void *memory) const { std::free(memory); }
@@ -55,22 +55,27 @@ public:
         xcb_test_fake_input(connection_, press ? XCB_KEY_PRESS : XCB_KEY_RELEASE, code,
                             XCB_CURRENT_TIME, root_, 0, 0, 0);
     }
-    /** One press and release, sent together; the time is that of the sending. */
-    Clock::time_point tap(xcb_keycode_t code, bool withAlt = false) {
-        if (withAlt)
-            key(keyAlt, true);
-        key(code, true);
-        key(code, false);
-        if (withAlt)
-            key(keyAlt, false);
+    /** One press and release, by Linux's numbers and sent together; the time is that of the
+        sending. */
+    Clock::time_point press(int number, int modifier = 0) {
+        if (modifier)
+            key(static_cast<xcb_keycode_t>(modifier + codeOffset), true);
+        tap(static_cast<xcb_keycode_t>(number + codeOffset));
+        if (modifier)
+            key(static_cast<xcb_keycode_t>(modifier + codeOffset), false);
         const Clock::time_point sent = Clock::now();
         xcb_flush(connection_);
         return sent;
     }
+    void tap(xcb_keycode_t code) {
+        key(code, true);
+        key(code, false);
+        xcb_flush(connection_);
+    }
 
     /** Waits for pixels to change and to rest again; answers when the last change was reported.
         Nothing when none comes. Pixels changed by a window that vanishes do not count. */
-    std::optional<Clock::time_point> settled(Clock::duration patience = longestWait) {
+    std::optional<Clock::time_point> settled(Clock::duration patience) {
         std::optional<Clock::time_point> last;
         Clock::time_point deadline = Clock::now() + patience;
         for (;;) {
@@ -93,6 +98,27 @@ public:
         const Reply<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
             connection_, xcb_get_window_attributes(connection_, window), nullptr));
         return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+    }
+
+    /** Whether a window with something drawn in it is there. */
+    bool showsWindow() const {
+        const auto window = shown();
+        if (!window)
+            return false;
+        const Reply<xcb_get_geometry_reply_t> place(
+            xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, *window), nullptr));
+        if (!place)
+            return false;
+        const std::vector<uint8_t> picture = pixels(*window, {0, 0, place->width, place->height});
+        return hasContent(reinterpret_cast<const uint32_t *>(picture.data()), place->width,
+                          place->height);
+    }
+    /** Whether no window is there. */
+    bool isBare() const { return !shown(); }
+    /** Never for a window that takes all keys from the server without asking for the focus. */
+    bool hasKeyboard() const {
+        const auto window = shown();
+        return window && hasFocus(*window);
     }
 
     bool hasFocus(xcb_window_t window) const {
@@ -142,6 +168,16 @@ public:
     }
 
 private:
+    /** The uppermost window of the screen, with its frame; a window manager's own are small. */
+    std::optional<xcb_window_t> shown() const {
+        const Reply<xcb_query_tree_reply_t> tree(
+            xcb_query_tree_reply(connection_, xcb_query_tree(connection_, root_), nullptr));
+        const xcb_window_t *windows = xcb_query_tree_children(tree.get());
+        for (int i = xcb_query_tree_children_length(tree.get()) - 1; i >= 0; --i)
+            if (isViewable(windows[i]) && isLarge(windows[i]))
+                return windows[i];
+        return std::nullopt;
+    }
     std::optional<xcb_window_t> namedBelow(xcb_window_t window, const std::string &title) const {
         const Reply<xcb_get_property_reply_t> name(xcb_get_property_reply(
             connection_,
@@ -163,7 +199,7 @@ private:
                 return found;
         return std::nullopt;
     }
-    // Toolkits have helper windows of the same name.
+    // Toolkits and window managers have small helpers.
     bool isLarge(xcb_window_t window) const {
         const Reply<xcb_get_geometry_reply_t> geometry(
             xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));

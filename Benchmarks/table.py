@@ -11,17 +11,23 @@ import os
 import pathlib
 import platform
 import re
+import statistics
 import subprocess
 import sys
+
+sys.dont_write_bytecode = True
+import growth
+from figures import column, flat, is_steady, spread
+from sitting import WAITS
 
 
 class Table:
     def __init__(self):
         self.rows = []
 
-    def add(self, name, ours, floor=None, limits=None):
+    def add(self, name, ours, floor=None, limits=None, steady=True):
         """ours, floor: figures by name ("p50"). limits: what a figure of ours may be at most, as a
-        number or as a factor over the floor's ("1.2x")."""
+        number or as a factor over the floor's ("1.2x"). steady: whether the floor can be built on."""
         verdict = None
         texts = []
         for figure, limit in (limits or {}).items():
@@ -32,6 +38,8 @@ class Table:
                 verdict = "MISSED"
         if limits and not verdict:
             verdict = "holds"
+        if limits and not steady:
+            verdict = "cannot tell"
         self.rows.append({"name": name, "ours": ours, "floor": floor,
                           "budget": ", ".join(texts) or None, "verdict": verdict})
 
@@ -40,42 +48,56 @@ def pair(figures, second="p95"):
     return {"p50": figures[0], second: figures[1]}
 
 
-def add_refreshes(table, folder):
-    sizes = {(1000, 2000): {"p99": 0.2}, (1000, 100000): {"p99": 4}}
-    for path in sorted(folder.glob("refresh-*.txt"), key=lambda each: len(each.name)):
-        apps, projects = map(int, re.findall(r"\d+", path.stem))
-        runs = [{figure: float(value) for figure, value in re.findall(r"(p50|p99)=([\d.]+)", line)}
-                for line in path.read_text().splitlines()]
-        # The middle one of the runs.
-        runs.sort(key=lambda run: run["p99"])
-        table.add(f"refresh, {apps} applications, {projects} projects, ms", runs[len(runs) // 2],
-                  limits=sizes.get((apps, projects)))
+def add_refreshes(table, refreshes):
+    sizes = {"1000 + 2000": {"p99": 0.15}, "1000 + 100000": {"p99": 2}}
+    for size, runs in refreshes.items():
+        middle = sorted(runs, key=lambda run: run[1])[len(runs) // 2]
+        table.add(f"refresh, {size}, ms", pair(middle, "p99"), limits=sizes.get(size))
 
 
 def add_walk(table, walk):
     table.add(f"project walk, {walk['entries']} entries, ms", {"p50": walk["ours"]},
-              {"p50": walk["floor"]}, {"p50": "1.2x"})
+              {"p50": walk["floor"]}, {"p50": "1.1x"})
 
 
-WAITS = {"hotkey": ("hot key → painted", {"p50": "1.2x", "p95": 10}),
-         "bound": ("bound key → painted", {"p50": "1.2x", "p95": 10}),
-         "toggle": ("toggle command → painted", {"p50": "1.2x", "p95": 10}),
-         "key": ("key → painted", {"p50": "2x", "p95": 5}),
-         "start": ("start → painted", {"p50": "1.4x"})}
+LIMITS = {"x11": {"hotkey": {"p50": "1.2x", "p95": 10}},
+          "wayland": {"hotkey": {"p50": "1.5x"}, "toggle": {"p50": "1.5x"}}}
+for limits_ in LIMITS.values():
+    limits_ |= {"key": {"p50": "1.3x", "p95": 5}, "start": {"p50": "1.3x"}}
+MEMORY = {"PSS": 32, "dirty": 10}
 
 
-def add_panel(table, desktop, floor, ours):
-    for key, (name, limits) in WAITS.items():
-        if key in ours:
-            table.add(f"{name}, {desktop}, ms", pair(ours[key]), pair(floor[key]), limits)
-    if "pss" in ours:
-        table.add(f"PSS hidden, {desktop}, MB", {"PSS": ours["pss"]}, {"PSS": floor["pss"]},
-                  {"PSS": 40})
-    table.add(f"hidden for 10 s, {desktop}", {"wakeups": ours["wakeups"], "cpu ms": ours["cpu"]},
-              {"wakeups": floor["wakeups"], "cpu ms": floor["cpu"]}, {"wakeups": 0})
+def wait(side, what):
+    """Of what was timed and counted of one side; the turns that were timed, for their drift."""
+    times = column(side["timed"], what, 0)
+    figures = spread(flat(times))
+    figures["cpu"] = statistics.median(flat(column(side["timed"], what, 1)))
+    for which, name in enumerate(("requests", "trips")):
+        if counts := flat(column(side["counted"], what, which)):
+            figures[name] = int(statistics.median(counts))
+    return figures, times
+
+
+def add_desktop(table, desktop, sides):
+    for theme in ("", ", GTK"):
+        if "ours" + theme not in sides:
+            continue
+        ours, floor = sides["ours" + theme], sides["floor" + theme]
+        for what, names in WAITS.items():
+            if what in ours["timed"][0]:
+                (figures, _), (least, times) = wait(ours, what), wait(floor, what)
+                table.add(f"{names[desktop]}, {desktop}{theme}, ms", figures, least,
+                          LIMITS[desktop][what], is_steady(times))
+    ours, floor = ({**dict(zip(("wakeups", "cpu"), side["alone"]["idle"][0])),
+                    **dict(zip(("PSS", "dirty"), *side["alone"]["memory"][:1]))}
+                   for side in (sides["ours"], sides["floor"]))
+    table.add(f"hidden, {desktop}, MB; 10 s of it, ms", ours, floor,
+              {"wakeups": 0, **{name: most for name, most in MEMORY.items() if name in ours}})
+
+
+def add_soak(table, soak):
     for when in ("early", "late"):
-        if when in ours:
-            table.add(f"soak, {when}, {desktop}", ours[when])
+        table.add(f"soak, {when}", soak[when])
 
 
 def add_answers(table, answers):
@@ -87,11 +109,20 @@ def add_answers(table, answers):
               {"p50": idle, "longest": idle_longest, "own work": idle_work}, {"longest": 8})
 
 
+def add_growth(table, results):
+    for size, of_size in results.items():
+        table.add(f"growth, {int(size):,} in all", growth.figures(of_size))
+
+
 def figures(values):
     if not values:
         return "–"
-    return "  ".join(f"{name} {value:.2f}" if isinstance(value, float) else f"{name} {value}"
-                     for name, value in values.items())
+    shown = {name: f"{value:.2f}" if isinstance(value, float) else str(value)
+             for name, value in values.items()}
+    if "p5" in shown:
+        low, high = shown.pop("p5"), shown.pop("p95")
+        shown["p50"] += f" ({low} to {high})"
+    return "  ".join(f"{name} {value}" for name, value in shown.items())
 
 
 def text(rows):
@@ -123,15 +154,13 @@ def main():
         return json.loads(path.read_text()) if path.exists() else None
 
     table = Table()
-    add_refreshes(table, folder)
-    if walk := output("walk"):
-        add_walk(table, walk)
-    for desktop in ("X11", "Wayland"):
-        floor, ours = output(f"{desktop}-floor"), output(f"{desktop}-ours")
-        if floor and ours:
-            add_panel(table, desktop, floor, ours)
-    if answers := output("answers"):
-        add_answers(table, answers)
+    for name, add in (("refresh", add_refreshes), ("walk", add_walk), ("answers", add_answers),
+                      ("soak", add_soak), ("growth", add_growth)):
+        if found := output(name):
+            add(table, found)
+    for desktop in ("x11", "wayland"):
+        if sides := output(desktop):
+            add_desktop(table, desktop, sides)
 
     (folder / "table.txt").write_text(text(table.rows))
     (folder / "table.json").write_text(json.dumps(

@@ -1,44 +1,20 @@
-// The same waits as in PanelBench on a Wayland compositor: keys go in through a virtual keyboard,
-// and the time until pixels have changed is that of the compositor's own frames.
-//
-//   WaylandBench <toggle command> <rounds> <program> [argument]...
-//
-// on sway, whose output shows nothing else. The toggle command shows and hides the program's
-// window; "%p" stands for the program's process. The compositor runs it at a key's press. Prints
-// one line of JSON:
-//
-//   bound        milliseconds, median and p95: from the press of the key to which the toggle
-//   command
-//                is bound, to the frame that shows the last change
-//   toggle       the same from the start of the command, without the compositor's shell
-//   key, start   the same for a letter in the field, and from exec to the list
-//   wakeups, cpu  as in PanelBench
+#pragma once
 
+#include "Content.h"
 #include "Program.h"
 #include "virtual-keyboard-unstable-v1-client-protocol.h"
 #include "wlr-screencopy-unstable-v1-client-protocol.h"
 
 #include <cstring>
-#include <memory>
-#include <optional>
 
+#include <linux/input-event-codes.h>
 #include <poll.h>
 #include <sys/mman.h>
 #include <wayland-client.h>
 
-using namespace corvid::bench;
+namespace corvid::bench {
 
-namespace {
-
-// Linux's numbers.
-constexpr std::uint32_t keyLogo = 125;
-constexpr std::uint32_t keySpace = 57;
-constexpr std::uint32_t keyBackspace = 14;
-constexpr std::uint32_t letters[] = {46, 24, 32, 18}; // c o d e
-constexpr std::uint32_t modifierLogo = 1U << 6U;
-constexpr auto idleTime = 10s;
-
-int memoryFile(std::size_t size) {
+inline int memoryFile(std::size_t size) {
     const int file = memfd_create("benchmark", MFD_CLOEXEC);
     if (file < 0 || ftruncate(file, static_cast<off_t>(size)) != 0)
         fail("no memory");
@@ -59,24 +35,26 @@ public:
         plugInKeyboard();
         // The first copy is there at once, later ones when something has changed since.
         request();
-        if (!settled())
+        if (!settled(longestWait))
             fail("no picture");
-        bare_ = middle();
+        if (showsWindow())
+            fail("something is on the output already");
+        bare_ = last_;
     }
     ~Compositor() { wl_display_disconnect(display_); }
     Compositor(const Compositor &) = delete;
     Compositor &operator=(const Compositor &) = delete;
 
-    /** One press and release, sent together; the time is that of the sending. */
-    Clock::time_point tap(std::uint32_t key, bool withLogo = false) {
+    /** One press and release, by Linux's number; the time is that of the sending. */
+    Clock::time_point press(int key, bool withLogo = false) {
         if (withLogo) {
-            send(keyLogo, true);
+            send(KEY_LEFTMETA, true);
             zwp_virtual_keyboard_v1_modifiers(keyboard_, modifierLogo, 0, 0, 0);
         }
         send(key, true);
         send(key, false);
         if (withLogo) {
-            send(keyLogo, false);
+            send(KEY_LEFTMETA, false);
             zwp_virtual_keyboard_v1_modifiers(keyboard_, 0, 0, 0, 0);
         }
         const Clock::time_point sent = Clock::now();
@@ -86,7 +64,7 @@ public:
 
     /** Waits for the output to change and to rest again; answers when the frame with the last
        change was shown. Nothing when none comes. */
-    std::optional<Clock::time_point> settled(Clock::duration patience = longestWait) {
+    std::optional<Clock::time_point> settled(Clock::duration patience) {
         shown_.reset();
         Clock::time_point deadline = Clock::now() + patience;
         for (;;) {
@@ -107,10 +85,18 @@ public:
         }
     }
 
-    /** Whether something is shown in the middle; as of the last change. */
-    bool isCovered() const { return middle() != bare_; }
+    /** Whether a window with something drawn in it is there; as of the last change. */
+    bool showsWindow() const {
+        return hasContent(reinterpret_cast<const std::uint32_t *>(last_.data()), width_, height_);
+    }
+    /** Whether all is as it was at the beginning. */
+    bool isBare() const { return last_ == bare_; }
+    /** A compositor does not tell; what it shows, it gives the keyboard. */
+    static bool hasKeyboard() { return true; }
 
 private:
+    static constexpr std::uint32_t modifierLogo = 1U << 6U;
+
     static void announced(void *data, wl_registry *registry, std::uint32_t name,
                           const char *interface, std::uint32_t /*version*/) {
         auto *self = static_cast<Compositor *>(data);
@@ -141,8 +127,8 @@ private:
         close(file);
     }
 
-    void send(std::uint32_t key, bool press) {
-        zwp_virtual_keyboard_v1_key(keyboard_, ++time_, key,
+    void send(int key, bool press) {
+        zwp_virtual_keyboard_v1_key(keyboard_, ++time_, static_cast<std::uint32_t>(key),
                                     press ? WL_KEYBOARD_KEY_STATE_PRESSED
                                           : WL_KEYBOARD_KEY_STATE_RELEASED);
     }
@@ -194,10 +180,10 @@ private:
                                             static_cast<std::int32_t>(stride), format);
         wl_shm_pool_destroy(pool);
         close(file);
-        const std::size_t pixel = sizeof(std::uint32_t);
         picture_ = static_cast<const char *>(memory);
         last_.assign(size, 1); // unlike any picture, which has no such alpha
-        middle_ = picture_ + std::size_t{stride} * (height / 2) + pixel * (width / 2);
+        width_ = stride / sizeof(std::uint32_t);
+        height_ = height;
     }
 
     /** Whether the copy differs from the one before: a compositor also shows a frame anew when a
@@ -209,12 +195,6 @@ private:
         return true;
     }
 
-    std::uint32_t middle() const {
-        std::uint32_t pixel = 0;
-        std::memcpy(&pixel, middle_, sizeof pixel);
-        return pixel;
-    }
-
     wl_display *display_;
     wl_shm *shm_ = nullptr;
     wl_seat *seat_ = nullptr;
@@ -224,98 +204,12 @@ private:
     zwp_virtual_keyboard_v1 *keyboard_ = nullptr;
     wl_buffer *buffer_ = nullptr;
     const char *picture_ = nullptr; ///< the newest copy
-    std::vector<char> last_;        ///< the copy before
-    const char *middle_ = nullptr;  ///< the pixel of the newest copy
-    std::uint32_t bare_ = 0;
+    std::vector<char> last_;        ///< the newest that differs from the one before
+    std::vector<char> bare_;
+    std::size_t width_ = 0;
+    std::size_t height_ = 0;
     std::uint32_t time_ = 0;
     std::optional<Clock::time_point> shown_;
 };
 
-std::string commandFor(std::string command, const Program &program) {
-    if (const std::size_t mark = command.find("%p"); mark != std::string::npos)
-        command.replace(mark, 2, std::to_string(program.id()));
-    return command;
-}
-
-void run(const std::string &command) {
-    if (std::system(command.c_str()) != 0)
-        fail(command.c_str());
-}
-
-void hide(Compositor &compositor) {
-    compositor.tap(keySpace, true);
-    compositor.settled();
-    if (compositor.isCovered())
-        fail("the window does not hide");
-}
-
-double showTime(Compositor &compositor, Clock::time_point asked) {
-    const auto painted = compositor.settled();
-    if (!painted || !compositor.isCovered())
-        fail("the toggle command shows nothing");
-    return Milliseconds(*painted - asked).count();
-}
-
-double keyTime(Compositor &compositor, std::uint32_t key) {
-    const Clock::time_point pressed = compositor.tap(key);
-    const auto painted = compositor.settled();
-    if (!painted)
-        fail("a key changes nothing");
-    return Milliseconds(*painted - pressed).count();
-}
-
-} // namespace
-
-int main(int argc, char **argv) {
-    if (argc < 4)
-        fail("usage: WaylandBench <toggle command> <rounds> <program> [argument]...");
-    const int rounds = std::atoi(argv[2]);
-    char **command = argv + 3;
-
-    Compositor compositor;
-    std::vector<double> starts;
-    const auto start = [&] {
-        auto program = std::make_unique<Program>(command, "--show");
-        starts.push_back(showTime(compositor, program->started()));
-        return program;
-    };
-    std::vector<double> bound;
-    std::vector<double> toggles;
-    std::vector<double> keys;
-    for (int i = 1; i < rounds / 5; ++i) {
-        start().reset();
-        compositor.settled(); // its window vanishes
-    }
-    const std::unique_ptr<Program> program = start();
-    const std::string toggle = commandFor(argv[1], *program);
-    run("swaymsg -q -- bindsym Mod4+space exec '" + toggle + "'");
-    hide(compositor);
-    for (int i = 0; i < rounds; ++i) {
-        bound.push_back(showTime(compositor, compositor.tap(keySpace, true)));
-        for (const std::uint32_t letter : letters)
-            keys.push_back(keyTime(compositor, letter));
-        for (std::size_t deleted = 0; deleted < std::size(letters); ++deleted)
-            keys.push_back(keyTime(compositor, keyBackspace));
-        hide(compositor);
-
-        const Clock::time_point asked = Clock::now();
-        run(toggle);
-        toggles.push_back(showTime(compositor, asked));
-        hide(compositor);
-    }
-    std::this_thread::sleep_for(1s);
-    const long switches = program->contextSwitches();
-    const double cpu = program->cpu();
-    std::this_thread::sleep_for(idleTime);
-    const long wakeups = program->contextSwitches() - switches;
-    const double idleCpu = program->cpu() - cpu;
-
-    const auto [boundMedian, boundP95] = summary(bound);
-    const auto [toggleMedian, toggleP95] = summary(toggles);
-    const auto [keyMedian, keyP95] = summary(keys);
-    const auto [startMedian, startP95] = summary(starts);
-    std::printf("{\"bound\": [%.2f, %.2f], \"toggle\": [%.2f, %.2f], \"key\": [%.2f, %.2f], "
-                "\"start\": [%.2f, %.2f], \"wakeups\": %ld, \"cpu\": %.2f}\n",
-                boundMedian, boundP95, toggleMedian, toggleP95, keyMedian, keyP95, startMedian,
-                startP95, wakeups, idleCpu);
-}
+} // namespace corvid::bench
