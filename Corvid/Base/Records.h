@@ -127,6 +127,7 @@ struct ResultItem {
     LauncherAction action;
     bool running = false; ///< the application is currently running
     QString branch = {};  ///< what the project has checked out; empty for nothing to tell
+    bool operator==(const ResultItem &) const = default;
 };
 
 } // namespace corvid

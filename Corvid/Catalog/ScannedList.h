@@ -134,8 +134,9 @@ private:
                     onScanned_();
             });
         };
-        tasks_.start(std::move(task),
-                     reason == Reason::Start ? TaskPriority::Normal : TaskPriority::Utility);
+        // Nobody waits for it while there is a list to choose from.
+        const bool isAwaited = reason == Reason::Start && snapshot_->records.empty();
+        tasks_.start(std::move(task), isAwaited ? TaskPriority::Normal : TaskPriority::Utility);
     }
 
     void install(const SharedSnapshot &list) {

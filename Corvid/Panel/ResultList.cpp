@@ -54,7 +54,15 @@ private:
 
 } // namespace
 
+// What stays as it is need not be painted again, which is most of the work of a letter.
 void ResultListModel::setRows(const std::vector<ResultItem> &rows) {
+    if (rows.size() == rows_.size()) {
+        for (int row = 0; row < rowCount(); ++row)
+            if (const ResultItem &item = rows[static_cast<std::size_t>(row)];
+                rows_[static_cast<std::size_t>(row)] != item)
+                setRow(row, item);
+        return;
+    }
     beginResetModel();
     rows_ = rows;
     endResetModel();
@@ -118,6 +126,12 @@ void ResultList::setRows(const std::vector<ResultItem> &rows, int selected) {
 
 int ResultList::wholeRows() const {
     return std::max(1, viewport()->height() / style::rowHeight);
+}
+
+// QListView would lay out all rows anew, and they are all of one size.
+void ResultList::dataChanged(const QModelIndex &first, const QModelIndex &last,
+                             const QList<int> &roles) {
+    QAbstractItemView::dataChanged(first, last, roles);
 }
 
 void ResultList::confirmCopy() {

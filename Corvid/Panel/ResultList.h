@@ -54,6 +54,9 @@ public:
     /** Whether that is said on this row. */
     bool saysCopied(int row) const { return row == copied_; }
 
+    void dataChanged(const QModelIndex &first, const QModelIndex &last,
+                     const QList<int> &roles = {}) override;
+
 protected:
     void paintEvent(QPaintEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;

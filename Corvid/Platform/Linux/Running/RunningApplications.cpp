@@ -1,5 +1,6 @@
 #include "Platform/Linux/Running/RunningApplications.h"
 
+#include "Base/TaskGroup.h"
 #include "Catalog/PropertyList.h"
 #include "Platform/Linux/Running/WindowMatcher.h"
 #include "Platform/Linux/Wayland/WaylandToplevels.h"
@@ -10,6 +11,7 @@
 #include <chrono>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <thread>
 #include <utility>
 
 namespace corvid {
@@ -148,7 +150,13 @@ private:
         const auto now = Clock::now();
         if (listed_ && now - *listed_ < 1min)
             return false;
-        matcher_ = WindowMatcher(owner_.entries_.list());
+        // While we start, whoever waits for the panel needs the processor more.
+        std::vector<DesktopEntry> entries;
+        std::jthread([&] {
+            becomeUtility();
+            entries = owner_.entries_.list();
+        }).join();
+        matcher_ = WindowMatcher(entries);
         listed_ = now;
         return true;
     }
