@@ -61,7 +61,7 @@ private:
     std::unique_ptr<LayerSurface> role_; ///< only while the panel is shown
     std::unique_ptr<QObject> popups_;    ///< likewise; shows those of input methods
     const WaylandPointer<zwp_relative_pointer_manager_v1> travels_; ///< null where not offered
-    std::unique_ptr<SeatEvents> pointer_; ///< only while the panel is shown
+    std::unique_ptr<SeatEvents> pointer_;            ///< only while the panel is shown
     WaylandPointer<zwp_relative_pointer_v1> travel_; ///< likewise
     std::optional<Drag> drag_;
     std::optional<QPointF> told_;        ///< the pointer's place, in this frame of its events
