@@ -128,9 +128,10 @@ int ResultList::wholeRows() const {
     return std::max(1, viewport()->height() / style::rowHeight);
 }
 
-// QListView would lay out all rows anew, and they are all of one size.
+// QListView's own would lay out all rows anew, and they are all of one size.
 void ResultList::dataChanged(const QModelIndex &first, const QModelIndex &last,
                              const QList<int> &roles) {
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call)
     QAbstractItemView::dataChanged(first, last, roles);
 }
 
