@@ -107,16 +107,30 @@ protected:
         kde.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
         kde.insert(u"XDG_CURRENT_DESKTOP"_s, u"KDE"_s);
         kde.insert(u"XDG_DATA_DIRS"_s, u"/usr/share"_s);
+        kde.insert(u"QT_QUICK_BACKEND"_s, u"software"_s); // the server may draw nothing else
+        // Newer portals hear only programs that are installed.
+        const QString data = sway.path(u".local"_s);
+        writeFile(data + u"/share/applications/app.corvid.Launcher.desktop"_s,
+                  u"[Desktop Entry]\nType=Application\nName=Corvid\nExec=%1\n"_s.arg(executable));
+        Sway::giveAway(data);
         serve(daemon_, u"org.kde.kglobalaccel"_s, kde);
         serve(backend_, u"org.freedesktop.impl.portal.desktop.kde"_s, kde);
         serve(portal_, u"org.freedesktop.portal.Desktop"_s, kde);
     }
 
-    void xdotool(const QStringList &arguments) const {
+    /** Returns what it ended with. */
+    int xdotool(const QStringList &arguments) const {
         QProcess tool;
         tool.setProcessEnvironment(keyboard.environment());
         tool.start(u"xdotool"_s, arguments);
         EXPECT_TRUE(tool.waitForFinished());
+        return tool.exitCode();
+    }
+    /** Newer backends ask the user whether a program may have the key. Says yes. */
+    void agree() const {
+        if (xdotool({u"search"_s, u"--onlyvisible"_s, u"--class"_s,
+                     u"^xdg-desktop-portal-kde$"_s}) == 0)
+            xdotool({u"key"_s, u"Return"_s});
     }
     /** Lets so much time pass before that it is a press of its own: the daemon takes the keyboard's
         keys from an X server here, and may miss that the one before was released. */
@@ -128,6 +142,7 @@ protected:
         it: the daemon takes the key before the portal knows whose it is. */
     bool summon(const QString &keys, int key, std::uint16_t modifiers) const {
         const bool taken = eventually([&] {
+            agree();
             return isGrabbed(keyboard.display(), static_cast<std::uint8_t>(key + 8), modifiers);
         });
         return taken && eventually([&] {
@@ -136,7 +151,7 @@ protected:
                });
     }
 
-    XServer keyboard{XServer::Manager::None};
+    XServer keyboard; // its manager gives what the backend asks the keyboard
 
 private:
     static QString find(const QString &program) {
