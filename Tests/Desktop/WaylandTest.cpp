@@ -277,6 +277,24 @@ TEST_F(WaylandTest, movesWithThePointerThatDragsItsGroundUntilItIsShownAnew) {
     EXPECT_EQ(panel(), place);
 }
 
+// Until a button is released, compositors tell the pointer's place in a window as that lay when the
+// button was pressed, or as it lies now.
+TEST_F(WaylandTest, staysBelowAPointerThatDragsItSlowly) {
+    launch();
+    summon();
+    const QPoint footer(place.left() + 80, place.bottom() - 14);
+    sway.movePointer(footer);
+    sway.hold();
+    for (int step = 1; step <= 5; ++step) {
+        const QPoint way = step * QPoint(-20, 12);
+        sway.movePointer(footer + way);
+        EXPECT_TRUE(eventually([&] { return panel().topLeft() == place.topLeft() + way; })) << step;
+    }
+    sway.release();
+    EXPECT_TRUE(stays());
+    EXPECT_EQ(panel().topLeft(), place.topLeft() + QPoint(-100, 60));
+}
+
 TEST_F(WaylandTest, isAboveAFullScreenWindowAndAClickOnThatHidesIt) {
     launch();
     openWindow({u"film"_s, u"800080"_s, u"--fullscreen"_s});

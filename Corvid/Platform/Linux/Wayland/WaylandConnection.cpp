@@ -95,4 +95,11 @@ SeatEvents::SeatEvents(const WaylandConnection &connection, std::initializer_lis
     }
 }
 
+wl_pointer *SeatEvents::pointer() const {
+    for (const WaylandPointer<wl_proxy> &device : devices_)
+        if (std::string_view(wl_proxy_get_class(device.get())) == wl_pointer_interface.name)
+            return reinterpret_cast<wl_pointer *>(device.get());
+    return nullptr;
+}
+
 } // namespace corvid

@@ -78,6 +78,8 @@ public:
 
     /** Null when there are none of the devices. */
     wl_seat *seat() const { return devices_.empty() ? nullptr : seat_; }
+    /** Null when it is not there. */
+    wl_pointer *pointer() const;
 
 private:
     Handler handler_;

@@ -4,6 +4,7 @@
 #include "ext-background-effect-v1-client-protocol.h"
 #include "ext-foreign-toplevel-list-v1-client-protocol.h"
 #include "kde-blur-client-protocol.h"
+#include "relative-pointer-unstable-v1-client-protocol.h"
 #include "viewporter-client-protocol.h"
 #include "wlr-foreign-toplevel-management-unstable-v1-client-protocol.h"
 #include "xdg-activation-v1-client-protocol.h"
@@ -47,6 +48,12 @@ struct WaylandDestroy {
     void operator()(xdg_activation_v1 *object) const { xdg_activation_v1_destroy(object); }
     void operator()(xdg_activation_token_v1 *object) const {
         xdg_activation_token_v1_destroy(object);
+    }
+    void operator()(zwp_relative_pointer_manager_v1 *object) const {
+        zwp_relative_pointer_manager_v1_destroy(object);
+    }
+    void operator()(zwp_relative_pointer_v1 *object) const {
+        zwp_relative_pointer_v1_destroy(object);
     }
     void operator()(zwlr_foreign_toplevel_handle_v1 *object) const {
         zwlr_foreign_toplevel_handle_v1_destroy(object);
