@@ -49,8 +49,9 @@ const QByteArray dashedLines =
                    "L32 16L16 0L16 32' stroke-dasharray='0.01'/>")
             .repeated(400) +
         "</g>");
-const QByteArray texts =
-    svg(numbered("<text y='9'>" + QByteArray("% glyphs ").repeated(40) + "</text>", 4'000));
+const QByteArray texts = svg(numbered("<text y='9' stroke='red' transform='scale(.02)'>" +
+                                          QByteArray("% glyphs ").repeated(40) + "</text>",
+                                      4'000));
 
 class ForeignPicturesTest : public IconFiles {
 protected:
