@@ -23,6 +23,9 @@ class Symbol;
  * The whole content of the panel: search bar, result list or AI answer, and footer on a dark card.
  * While an answer covers the list a strip above the footer shows the row that Return would open.
  * Observes the view model and decides nothing itself. Main thread only.
+ *
+ * Its unit is longer than others: what each key does to field, list and answer is read in one
+ * piece, and they meet nowhere but here.
  */
 class LauncherView final : public QWidget {
     Q_OBJECT
