@@ -42,7 +42,7 @@ struct KeyPress {
  * follows each change of its value. Nothing here fails.
  *
  * Here is what joins them: the list with its selection is RowList's, what is asked and answered
- * Conversation's. Its unit is longer than others for all that is published by its name.
+ * Conversation's. Its unit is longer than others, since it publishes so much.
  */
 class LauncherViewModel final : public QObject {
     Q_OBJECT

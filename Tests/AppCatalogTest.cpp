@@ -102,6 +102,12 @@ protected:
         }));
         updates_ = 0;
     }
+    /** As in the next run of the program. */
+    void startAgain() {
+        catalog_.reset(); // its tasks use what the next one is made of, too
+        catalog_ = std::make_unique<AppCatalog>(workspace_, desktop_, roles_);
+        countUpdates();
+    }
     bool refreshAndWait() {
         bool ended = false;
         const auto connection =
@@ -428,12 +434,32 @@ TEST_F(AppCatalogTest, aScanThatFindsTheCachedListKeepsItAndWritesNothing) {
     install({u"A"_s, u"B"_s});
     loadWhole();
     const ino_t cache = cacheIdentity();
+    startAgain();
     catalog().load();
     const AppEntry *const list = catalog().apps().data();
     EXPECT_TRUE(waitUntil([this] { return updates_ == 2; })) << "the scan's end is told";
     EXPECT_EQ(catalog().apps().data(), list);
     catalog_.reset(); // waits for whatever is still under way
     EXPECT_EQ(cacheIdentity(), cache);
+}
+
+TEST_F(AppCatalogTest, aCachedListThatIsFoundAgainIsWrittenWhereAnotherWasWrittenMeanwhile) {
+    install({u"A"_s});
+    loadWhole();
+    const QByteArray before = cacheFile();
+    install({u"A"_s, u"B"_s});
+    ASSERT_TRUE(loadAndWaitForScan());
+    ASSERT_TRUE(waitUntil([&] { return cacheFile() != before; }));
+    writeCacheFile(before); // as where the list is read before the last one has been written
+    const ino_t cache = cacheIdentity();
+    install({u"A"_s});
+    updates_ = 0;
+    catalog().load();
+    ASSERT_TRUE(waitUntil([this] { return updates_ == 2; }));
+    EXPECT_EQ(names(), QStringList{u"A"_s});
+    catalog_.reset(); // waits for whatever is still under way
+    EXPECT_EQ(cacheFile(), before);
+    EXPECT_NE(cacheIdentity(), cache) << "it was written";
 }
 
 TEST_F(AppCatalogTest, aRefreshThatFindsNothingNewChangesNothingAndWritesNothing) {

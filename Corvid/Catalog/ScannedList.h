@@ -141,10 +141,11 @@ private:
 
     void install(const SharedSnapshot &list) {
         ++generation_;
-        const bool isShown = list == snapshot_;
+        // A list that was read is what the file holds, as long as nothing was written: then it may
+        // have been read before that. An empty one may be of a file that could not be read.
+        const bool isStored = lastWrite_ == 0 && list == snapshot_ && !list->records.empty();
         replace(list, Source::Scan);
-        // An empty list may be what is shown of a file that could not be read.
-        if (!isShown || list->records.empty())
+        if (!isStored)
             write(list);
     }
 

@@ -207,10 +207,10 @@ void X11PanelSurface::castShadow(QWindow &panel, const Shadow &shadow) {
         showShadow(panel);
         return;
     }
-    if (std::exchange(isDrawn_, true))
+    if (std::exchange(isBeingDrawn_, true))
         return;
     shadow.draw(scale, [this, &panel, scale, room = shadow.room](const QImage &picture) {
-        isDrawn_ = false;
+        isBeingDrawn_ = false;
         const QPoint card = (QPointF(room.left(), room.top()) * scale).toPoint();
         shadow_ = std::make_unique<X11ShadowWindow>(picture,
                                                     QRect(card, nativeRect(panel).size().toSize()));

@@ -55,7 +55,7 @@ private:
     mutable Behind behind_ = Behind::Desktop; ///< as it was asked for last
     std::unique_ptr<X11ShadowWindow> shadow_;
     qreal shadowScale_ = 0; ///< that it was drawn at
-    bool isDrawn_ = false;  ///< a new one, at this moment
+    bool isBeingDrawn_ = false;
     bool followed_ = false; ///< the panel, wherever it goes
 };
 
