@@ -55,7 +55,7 @@ private:
     bool ended_ = false;
 };
 
-AppCatalog::AppCatalog(const Workspace &workspace, const DesktopEntries &desktopEntries,
+AppCatalog::AppCatalog(Workspace &workspace, const DesktopEntries &desktopEntries,
                        const RoleCatalog &roles, QObject *parent)
     : QObject(parent), workspace_(workspace), desktopEntries_(desktopEntries), roles_(roles),
       list_(
@@ -79,7 +79,9 @@ bool AppCatalog::refresh() {
 
 AppCatalog::List::Scan AppCatalog::scan() const {
     return [this, home = locations::home()](const std::stop_token &stop) {
-        return scanAll(bundleFolders(home), desktopEntries_.list(), roles_, stop);
+        const std::vector<DesktopEntry> entries = desktopEntries_.list();
+        workspace_.setEntries(entries);
+        return scanAll(bundleFolders(home), entries, roles_, stop);
     };
 }
 

@@ -30,8 +30,8 @@ class AppCatalog final : public QObject {
     using List = ScannedList<AppEntry>;
 
 public:
-    AppCatalog(const Workspace &workspace, const DesktopEntries &desktopEntries,
-               const RoleCatalog &roles, QObject *parent = nullptr);
+    AppCatalog(Workspace &workspace, const DesktopEntries &desktopEntries, const RoleCatalog &roles,
+               QObject *parent = nullptr);
 
     using CachedList = List::Cached;
 
@@ -83,7 +83,7 @@ private:
     void prewarmIcons();
     void fetchIcons(const QStringList &paths);
 
-    const Workspace &workspace_;
+    Workspace &workspace_;
     const DesktopEntries &desktopEntries_;
     const RoleCatalog &roles_;
     QHash<QString, Image> icons_;

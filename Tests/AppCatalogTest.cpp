@@ -503,6 +503,15 @@ TEST_F(AppCatalogTest, whatWasTakenAwayAndInstalledAgainHasItsIconFetchedAnew) {
     EXPECT_TRUE(waitUntil([this] { return workspace_.iconsFetched().size() == 2; }));
 }
 
+TEST_F(AppCatalogTest, theDesktopHearsOfTheEntriesAtEachScan) {
+    install({u"A"_s});
+    loadWhole();
+    EXPECT_EQ(workspace_.entries(), desktop_.entries);
+    install({u"A"_s, u"B"_s});
+    ASSERT_TRUE(refreshAndWait());
+    EXPECT_EQ(workspace_.entries(), desktop_.entries);
+}
+
 TEST_F(AppCatalogTest, noRefreshBeginsWhileAScanIsUnderWay) {
     std::atomic<int> listings = 0;
     desktop_.whileListing = [&] {

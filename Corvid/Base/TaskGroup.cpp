@@ -5,10 +5,14 @@
 
 namespace corvid {
 
+namespace {
+
 void becomeUtility() {
     constexpr int niceness = 10;
     setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness);
 }
+
+} // namespace
 
 void TaskGroup::start(std::function<void(std::stop_token)> task, TaskPriority priority) {
     tasks_.remove_if([](const Task &old) { return old.finished.load(); });

@@ -13,10 +13,6 @@ enum class TaskPriority {
     Utility, ///< yields to everything else that wants the processor
 };
 
-/** From now on, and for good, the calling thread yields to everything else that wants the
-    processor. */
-void becomeUtility();
-
 /**
  * Background tasks that end with their owner: the destructor asks every task to stop and waits
  * for it. Declare it as the owner's last member, so that tasks never see a half-destroyed owner.

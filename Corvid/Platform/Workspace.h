@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/DesktopEntries.h"
 #include "Platform/Image.h"
 #include "Platform/Port.h"
 
@@ -10,6 +11,7 @@
 
 #include <functional>
 #include <optional>
+#include <vector>
 
 namespace corvid {
 
@@ -18,13 +20,18 @@ namespace corvid {
  * them. An application is named by its path: an absolute path of a desktop entry file
  * ("….desktop"), of an application bundle ("….app") or of an AppImage ("….AppImage").
  *
- * Main thread, except icon(). Opening never blocks and never raises a dialog of ours.
+ * Main thread, except setEntries() and icon(). Opening never blocks and never raises a dialog of
+ * ours.
  */
 class Workspace : public Port {
 public:
     /** Called on the main thread when an opening has been carried out; empty means success,
         else the reason in words. */
     using Completion = std::function<void(const QString &error)>;
+
+    /** Tells which desktop entries there are, after each listing of them: what runs is told apart
+        by them. Until the first time no application with an entry is known to run. Any thread. */
+    virtual void setEntries(const std::vector<DesktopEntry> &entries) = 0;
 
     /** Bundle identifiers (desktop ids) of the running applications. Kept up to date by events:
         asking costs no system call. The reference is valid until control returns to the loop. */

@@ -51,6 +51,15 @@ public:
     std::vector<Tool> tools;
     mutable int runningAsked = 0;
 
+    std::vector<DesktopEntry> entries() const {
+        const std::scoped_lock lock(mutex_);
+        return entries_;
+    }
+    void setEntries(const std::vector<DesktopEntry> &entries) override {
+        const std::scoped_lock lock(mutex_);
+        entries_ = entries;
+    }
+
     /** What icon() answers for a path; other paths have the generic icon. */
     void setIcon(const QString &path, const Image &image) {
         const std::scoped_lock lock(mutex_);
@@ -152,8 +161,9 @@ public:
     }
 
 private:
-    mutable std::mutex mutex_; ///< guards what follows: icons are fetched by other threads
+    mutable std::mutex mutex_; ///< guards what follows, which other threads use, too
     QHash<QString, Image> icons_;
+    std::vector<DesktopEntry> entries_;
     Image generic_ = fakeImage();
     mutable QStringList iconsFetched_;
 };

@@ -17,7 +17,7 @@ SessionWorkspace::SessionWorkspace(const DesktopEntries &entries, const Options 
     : options_(options), entries_(entries),
       icons_(desktopsettings::iconTheme, {iconBaseFolders(), {u"/usr/share/pixmaps"_s}},
              options.devicePixelRatio, options.pictureProgram),
-      running_(entries, options.displays) {}
+      running_(options.displays) {}
 
 void SessionWorkspace::inBackground(const Completion &done,
                                     const std::function<QString(const Launch &)> &task) {

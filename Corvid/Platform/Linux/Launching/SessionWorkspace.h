@@ -37,7 +37,7 @@ public:
         QString pictureProgram{};
     };
 
-    /** `entries` must outlive this. */
+    /** `entries`, where a terminal is looked for, must outlive this. */
     SessionWorkspace(const DesktopEntries &entries, const Options &options);
 
     /** Begins to watch what runs; until then nothing does. Once. */
@@ -46,6 +46,9 @@ public:
     /** Nobody waits for an icon from now on: the program is about to end. */
     void endIcons() { icons_.end(); }
 
+    void setEntries(const std::vector<DesktopEntry> &entries) override {
+        running_.setEntries(entries);
+    }
     const QSet<QString> &runningApplications() const override { return running_.ids(); }
     Image icon(const QString &path) const override { return icons_.icon(path); }
     Image genericIcon() const override { return icons_.genericIcon(); }

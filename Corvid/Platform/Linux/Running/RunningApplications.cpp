@@ -1,8 +1,6 @@
 #include "Platform/Linux/Running/RunningApplications.h"
 
-#include "Base/TaskGroup.h"
 #include "Catalog/PropertyList.h"
-#include "Platform/Linux/Running/WindowMatcher.h"
 #include "Platform/Linux/Wayland/WaylandToplevels.h"
 #include "Platform/Linux/X11/X11Clients.h"
 
@@ -46,12 +44,11 @@ public:
     void run(const std::stop_token &stop) {
         if (!list_)
             return;
-        look();
         while (!stop.stop_requested()) {
             const auto events = wait();
             const bool lost = events == WindowList::Events::ConnectionLost;
-            const std::vector<Wish> wishes = owner_.takeWishes(lost);
-            for (const Wish &wish : wishes)
+            Inbox inbox = owner_.takeInbox(lost);
+            for (const Wish &wish : inbox.wishes)
                 pending_.push_back({wish, 0, {}, false});
             if (lost) {
                 owner_.publish({}, {});
@@ -59,9 +56,13 @@ public:
                     owner_.answer(pending.wish, false);
                 return;
             }
+            const bool isMatcherNew = inbox.matcher.has_value();
+            if (isMatcherNew)
+                matcher_ = std::move(inbox.matcher);
             // What is known may be older than the wish.
-            if (events == WindowList::Events::ListChanged || !wishes.empty())
-                look();
+            if (matcher_ && (events == WindowList::Events::ListChanged || isMatcherNew ||
+                             !inbox.wishes.empty()))
+                look(isMatcherNew);
             carryOut();
         }
     }
@@ -102,19 +103,21 @@ private:
         return static_cast<int>(std::max(rest, 0ms).count());
     }
 
-    /** Learns which windows there are, and publishes whose they are. */
-    void look() {
+    /** Learns which windows there are, and publishes whose they are. Those that were nobody's may
+        be somebody's where there is a new matcher. */
+    void look(bool isMatcherNew) {
         std::vector<Known> known;
-        std::vector<WindowList::Window> added;
+        std::vector<WindowList::Window> unknown;
         for (const auto window : list_->list()) {
-            if (const Known *before = find(window))
-                known.push_back(*before);
-            else
-                added.push_back(window);
+            const Known *const before = find(window);
+            known.push_back(before ? *before : Known{window, {}});
+            if (!before || (isMatcherNew && before->application.id.isEmpty()))
+                unknown.push_back(window);
         }
-        for (const WindowList::Client &client : list_->describe(added))
-            known.push_back({client.window, recognize(client)});
         windows_ = std::move(known);
+        for (const WindowList::Client &client : list_->describe(unknown))
+            if (Known *const window = find(client.window))
+                window->application = recognize(client);
 
         QSet<QString> ids;
         QSet<QString> paths;
@@ -127,7 +130,7 @@ private:
         owner_.publish(ids, list_->canActivate() ? paths : QSet<QString>());
     }
 
-    const Known *find(WindowList::Window window) const {
+    Known *find(WindowList::Window window) {
         const auto found = std::ranges::find(windows_, window, &Known::window);
         return found == windows_.end() ? nullptr : &*found;
     }
@@ -139,26 +142,7 @@ private:
             if (QString id = bundleProperties(traits.bundle).value(u"CFBundleIdentifier"_s);
                 !id.isEmpty())
                 return {id, traits.bundle};
-        auto match = matcher_.match(traits);
-        // Perhaps it was installed after we last looked.
-        if (!match && listEntriesAnew())
-            match = matcher_.match(traits);
-        return match.value_or(Application());
-    }
-
-    bool listEntriesAnew() {
-        const auto now = Clock::now();
-        if (listed_ && now - *listed_ < 1min)
-            return false;
-        // While we start, whoever waits for the panel needs the processor more.
-        std::vector<DesktopEntry> entries;
-        std::jthread([&] {
-            becomeUtility();
-            entries = owner_.entries_.list();
-        }).join();
-        matcher_ = WindowMatcher(entries);
-        listed_ = now;
-        return true;
+        return matcher_->match(traits).value_or(Application());
     }
 
     /** Goes on with the wishes, and answers those that have been decided. */
@@ -200,15 +184,13 @@ private:
 
     RunningApplications &owner_;
     std::unique_ptr<WindowList> list_;
-    WindowMatcher matcher_;
-    std::optional<Clock::time_point> listed_;
+    std::optional<WindowMatcher> matcher_;
     std::vector<Known> windows_; ///< oldest first
     std::vector<Pending> pending_;
 };
 
-RunningApplications::RunningApplications(const DesktopEntries &entries, Displays displays)
-    : entries_(entries), displays_(std::move(displays)),
-      waker_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+RunningApplications::RunningApplications(Displays displays)
+    : displays_(std::move(displays)), waker_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 void RunningApplications::start() {
     thread_ = std::jthread([this](const std::stop_token &stop) {
@@ -217,12 +199,21 @@ void RunningApplications::start() {
     });
 }
 
-std::vector<RunningApplications::Wish> RunningApplications::takeWishes(bool last) {
+RunningApplications::Inbox RunningApplications::takeInbox(bool last) {
     eventfd_t count = 0;
     eventfd_read(waker_.number(), &count);
     const std::scoped_lock lock(mutex_);
     deaf_ = last;
-    return std::exchange(wishes_, {});
+    return std::exchange(inbox_, {});
+}
+
+void RunningApplications::setEntries(const std::vector<DesktopEntry> &entries) {
+    WindowMatcher matcher(entries);
+    {
+        const std::scoped_lock lock(mutex_);
+        inbox_.matcher = std::move(matcher);
+    }
+    wake();
 }
 
 void RunningApplications::publish(const QSet<QString> &ids, const QSet<QString> &activatable) {
@@ -247,7 +238,7 @@ bool RunningApplications::activate(const QString &applicationPath, const Activat
         const std::scoped_lock lock(mutex_);
         if (deaf_)
             return false;
-        wishes_.push_back({applicationPath, done});
+        inbox_.wishes.push_back({applicationPath, done});
     }
     wake();
     return true;

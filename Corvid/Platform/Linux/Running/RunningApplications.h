@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Base/FileDescriptor.h"
-#include "Platform/DesktopEntries.h"
+#include "Platform/Linux/Running/WindowMatcher.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -27,11 +28,14 @@ public:
         QByteArray wayland; ///< as in $WAYLAND_DISPLAY; empty for none
     };
 
-    /** `entries` (asked in the background) must outlive this. */
-    RunningApplications(const DesktopEntries &entries, Displays displays);
+    explicit RunningApplications(Displays displays);
 
     /** Begins to watch; once. */
     void start();
+
+    /** Those that windows may belong to, in place of what was set before. Before the first time
+        nothing is known to run. Any thread. */
+    void setEntries(const std::vector<DesktopEntry> &entries);
 
     /** Desktop ids, and identifiers of bundles. No system call. Valid until control returns to
         the event loop. */
@@ -53,23 +57,28 @@ private:
         Activated done;
     };
 
+    /** What the thread has not taken yet. */
+    struct Inbox {
+        std::vector<Wish> wishes;
+        std::optional<WindowMatcher> matcher; ///< in place of the one that it has
+    };
+
     class Watcher;
 
     void wake() const;
     // For the thread:
-    std::vector<Wish> takeWishes(bool last);
+    Inbox takeInbox(bool last);
     void publish(const QSet<QString> &ids, const QSet<QString> &activatable);
     void answer(const Wish &wish, bool activated);
 
-    const DesktopEntries &entries_;
     Displays displays_;
 
     QSet<QString> ids_;
     QSet<QString> activatable_; ///< paths; empty where no window can be brought to the front
 
-    std::mutex mutex_;         ///< guards what follows
-    std::vector<Wish> wishes_; ///< that the thread has not taken yet
-    bool deaf_ = false;        ///< the thread takes no more wishes
+    std::mutex mutex_; ///< guards what follows
+    Inbox inbox_;
+    bool deaf_ = false; ///< the thread takes no more wishes
 
     FileDescriptor waker_; ///< an eventfd that wakes the thread
     QObject receiver_;     ///< results addressed to it are dropped with us

@@ -55,6 +55,7 @@ protected:
         options.childEnvironment = childEnvironment(server_.environment());
         options.displays.x11 = server_.display();
         workspace_.emplace(entries, options);
+        workspace_->setEntries(entries.list());
         workspace_->start();
     }
 

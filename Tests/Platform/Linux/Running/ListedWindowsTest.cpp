@@ -12,21 +12,15 @@ using namespace corvid::test;
 
 namespace {
 
-class FixedEntries final : public DesktopEntries {
-public:
-    std::vector<DesktopEntry> list() const override {
+class ListedWindowsTest : public ::testing::Test {
+protected:
+    ListedWindowsTest() {
         std::vector<DesktopEntry> entries(2);
         entries[0].id = u"org.example.One"_s;
         entries[0].path = u"/apps/one.desktop"_s;
         entries[1].id = u"org.example.Two"_s;
         entries[1].path = u"/apps/two.desktop"_s;
-        return entries;
-    }
-};
-
-class ListedWindowsTest : public ::testing::Test {
-protected:
-    ListedWindowsTest() {
+        running_.setEntries(entries);
         running_.start();
         EXPECT_TRUE(compositor_.says(u"listing"_s));
     }
@@ -34,9 +28,8 @@ protected:
         return eventually([&] { return running_.ids() == ids; });
     }
 
-    const FixedEntries entries_;
     ScriptedCompositor compositor_{{u"--lists-windows"_s}};
-    RunningApplications running_{entries_, {{}, compositor_.display().toLocal8Bit()}};
+    RunningApplications running_{{{}, compositor_.display().toLocal8Bit()}};
 };
 
 const QString one = u"org.example.One"_s;

@@ -11,7 +11,6 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-#include <atomic>
 #include <optional>
 
 using namespace corvid;
@@ -19,33 +18,19 @@ using namespace corvid::test;
 
 namespace {
 
-class ListedEntries final : public DesktopEntries {
-public:
-    std::vector<DesktopEntry> list() const override {
-        ++listings;
-        return entries;
-    }
-    void add(const QString &id, const QString &windowClass = {}) {
-        DesktopEntry entry;
-        entry.id = id;
-        entry.path = "/apps/"_L1 + id + ".desktop"_L1;
-        entry.startupWMClass = windowClass;
-        entries.push_back(entry);
-    }
-
-    std::vector<DesktopEntry> entries;
-    mutable std::atomic<int> listings = 0;
-};
+DesktopEntry entry(const QString &id, const QString &windowClass = {}) {
+    DesktopEntry entry;
+    entry.id = id;
+    entry.path = "/apps/"_L1 + id + ".desktop"_L1;
+    entry.startupWMClass = windowClass;
+    return entry;
+}
 
 class RunningApplicationsTest : public ::testing::Test {
 protected:
-    RunningApplicationsTest() {
-        entries_.add(u"org.example.One"_s, u"OneWindow"_s);
-        entries_.add(u"org.example.Two"_s);
-    }
-
     RunningApplications &watch(const QByteArray &display) {
-        running_.emplace(entries_, RunningApplications::Displays{display, {}});
+        running_.emplace(RunningApplications::Displays{display, {}});
+        running_->setEntries(entries_);
         running_->start();
         return *running_;
     }
@@ -76,7 +61,8 @@ protected:
         EXPECT_TRUE(becomesActive(server, client));
     }
 
-    ListedEntries entries_;
+    const std::vector<DesktopEntry> entries_{entry(u"org.example.One"_s, u"OneWindow"_s),
+                                             entry(u"org.example.Two"_s)};
     std::optional<RunningApplications> running_;
 };
 
@@ -143,17 +129,19 @@ TEST_F(RunningApplicationsTest, withoutADisplayNothingRuns) {
         EXPECT_FALSE(eventually([&] { return !running_->ids().isEmpty(); }, 50));
         EXPECT_FALSE(running_->activate(u"/apps/org.example.One.desktop"_s, [](bool) {}));
     }
-    EXPECT_EQ(entries_.listings, 0);
 }
 
-TEST_F(RunningApplicationsTest, theEntriesAreNotListedAgainForEveryUnknownWindow) {
+TEST_F(RunningApplicationsTest, aWindowThatWasThereBeforeItsEntryIsRecognizedByIt) {
     const XServer server;
-    watch(server.display());
-    const XClient unknown(server, {u"x"_s, u"X"_s});
-    const XClient another(server, {u"y"_s, u"Y"_s});
-    const XClient known(server, {u"x"_s, u"OneWindow"_s});
-    EXPECT_TRUE(becomes({one}));
-    EXPECT_EQ(entries_.listings, 1);
+    running_.emplace(RunningApplications::Displays{server.display(), {}});
+    running_->start();
+    const XClient first(server, {u"x"_s, u"OneWindow"_s});
+    const XClient second(server, {u"x"_s, u"X"_s, u"--gtk-id"_s, two});
+    running_->setEntries({entries_[1]});
+    EXPECT_TRUE(becomes({two}));
+    running_->setEntries(entries_);
+    EXPECT_TRUE(becomes({one, two}));
+    EXPECT_TRUE(activates(pathOfOne));
 }
 
 TEST_F(RunningApplicationsTest, aBundleIsRecognizedByTheProgramThatRuns) {
@@ -288,7 +276,7 @@ TEST_F(RunningApplicationsTest, destroyingItInTheMiddleOfThingsEndsAtOnce) {
     for (int i = 0; i < 50; ++i)
         watch(server.display());
     running_.reset();
-    RunningApplications neverStarted(entries_, {server.display(), {}});
+    RunningApplications neverStarted({server.display(), {}});
 }
 
 class CompositorTest : public RunningApplicationsTest {
@@ -323,7 +311,8 @@ protected:
     void watch() {
         // An absolute path: the test's own runtime folder is another.
         const QString socket = sway_.path(sway_.environment().value(u"WAYLAND_DISPLAY"_s));
-        running_.emplace(entries_, RunningApplications::Displays{{}, socket.toLocal8Bit()});
+        running_.emplace(RunningApplications::Displays{{}, socket.toLocal8Bit()});
+        running_->setEntries(entries_);
         running_->start();
     }
 
