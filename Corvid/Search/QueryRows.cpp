@@ -289,7 +289,9 @@ Rows rowsFor(const Query &query, const RowSources &from) {
     case Query::Kind::Search:
         return searchRows(query, from);
     }
-    return rows.empty() ? fallbackRows(query.text, from) : rows;
+    if (rows.empty())
+        return fallbackRows(query.text, from);
+    return rows;
 }
 
 Rows questionRows(const QString &question, bool hasKey) {
