@@ -170,6 +170,32 @@ TEST(SearchFieldTest, tabDoesNotLeaveTheField) {
     EXPECT_EQ(window.focusWidget(), &field);
 }
 
+TEST(SearchFieldTest, lettingGoOfAKeyPaintsNothing) {
+    struct Paints : QObject {
+        bool eventFilter(QObject * /*watched*/, QEvent *event) override {
+            count += event->type() == QEvent::Paint;
+            return false;
+        }
+        int count = 0;
+    } paints;
+    SearchField field;
+    field.installEventFilter(&paints);
+    field.show();
+    field.activateWindow();
+    field.setFocus();
+    ASSERT_TRUE(waitUntil([&] { return field.hasFocus() && paints.count > 0; }));
+    const auto paintedAfter = [&](QEvent::Type type) {
+        QCoreApplication::sendPostedEvents();
+        paints.count = 0;
+        QKeyEvent key(type, Qt::Key_A, Qt::NoModifier, u"a"_s);
+        QApplication::sendEvent(&field, &key);
+        QCoreApplication::sendPostedEvents();
+        return paints.count;
+    };
+    EXPECT_EQ(paintedAfter(QEvent::KeyRelease), 0);
+    EXPECT_EQ(paintedAfter(QEvent::KeyPress), 1);
+}
+
 TEST_F(LauncherViewTest, keysThatReachThePanelWithoutTheFieldWorkTheSame) {
     type(u"foo"_s);
     for (const auto &[key, selected] : {std::pair{Qt::Key_Down, 1}, {Qt::Key_Up, 0}}) {

@@ -135,6 +135,22 @@ void ResultList::dataChanged(const QModelIndex &first, const QModelIndex &last,
     QAbstractItemView::dataChanged(first, last, roles);
 }
 
+// At these, Qt would paint all rows anew. They look the same with the keyboard and without, and the
+// view itself paints the one row that the pointer comes to.
+bool ResultList::viewportEvent(QEvent *event) {
+    switch (event->type()) {
+    case QEvent::WindowActivate:
+    case QEvent::WindowDeactivate:
+        return true;
+    case QEvent::HoverEnter:
+    case QEvent::HoverLeave:
+        QListView::viewportEvent(event);
+        return true;
+    default:
+        return QListView::viewportEvent(event);
+    }
+}
+
 void ResultList::confirmCopy() {
     copied_ = currentIndex().row();
     copiedFor_.start(style::copiedFor);

@@ -103,6 +103,9 @@ void SearchField::keyPressEvent(QKeyEvent *event) {
     event->accept();
 }
 
+// Qt would paint its own caret anew, which nobody sees.
+void SearchField::keyReleaseEvent(QKeyEvent * /*event*/) {}
+
 void SearchField::deleteWord() {
     if (!hasSelectedText())
         cursorWordBackward(true);

@@ -4,6 +4,7 @@
 #include "Search/QueryRows.h"
 #include "Worlds/Wait.h"
 
+#include <QHoverEvent>
 #include <QPaintEvent>
 
 #include <gtest/gtest.h>
@@ -73,4 +74,34 @@ TEST_F(ResultListTest, moreOrFewerRowsArePaintedWhole) {
 TEST_F(ResultListTest, anotherRowSelectedIsPaintedWithTheOneThatWas) {
     list.setRows(rowsCalled({u"a"_s, u"b"_s, u"c"_s}), 2);
     EXPECT_EQ(paintedNow(), QRegion(place(0)) + place(2));
+}
+
+TEST_F(ResultListTest, takingOrLosingTheKeyboardPaintsNothing) {
+    QPalette palette = list.palette();
+    palette.setColor(QPalette::Inactive, QPalette::Base, Qt::red);
+    list.viewport()->setPalette(palette);
+    paintedNow();
+    for (const QEvent::Type type : {QEvent::WindowDeactivate, QEvent::WindowActivate}) {
+        QEvent event(type);
+        QCoreApplication::sendEvent(&list, &event);
+        QEvent sameForViewport(type);
+        QCoreApplication::sendEvent(list.viewport(), &sameForViewport);
+    }
+    EXPECT_TRUE(paintedNow().isEmpty());
+}
+
+TEST_F(ResultListTest, thePointerPaintsOnlyTheRowThatItComesToOrLeaves) {
+    const QPointF outside(-1, -1);
+    const QPointF inside = place(1).center();
+    const auto leave = [&] {
+        QHoverEvent event(QEvent::HoverLeave, outside, outside, inside);
+        QCoreApplication::sendEvent(list.viewport(), &event);
+    };
+    leave(); // wherever it was before
+    paintedNow();
+    QHoverEvent enters(QEvent::HoverEnter, inside, inside, outside);
+    QCoreApplication::sendEvent(list.viewport(), &enters);
+    EXPECT_EQ(paintedNow(), place(1));
+    leave();
+    EXPECT_EQ(paintedNow(), place(1));
 }
