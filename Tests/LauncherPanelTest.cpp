@@ -86,6 +86,16 @@ TEST_F(LauncherPanelTest, itsCardSuitsWhatIsBehindItAtEachShow) {
     }
 }
 
+TEST_F(LauncherPanelTest, whereNothingIsBehindItNoPixelOfItsCornersStaysUnpainted) {
+    panel.hide();
+    surface.whatIsBehind = PanelSurface::Behind::Nothing; // and the window system cuts them
+    panel.present(0);
+    const QImage painted = panel.grab().toImage();
+    for (const QPoint &corner : {painted.rect().topLeft(), painted.rect().topRight(),
+                                 painted.rect().bottomLeft(), painted.rect().bottomRight()})
+        EXPECT_EQ(painted.pixelColor(corner).alpha(), 255);
+}
+
 TEST_F(LauncherPanelTest, itsGroundCanBeDraggedAndWhatStandsOnItNot) {
     const auto mouse = [this](QEvent::Type type, const QPoint &place, const QPoint &toWhom) {
         QWidget *widget = panel.childAt(toWhom);

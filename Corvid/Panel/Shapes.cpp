@@ -62,7 +62,10 @@ void paintCard(QPainter &painter, const QRect &card, PanelSurface::Behind behind
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     painter.setBrush(cardOver(behind));
-    painter.drawPath(continuousRoundedRect(card, style::cardRadius));
+    if (behind == PanelSurface::Behind::Nothing)
+        painter.drawRect(card); // the window system cuts the corners; what is not painted is black
+    else
+        painter.drawPath(continuousRoundedRect(card, style::cardRadius));
 
     QLinearGradient outline(0, 0, 0, card.height());
     outline.setColorAt(0, style::white(0.22));

@@ -24,14 +24,21 @@ qreal contrastToWhite(const QColor &colour) {
     return 1.05 / (luminance + 0.05);
 }
 
+QColor highlightOf(const QPalette &palette) {
+    return palette.color(QPalette::Active, QPalette::Highlight);
+}
+
+/** The style's own highlight is no choice of the desktop's. */
+bool choosesHighlight(const QPalette &desktop) {
+    return highlightOf(desktop) != highlightOf(QApplication::style()->standardPalette());
+}
+
 QColor desktopAccent() {
     if (appearance().accent)
         return QColor::fromRgb(*appearance().accent);
-    // The style's own highlight is no choice of the desktop's.
-    const QColor highlight = QApplication::palette().color(QPalette::Active, QPalette::Highlight);
-    if (highlight !=
-        QApplication::style()->standardPalette().color(QPalette::Active, QPalette::Highlight))
-        return highlight;
+    const QPalette desktop = QApplication::palette();
+    if (choosesHighlight(desktop))
+        return highlightOf(desktop);
     return {0x0A, 0x84, 0xFF};
 }
 
@@ -114,7 +121,7 @@ QPalette panelPalette() {
 QPalette windowPalette(const QPalette &desktop) {
     const bool darken = appearance().colorScheme == ColorScheme::Dark && !isDark(desktop);
     QPalette palette = darken ? darkPalette() : desktop;
-    if (darken || appearance().accent) {
+    if (darken || appearance().accent || !choosesHighlight(desktop)) {
         palette.setColor(QPalette::Highlight, accent());
         palette.setColor(QPalette::HighlightedText, Qt::white);
     }

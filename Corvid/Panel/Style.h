@@ -84,7 +84,8 @@ QColor accent();
 /** The colours of the panel's widgets. */
 QPalette panelPalette();
 /** The colours of a window on a desktop whose programs have these ones: dark where the user wants
-    that and they are not, with the user's accent colour. */
+    that and they are not, with the user's accent colour, and with the panel's where the desktop has
+    none. */
 QPalette windowPalette(const QPalette &desktop);
 bool isDark(const QPalette &palette);
 /** A surface that stands out from the window's ground a little, and a line that parts things on it.

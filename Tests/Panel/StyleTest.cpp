@@ -43,6 +43,27 @@ TEST_F(StyleTest, theDesktopsAccentGoesBeforeItsHighlight) {
     EXPECT_EQ(style::accent(), QColor(0x20, 0x50, 0x80));
 }
 
+TEST_F(StyleTest, aWindowHasThePanelsAccentWhereTheDesktopNamesNone) {
+    for (const ColorScheme scheme : {ColorScheme::Light, ColorScheme::Dark}) {
+        Appearance appearance;
+        appearance.colorScheme = scheme;
+        style::setAppearance(appearance);
+        const QPalette palette = style::windowPalette(QApplication::palette());
+        EXPECT_EQ(palette.color(QPalette::Highlight), style::accent());
+        EXPECT_EQ(palette.color(QPalette::HighlightedText), QColor(Qt::white));
+    }
+}
+
+TEST_F(StyleTest, aWindowKeepsTheHighlightThatTheDesktopNames) {
+    QPalette desktop;
+    desktop.setColor(QPalette::Highlight, QColor(0xFF, 0xE0, 0x80));
+    desktop.setColor(QPalette::HighlightedText, Qt::black);
+    QApplication::setPalette(desktop);
+    const QPalette palette = style::windowPalette(QApplication::palette());
+    EXPECT_EQ(palette.color(QPalette::Highlight), QColor(0xFF, 0xE0, 0x80));
+    EXPECT_EQ(palette.color(QPalette::HighlightedText), QColor(Qt::black));
+}
+
 TEST_F(StyleTest, whiteTextStaysReadableOnABrightAccent) {
     for (const quint32 bright : {0xFFFF00U, 0xFFFFFFU, 0x00FF80U}) {
         setAccent(bright);
