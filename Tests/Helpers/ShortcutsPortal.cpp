@@ -8,8 +8,12 @@
 //
 //   --hangs            answers no call at all
 //   --keeps-silent     answers the calls, but never tells what became of BindShortcuts
+//   --grants-oddly     tells of a granted shortcut as if BindShortcuts had come to nothing
+//   --comes-to-nothing does so, and names no shortcut
 //   --refuses          BindShortcuts was not allowed by the user
 //   --refuses-session  CreateSession is not allowed
+//   --and-plasma       is KDE's daemon of shortcuts, too, with a key for each
+//   --and-plasma-without-key   the same, with a key for none
 //   --without          has no global shortcuts
 //   --without-key      gives the shortcut no key
 //   --tells-no-key     does not tell which key it is
@@ -113,8 +117,24 @@ void answerBinding(GDBusConnection *bus) {
         key = "";
     GVariantBuilder results;
     g_variant_builder_init(&results, G_VARIANT_TYPE_VARDICT);
-    g_variant_builder_add(&results, "{sv}", "shortcuts", listed(key));
-    respond(bus, bindToken, has("--refuses") ? 1 : 0, &results);
+    if (!has("--comes-to-nothing"))
+        g_variant_builder_add(&results, "{sv}", "shortcuts", listed(key));
+    guint32 code = has("--refuses") ? 1 : 0;
+    if (has("--grants-oddly") || has("--comes-to-nothing"))
+        code = 2;
+    respond(bus, bindToken, code, &results);
+}
+
+// What KDE's daemon of shortcuts says to a question for a shortcut's keys.
+GVariant *keysOfDaemon() {
+    GVariantBuilder sequences;
+    g_variant_builder_init(&sequences, G_VARIANT_TYPE("a(ai)"));
+    GVariantBuilder keys;
+    g_variant_builder_init(&keys, G_VARIANT_TYPE("ai"));
+    for (const int key : {has("--and-plasma") ? 0x8000020 : 0, 0, 0, 0})
+        g_variant_builder_add(&keys, "i", key);
+    g_variant_builder_add(&sequences, "(ai)", &keys);
+    return g_variant_new("(a(ai))", &sequences);
 }
 
 // The error that a call is answered with, if any; the response is sent before the reply.
@@ -193,6 +213,8 @@ GDBusMessage *filter(GDBusConnection *bus, GDBusMessage *message, gboolean incom
         GDBusMessage *reply =
             error ? g_dbus_message_new_method_error_literal(message, error, "Not so")
                   : g_dbus_message_new_method_reply(message);
+        if (method == "shortcutKeys")
+            g_dbus_message_set_body(reply, keysOfDaemon());
         g_dbus_connection_send_message(bus, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
                                        nullptr);
         g_object_unref(reply);
@@ -238,6 +260,16 @@ void obey(GDBusConnection *bus, const std::string &line) {
     }
 }
 
+bool takeName(GDBusConnection *bus, const char *name) {
+    GVariant *reply = g_dbus_connection_call_sync(
+        bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
+        g_variant_new("(su)", name, 0U), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+    if (!reply)
+        return false;
+    g_variant_unref(reply);
+    return true;
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -246,13 +278,11 @@ int main(int argc, char **argv) {
     if (!bus)
         return 1;
     g_dbus_connection_add_filter(bus, filter, nullptr, nullptr);
-    GVariant *reply = g_dbus_connection_call_sync(
-        bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
-        g_variant_new("(su)", "org.freedesktop.portal.Desktop", 0U), nullptr,
-        G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-    if (!reply)
+    if ((has("--and-plasma") || has("--and-plasma-without-key")) &&
+        !takeName(bus, "org.kde.kglobalaccel"))
         return 1;
-    g_variant_unref(reply);
+    if (!takeName(bus, "org.freedesktop.portal.Desktop"))
+        return 1;
     say("ready");
     if (has("--stays"))
         g_main_loop_run(g_main_loop_new(nullptr, FALSE));

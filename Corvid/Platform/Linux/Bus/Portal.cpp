@@ -23,7 +23,10 @@ Portal::Portal(const QDBusConnection &bus) : BusPeer(bus, name) {
         if (response.path() != requestPath_)
             return;
         const PortalResponse said = responseIn(response);
-        respond(said.code == 0 ? Outcome::Granted : Outcome::Refused, said.results);
+        respond(said.code == 0   ? Outcome::Granted
+                : said.code == 1 ? Outcome::Refused
+                                 : Outcome::Ended,
+                said.results);
     });
 }
 

@@ -10,7 +10,8 @@ public:
     /** What became of a request. */
     enum class Outcome {
         Granted,
-        Refused, ///< by the user, or it ended otherwise
+        Refused, ///< by the user
+        Ended,   ///< otherwise than by the user
         Unknown, ///< the portal has no such method
         Failed,  ///< the portal did not take it
     };

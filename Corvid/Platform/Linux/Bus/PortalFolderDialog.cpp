@@ -60,7 +60,7 @@ void PortalFolderDialog::ask(const QString &window, const QString &prompt) {
     const auto responded = [this](Portal::Outcome outcome, const QVariantMap &results) {
         if (outcome == Portal::Outcome::Granted)
             finish(foldersIn(results));
-        else if (outcome == Portal::Outcome::Refused)
+        else if (outcome == Portal::Outcome::Refused || outcome == Portal::Outcome::Ended)
             finish(QStringList());
         else
             finish(std::nullopt);

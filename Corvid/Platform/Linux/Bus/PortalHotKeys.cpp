@@ -2,7 +2,9 @@
 
 #include "Base/VirtualKeys.h"
 #include "Platform/Linux/Bus/PortalReplies.h"
+#include "Platform/Linux/DesktopSettings.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace corvid {
@@ -164,12 +166,45 @@ void PortalHotKeys::createSession() {
             answer(HotKeyAnswer::Refused);
         if (session_.isEmpty())
             becomeIdle();
-        else if (asked_)
-            bindShortcut();
-        else
+        else if (!asked_)
             closeSession();
+        else if (desktopsettings::isGnome())
+            findOutWhetherKept();
+        else
+            bindShortcut();
     };
     portal_->request(shortcutsInterface, u"CreateSession"_s, {}, options, responded);
+}
+
+// GNOME lets the user grant what it keeps for itself, and says that it is granted.
+void PortalHotKeys::findOutWhetherKept() {
+    const auto lookUp = [this, hotKey = *wanted_, others = callbacks_.alternatives,
+                         session = session_](const std::stop_token & /*stop*/) {
+        const auto isKept = [](const HotKey &each) {
+            const std::optional<QString> trigger = triggerFor(each);
+            return trigger && desktopsettings::isBound(*trigger);
+        };
+        const bool kept = isKept(hotKey);
+        std::optional<HotKey> free;
+        if (kept)
+            if (const auto found = std::ranges::find_if_not(others, isKept); found != others.end())
+                free = *found;
+        const auto goOnWith = [=, this] {
+            if (state_ != State::Busy || session_ != session)
+                return;
+            if (asked_ && !kept) {
+                bindShortcut();
+                return;
+            }
+            if (asked_ && free && callbacks_.foundFree)
+                callbacks_.foundFree(*free);
+            if (asked_)
+                answer(HotKeyAnswer::Taken);
+            closeSession();
+        };
+        QMetaObject::invokeMethod(&patience_, goOnWith, Qt::QueuedConnection);
+    };
+    tasks_.start(lookUp);
 }
 
 void PortalHotKeys::bindShortcut() {
@@ -177,9 +212,12 @@ void PortalHotKeys::bindShortcut() {
     const QVariantList arguments{QVariant::fromValue(QDBusObjectPath(session_)), shortcuts(),
                                  u""_s};
     const auto responded = [this](Portal::Outcome outcome, const QVariantMap &results) {
-        if (outcome == Portal::Outcome::Granted) {
+        const QVariant list = results.value(u"shortcuts"_s);
+        // GNOME 48 tells what it granted as if that had come to nothing.
+        if (outcome == Portal::Outcome::Granted ||
+            (outcome == Portal::Outcome::Ended && shortcutHasKey(list, id()))) {
             state_ = State::Bound;
-            answerShortcuts(results.value(u"shortcuts"_s));
+            answerShortcuts(list);
         } else {
             answer(HotKeyAnswer::Refused);
             closeSession();
@@ -247,7 +285,21 @@ void PortalHotKeys::answer(HotKeyAnswer answer) {
 }
 
 void PortalHotKeys::answerShortcuts(const QVariant &list) {
-    answer(shortcutHasKey(list, id()) ? HotKeyAnswer::Obtained : HotKeyAnswer::WithoutKey);
+    if (!shortcutHasKey(list, id())) {
+        answer(HotKeyAnswer::WithoutKey);
+        return;
+    }
+    // Plasma's portal takes for granted that a new shortcut has the key that we would like, even
+    // where another one has it. Its daemon knows.
+    QDBusMessage question =
+        QDBusMessage::createMethodCall(u"org.kde.kglobalaccel"_s, u"/kglobalaccel"_s,
+                                       u"org.kde.KGlobalAccel"_s, u"shortcutKeys"_s);
+    question.setArguments({QStringList{applicationId, id(), u""_s, u""_s}});
+    question.setAutoStartService(false);
+    portal_->send(question, [this, session = session_](const QDBusMessage &reply) {
+        if (state_ == State::Bound && session_ == session)
+            answer(meansNoKey(reply) ? HotKeyAnswer::WithoutKey : HotKeyAnswer::Obtained);
+    });
 }
 
 // Some desktops give the key before they say so.

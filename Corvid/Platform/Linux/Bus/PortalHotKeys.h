@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/TaskGroup.h"
 #include "Platform/HotKeyBackend.h"
 #include "Platform/Linux/Bus/Portal.h"
 #include "Platform/Linux/DesktopAtHand.h"
@@ -70,6 +71,7 @@ private:
     void portalVanished();
     void goOn();
     void createSession();
+    void findOutWhetherKept();
     void bindShortcut();
     void closeSession();
     void becomeIdle();
@@ -95,6 +97,7 @@ private:
     QTimer patience_;                  ///< runs while an answer is awaited
     QString trigger_;                  ///< of the session
     QString session_;                  ///< its path; empty without one
+    TaskGroup tasks_;
 };
 
 } // namespace corvid

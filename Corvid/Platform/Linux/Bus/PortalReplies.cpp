@@ -143,6 +143,25 @@ bool shortcutHasKey(const QVariant &list, const QString &id) {
            exactly<QString>(found->properties.value(u"trigger_description"_s)) != QString();
 }
 
+bool meansNoKey(const QDBusMessage &reply) {
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.signature() != "a(ai)"_L1)
+        return false;
+    const auto sequences = reply.arguments()[0].value<QDBusArgument>();
+    bool isKnown = false;
+    bool hasKey = false;
+    sequences.beginArray();
+    while (!sequences.atEnd()) {
+        QList<int> keys;
+        sequences.beginStructure();
+        sequences >> keys;
+        sequences.endStructure();
+        isKnown = true;
+        hasKey = hasKey || std::ranges::any_of(keys, [](int key) { return key != 0; });
+    }
+    sequences.endArray();
+    return isKnown && !hasKey;
+}
+
 QString handleOf(const QVariant &value) {
     const auto path = exactly<QDBusObjectPath>(value);
     return path ? path->path() : exactly<QString>(value).value_or(QString());

@@ -49,6 +49,10 @@ void registerPortalShortcuts();
     it is: it may be any. */
 bool shortcutHasKey(const QVariant &list, const QString &id);
 
+/** Whether KDE's daemon of shortcuts says in its reply that it knows a shortcut and has no key for
+    it. */
+bool meansNoKey(const QDBusMessage &reply);
+
 /** Handles come as strings from some portals, as object paths from others. Empty for neither. */
 QString handleOf(const QVariant &value);
 

@@ -23,6 +23,9 @@ namespace {
 
 constexpr HotKey optionK{40, HotKey::option};
 constexpr HotKey commandJ{38, HotKey::command};
+constexpr HotKey optionSpace{49, HotKey::option};
+constexpr HotKey superSpace{49, HotKey::command};
+constexpr HotKey controlOptionSpace{49, HotKey::control | HotKey::option};
 
 const QString hello = u"Register app.corvid.Launcher"_s;
 const QString wantsK = u"BindShortcuts toggle-ALT+k ALT+k"_s;
@@ -60,6 +63,7 @@ class PortalHotKeysTest : public ::testing::Test {
 protected:
     void SetUp() override {
         qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+        qunsetenv("XDG_CURRENT_DESKTOP");
         startBus();
     }
     void TearDown() override {
@@ -210,6 +214,51 @@ TEST_F(PortalHotKeysTest, aRefusedShortcutCouldNotBeHadAndNoSessionIsLeft) {
     EXPECT_TRUE(registration.is(HotKeyAnswer::Refused));
     EXPECT_TRUE(portal.hears(u"Session.Close"_s));
     EXPECT_EQ(portal.calls().count(wantsK), 1) << "the user is not asked again and again";
+}
+
+TEST_F(PortalHotKeysTest, aShortcutThatIsGrantedAsIfItHadComeToNothingWorks) {
+    ShortcutsPortal portal({u"--grants-oddly"_s});
+    grab();
+    EXPECT_TRUE(registration.obtained());
+    portal.tell("press");
+    EXPECT_TRUE(registration.pressed(1));
+    EXPECT_FALSE(portal.calls().contains(u"Session.Close"_s));
+}
+
+TEST_F(PortalHotKeysTest, aQuestionThatComesToNothingGivesNoKey) {
+    ShortcutsPortal portal({u"--comes-to-nothing"_s});
+    grab();
+    EXPECT_TRUE(registration.is(HotKeyAnswer::Refused));
+    EXPECT_TRUE(portal.hears(u"Session.Close"_s));
+}
+
+TEST_F(PortalHotKeysTest, aKeyThatGnomeKeepsIsNotAskedForAndAFreeOneIsFound) {
+    qputenv("XDG_CURRENT_DESKTOP", "GNOME");
+    qputenv("GSETTINGS_BACKEND", "memory");
+    ShortcutsPortal portal;
+    std::optional<HotKey> free;
+    HotKeyBackend::Callbacks callbacks = registration.callbacks();
+    callbacks.foundFree = [&](const HotKey &hotKey) { free = hotKey; };
+    callbacks.alternatives = {superSpace, controlOptionSpace};
+    hotKeys->grab(optionSpace, callbacks);
+    EXPECT_TRUE(registration.is(HotKeyAnswer::Taken));
+    EXPECT_EQ(free, controlOptionSpace) << "the other one switches the layout there";
+    EXPECT_TRUE(portal.hears(u"Session.Close"_s));
+    grab();
+    EXPECT_TRUE(registration.obtained());
+    EXPECT_EQ(portal.calls().filter(u"BindShortcuts"_s), QStringList{wantsK});
+}
+
+TEST_F(PortalHotKeysTest, aShortcutThatPlasmaKnowsWithoutAKeyHasNone) {
+    ShortcutsPortal portal({u"--and-plasma-without-key"_s});
+    grab();
+    EXPECT_TRUE(registration.is(HotKeyAnswer::WithoutKey));
+}
+
+TEST_F(PortalHotKeysTest, aShortcutThatPlasmaHasAKeyForWorks) {
+    ShortcutsPortal portal({u"--and-plasma"_s});
+    grab();
+    EXPECT_TRUE(registration.obtained());
 }
 
 TEST_F(PortalHotKeysTest, aRefusedSessionCouldNotBeHad) {
