@@ -159,6 +159,15 @@ TEST(SearchFieldTest, returnArrowsAndEscapeAreCalledInALaterTurn) {
     }));
 }
 
+TEST(SearchFieldTest, spacesBeforeTheFirstLetterAreNotTyped) {
+    SearchField field;
+    for (const QChar letter : u"   a b "_s) {
+        QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, letter);
+        QApplication::sendEvent(&field, &press);
+    }
+    EXPECT_EQ(field.text(), u"a b "_s);
+}
+
 TEST(SearchFieldTest, tabDoesNotLeaveTheField) {
     QWidget window;
     SearchField field(&window);

@@ -82,6 +82,12 @@ void SearchField::keyPressEvent(QKeyEvent *event) {
         event->accept();
         return;
     }
+    // It would mean nothing. GNOME keeps back that the hot key's own was released, and XWayland
+    // repeats it without end.
+    if (text().isEmpty() && event->text() == QLatin1StringView(" ")) {
+        event->accept();
+        return;
+    }
     switch (event->key()) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
