@@ -129,8 +129,12 @@ void LauncherPanel::present(quint32 time) {
     winId(); // there is no window to prepare before it was first asked for
     surface_.prepare(*windowHandle(), style::cardRadius, time);
     {
-        const BeforePainting appearing(
-            *windowHandle(), [this] { surface_.appeared(*windowHandle(), origin_, card()); });
+        const BeforePainting appearing(*windowHandle(), [this] {
+            surface_.appeared(*windowHandle(), origin_, card());
+            // Qt asks each widget that it shows to paint itself, later. Where that came after the
+            // first picture, as on Wayland, all would be painted twice.
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::UpdateLater);
+        });
         show();
     }
     raise();

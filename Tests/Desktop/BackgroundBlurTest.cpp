@@ -115,6 +115,14 @@ TEST_F(BackgroundBlurTest, howeverOftenItIsPaintedTheCardStaysAsTranslucent) {
     EXPECT_EQ(all.count(all.constFirst()), all.size()) << qPrintable(all.join(u'\n'));
 }
 
+TEST_F(BackgroundBlurTest, aShowingIsPaintedOnce) {
+    launch({});
+    showAnew();
+    toggle();
+    ASSERT_TRUE(compositor->says(u"hidden"_s));
+    EXPECT_EQ(said(u"opacity"_s).size(), 1);
+}
+
 TEST_F(BackgroundBlurTest, withoutAnyTheCardIsMoreOpaque) {
     launch({});
     EXPECT_GT(opacity(), thin);
