@@ -790,6 +790,7 @@ TEST_F(AIServiceTest, aTlsAddressOfAPlainServerIsAnError) {
     QString base = server.baseURL();
     base.replace(u"http:"_s, u"https:"_s);
     EXPECT_TRUE(ask(base).error);
+    EXPECT_LE(server.connections(), 2) << "tried again more than once";
     EXPECT_FALSE(intent(base));
     EXPECT_TRUE(server.requests().empty());
 }

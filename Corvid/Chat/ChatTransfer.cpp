@@ -81,6 +81,8 @@ void ChatTransfer::send(const QUrl &url) {
     connect(reply_, &QNetworkReply::socketStartedConnecting, this, limit);
     isNew_ = false;
     connect(reply_, &QNetworkReply::socketStartedConnecting, this, [this] { isNew_ = true; });
+    isSent_ = false;
+    connect(reply_, &QNetworkReply::requestSent, this, [this] { isSent_ = true; });
     connect(reply_, &QNetworkReply::requestSent, this, limit);
     connect(reply_, &QNetworkReply::metaDataChanged, this, &ChatTransfer::headArrived);
     connect(reply_, &QNetworkReply::readyRead, this, [this] { readBody(); });
@@ -157,8 +159,9 @@ bool ChatTransfer::readBody() {
 
 void ChatTransfer::finished() {
     // The server had closed the connection that was left of an earlier question. Qt up to 6.10 asks
-    // again by itself.
-    if (!isNew_ && status() == 0 && reply_->error() == QNetworkReply::RemoteHostClosedError) {
+    // again by itself; 6.11 also takes that for the end of a new one, before it has asked.
+    if (status() == 0 && reply_->error() == QNetworkReply::RemoteHostClosedError &&
+        (!isNew_ || (!isSent_ && !std::exchange(isSentAgain_, true)))) {
         const QUrl url = reply_->url();
         closeReply();
         send(url);

@@ -77,7 +77,9 @@ private:
     Request request_;
     const Handlers handlers_;
     QNetworkReply *reply_ = nullptr;
-    bool isNew_ = false; ///< the connection
+    bool isNew_ = false;       ///< the connection
+    bool isSent_ = false;      ///< the request
+    bool isSentAgain_ = false; ///< after it could not be
     int redirects_ = 0;
     bool refused_ = false; ///< only what the server says of it is still to come
     QByteArray beginning_; ///< of the body

@@ -26,7 +26,7 @@ QString iconTheme();
 QString terminal();
 
 /** Whether GNOME has a use of its own for a combination, as "<Alt>space" or "ALT+space". Reads
-   files; background only. */
+    files; background only. */
 bool isBound(const QString &combination);
 
 } // namespace corvid::desktopsettings
