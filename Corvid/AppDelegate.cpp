@@ -33,6 +33,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto freshAfter = 10s;
+constexpr auto idleAfter = freshAfter + 2s; // the start's scans have ended, too
 constexpr auto catalogsLoadTime = 800ms;
 constexpr auto queryDumpPause = 100ms;
 
@@ -66,6 +67,7 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, 
     projects_.load(std::move(lists.projects));
     const bool isFirst = !hadLists && catalog_.apps().empty() && projects_.projects().empty() &&
                          settings::nothingStored(platform_.defaults);
+    untilIdle_.start();
     catalogRefresh_.emplace(platform_.desktopEntries, catalog_, projects_, platform_.now);
     // A process that answers on standard error and shows nothing must not take the hot key from
     // the one that people use, nor a place in the tray.
@@ -102,6 +104,12 @@ void AppDelegate::makePanel() {
 }
 
 void AppDelegate::connectParts() {
+    untilIdle_.setSingleShot(true);
+    untilIdle_.setInterval(idleAfter);
+    untilIdle_.callOnTimeout([this] {
+        if (isIdle() && onIdle)
+            onIdle();
+    });
     viewModel_.catalog = &catalog_;
     viewModel_.projects = &projects_;
     viewModel_.branches = &branches_;
@@ -194,6 +202,7 @@ void AppDelegate::bringUp(quint32 time) {
 
 void AppDelegate::hide() {
     lastHideTime_ = platform_.now();
+    untilIdle_.start();
     stickyShowing_ = false;
     mouseMonitor_.reset();
     viewModel_.withdrawQuestion();

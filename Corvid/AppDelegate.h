@@ -13,6 +13,7 @@
 #include "ProjectIndex.h"
 
 #include <QObject>
+#include <QTimer>
 
 #include <chrono>
 #include <functional>
@@ -103,6 +104,10 @@ public:
         process were another. */
     bool isIdle() const;
 
+    /** Called some time after the start and after each hiding, if it is idle by then: what is kept
+        for nothing can be given back. */
+    std::function<void()> onIdle;
+
     /** Does what the command line or another process asks for. */
     void fulfil(const Wish &wish);
 
@@ -148,6 +153,7 @@ private:
     std::unique_ptr<StartNotice> startNotice_; ///< null in a process that only answers
     std::unique_ptr<SettingsView> settingsWindow_;
     std::optional<BootClock::time_point> lastHideTime_;
+    QTimer untilIdle_;
     bool stickyShowing_ = false; ///< until it is hidden, the panel stays without the keyboard
     std::unique_ptr<ClickMonitor::Token> mouseMonitor_; ///< while the panel is shown
 };

@@ -174,6 +174,8 @@ End run(const Start &start, bool busIsSilent, char **argv, Instance &instance,
                           *windowSystem.surface, windowSystem.clickMonitor.get(),
                           HotKeyManager::shared(), instance, tray, *appearance, folderDialog,
                           AIService::shared(), sessionControl, notifier});
+    // Scans and showings leave their memory in pieces, which the heap would keep.
+    delegate.onIdle = [] { malloc_trim(0); };
     const auto finishLaunching = [&] {
         delegate.applicationDidFinishLaunching(commandLine, std::move(cachedLists));
     };

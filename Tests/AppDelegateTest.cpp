@@ -254,6 +254,17 @@ TEST_F(AppDelegateTest, eachShowingReadsTheBranchesOfTheProjectsInSightAnew) {
     EXPECT_TRUE(QDir(web.path).removeRecursively());
 }
 
+TEST_F(AppDelegateTest, thatNothingWasShownForAWhileIsTold) {
+    int idle = 0;
+    delegate.onIdle = [&] { ++idle; };
+    launch();
+    EXPECT_TRUE(waitUntil([&] { return idle == 1; }));
+    delegate.show();
+    delegate.hide();
+    now += std::chrono::seconds(11);
+    EXPECT_TRUE(waitUntil([&] { return idle == 2; }));
+}
+
 TEST_F(AppDelegateTest, aCloseByTheWindowManagerIsAHide) {
     launch({"--show"});
     delegate.viewModel().setQuery(u"zed"_s);
