@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <functional>
 #include <list>
@@ -167,6 +168,8 @@ private:
     void accept() {
         for (;;) {
             const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+            if (socket < 0 && (errno == EINTR || errno == ECONNABORTED))
+                continue; // a child has ended, say
             if (socket < 0)
                 return;
             const int on = 1;
