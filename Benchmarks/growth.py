@@ -82,7 +82,7 @@ def picture(results):
     return "\n".join([f"<svg xmlns='http://www.w3.org/2000/svg' width='{3 * WIDTH}' "
                       f"height='{HEIGHT}' font-family='sans-serif' font-size='11'>",
                       "<title>What more applications and projects cost</title>",
-                      "<rect width='100%' height='100%' fill='white'/>", *parts, "</svg>", ""])
+                      f"<rect width='{3 * WIDTH}' height='{HEIGHT}' fill='white'/>", *parts, "</svg>", ""])
 
 
 if __name__ == "__main__":
