@@ -5,21 +5,13 @@
 
 namespace corvid {
 
-namespace {
-
-void becomeUtility() {
-    constexpr int niceness = 10;
-    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness);
-}
-
-} // namespace
-
 void TaskGroup::start(std::function<void(std::stop_token)> task, TaskPriority priority) {
     tasks_.remove_if([](const Task &old) { return old.finished.load(); });
     Task &entry = tasks_.emplace_back();
     entry.thread = std::jthread([&entry, task = std::move(task), priority](std::stop_token stop) {
+        constexpr int utilityNiceness = 10;
         if (priority == TaskPriority::Utility)
-            becomeUtility();
+            setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), utilityNiceness);
         task(std::move(stop));
         entry.finished = true;
     });
