@@ -5,6 +5,7 @@
 #include "Worlds/ScriptedCompositor.h"
 #include "Worlds/Sway.h"
 
+#include <QFile>
 #include <QJsonArray>
 
 #include <gtest/gtest.h>
@@ -202,6 +203,18 @@ TEST_F(WaylandTest, escapeHidesIt) {
     summon();
     sway.press(u"Escape"_s);
     EXPECT_TRUE(disappears());
+}
+
+// It weighs more than all of the program, and nothing is drawn with it.
+TEST_F(WaylandTest, loadsNoGraphicsDriver) {
+    launch();
+    summon();
+    QFile file(u"/proc/%1/maps"_s.arg(program.processId()));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray maps = file.readAll();
+    EXPECT_TRUE(maps.contains("libwayland-client.so"));
+    for (const char *part : {"libEGL_", "libgallium", "_dri.so", "libLLVM"})
+        EXPECT_FALSE(maps.contains(part)) << part;
 }
 
 TEST_F(WaylandTest, anotherProcessShowsAndHidesIt) {
