@@ -70,6 +70,9 @@ private:
         wp_viewport_set_destination(viewport_.get(), size.width(), size.height());
         wl_surface_attach(surface_.get(), pixel, 0, 0);
         wl_surface_commit(surface_.get());
+        // sway takes what the last commit changed for changed at each one of the panel's: it would
+        // draw the whole output for every letter.
+        wl_surface_commit(surface_.get());
     }
 
     WaylandPointer<wl_surface> surface_;
