@@ -57,7 +57,16 @@ AppDelegate::~AppDelegate() {
     platform_.session.onChange = nullptr;
 }
 
+AppDelegate::CachedLists AppDelegate::readCachedLists(std::function<void()> before) {
+    AppCatalog::CachedList apps = AppCatalog::readCachedList(before);
+    if (apps.isQuick)
+        before = [reading = apps.list] { reading.wait(); };
+    return {std::move(apps), ProjectIndex::readCachedList(std::move(before))};
+}
+
 void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, CachedLists lists) {
+    if (!commandLine.wishes().empty())
+        holdScans();
     makePanel();
     connectParts();
     viewModel_.refresh();
@@ -91,10 +100,24 @@ void AppDelegate::applicationDidFinishLaunching(const CommandLine &commandLine, 
     platform_.instance.serve([this](const Wish &wish) { fulfil(wish); });
 }
 
+// Who summons the panel sees the lists of the last time first, and nobody else has the processors
+// until then. A window manager that does not show it may do so for ever.
+void AppDelegate::holdScans() {
+    constexpr auto longest = 1s;
+    scanHold_.emplace();
+    QTimer::singleShot(longest, this, [this] { scanHold_.reset(); });
+}
+
 void AppDelegate::makePanel() {
     style::setAppearance(platform_.appearance.current());
     panel_ = std::make_unique<LauncherPanel>(viewModel_, platform_.panelSurface);
     panel_->onClose = [this] { hide(); };
+    // Nothing of this shall keep the panel from being seen.
+    panel_->onPainted = [this] {
+        scanHold_.reset();
+        catalogRefresh_->panelShown();
+        platform_.session.ask();
+    };
     platform_.appearance.onChange = [this] {
         style::setAppearance(platform_.appearance.current());
         panel_->applyStyle();
@@ -186,8 +209,6 @@ void AppDelegate::bringUp(quint32 time) {
     viewModel_.lookUpAgain();
     panel_->position();
     panel_->present(time);
-    catalogRefresh_->panelShown();
-    platform_.session.ask();
     mouseMonitor_.reset();
     if (!platform_.clickMonitor)
         return;

@@ -3,6 +3,7 @@
 #include "AppCatalog.h"
 #include "Base/BootClock.h"
 #include "Base/Records.h"
+#include "Base/TaskGroup.h"
 #include "Catalog/ProjectBranches.h"
 #include "EditorLauncher.h"
 #include "KeychainHelper.h"
@@ -84,10 +85,9 @@ public:
         ProjectIndex::CachedList projects;
     };
 
-    /** Starts to read them; needs no application object. */
-    static CachedLists readCachedLists() {
-        return {AppCatalog::readCachedList(), ProjectIndex::readCachedList()};
-    }
+    /** Starts to read them, once `before` has returned; needs no application object. One after the
+        other, as long as that is quick: the main thread has the other processor to itself. */
+    static CachedLists readCachedLists(std::function<void()> before = [] {});
 
     /** Start-up, once the event loop can run. */
     void applicationDidFinishLaunching(const CommandLine &commandLine,
@@ -130,6 +130,7 @@ public:
 
 private:
     bool startsAfresh() const;
+    void holdScans();
     void makePanel();
     void connectParts();
     /** Shows the panel as it was left. */
@@ -153,6 +154,7 @@ private:
     std::unique_ptr<StartNotice> startNotice_; ///< null in a process that only answers
     std::unique_ptr<SettingsView> settingsWindow_;
     std::optional<BootClock::time_point> lastHideTime_;
+    std::optional<UtilityHold> scanHold_; ///< until the panel was painted
     QTimer untilIdle_;
     bool stickyShowing_ = false; ///< until it is hidden, the panel stays without the keyboard
     std::unique_ptr<ClickMonitor::Token> mouseMonitor_; ///< while the panel is shown

@@ -132,9 +132,10 @@ End run(const Start &start, bool busIsSilent, char **argv, Instance &instance,
     // The toolkit takes the first thread that asks this for the main one.
     static_cast<void>(QThread::currentThread());
     // Decoding what is stored takes about as long as the toolkit needs to start: side by side.
-    const std::future<void> roles =
+    const std::shared_future<void> roles =
         std::async(std::launch::async, [] { static_cast<void>(RoleCatalog::shared()); });
-    AppDelegate::CachedLists cachedLists = AppDelegate::readCachedLists();
+    AppDelegate::CachedLists cachedLists =
+        AppDelegate::readCachedLists([roles] { roles.wait(); });
 
     // The toolkit gets no arguments: it would take some out of a query's text.
     int argc = 1;

@@ -84,8 +84,11 @@ LauncherPanel::~LauncherPanel() {
 }
 
 void LauncherPanel::setVisible(bool visible) {
-    if (!visible && isVisible())
-        surface_.withdraw(*windowHandle());
+    if (!visible) {
+        painting_ = Painting::Done;
+        if (isVisible())
+            surface_.withdraw(*windowHandle());
+    }
     QWidget::setVisible(visible);
 }
 
@@ -99,8 +102,6 @@ void LauncherPanel::paintEvent(QPaintEvent *event) {
     // of it is filled, as far as is painted now: the part alone may end within a pixel.
     painter.setCompositionMode(QPainter::CompositionMode_Clear);
     painter.fillRect(rect(), Qt::transparent);
-    if (std::exchange(shadowIsDue_, false))
-        QMetaObject::invokeMethod(this, &LauncherPanel::castShadow, Qt::QueuedConnection);
     // The card covers it, but for the corners: most repaints need not draw it.
     const int corners = qCeil(2 * style::cardRadius);
     const QRect belowCorners = card().adjusted(0, corners, 0, -corners);
@@ -125,8 +126,11 @@ void LauncherPanel::position() {
 void LauncherPanel::present(quint32 time) {
     grip_.reset();
     view_->setBehind(surface_.behind());
-    shadowIsDue_ = surface_.castsShadow();
     winId(); // there is no window to prepare before it was first asked for
+    windowHandle()->installEventFilter(this);
+    painting_ = Painting::Awaited;
+    if (isVisible())
+        tellOfPainting();
     surface_.prepare(*windowHandle(), style::cardRadius, time);
     {
         const BeforePainting appearing(*windowHandle(), [this] {
@@ -139,19 +143,48 @@ void LauncherPanel::present(quint32 time) {
     }
     raise();
     activateWindow();
+    surface_.anticipateKeyboard(*windowHandle());
     if (SearchField *field = SearchField::current()) {
         field->setFocus(Qt::ActiveWindowFocusReason);
         field->selectAll();
     }
+    if (surface_.leavesTimeToPaint())
+        paintAhead();
 }
 
-void LauncherPanel::castShadow() {
-    if (isVisible())
+// While the window manager is busy with the window. Qt paints only what it takes for mapped; once
+// the window is exposed, there is nothing left but to hand the picture over.
+void LauncherPanel::paintAhead() {
+    setAttribute(Qt::WA_Mapped);
+    repaint();
+}
+
+// Qt paints or hands over what it has painted as it hears that the window is exposed.
+bool LauncherPanel::eventFilter(QObject *object, QEvent *event) {
+    if (event->type() == QEvent::Expose && object == windowHandle() && windowHandle()->isExposed())
+        tellOfPainting();
+    return QWidget::eventFilter(object, event);
+}
+
+void LauncherPanel::tellOfPainting() {
+    if (painting_ != Painting::Awaited)
+        return;
+    painting_ = Painting::Begun;
+    QMetaObject::invokeMethod(this, &LauncherPanel::painted, Qt::QueuedConnection);
+}
+
+void LauncherPanel::painted() {
+    if (painting_ != Painting::Begun)
+        return;
+    painting_ = Painting::Done;
+    if (surface_.castsShadow())
         surface_.castShadow(*windowHandle(),
                             {[this](qreal scale, std::function<void(const QImage &)> drawn) {
                                  drawShadow(scale, std::move(drawn));
                              },
                              CardShadow::room()});
+    if (onPainted)
+        onPainted();
 }
 
 void LauncherPanel::drawShadow(qreal scale, std::function<void(const QImage &)> drawn) {

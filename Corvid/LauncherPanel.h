@@ -54,12 +54,15 @@ public:
 
     /** Called when the window manager asks the panel to close. */
     std::function<void()> onClose;
+    /** Called once for each present(), after the panel has been painted. */
+    std::function<void()> onPainted;
     /** Called when the panel loses the keyboard, other than to a modal window of its own. */
     std::function<void()> onResignKey;
 
 protected:
     void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
+    bool eventFilter(QObject *object, QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
@@ -67,7 +70,9 @@ protected:
 
 private:
     bool hasSheet() const;
-    void castShadow();
+    void paintAhead();
+    void tellOfPainting();
+    void painted();
     void drawShadow(qreal scale, std::function<void(const QImage &)> drawn);
     /** The card's place in the window. */
     QRect card() const;
@@ -78,7 +83,7 @@ private:
     std::optional<QPoint> grip_; ///< where in the window the pointer holds it
     bool dragged_ = false;       ///< it has moved since
     CardShadow shadow_;
-    bool shadowIsDue_ = false; ///< once it has been painted
+    enum class Painting { Done, Awaited, Begun } painting_ = Painting::Done; ///< since it was shown
     LauncherView *view_;
     TaskGroup tasks_;
 };

@@ -52,7 +52,9 @@ public:
 
     /** Starts to read the cache, for a caller that has something else to do before load(). Any
         thread, and needs no event loop. */
-    static CachedList readCachedList() { return List::readCache(); }
+    static CachedList readCachedList(std::function<void()> before = [] {}) {
+        return List::readCache(std::move(before));
+    }
 
     /** Shows the cached list if there is one, then starts a scan and returns. A cache too large to
         be waited for is shown when it is read, unless a scan was faster. May be called again at

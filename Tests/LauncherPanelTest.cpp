@@ -15,6 +15,18 @@ using namespace corvid;
 
 namespace {
 
+/** How often a widget was asked to paint itself since this was made. */
+class PaintCount final : public QObject {
+public:
+    explicit PaintCount(QWidget &widget) { widget.installEventFilter(this); }
+    bool eventFilter(QObject * /*object*/, QEvent *event) override {
+        count += event->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+
+    int count = 0;
+};
+
 class LauncherPanelTest : public ::testing::Test {
 protected:
     LauncherPanelTest() {
@@ -94,6 +106,36 @@ TEST_F(LauncherPanelTest, whereNothingIsBehindItNoPixelOfItsCornersStaysUnpainte
     for (const QPoint &corner : {painted.rect().topLeft(), painted.rect().topRight(),
                                  painted.rect().bottomLeft(), painted.rect().bottomRight()})
         EXPECT_EQ(painted.pixelColor(corner).alpha(), 255);
+}
+
+TEST_F(LauncherPanelTest, whoWaitsForItToBePaintedIsToldOnceForEachTimeItIsPresented) {
+    int painted = 0;
+    panel.onPainted = [&] { ++painted; };
+    panel.hide();
+    panel.present(0);
+    EXPECT_EQ(painted, 0) << "not before";
+    EXPECT_TRUE(waitUntil([&] { return painted == 1; }));
+    panel.present(0);
+    EXPECT_TRUE(waitUntil([&] { return painted == 2; })) << "it was there before";
+    panel.hide();
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(painted, 2);
+}
+
+TEST_F(LauncherPanelTest, isPaintedWhileTheWindowSystemIsStillBusyWithItsWindow) {
+    const PaintCount paints(panel);
+    panel.hide();
+    surface.isSlow = true;
+    panel.present(0);
+    EXPECT_EQ(paints.count, 1);
+    bool shown = false;
+    panel.onPainted = [&] { shown = true; };
+    EXPECT_TRUE(waitUntil([&] { return shown; }));
+    EXPECT_EQ(paints.count, 1) << "and not again once it is seen";
+}
+
+TEST_F(LauncherPanelTest, theKeyboardIsAnticipatedOnceTheWindowIsShown) {
+    EXPECT_EQ(surface.anticipatedVisibly, std::vector{true});
 }
 
 TEST_F(LauncherPanelTest, itsGroundCanBeDraggedAndWhatStandsOnItNot) {

@@ -16,7 +16,9 @@
 #include <QTemporaryDir>
 #include <QThread>
 
+#include <chrono>
 #include <condition_variable>
+#include <future>
 #include <memory>
 #include <mutex>
 
@@ -341,6 +343,16 @@ TEST_F(ProjectIndexTest, aLargeCacheKeepsNobodyWaitingThoughASmallOneHasTakenIts
     EXPECT_EQ(updates, 0) << "not within the call";
     EXPECT_TRUE(waitUntil([&] { return updates > 0; }));
     gate_.open(at(u"src"_s));
+}
+
+TEST_F(ProjectIndexTest, aCacheIsReadOnceWhatIsToComeBeforeIt) {
+    writeCacheBytes(encodeRecords<ProjectEntry>({cached}));
+    std::promise<void> before;
+    ProjectIndex::CachedList reading =
+        ProjectIndex::readCachedList([come = before.get_future().share()] { come.wait(); });
+    EXPECT_EQ(reading.list.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    before.set_value();
+    EXPECT_EQ(reading.list.get()->records, std::vector{cached});
 }
 
 TEST_F(ProjectIndexTest, aCacheOfMoreThanSixtyFourMebibytesIsNone) {

@@ -13,6 +13,16 @@ enum class TaskPriority {
     Utility, ///< yields to everything else that wants the processor
 };
 
+/** While there is one, no utility task begins: those that are started meanwhile wait for its end.
+    One at a time. */
+class UtilityHold {
+public:
+    UtilityHold();
+    ~UtilityHold();
+    UtilityHold(const UtilityHold &) = delete;
+    UtilityHold &operator=(const UtilityHold &) = delete;
+};
+
 /**
  * Background tasks that end with their owner: the destructor asks every task to stop and waits
  * for it. Declare it as the owner's last member, so that tasks never see a half-destroyed owner.

@@ -38,7 +38,7 @@ public:
     using SharedSnapshot = std::shared_ptr<Snapshot>;
     /** The list of the last run, empty when there is none; its destructor waits for it. */
     struct Cached {
-        std::future<SharedSnapshot> list;
+        std::shared_future<SharedSnapshot> list;
         bool isQuick = true; ///< whether the main thread can wait for it
     };
     using Scan = std::function<Records(const std::stop_token &)>;
@@ -50,15 +50,16 @@ public:
                          std::function<void()> onScanned = nullptr)
         : onReplaced_(std::move(onReplaced)), onScanned_(std::move(onScanned)) {}
 
-    /** Starts to read the cache. Any thread; needs no event loop. */
-    static Cached readCache() {
+    /** Starts to read the cache, once `before` has returned. Any thread; needs no event loop. */
+    static Cached readCache(std::function<void()> before = [] {}) {
         // Reading it, and preparing what it holds for searching, takes 4 ms at most on a slow
         // machine. Holds for 1,000 applications or 3,000 projects.
         constexpr qint64 mostIfQuick = (std::is_same_v<Record, AppEntry> ? 512 : 384) * 1024;
         std::optional<OpenedFile> file = openRegularFile(cachePath());
         const bool isQuick = !file || file->size() <= mostIfQuick;
         return {std::async(std::launch::async,
-                           [file = std::move(file)] {
+                           [file = std::move(file), before = std::move(before)] {
+                               before();
                                return std::make_shared<Snapshot>(corvid::readCache<Record>(file));
                            }),
                 isQuick};

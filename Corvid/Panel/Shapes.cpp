@@ -59,13 +59,12 @@ QPainterPath continuousRoundedRect(const QRectF &rect, qreal radius) {
 }
 
 void paintCard(QPainter &painter, const QRect &card, PanelSurface::Behind behind) {
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(cardOver(behind));
     if (behind == PanelSurface::Behind::Nothing)
-        painter.drawRect(card); // the window system cuts the corners; what is not painted is black
-    else
-        painter.drawPath(continuousRoundedRect(card, style::cardRadius));
+        // The window system cuts the corners; what is not painted is black.
+        painter.fillRect(card, cardOver(behind));
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (behind != PanelSurface::Behind::Nothing)
+        painter.fillPath(continuousRoundedRect(card, style::cardRadius), cardOver(behind));
 
     QLinearGradient outline(0, 0, 0, card.height());
     outline.setColorAt(0, style::white(0.22));

@@ -50,6 +50,14 @@ public:
         the card lies at `card` in it. Device-independent pixels. */
     virtual void appeared(QWindow & /*panel*/, const QPoint & /*origin*/, const QRect & /*card*/) {}
 
+    /** Has Qt take the shown window, which has been promised the keyboard, for the one that has it:
+        it is painted once then, and not once more for its caret. */
+    virtual void anticipateKeyboard(QWindow & /*panel*/) {}
+
+    /** Whether it takes a while until the window that is being shown can be drawn to, in which it
+        may be painted. */
+    virtual bool leavesTimeToPaint() const { return false; }
+
     /** The card's shadow alone, with nothing where the card lies. */
     struct Shadow {
         /** Draws it in the background, and hands it over in the main thread if the panel still

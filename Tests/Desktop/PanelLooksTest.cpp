@@ -92,6 +92,33 @@ protected:
         return count;
     }
 
+    /** As a compositor announces it. */
+    void announceBlur(bool blurs) const {
+        xcb_atom_t region = XCB_ATOM_NONE;
+        x11::intern(connection_, {{&region, "_KDE_NET_WM_BLUR_BEHIND_REGION"}});
+        if (blurs)
+            x11::setNumbers(connection_, root_, region, region, {0});
+        else
+            xcb_delete_property(connection_, root_, region);
+        xcb_flush(connection_);
+    }
+    /** Of the card beside its field, from 0 to 255. */
+    int opacity() const {
+        const x11::Reply<xcb_get_image_reply_t> image(xcb_get_image_reply(
+            connection_,
+            xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, panel_,
+                          static_cast<std::int16_t>(pixels(330)),
+                          static_cast<std::int16_t>(pixels(4)), 1, 1, ~0U),
+            nullptr));
+        return image ? xcb_get_image_data(image.get())[3] : -1;
+    }
+    void showAnew() const {
+        press(u"Escape"_s);
+        ASSERT_TRUE(eventually([this] { return !panelIsVisible(); }));
+        press(u"alt+k"_s);
+        ASSERT_TRUE(eventually([this] { return panelHasKeyboard(); }));
+    }
+
 private:
     x11::Connection connection_;
     xcb_window_t root_;
@@ -155,6 +182,17 @@ TEST_P(PanelLooksTest, noShadowIsCastWithoutACompositor) {
     type(u"frob"_s); // it is painted, and what follows that is done
     EXPECT_TRUE(eventually([this] { return bluePixels() > 0; }));
     EXPECT_FALSE(castsShadow());
+}
+
+TEST_P(PanelLooksTest, aCompositorThatBeginsToBlurOrStopsIsHeard) {
+    const CompositorClaim compositor(server.display());
+    launchScaled();
+    EXPECT_TRUE(eventually([this] { return opacity() == 255; }));
+    for (const bool blurs : {true, false, true}) {
+        announceBlur(blurs);
+        showAnew();
+        EXPECT_TRUE(eventually([&] { return opacity() == (blurs ? 209 : 255); })) << opacity();
+    }
 }
 
 // A shape in steps of the program's own pixels looks like stairs where those are larger.

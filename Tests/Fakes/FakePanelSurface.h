@@ -33,6 +33,10 @@ public:
         appearedVisibly.push_back(panel.isVisible());
         cardInWindow = card;
     }
+    void anticipateKeyboard(QWindow &panel) override {
+        anticipatedVisibly.push_back(panel.isVisible());
+    }
+    bool leavesTimeToPaint() const override { return isSlow; }
     void drag(QWindow & /*panel*/, const QPoint &grip, const QPoint &inWindow,
               const QPoint &onDesktop) override {
         drags.push_back({grip, inWindow, onDesktop});
@@ -45,6 +49,7 @@ public:
 
     bool keyboard = false;
     bool shadow = true;
+    bool isSlow = false;
     QRect cardInWindow;
     Behind whatIsBehind = Behind::Desktop;
     std::vector<Prepared> prepared;
@@ -52,6 +57,7 @@ public:
     std::vector<std::array<QPoint, 3>> drags;
     // Whether the window was visible.
     std::vector<bool> appearedVisibly;
+    std::vector<bool> anticipatedVisibly;
     std::vector<bool> withdrawn;
     std::vector<QImage> pictures; ///< of the shadow
     bool waitedForShadow = false;

@@ -99,21 +99,29 @@ quint32 serverTime() {
     return QX11Info::getTimestamp();
 }
 
+bool isComposited() {
+    return QX11Info::isCompositingManagerRunning(QX11Info::appScreen());
+}
+
 namespace {
 
 // A template, so that of the two names only the one that this Qt has is looked up.
-template <typename Interface>
+template <typename Delivery, typename Interface>
 void reportFocus(QWindow *window) {
-    if constexpr (requires { Interface::handleFocusWindowChanged(window); })
-        Interface::handleFocusWindowChanged(window);
+    if constexpr (requires { Interface::template handleFocusWindowChanged<Delivery>(window); })
+        Interface::template handleFocusWindowChanged<Delivery>(window);
     else
-        Interface::handleWindowActivated(window);
+        Interface::template handleWindowActivated<Delivery>(window);
 }
 
 } // namespace
 
+void reportKeyboard(QWindow &window) {
+    reportFocus<QWindowSystemInterface::SynchronousDelivery, QWindowSystemInterface>(&window);
+}
+
 void reportLostKeyboard() {
-    reportFocus<QWindowSystemInterface>(nullptr);
+    reportFocus<QWindowSystemInterface::AsynchronousDelivery, QWindowSystemInterface>(nullptr);
 }
 
 namespace {

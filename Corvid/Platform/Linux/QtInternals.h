@@ -30,6 +30,11 @@ void setUserTime(quint32 time);
 /** On X11: the server's present time, for which this waits. */
 quint32 serverTime();
 
+/** On X11: whether a compositing manager runs, as Qt keeps track of it. */
+bool isComposited();
+
+/** Has Qt take a shown window, at once, for the one that has the keyboard. */
+void reportKeyboard(QWindow &window);
 /** Has Qt learn, after what it is about to do, that none of its windows has the keyboard. */
 void reportLostKeyboard();
 

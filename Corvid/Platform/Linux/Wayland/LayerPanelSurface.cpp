@@ -110,6 +110,12 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
     listenToPointer();
 }
 
+// Compositors give it to a surface of this kind that wants it.
+void LayerPanelSurface::anticipateKeyboard(QWindow &panel) {
+    if (role_)
+        qt::reportKeyboard(panel);
+}
+
 void LayerPanelSurface::listenToPointer() {
     pointer_ = std::make_unique<SeatEvents>(
         *shell_->connection,

@@ -32,6 +32,7 @@ public:
     /** Closes the panel, from the event loop, where the compositor does not answer in time or has
         no output to show it on. */
     void appeared(QWindow &panel, const QPoint &origin, const QRect &card) override;
+    void anticipateKeyboard(QWindow &panel) override;
     void drag(QWindow &panel, const QPoint &grip, const QPoint &inWindow,
               const QPoint &onDesktop) override;
     void withdraw(QWindow &panel) override;

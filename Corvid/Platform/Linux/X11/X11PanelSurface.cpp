@@ -90,9 +90,8 @@ constexpr std::uint32_t everyDesktop = 0xFFFFFFFF;
 } // namespace
 
 X11PanelSurface::X11PanelSurface()
-    : connection_(x11::connectionOfQt()), root_(x11::rootOf(connection_, x11::screenOfQt())) {
-    // Compositing managers own the selection of their screen as long as they run.
-    const QByteArray compositor = "_NET_WM_CM_S" + QByteArray::number(x11::screenOfQt());
+    : connection_(x11::connectionOfQt()), root_(x11::rootOf(connection_, x11::screenOfQt())),
+      watch_(connection_, root_) {
     x11::intern(connection_, {
                                  {&atoms_.startupId, "_NET_STARTUP_ID"},
                                  {&atoms_.utf8, "UTF8_STRING"},
@@ -105,25 +104,15 @@ X11PanelSurface::X11PanelSurface()
                                  {&atoms_.blurRegion, "_KDE_NET_WM_BLUR_BEHIND_REGION"},
                                  {&atoms_.clientList, "_NET_CLIENT_LIST"},
                                  {&atoms_.strutPartial, "_NET_WM_STRUT_PARTIAL"},
-                                 {&atoms_.compositor, compositor.constData()},
                                  {&atoms_.foreignShadow, "_COMPTON_SHADOW"},
                              });
 }
 
 PanelSurface::Behind X11PanelSurface::behind() const {
-    const auto owner = xcb_get_selection_owner(connection_, atoms_.compositor);
-    // A compositor that blurs says so by having this property on the root window.
-    const auto blur =
-        xcb_get_property(connection_, 0, root_, atoms_.blurRegion, XCB_GET_PROPERTY_TYPE_ANY, 0, 0);
-    const x11::Reply<xcb_get_selection_owner_reply_t> owned(
-        xcb_get_selection_owner_reply(connection_, owner, nullptr));
-    const x11::Reply<xcb_get_property_reply_t> blurred(
-        xcb_get_property_reply(connection_, blur, nullptr));
-    if (!owned || owned->owner == XCB_NONE)
+    if (!qt::isComposited())
         behind_ = Behind::Nothing;
     else
-        behind_ =
-            blurred && blurred->type != XCB_ATOM_NONE ? Behind::BlurredDesktop : Behind::Desktop;
+        behind_ = watch_.compositorBlurs() ? Behind::BlurredDesktop : Behind::Desktop;
     return behind_;
 }
 
@@ -162,12 +151,7 @@ void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) 
     // A shown window's state belongs to the window manager, which forgets it when it is hidden.
     if (panel.isVisible())
         return;
-    // Qt reports a lost keyboard a tenth of a second late. To a window that is shown again before
-    // that, it would report neither the loss nor that it has the keyboard again.
-    if (QGuiApplication::focusWindow() == &panel) {
-        untold_ = static_cast<std::uint32_t>(panel.winId());
-        QCoreApplication::instance()->installNativeEventFilter(this);
-    }
+    watch_.prepare(panel);
     const auto window = static_cast<xcb_window_t>(panel.winId());
     x11::setNumbers(connection_, window, atoms_.state, XCB_ATOM_ATOM,
                     {atoms_.skipTaskbar, atoms_.skipPager, atoms_.above, atoms_.sticky});
@@ -187,6 +171,8 @@ void X11PanelSurface::prepare(QWindow &panel, qreal cornerRadius, quint32 time) 
 // A window manager that is slow forgets the states of a hidden window only after it was prepared to
 // be shown again. What is asked of it now it hears last.
 void X11PanelSurface::appeared(QWindow &panel, const QPoint & /*origin*/, const QRect & /*card*/) {
+    if (!watch_.managerIsLate())
+        return;
     constexpr std::uint32_t add = 1;
     constexpr std::uint32_t fromApplication = 1;
     const auto window = static_cast<xcb_window_t>(panel.winId());
@@ -195,6 +181,10 @@ void X11PanelSurface::appeared(QWindow &panel, const QPoint & /*origin*/, const 
     x11::tellManager(connection_, root_, window, atoms_.state,
                      {add, atoms_.above, atoms_.sticky, fromApplication});
     x11::tellManager(connection_, root_, window, atoms_.desktop, {everyDesktop, fromApplication});
+}
+
+void X11PanelSurface::anticipateKeyboard(QWindow &panel) {
+    qt::reportKeyboard(panel);
 }
 
 void X11PanelSurface::castShadow(QWindow &panel, const Shadow &shadow) {
@@ -254,19 +244,6 @@ bool X11PanelSurface::hasKeyboard(const QWindow &panel) const {
     const x11::Reply<xcb_get_input_focus_reply_t> focus(
         xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
     return focus && focus->focus == static_cast<xcb_window_t>(panel.winId());
-}
-
-bool X11PanelSurface::nativeEventFilter(const QByteArray & /*type*/, void *message,
-                                        qintptr * /*result*/) {
-    const auto &event = *static_cast<const xcb_generic_event_t *>(message);
-    const auto &focus = x11::as<xcb_focus_in_event_t>(event);
-    if (x11::typeOf(event) == XCB_FOCUS_IN && focus.event == untold_ &&
-        focus.detail != XCB_NOTIFY_DETAIL_POINTER) {
-        QCoreApplication::instance()->removeNativeEventFilter(this);
-        // Queued ahead of what Qt makes of this event: it first learns of the loss.
-        qt::reportLostKeyboard();
-    }
-    return false;
 }
 
 void X11PanelSurface::askForBlur(const QWindow &panel, qreal cornerRadius) const {

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Platform/ClickMonitor.h"
+#include "Platform/Linux/X11/X11PanelWatch.h"
 #include "Platform/Linux/X11/X11ShadowWindow.h"
 #include "Platform/PanelSurface.h"
 
-#include <QAbstractNativeEventFilter>
 #include <QByteArray>
 
 #include <array>
@@ -17,7 +17,7 @@ struct xcb_connection_t;
 namespace corvid {
 
 /** The panel as a managed window, over Qt's own connection to the X server. */
-class X11PanelSurface final : public PanelSurface, private QAbstractNativeEventFilter {
+class X11PanelSurface final : public PanelSurface {
 public:
     /** After the application object, which must run on X11. */
     X11PanelSurface();
@@ -29,6 +29,8 @@ public:
     QRect visibleFrame(const QScreen &screen) const override;
     void prepare(QWindow &panel, qreal cornerRadius, quint32 time) override;
     void appeared(QWindow &panel, const QPoint &origin, const QRect &card) override;
+    void anticipateKeyboard(QWindow &panel) override;
+    bool leavesTimeToPaint() const override { return true; }
     void drag(QWindow &panel, const QPoint &grip, const QPoint &inWindow,
               const QPoint &onDesktop) override;
     void castShadow(QWindow &panel, const Shadow &shadow) override;
@@ -37,7 +39,6 @@ public:
     bool hasKeyboard(const QWindow &panel) const override;
 
 private:
-    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
     void askForBlur(const QWindow &panel, qreal cornerRadius) const;
     void cutCorners(const QWindow &panel, qreal cornerRadius);
     void showShadow(QWindow &panel);
@@ -46,11 +47,10 @@ private:
     std::uint32_t root_;
     struct {
         std::uint32_t startupId, utf8, state, skipTaskbar, skipPager, above, sticky, desktop,
-            blurRegion, clientList, strutPartial, compositor, foreignShadow;
+            blurRegion, clientList, strutPartial, foreignShadow;
     } atoms_{};
+    mutable X11PanelWatch watch_;
     QByteArray startupId_;
-    /** The panel's window while Qt does not know yet that it lost the keyboard; else 0. */
-    std::uint32_t untold_ = 0;
     bool isCut_ = false;
     mutable Behind behind_ = Behind::Desktop; ///< as it was asked for last
     std::unique_ptr<X11ShadowWindow> shadow_;
