@@ -134,8 +134,7 @@ End run(const Start &start, bool busIsSilent, char **argv, Instance &instance,
     // Decoding what is stored takes about as long as the toolkit needs to start: side by side.
     const std::shared_future<void> roles =
         std::async(std::launch::async, [] { static_cast<void>(RoleCatalog::shared()); });
-    AppDelegate::CachedLists cachedLists =
-        AppDelegate::readCachedLists([roles] { roles.wait(); });
+    AppDelegate::CachedLists cachedLists = AppDelegate::readCachedLists([roles] { roles.wait(); });
 
     // The toolkit gets no arguments: it would take some out of a query's text.
     int argc = 1;

@@ -1,6 +1,8 @@
 #include "LauncherPanel.h"
 
 #include "LauncherView.h"
+#include "Panel/Letters.h"
+#include "Panel/RowPainting.h"
 #include "Panel/SearchField.h"
 #include "Panel/Style.h"
 #include "Platform/PanelSurface.h"
@@ -13,10 +15,12 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QTimer>
 #include <QWindow>
 #include <QtMath>
 
 #include <algorithm>
+#include <chrono>
 
 namespace corvid {
 
@@ -49,6 +53,7 @@ private:
 } // namespace
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 std::optional<QPoint> panelOrigin(const QPoint &pointer, const std::vector<ScreenArea> &screens,
                                   const QSize &panel) {
@@ -74,6 +79,15 @@ LauncherPanel::LauncherPanel(LauncherViewModel &viewModel, PanelSurface &surface
     auto *whole = new QVBoxLayout(this);
     whole->setContentsMargins(shadowRoom_);
     whole->addWidget(view_);
+    // By then it was painted, if it is shown at the start, and nobody has typed.
+    QTimer::singleShot(300ms, this, &LauncherPanel::prepareToList);
+}
+
+void LauncherPanel::prepareToList() {
+    if (const SearchField *field = SearchField::current())
+        loadLetters(field->font(), devicePixelRatio());
+    for (const QFont &font : RowLines::fontsFor(view_->font()))
+        loadLetters(font, devicePixelRatio());
 }
 
 // Hides first, while the window that the surface withdraws still exists. The owner is being

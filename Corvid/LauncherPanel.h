@@ -71,6 +71,7 @@ protected:
 private:
     bool hasSheet() const;
     void paintAhead();
+    void prepareToList();
     void tellOfPainting();
     void painted();
     void drawShadow(qreal scale, std::function<void(const QImage &)> drawn);

@@ -174,13 +174,17 @@ private:
 
 } // namespace
 
+std::array<QFont, 3> RowLines::fontsFor(const QFont &font) {
+    return {style::sized(font, style::titleFontSize, QFont::Medium),
+            style::sized(font, 11, QFont::Normal), style::sized(font, 10, QFont::Medium)};
+}
+
 void RowLines::setLook(const QFont &font, Qt::LayoutDirection direction) {
     if (font == font_ && direction == direction_)
         return;
     font_ = font;
     direction_ = direction;
-    fonts_ = {style::sized(font, style::titleFontSize, QFont::Medium),
-              style::sized(font, 11, QFont::Normal), style::sized(font, 10, QFont::Medium)};
+    fonts_ = fontsFor(font);
     lines_.clear();
 }
 

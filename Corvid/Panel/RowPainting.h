@@ -23,6 +23,9 @@ public:
         int width; ///< in device-independent pixels
     };
 
+    /** Those of the lines, by their kinds, in rows with this font. */
+    static std::array<QFont, 3> fontsFor(const QFont &font);
+
     /** All lines from now on are of rows with this font, in that direction. */
     void setLook(const QFont &font, Qt::LayoutDirection direction);
     const QFont &font(Kind kind) const { return fonts_[static_cast<std::size_t>(kind)]; }

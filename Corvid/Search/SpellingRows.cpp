@@ -53,6 +53,12 @@ struct Spelt {
     }
 };
 
+/** False, at once, for most of the words that are not one slip away: where they begin otherwise,
+   the slip is there. Both have two letters and more. */
+bool mayBeOneSlip(QStringView one, QStringView other) {
+    return one[0] == other[0] || one[1] == other[1] || one[0] == other[1] || one[1] == other[0];
+}
+
 /** The slips with which a text has the words, at most one; absent where there are more. */
 std::optional<Spelt> speltIn(QStringView text, const Misspelt &query) {
     Spelt result{};
@@ -62,12 +68,14 @@ std::optional<Spelt> speltIn(QStringView text, const Misspelt &query) {
         words::forEach(text, [&](QStringView word) {
             if (fewest == 0 || word.size() + 1 < wanted.units.size())
                 return;
-            if (word == wanted.units || (wanted.mayBegin && word.startsWith(wanted.units)))
+            const bool beginsAlike = word.front() == wanted.units.front();
+            if (beginsAlike &&
+                (word == wanted.units || (wanted.mayBegin && word.startsWith(wanted.units))))
                 fewest = 0;
             else if (wanted.units.size() >= fewestLetters && result.slips == 0 &&
-                     spelling::isOneSlip(wanted.units, word)) {
+                     mayBeOneSlip(wanted.units, word) && spelling::isOneSlip(wanted.units, word)) {
                 fewest = 1;
-                otherBeginning = word.front() != wanted.units.front();
+                otherBeginning = !beginsAlike;
             }
         });
         result.slips += fewest;

@@ -104,12 +104,12 @@ protected:
     }
     /** Of the card beside its field, from 0 to 255. */
     int opacity() const {
-        const x11::Reply<xcb_get_image_reply_t> image(xcb_get_image_reply(
-            connection_,
-            xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, panel_,
-                          static_cast<std::int16_t>(pixels(330)),
-                          static_cast<std::int16_t>(pixels(4)), 1, 1, ~0U),
-            nullptr));
+        const x11::Reply<xcb_get_image_reply_t> image(
+            xcb_get_image_reply(connection_,
+                                xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, panel_,
+                                              static_cast<std::int16_t>(pixels(330)),
+                                              static_cast<std::int16_t>(pixels(4)), 1, 1, ~0U),
+                                nullptr));
         return image ? xcb_get_image_data(image.get())[3] : -1;
     }
     void showAnew() const {

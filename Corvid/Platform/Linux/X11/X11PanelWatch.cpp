@@ -41,11 +41,11 @@ void X11PanelWatch::prepare(QWindow &panel) {
 bool X11PanelWatch::compositorBlurs() {
     if (blur_ == Blur::Unknown) {
         // It says so by having this property on the root window.
-        const x11::Reply<xcb_get_property_reply_t> property(xcb_get_property_reply(
-            connection_,
-            xcb_get_property(connection_, 0, root_, atoms_.blurRegion, XCB_GET_PROPERTY_TYPE_ANY, 0,
-                             0),
-            nullptr));
+        const x11::Reply<xcb_get_property_reply_t> property(
+            xcb_get_property_reply(connection_,
+                                   xcb_get_property(connection_, 0, root_, atoms_.blurRegion,
+                                                    XCB_GET_PROPERTY_TYPE_ANY, 0, 0),
+                                   nullptr));
         blur_ = property && property->type != XCB_ATOM_NONE ? Blur::Yes : Blur::No;
     }
     return blur_ == Blur::Yes;
