@@ -110,6 +110,7 @@ TEST_F(FirstStartTest, theKeyIsNamedByTheUsersOwnLayout) {
 }
 
 TEST_P(FirstStartUnderManagerTest, aTakenKeyIsSaidToBeAndAFreeOneIsTakenByReturn) {
+    ASSERT_TRUE(holdsSpace(server, XCB_MOD_MASK_1)) << "the window manager, for its menu";
     start();
     EXPECT_TRUE(notifications.firstNotice().contains(
         u"'Corvid is ready, without a hot key', 'The desktop does not give Corvid Alt+Space. "

@@ -32,7 +32,7 @@ void X11PanelWatch::prepare(QWindow &panel) {
         hasStates_ = hasDesktop_ = false;
     }
     managerIsLate_ = hasStates_ || hasDesktop_;
-    allWillBeDrawn_ = false;
+    hasAppeared_ = false;
     // Qt reports a lost keyboard a tenth of a second late. To a window that is shown again before
     // that, it would report neither the loss nor that it has the keyboard again.
     lossIsUntold_ = QGuiApplication::focusWindow() == &panel;
@@ -72,19 +72,26 @@ bool X11PanelWatch::nativeEventFilter(const QByteArray & /*type*/, void *message
         return false;
     }
     case XCB_MAP_NOTIFY:
-        allWillBeDrawn_ |= x11::as<xcb_map_notify_event_t>(event).window == window_;
+        hasAppeared_ |= x11::as<xcb_map_notify_event_t>(event).window == window_;
         return false;
-    case XCB_EXPOSE:
-        // What is uncovered before all of the window is drawn need not be drawn once more.
-        return allWillBeDrawn_ && x11::as<xcb_expose_event_t>(event).window == window_;
     default:
         return false;
     }
 }
 
-bool X11PanelWatch::eventFilter(QObject * /*object*/, QEvent *event) {
-    if (event->type() == QEvent::Expose)
-        allWillBeDrawn_ = false;
+// Qt draws all of a window that appears, and then the parts again, one by one, that the server had
+// announced as uncovered by then.
+bool X11PanelWatch::eventFilter(QObject *object, QEvent *event) {
+    if (event->type() != QEvent::Expose || !static_cast<QWindow *>(object)->isExposed())
+        return false;
+    if (wasDrawn_)
+        return true;
+    if (std::exchange(hasAppeared_, false)) {
+        wasDrawn_ = true;
+        // By then Qt has gone through what it had heard.
+        QMetaObject::invokeMethod(
+            this, [this] { wasDrawn_ = false; }, Qt::QueuedConnection);
+    }
     return false;
 }
 

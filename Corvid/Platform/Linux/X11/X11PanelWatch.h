@@ -48,8 +48,9 @@ private:
     bool hasDesktop_ = false;
     bool managerIsLate_ = false;
     enum class Blur { Unknown, No, Yes } blur_ = Blur::Unknown;
-    bool lossIsUntold_ = false;   ///< Qt does not know yet that the panel lost the keyboard
-    bool allWillBeDrawn_ = false; ///< the window appeared, and Qt is going to draw all of it
+    bool lossIsUntold_ = false; ///< Qt does not know yet that the panel lost the keyboard
+    bool hasAppeared_ = false;  ///< and Qt has not drawn it yet
+    bool wasDrawn_ = false;     ///< just now, all of it
 };
 
 } // namespace corvid
