@@ -22,6 +22,9 @@ public:
     void run(const std::stop_token &stop) {
         while (!stop.stop_requested()) {
             takeWishes();
+            // What was to wake it for that may just have been taken.
+            if (stop.stop_requested())
+                break;
             stopKeepingBack();
             // Before sleeping: the answer to a request may have brought events along, which the
             // descriptor no longer announces.
