@@ -149,6 +149,7 @@ void LauncherPanel::present(quint32 time) {
     {
         const BeforePainting appearing(*windowHandle(), [this] {
             surface_.appeared(*windowHandle(), origin_, card());
+            takeKeyboard();
             // Qt asks each widget that it shows to paint itself, later. Where that came after the
             // first picture, as on Wayland, all would be painted twice.
             QCoreApplication::sendPostedEvents(nullptr, QEvent::UpdateLater);
@@ -157,13 +158,17 @@ void LauncherPanel::present(quint32 time) {
     }
     raise();
     activateWindow();
-    surface_.anticipateKeyboard(*windowHandle());
+    if (surface_.leavesTimeToPaint())
+        paintAhead();
+}
+
+// The window is going to have it: what shows that belongs into the first picture.
+void LauncherPanel::takeKeyboard() {
     if (SearchField *field = SearchField::current()) {
         field->setFocus(Qt::ActiveWindowFocusReason);
         field->selectAll();
     }
-    if (surface_.leavesTimeToPaint())
-        paintAhead();
+    surface_.anticipateKeyboard(*windowHandle());
 }
 
 // While the window manager is busy with the window. Qt paints only what it takes for mapped; once

@@ -70,6 +70,7 @@ protected:
 
 private:
     bool hasSheet() const;
+    void takeKeyboard();
     void paintAhead();
     void prepareToList();
     void tellOfPainting();
