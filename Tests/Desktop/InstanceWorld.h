@@ -62,7 +62,6 @@ struct Ended {
 class SingleInstanceTest : public ::testing::Test {
 protected:
     SingleInstanceTest() {
-        xdotool({u"key"_s, u"Shift_L"_s}); // the first key of a new server is lost
         connection = g_dbus_connection_new_for_address_sync(
             qPrintable(bus.address()),
             GDBusConnectionFlags(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |

@@ -175,7 +175,6 @@ TEST_F(TrayTest, aClickOnTheItemShowsThePanel) {
     Teller tray(environment, busTray);
     start();
     const QString item = tray.item();
-    run(u"xdotool"_s, {u"key"_s, u"Shift_L"_s});
     EXPECT_TRUE(eventually([this] {
         run(u"xdotool"_s, {u"key"_s, u"Escape"_s});
         return !panelIsVisible();

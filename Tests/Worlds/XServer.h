@@ -40,6 +40,7 @@ public:
             return;
         }
         display_ = ':' + server_.readLine().trimmed();
+        changeKeyboards();
         if (manager != Manager::None)
             startManager(manager);
     }
@@ -104,6 +105,15 @@ public:
     void endServer() { stop(server_); }
 
 private:
+    // At the first key of a new server, which is lost. Before there is a manager: one lets all of
+    // its keys go for it, some time later.
+    void changeKeyboards() const {
+        QProcess key;
+        key.setProcessEnvironment(environment());
+        key.start(u"xdotool"_s, {u"key"_s, u"Shift_L"_s});
+        EXPECT_TRUE(key.waitForFinished());
+    }
+
     // xfwm4 reads its settings from a service on the session bus, which keeps them in the home
     // folder; both are its own here.
     QProcessEnvironment environmentWithSettings() {
