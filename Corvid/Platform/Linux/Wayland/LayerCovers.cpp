@@ -109,23 +109,39 @@ void LayerCovers::spread(QWindow &panel, const QRect &card) {
     clear();
     if (!pixel_)
         return;
-    int reach = 0;
-    const QList<QScreen *> screens = QGuiApplication::screens();
-    for (const QScreen *screen : screens)
-        reach = std::max({reach, screen->size().width(), screen->size().height()});
-    const QMargins around(reach, reach, reach, reach);
-    for (const QRect &place : QRegion(card.marginsAdded(around)).subtracted(card))
-        strips_.push_back(
-            std::make_unique<Pane>(*shell_, pixel_.get(), qt::surfaceOf(panel), place));
-    // The compositor chooses the panel's output, and tells only once the panel is painted.
-    screenChange_ = QObject::connect(&panel, &QWindow::screenChanged,
-                                     [this](const QScreen *screen) { coverOthers(screen); });
-    coverOthers(panel.screen());
+    panel_ = &panel;
+    card_ = card;
+    // Not before: a compositor without a graphics card draws all of its output anew for what covers
+    // it, though nothing of that is to be seen, and the panel would wait.
+    showing_.reset(wl_surface_frame(qt::surfaceOf(panel)));
+    static constexpr wl_callback_listener listener{[](void *data, auto...) {
+        auto *self = static_cast<LayerCovers *>(data);
+        self->showing_.reset();
+        self->cover();
+    }};
+    wl_callback_add_listener(showing_.get(), &listener, this);
+}
+
+void LayerCovers::cover() {
+    // First: the pointer may be where they come.
     clicks_ = std::make_unique<SeatEvents>(
         *shell_->connection,
         std::initializer_list<SeatEvents::Device>{{WL_SEAT_GET_POINTER, &wl_pointer_interface},
                                                   {WL_SEAT_GET_TOUCH, &wl_touch_interface}},
         [this](std::string_view event, const wl_argument *arguments) { hear(event, arguments); });
+    int reach = 0;
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    for (const QScreen *screen : screens)
+        reach = std::max({reach, screen->size().width(), screen->size().height()});
+    const QMargins around(reach, reach, reach, reach);
+    wl_surface *panel = qt::surfaceOf(*panel_);
+    for (const QRect &place : QRegion(card_.marginsAdded(around)).subtracted(card_))
+        strips_.push_back(std::make_unique<Pane>(*shell_, pixel_.get(), panel, place));
+    wl_surface_commit(panel); // its parts come with that
+    // Which is the compositor's choice.
+    screenChange_ = QObject::connect(panel_, &QWindow::screenChanged,
+                                     [this](const QScreen *screen) { coverOthers(screen); });
+    coverOthers(panel_->screen());
 }
 
 void LayerCovers::coverOthers(const QScreen *screen) {
@@ -140,6 +156,7 @@ void LayerCovers::coverOthers(const QScreen *screen) {
 }
 
 void LayerCovers::clear() {
+    showing_.reset();
     clicks_.reset();
     pointerIsOver_ = false;
     QObject::disconnect(screenChange_);

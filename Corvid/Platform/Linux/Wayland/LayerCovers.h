@@ -4,6 +4,7 @@
 #include "Platform/Linux/Wayland/LayerShell.h"
 
 #include <QObject>
+#include <QRect>
 
 #include <memory>
 #include <vector>
@@ -25,9 +26,9 @@ public:
 
     std::unique_ptr<Token> install(Handler handler) override;
 
-    /** Asks the compositor for them, with the panel's window above; `card` is the part of it whose
-        clicks are its own. The window must have a surface that has not been painted yet. Where the
-        compositor cannot scale a pixel to an output there are none. */
+    /** Asks the compositor for them as soon as it shows the panel's window, which stays above;
+        `card` is the part of it whose clicks are its own. The window must have a role, and not be
+        painted yet. Where the compositor cannot scale a pixel to an output there are none. */
     void spread(QWindow &panel, const QRect &card);
     /** Takes them away, before the panel's surface goes. */
     void clear();
@@ -36,13 +37,17 @@ private:
     class Pane;
     class Presses;
 
+    void cover();
     void coverOthers(const QScreen *screen);
     bool isOurs(const void *surface) const;
     void hear(std::string_view event, const wl_argument *arguments);
 
     std::shared_ptr<const LayerShell> shell_;
     Handler handler_;
-    WaylandPointer<wl_buffer> pixel_;           ///< one transparent pixel; null where not needed
+    WaylandPointer<wl_buffer> pixel_; ///< one transparent pixel; null where not needed
+    QWindow *panel_ = nullptr;
+    QRect card_;
+    WaylandPointer<wl_callback> showing_;       ///< until the compositor shows the panel
     std::vector<std::unique_ptr<Pane>> strips_; ///< on the panel's output
     std::vector<std::unique_ptr<Pane>> covers_; ///< on the others
     QMetaObject::Connection screenChange_;      ///< of the panel

@@ -91,7 +91,6 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
             &panel, [&panel] { panel.close(); }, Qt::QueuedConnection);
     };
     panel.setMask(card); // clicks on the shadow are clicks elsewhere
-    covers_->spread(panel, card);
     blur_->apply(qt::surfaceOf(panel), roundedRegion(card, cornerRadius_));
     const LayerSurface::Place place{.size = panel.size(), .origin = origin, .takesKeyboard = true};
     role_ = std::make_unique<LayerSurface>(*shell_, qt::surfaceOf(panel), nullptr, place);
@@ -108,6 +107,7 @@ void LayerPanelSurface::appeared(QWindow &panel, const QPoint &origin, const QRe
     role_->attend();
     popups_ = std::make_unique<LayerPopups>(*shell_, panel);
     listenToPointer();
+    covers_->spread(panel, card);
 }
 
 // Compositors give it to a surface of this kind that wants it.
