@@ -9,10 +9,14 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include <dlfcn.h>
+#include <sched.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -41,6 +45,41 @@ Function *fromLibrary(const char *name) {
         std::fprintf(stderr, "corvid: %s\n", dlerror());
     return reinterpret_cast<Function *>(function);
 }
+
+/** Reads the configuration of fonts on a thread of its own, a quarter of what the toolkit would
+    have to do before it can paint anything. Gone when that is done. */
+class FontsAhead {
+public:
+    FontsAhead() {
+        // Here: a thread would wait until all of the toolkit's libraries are loaded.
+        void *const library = dlopen("libfontconfig.so.1", RTLD_LAZY);
+        // Without it the toolkit does not load either, and says so.
+        if (void *const read = library ? dlsym(library, "FcInit") : nullptr)
+            reading_ = std::thread([read, parentsProcessor = sched_getcpu()] {
+                leave(parentsProcessor);
+                reinterpret_cast<int (*)()>(read)();
+            });
+    }
+    FontsAhead(const FontsAhead &) = delete;
+    FontsAhead &operator=(const FontsAhead &) = delete;
+    ~FontsAhead() {
+        if (reading_.joinable())
+            reading_.join();
+    }
+
+private:
+    /** For another one, if there is any. A new thread may else share its parent's for longer than
+        it takes, with the others idle. */
+    static void leave(int processor) {
+        cpu_set_t others;
+        if (processor < 0 || sched_getaffinity(0, sizeof others, &others) != 0)
+            return;
+        CPU_CLR(static_cast<std::size_t>(processor), &others);
+        sched_setaffinity(0, sizeof others, &others);
+    }
+
+    std::thread reading_;
+};
 
 /** Whether another Corvid started us to draw pictures; a person who asks for that is told that
     there is no such option. */
@@ -92,6 +131,8 @@ int main(int argc, char **argv) {
         }
     }
 
+    std::optional<FontsAhead> fonts(std::in_place);
     auto *const run = fromLibrary<decltype(runCorvid)>("runCorvid");
+    fonts.reset(); // it looks into the environment, which is changed from now on
     return run ? run({commandLine, inheritance, busIsSilent}, argv) : 1;
 }
