@@ -62,7 +62,11 @@ std::vector<ProjectEntry> withSharedTexts(std::vector<ProjectEntry> projects) {
 }
 
 QString usageKey(const AppEntry &app) {
-    return app.bundleID % u'|' % app.path; // thousands of them are kept: with no room to grow
+    return usageKeyOfApp(app.bundleID, app.path);
+}
+
+QString usageKeyOfApp(const QString &bundleID, const QString &path) {
+    return bundleID % u'|' % path;
 }
 
 QString usageKey(const ProjectEntry &project) {

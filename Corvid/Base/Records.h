@@ -43,6 +43,7 @@ struct ProjectEntry {
 
 /** The keys under which launches are counted; equal to the ids of the items' rows. */
 QString usageKey(const AppEntry &app);
+QString usageKeyOfApp(const QString &bundleID, const QString &path);
 QString usageKey(const ProjectEntry &project);
 
 /** The same records, in which equal lists of roles or labels, and equal categories, share their

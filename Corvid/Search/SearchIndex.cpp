@@ -44,7 +44,8 @@ FoldedView NameTable::at(std::size_t index) const {
 SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
     : nameTiers_(SearchEngine::appNameTiers), actions_(apps) {
     for (std::size_t i = 0; i < apps.size(); ++i) {
-        append(apps[i].name, apps[i].aliases, apps[i].words, usageKey(apps[i]));
+        append(apps[i].name, apps[i].aliases, apps[i].words, apps[i].path);
+        bundleIDs_.push_back(apps[i].bundleID);
         for (const QString &role : apps[i].roles) {
             std::vector<std::size_t> &members = roles_[role];
             if (members.empty() || members.back() != i)
@@ -57,13 +58,13 @@ SearchIndex::SearchIndex(const std::vector<AppEntry> &apps)
 SearchIndex::SearchIndex(const std::vector<ProjectEntry> &projects)
     : nameTiers_(SearchEngine::projectNameTiers) {
     for (const ProjectEntry &project : projects)
-        append(project.name, {}, {}, usageKey(project));
+        append(project.name, {}, {}, project.path);
     sortKeys();
 }
 
 void SearchIndex::append(const QString &name, const QStringList &aliases,
-                         const QByteArray &description, const QString &key) {
-    keys_.push_back(key);
+                         const QByteArray &description, const QString &path) {
+    paths_.push_back(path);
     launches_.push_back(0);
     names_.append(name);
     std::uint64_t mask = words::maskOf(names_.at(names_.size() - 1).units);
@@ -78,9 +79,9 @@ void SearchIndex::append(const QString &name, const QStringList &aliases,
 }
 
 void SearchIndex::sortKeys() {
-    places_.reserve(keys_.size());
-    for (const QString &key : keys_)
-        places_.push_back({hashOfKey(key), static_cast<std::uint32_t>(places_.size())});
+    places_.reserve(size());
+    for (std::size_t i = 0; i < size(); ++i)
+        places_.push_back({hashOfKey(key(i)), static_cast<std::uint32_t>(i)});
     std::sort(places_.begin(), places_.end());
 }
 
@@ -103,13 +104,13 @@ void SearchIndex::updateUsage(const UsageStats &stats) {
     const settings::LaunchCounts &counts = stats.counts();
     for (auto count = counts.begin(); count != counts.end(); ++count)
         for (const KeyPlace &place : placesOf(count.key()))
-            if (keys_[place.index] == count.key())
+            if (key(place.index) == count.key())
                 launches_[place.index] = count.value();
 }
 
 std::optional<std::size_t> SearchIndex::indexOf(const QString &key) const {
     for (const KeyPlace &place : placesOf(key))
-        if (keys_[place.index] == key)
+        if (this->key(place.index) == key)
             return place.index;
     return std::nullopt;
 }

@@ -71,7 +71,7 @@ public:
     explicit SearchIndex(const std::vector<AppEntry> &apps);
     explicit SearchIndex(const std::vector<ProjectEntry> &projects);
 
-    std::size_t size() const { return keys_.size(); }
+    std::size_t size() const { return paths_.size(); }
     /** Takes over the launch counts; cheap when the tables have not changed since. */
     void updateUsage(const UsageStats &stats);
     /** Of the entry at `index`: by its name or one of its aliases, and the usage boost. Roles and
@@ -94,7 +94,9 @@ public:
     /** Of the applications; of projects there are none. */
     const ActionIndex &actions() const { return actions_; }
     /** The entry's usage key. */
-    const QString &key(std::size_t index) const { return keys_[index]; }
+    QString key(std::size_t index) const {
+        return bundleIDs_.empty() ? paths_[index] : usageKeyOfApp(bundleIDs_[index], paths_[index]);
+    }
     /** The first entry with this usage key. */
     std::optional<std::size_t> indexOf(const QString &key) const;
     /** The indexes of the applications that fill a role, ascending. */
@@ -111,7 +113,7 @@ private:
     };
 
     void append(const QString &name, const QStringList &aliases, const QByteArray &description,
-                const QString &key);
+                const QString &path);
     void sortKeys();
     std::span<const KeyPlace> placesOf(const QString &key) const;
 
@@ -121,7 +123,9 @@ private:
     std::vector<std::uint32_t> aliasStarts_{0};
     std::vector<std::uint64_t> wordMasks_;
     QHash<QString, std::vector<std::size_t>> roles_;
-    std::vector<QString> keys_;
+    // What the usage keys are made of, in the records' own memory.
+    std::vector<QString> bundleIDs_; ///< of projects none
+    std::vector<QString> paths_;
     std::vector<KeyPlace> places_; ///< of all keys, sorted: a hash that holds no texts
     std::vector<qint64> launches_;
     ActionIndex actions_;

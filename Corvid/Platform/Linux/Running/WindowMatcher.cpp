@@ -3,6 +3,9 @@
 #include <QFile>
 #include <QList>
 
+#include <algorithm>
+#include <utility>
+
 namespace corvid {
 
 using namespace Qt::Literals::StringLiterals;
@@ -87,39 +90,44 @@ QString applicationOfControlGroup(const QString &controlGroup) {
 }
 
 WindowMatcher::WindowMatcher(const std::vector<DesktopEntry> &entries) {
-    for (const DesktopEntry &entry : entries) {
-        const auto note = [&](Table &table, const QString &text) {
-            const QString key = text.toLower();
-            if (!key.isEmpty() && !table.contains(key))
-                table.insert(key, {entry.id, entry.path});
-        };
-        note(byWindowClass_, entry.startupWMClass);
-        note(byId_, entry.id);
-        note(byPath_, entry.path);
-        if (entry.id.contains(u'.'))
-            note(byLastComponent_, entry.id.section(u'.', -1));
-        note(byProgram_, entry.program);
-    }
+    candidates_.reserve(entries.size());
+    for (const DesktopEntry &entry : entries)
+        candidates_.push_back({{entry.id, entry.path}, entry.startupWMClass, entry.program});
 }
 
 std::optional<WindowMatcher::Match> WindowMatcher::match(const WindowTraits &window) const {
-    const std::pair<const Table *, QString> evidence[]{
-        {&byWindowClass_, window.windowClass},
-        {&byWindowClass_, window.instance},
-        {&byId_, window.gtkApplicationId},
-        {&byPath_, window.hintedEntry},
-        {&byPath_, window.launchedEntry},
-        {&byId_, window.windowClass},
-        {&byId_, window.instance},
-        {&byLastComponent_, window.windowClass},
-        {&byLastComponent_, window.instance},
-        {&byProgram_, window.windowClass},
-        {&byProgram_, window.instance},
-        {&byId_, applicationOfControlGroup(window.controlGroup)},
+    using Claim = QStringView (*)(const Candidate &);
+    const Claim windowClass = [](const Candidate &from) { return QStringView(from.windowClass); };
+    const Claim id = [](const Candidate &from) { return QStringView(from.entry.id); };
+    const Claim path = [](const Candidate &from) { return QStringView(from.entry.path); };
+    const Claim program = [](const Candidate &from) { return QStringView(from.program); };
+    const Claim lastComponent = [](const Candidate &from) { // "Nautilus" of "org.gnome.Nautilus"
+        const qsizetype dot = from.entry.id.lastIndexOf(u'.');
+        return dot < 0 ? QStringView() : QStringView(from.entry.id).sliced(dot + 1);
     };
-    for (const auto &[table, text] : evidence)
-        if (const auto found = table->constFind(text.toLower()); found != table->constEnd())
-            return *found;
+    const std::pair<Claim, QString> evidence[]{
+        {windowClass, window.windowClass},
+        {windowClass, window.instance},
+        {id, window.gtkApplicationId},
+        {path, window.hintedEntry},
+        {path, window.launchedEntry},
+        {id, window.windowClass},
+        {id, window.instance},
+        {lastComponent, window.windowClass},
+        {lastComponent, window.instance},
+        {program, window.windowClass},
+        {program, window.instance},
+        {id, applicationOfControlGroup(window.controlGroup)},
+    };
+    for (const auto &[claim, text] : evidence) {
+        if (text.isEmpty())
+            continue;
+        const auto found = std::ranges::find_if(candidates_, [&](const Candidate &candidate) {
+            return claim(candidate).compare(text, Qt::CaseInsensitive) == 0;
+        });
+        if (found != candidates_.end())
+            return found->entry;
+    }
     return std::nullopt;
 }
 

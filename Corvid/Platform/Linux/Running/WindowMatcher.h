@@ -3,7 +3,6 @@
 #include "Platform/DesktopEntries.h"
 
 #include <QByteArray>
-#include <QHash>
 #include <QString>
 
 #include <optional>
@@ -57,13 +56,16 @@ public:
     std::optional<Match> match(const WindowTraits &window) const;
 
 private:
-    using Table = QHash<QString, Match>; // keys in lower case; of several entries the first counts
+    /** What an entry is known by. */
+    struct Candidate {
+        Match entry;
+        QString windowClass; ///< that it claims; may be empty
+        QString program;     ///< may be empty
+    };
 
-    Table byWindowClass_;
-    Table byId_;
-    Table byPath_;
-    Table byLastComponent_; ///< "Nautilus" of "org.gnome.Nautilus"
-    Table byProgram_;
+    // Thousands of them, looked through once for a new window: tables would weigh more than they
+    // are worth. Of several entries the first counts.
+    std::vector<Candidate> candidates_;
 };
 
 /** The application id in the name of a systemd unit of a launched application,
