@@ -6,6 +6,7 @@
 
 #include <QCryptographicHash>
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <cstring>
@@ -41,10 +42,6 @@ std::size_t pixelBytes(quint32 edge) {
     return std::size_t(edge) * edge * bytesPerPixel;
 }
 
-void releaseMap(void *map) {
-    delete static_cast<std::shared_ptr<const FileMap> *>(map);
-}
-
 } // namespace
 
 /** The file begins with it, the records follow, sorted by key, then the pixels. */
@@ -55,7 +52,8 @@ struct PictureCache::Header {
 };
 
 PictureCache::PictureCache(QString path, int edge, qreal devicePixelRatio)
-    : path_(std::move(path)), edge_(edge), devicePixelRatio_(devicePixelRatio) {}
+    : path_(std::move(path)), edge_(edge), devicePixelRatio_(devicePixelRatio),
+      spool_(QFileInfo(path_).path(), mostBytes) {}
 
 // Another version of the toolkit may draw what this one does not.
 PictureCache::Key PictureCache::keyOf(const QString &file) const {
@@ -159,8 +157,7 @@ Image PictureCache::imageAt(quint64 place) {
     std::weak_ptr<const QImage> &shared = images_[place];
     if (Image image = shared.lock())
         return image;
-    QImage image(pixelsAt(place), edge_, edge_, QImage::Format_ARGB32_Premultiplied, releaseMap,
-                 new std::shared_ptr<const FileMap>(pixels_));
+    QImage image = pictureIn(pixels_, pixelsAt(place), edge_);
     image.setDevicePixelRatio(devicePixelRatio_);
     Image result = std::make_shared<const QImage>(std::move(image));
     shared = result;
@@ -177,7 +174,7 @@ Image PictureCache::add(const QString &file, const FileState &state, const QImag
             drawn_[digest({drawn.constBits(), drawn.sizeInBytes()})];
         image = shared.lock();
         if (!image) {
-            QImage picture = drawn;
+            QImage picture = spool_.put(drawn);
             picture.setDevicePixelRatio(devicePixelRatio_);
             image = std::make_shared<const QImage>(std::move(picture));
             shared = image;
@@ -239,6 +236,7 @@ void PictureCache::store(QDate today) {
     bytes.append(list.data(), list.size());
     bytes.resize(static_cast<qsizetype>(start), '\0');
     bytes.append(pixels);
+    spool_.forgetPages();
     if (!writeFileAtomically(path_, bytes))
         return;
     added_.clear();

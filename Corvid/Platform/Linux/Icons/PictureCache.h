@@ -2,6 +2,7 @@
 
 #include "Base/FileMap.h"
 #include "Platform/Image.h"
+#include "Platform/Linux/Icons/PictureSpool.h"
 
 #include <QByteArray>
 #include <QDate>
@@ -27,8 +28,9 @@ struct FileState {
 
 /**
  * Pictures as they were drawn, kept on the disk for the next start: square, of one size in pixels
- * for each cache, but several caches share a file. The pictures that are handed out lie in the
- * mapped file, equal ones in one place, so that they weigh next to nothing.
+ * for each cache, but several caches share a file. The pictures that are handed out lie in that
+ * file, or in another of this run's, and equal ones in one place, so that they weigh next to
+ * nothing.
  *
  * A file that is missing or damaged counts as empty; what was not asked for in a month is left out
  * when it is written, and so is the oldest beyond a size. Any thread; blocks on the disk.
@@ -91,6 +93,7 @@ private:
     std::map<Key, Added> added_;            ///< not stored yet
     std::unordered_map<quint64, std::weak_ptr<const QImage>> images_; ///< by place in the file
     std::map<Key, std::weak_ptr<const QImage>> drawn_;                ///< by their pixels
+    PictureSpool spool_;                                              ///< of those drawn
 };
 
 } // namespace corvid

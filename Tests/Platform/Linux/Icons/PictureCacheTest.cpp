@@ -5,6 +5,8 @@
 #include "Worlds/QtPrinters.h"
 
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -92,6 +94,32 @@ TEST_F(PictureCacheTest, picturesAreUsedWhereTheyAreInTheFile) {
         EXPECT_EQ(placeOf(*image), stored());
         EXPECT_EQ((*image)->devicePixelRatio(), edge / 32.0);
     }
+}
+
+TEST_F(PictureCacheTest, whatThisRunDrewLiesInAFileToo) {
+    for (const int edge : {32, 48}) { // of which the second fills no whole pages
+        PictureCache run = cache(edge);
+        std::vector<std::pair<QColor, Image>> added;
+        for (const QColor &color : {red, blue, QColor(Qt::green)})
+            added.emplace_back(color, run.add(color.name(), state, square(color, edge)));
+        for (const bool isStored : {false, true}) {
+            if (isStored)
+                run.store();
+            for (const auto &[color, image] : added) {
+                EXPECT_EQ(*image, square(color, edge)) << "stored: " << isStored;
+                EXPECT_EQ(image->devicePixelRatio(), edge / 32.0);
+                EXPECT_EQ(placeOf(image), u"(deleted)"_s) << "the name of a file without one";
+            }
+        }
+    }
+}
+
+TEST_F(PictureCacheTest, whereNoFileCanBeMadeWhatIsDrawnStaysInMemory) {
+    PictureCache nowhere(u"/proc/no/icons"_s, 32, 1);
+    const Image image = nowhere.add(u"/red"_s, state, square(red));
+    EXPECT_EQ(*image, square(red));
+    nowhere.store();
+    EXPECT_EQ(*nowhere.find(u"/red"_s, state), image);
 }
 
 TEST_F(PictureCacheTest, equalPicturesAreOne) {
