@@ -246,9 +246,6 @@ int forgetLearnt(bool ask) {
 }
 
 int runCorvid(const Start &start, char **argv) {
-    // With a heap for each thread, those of the scans would keep some 7 MB. The threads are too
-    // short-lived to get in each other's way in one heap.
-    mallopt(M_ARENA_MAX, 1);
     forbidCoreDumps();
     // For developers. Whoever can set this could have us load a library just as well.
     if (qEnvironmentVariableIsEmpty("CORVID_TRACEABLE"))
