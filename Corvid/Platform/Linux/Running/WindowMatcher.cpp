@@ -4,7 +4,6 @@
 #include <QList>
 
 #include <algorithm>
-#include <utility>
 
 namespace corvid {
 
@@ -105,7 +104,10 @@ std::optional<WindowMatcher::Match> WindowMatcher::match(const WindowTraits &win
         const qsizetype dot = from.entry.id.lastIndexOf(u'.');
         return dot < 0 ? QStringView() : QStringView(from.entry.id).sliced(dot + 1);
     };
-    const std::pair<Claim, QString> evidence[]{
+    const struct {
+        Claim claim;
+        QString text;
+    } allEvidence[]{
         {windowClass, window.windowClass},
         {windowClass, window.instance},
         {id, window.gtkApplicationId},
@@ -119,11 +121,11 @@ std::optional<WindowMatcher::Match> WindowMatcher::match(const WindowTraits &win
         {program, window.instance},
         {id, applicationOfControlGroup(window.controlGroup)},
     };
-    for (const auto &[claim, text] : evidence) {
-        if (text.isEmpty())
+    for (const auto &evidence : allEvidence) {
+        if (evidence.text.isEmpty())
             continue;
         const auto found = std::ranges::find_if(candidates_, [&](const Candidate &candidate) {
-            return claim(candidate).compare(text, Qt::CaseInsensitive) == 0;
+            return evidence.claim(candidate).compare(evidence.text, Qt::CaseInsensitive) == 0;
         });
         if (found != candidates_.end())
             return found->entry;
